@@ -1,0 +1,34 @@
+/** @file
+ * The description of an event or alarm: where its text comes from, and the arguments that replace
+ * placeholders in it.
+ */
+#ifndef TAVROLINE_DESCRIPTION_H
+#define TAVROLINE_DESCRIPTION_H
+
+#include "tavroline/conventions.h"
+
+/** What describes an entry; 678 bytes. */
+typedef struct {
+  RTS_IEC_INT
+      iTextSource; /**< 0: the names below as they stand, 1: the service's text table; others count as 0 */
+  RTS_IEC_STRING sModuleName[TAVROLINE_TEXT_80];
+  RTS_IEC_STRING sObjectName[TAVROLINE_TEXT_80];
+  RTS_IEC_STRING sInstanceName[TAVROLINE_TEXT_255]; /**< may hold one integer directive, "Pump %d" */
+  RTS_IEC_INT iInstanceNumber;                      /**< inserted there; 0 leaves the name as it is */
+  RTS_IEC_STRING sUrl[TAVROLINE_TEXT_255];
+} stDataType;
+
+/** One argument: the placeholder in the text and what replaces it; 324 bytes. */
+typedef struct {
+  RTS_IEC_WSTRING wsPlaceholder[TAVROLINE_TEXT_80];
+  RTS_IEC_WSTRING wsArgument[TAVROLINE_TEXT_80];
+} stDescriptionArgumentType;
+
+/** One argument of the URL: the placeholder in it and the description of the text that replaces it; 840
+ * bytes. */
+typedef struct {
+  RTS_IEC_WSTRING wsPlaceholder[TAVROLINE_TEXT_80];
+  stDataType stData;
+} stDescriptionUrlArgumentType;
+
+#endif

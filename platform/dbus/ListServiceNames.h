@@ -1,0 +1,21 @@
+#pragma once
+
+/**
+ * Names of the list services on the bus. Their methods, arguments and signals are described in
+ * org.tavroline.ListService1.xml beside this file; a test compares that with the running service.
+ */
+namespace ListServiceNames {
+
+constexpr char kService[] = "org.tavroline.ListService1";
+
+constexpr char kEventListPath[] = "/org/tavroline/EventList";
+constexpr char kEventListInterface[] = "org.tavroline.EventList1";
+
+constexpr char kAlarmListPath[] = "/org/tavroline/AlarmList";
+constexpr char kAlarmListInterface[] = "org.tavroline.AlarmList1";
+
+/** Errors that the service answers with, beside those of the bus itself. */
+constexpr char kErrorInvalid[] = "org.tavroline.Error.Invalid";  ///< an argument is out of range or malformed
+constexpr char kErrorStorage[] = "org.tavroline.Error.Storage";  ///< the storage refused; nothing was changed
+
+}  // namespace ListServiceNames

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QString>
+
+/** An error code with its text; filled by the device's client classes. A plain value. [any-thread] */
+class ErrorContainer {
+ public:
+  ErrorContainer(int code, const QString& message) : m_code(code), m_sMessage(message) {}
+
+  static int getErrorCodeNoError() { return 0; }
+  int getErrorCode() const { return m_code; }
+  QString getErrorMessage() const { return m_sMessage; }
+
+ private:
+  int m_code;
+  QString m_sMessage;
+};

@@ -1,0 +1,5 @@
+#include "SpsConfigurationManagerDefinitions.h"
+
+QString SpsConfigurationManagerDefinitions::getObjectNameEvents() {
+  return QStringLiteral("PlcEvents");
+}
