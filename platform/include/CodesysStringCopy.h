@@ -17,7 +17,7 @@ void copyWStringDataToQString(const unsigned short* source, int length, QString&
 
 /**
  * Write a STRING or WSTRING: terminated always, cut at a character border, lone surrogates as U+FFFD, nothing
- * behind the terminator touched.
+ * behind the terminator touched. An embedded U+0000 ends the text; what follows it counts as cut.
  * @param capacity of `target` in characters, terminator included; 0 or less writes nothing
  * @param freeText marks a description; this implementation treats every text alike
  * @return true when the whole text fitted

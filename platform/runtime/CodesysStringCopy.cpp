@@ -1,0 +1,114 @@
+#include "CodesysStringCopy.h"
+
+#include <cstring>
+#include <limits>
+
+namespace {
+
+constexpr char32_t kReplacementCharacter = 0xFFFD;
+constexpr char kByteOrderMark[] = "\xEF\xBB\xBF";
+constexpr int kByteOrderMarkSize = 3;
+
+/** Number of characters before the terminator, `length` of them at most; -1 is no bound. */
+template <typename Character>
+int boundedLength(const Character* text, int length) {
+  const int bound = length < 0 ? std::numeric_limits<int>::max() : length;
+  int count = 0;
+  while (count < bound && text[count] != 0) {
+    ++count;
+  }
+  return count;
+}
+
+/** The code point at `index`, which moves behind it. */
+char32_t nextCodePoint(const QString& text, int& index) {
+  const QChar unit = text.at(index++);
+  if (!unit.isSurrogate()) return unit.unicode();
+  if (unit.isHighSurrogate() && index < text.size() && text.at(index).isLowSurrogate()) {
+    return QChar::surrogateToUcs4(unit, text.at(index++));
+  }
+  return kReplacementCharacter;
+}
+
+// Each encode() writes one code point if `room` allows and returns its size, otherwise 0.
+
+int encode(char32_t codePoint, char* target, int room) {
+  const int size = codePoint < 0x80 ? 1 : codePoint < 0x800 ? 2 : codePoint < 0x10000 ? 3 : 4;
+  if (size > room) return 0;
+  constexpr unsigned char kLeadBits[] = {0, 0x00, 0xC0, 0xE0, 0xF0};
+  for (int i = size - 1; i > 0; --i) {
+    target[i] = static_cast<char>(0x80U | (codePoint & 0x3FU));
+    codePoint >>= 6U;
+  }
+  target[0] = static_cast<char>(kLeadBits[size] | codePoint);
+  return size;
+}
+
+int encode(char32_t codePoint, unsigned short* target, int room) {
+  if (!QChar::requiresSurrogates(codePoint)) {
+    if (room < 1) return 0;
+    target[0] = static_cast<unsigned short>(codePoint);
+    return 1;
+  }
+  if (room < 2) return 0;
+  target[0] = QChar::highSurrogate(codePoint);
+  target[1] = QChar::lowSurrogate(codePoint);
+  return 2;
+}
+
+template <typename Character>
+bool writeText(const QString& source, Character* target, int capacity) {
+  if (target == nullptr || capacity <= 0) return false;
+  int written = 0;
+  int index = 0;
+  bool fits = true;
+  while (fits && index < source.size()) {
+    const char32_t codePoint = nextCodePoint(source, index);
+    // IEC code would take U+0000 for the end, so it is one, and what follows counts as cut.
+    const int size = codePoint == 0 ? 0 : encode(codePoint, target + written, capacity - 1 - written);
+    fits = size > 0;
+    written += size;
+  }
+  target[written] = 0;
+  return fits;
+}
+
+}  // namespace
+
+void copyCStringDataToQString(const char* source, int length, QString& target) {
+  if (source == nullptr) {
+    target.clear();
+    return;
+  }
+  // fromUtf8() swallows a leading byte order mark, so those at the start are taken by hand.
+  int size = boundedLength(source, length);
+  int marks = 0;
+  while (size >= kByteOrderMarkSize && std::memcmp(source, kByteOrderMark, kByteOrderMarkSize) == 0) {
+    source += kByteOrderMarkSize;
+    size -= kByteOrderMarkSize;
+    ++marks;
+  }
+  target = QString(marks, QChar(QChar::ByteOrderMark)) + QString::fromUtf8(source, size);
+}
+
+void copyWStringDataToQString(const unsigned short* source, int length, QString& target) {
+  target.clear();
+  if (source == nullptr) return;
+  // The unit-wise constructor keeps a byte order mark, fromUtf16() would obey it.
+  target = QString(reinterpret_cast<const QChar*>(source), boundedLength(source, length));
+  for (int index = 0; index < target.size();) {
+    const int start = index;
+    if (nextCodePoint(target, index) == kReplacementCharacter) {
+      target[start] = QChar(QChar::ReplacementCharacter);
+    }
+  }
+}
+
+bool copyQStringDataToCStringData(const QString& source, char* target, short capacity, bool /*freeText*/) {
+  return writeText(source, target, capacity);
+}
+
+bool copyQStringDataToWStringData(const QString& source, unsigned short* target, short capacity,
+                                  bool /*freeText*/) {
+  return writeText(source, target, capacity);
+}
