@@ -1,0 +1,260 @@
+#include "fake_platform.h"
+
+#include <QStringList>
+
+#include <deque>
+#include <map>
+#include <mutex>
+#include <stdexcept>
+#include <utility>
+
+#include "AlarmlistHandlerDBusConnectorRead.h"
+#include "AlarmlistHandlerDBusConnectorWrite.h"
+#include "CodesysEventlistHandlerConnector.h"
+#include "CodesysLog.h"
+#include "DBusPendingReply.h"
+#include "EventlistHandlerDBusConnectorRead.h"
+#include "EventlistHandlerDBusConnectorWrite.h"
+
+class DBusPendingReply::Private {
+ public:
+  std::deque<fake::Answer> answers;
+};
+
+class EventlistHandlerDBusConnectorRead::Private {};
+class AlarmlistHandlerDBusConnectorRead::Private {};
+
+namespace {
+
+using fake::Call;
+
+/** Everything that is recorded and scripted. */
+struct State {
+  std::mutex mutex;
+  bool started = false;
+  std::vector<Call> load;
+  std::vector<Call> log;
+  std::map<std::string, std::deque<std::vector<fake::Answer>>> answers;
+  std::map<std::string, std::deque<bool>> changes;
+  std::map<std::string, std::deque<fake::Failure>> failures;
+};
+
+// Constructed by the first static object that records something, so it outlives all of them.
+State& state() {
+  static State instance;
+  return instance;
+}
+
+template <typename Value>
+bool take(std::map<std::string, std::deque<Value>>& scripts, const std::string& operation, Value& value) {
+  auto& script = scripts[operation];
+  if (script.empty()) return false;
+  value = std::move(script.front());
+  script.pop_front();
+  return true;
+}
+
+void record(const std::string& operation, const QVariantList& arguments, const void* object) {
+  const std::lock_guard<std::mutex> lock(state().mutex);
+  state().log.push_back({operation, arguments, object, std::this_thread::get_id()});
+}
+
+/** Record a call that can be made to fail; false when it is to be refused. */
+bool perform(const std::string& operation, const QVariantList& arguments, const void* object) {
+  record(operation, arguments, object);
+  const std::lock_guard<std::mutex> lock(state().mutex);
+  fake::Failure failure{};
+  if (!take(state().failures, operation, failure)) return true;
+  if (failure == fake::Failure::Throw) throw std::runtime_error(operation);
+  return false;
+}
+
+DBusPendingReply::SharedPointer request(const std::string& operation, const QVariantList& arguments,
+                                        const void* object) {
+  if (!perform(operation, arguments, object)) return {};
+  const auto reply = QSharedPointer<DBusPendingReply::Private>::create();
+  std::vector<fake::Answer> answers{{2, {}}};
+  {
+    const std::lock_guard<std::mutex> lock(state().mutex);
+    take(state().answers, operation, answers);
+  }
+  reply->answers.assign(answers.begin(), answers.end());
+  return DBusPendingReply::SharedPointer::create(reply);
+}
+
+bool flag(const std::string& operation, bool* value, const void* object) {
+  if (!perform(operation, {}, object)) return false;
+  const std::lock_guard<std::mutex> lock(state().mutex);
+  bool present = false;
+  if (!take(state().changes, operation, present)) return false;
+  if (value != nullptr) *value = present;
+  return true;
+}
+
+void recordMessage(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+  record(type == QtDebugMsg ? "qDebug" : "qWarning",
+         {text, QString::fromUtf8(context.category), QString::fromUtf8(context.file),
+          QString::fromUtf8(context.function), context.line},
+         nullptr);
+}
+
+constexpr QChar kItemSeparator(0x1F);
+
+}  // namespace
+
+void fake::reset() {
+  qInstallMessageHandler(recordMessage);
+  const std::lock_guard<std::mutex> lock(state().mutex);
+  if (!state().started) state().load = state().log;
+  state().started = true;
+  state().log.clear();
+  state().answers.clear();
+  state().changes.clear();
+  state().failures.clear();
+}
+
+std::vector<fake::Call> fake::loadCalls() {
+  const std::lock_guard<std::mutex> lock(state().mutex);
+  return state().load;
+}
+
+std::vector<fake::Call> fake::calls(const std::string& operation) {
+  const std::lock_guard<std::mutex> lock(state().mutex);
+  std::vector<Call> matching;
+  for (const Call& call : state().log) {
+    if (operation.empty() || call.operation == operation) matching.push_back(call);
+  }
+  return matching;
+}
+
+void fake::answer(const std::string& operation, const std::vector<Answer>& answers) {
+  const std::lock_guard<std::mutex> lock(state().mutex);
+  state().answers[operation].push_back(answers);
+}
+
+void fake::change(const std::string& operation, bool value) {
+  const std::lock_guard<std::mutex> lock(state().mutex);
+  state().changes[operation].push_back(value);
+}
+
+void fake::fail(const std::string& operation, Failure failure) {
+  const std::lock_guard<std::mutex> lock(state().mutex);
+  state().failures[operation].push_back(failure);
+}
+
+DBusPendingReply::DBusPendingReply(const QSharedPointer<Private>& reply) : m_state(reply) {
+  record("DBusPendingReply", {}, this);
+}
+DBusPendingReply::~DBusPendingReply() {
+  record("~DBusPendingReply", {}, this);
+}
+int DBusPendingReply::isFinished(ErrorContainer& error) {
+  perform("isFinished", {error.getErrorCode(), error.getErrorMessage()}, this);
+  const fake::Answer present = m_state->answers.front();
+  if (m_state->answers.size() > 1 && present.status != 0) m_state->answers.pop_front();
+  if (present.status != 0 && present.status != 2) error = ErrorContainer(1, QString::fromUtf8(present.data));
+  return present.status;
+}
+QVariant DBusPendingReply::getReply() {
+  perform("getReply", {}, this);
+  return m_state->answers.front().data;
+}
+
+EventlistHandlerDBusConnectorRead::EventlistHandlerDBusConnectorRead(bool deviceBus) noexcept {
+  record("EventlistHandlerDBusConnectorRead", {deviceBus}, this);
+}
+EventlistHandlerDBusConnectorRead::~EventlistHandlerDBusConnectorRead() {
+  record("~EventlistHandlerDBusConnectorRead", {}, this);
+}
+DBusPendingReply::SharedPointer EventlistHandlerDBusConnectorRead::getCompleteEventlist(
+    const QString& language) {
+  return request("getCompleteEventlist", {language}, this);
+}
+DBusPendingReply::SharedPointer EventlistHandlerDBusConnectorRead::getPartOfEventlist(
+    const QString& language, const QStringList& criteriaA, const QStringList& criteriaB,
+    const QStringList& criteriaC, const QStringList& criteriaD, const QDateTime& earliest,
+    const QDateTime& latest, const QStringList& keywords, int count) {
+  return request("getPartOfEventlist",
+                 {language, criteriaA, criteriaB, criteriaC, criteriaD, earliest, latest, keywords, count},
+                 this);
+}
+bool EventlistHandlerDBusConnectorRead::changedFlagEventlist() {
+  return flag("changedFlagEventlist", nullptr, this);
+}
+
+AlarmlistHandlerDBusConnectorRead::AlarmlistHandlerDBusConnectorRead(bool deviceBus) noexcept {
+  record("AlarmlistHandlerDBusConnectorRead", {deviceBus}, this);
+}
+AlarmlistHandlerDBusConnectorRead::~AlarmlistHandlerDBusConnectorRead() {
+  record("~AlarmlistHandlerDBusConnectorRead", {}, this);
+}
+DBusPendingReply::SharedPointer AlarmlistHandlerDBusConnectorRead::getCompleteAlarmlist(
+    const QString& language) {
+  return request("getCompleteAlarmlist", {language}, this);
+}
+DBusPendingReply::SharedPointer AlarmlistHandlerDBusConnectorRead::getAlarmState(const QString& alarmId) {
+  return request("getAlarmState", {alarmId}, this);
+}
+bool AlarmlistHandlerDBusConnectorRead::changedFlagAlarmlist() {
+  return flag("changedFlagAlarmlist", nullptr, this);
+}
+bool AlarmlistHandlerDBusConnectorRead::changedFlagAlarmInAlarmlist(bool& value) {
+  return flag("changedFlagAlarmInAlarmlist", &value, this);
+}
+bool AlarmlistHandlerDBusConnectorRead::changedFlagActiveAlarmInAlarmlist(bool& value) {
+  return flag("changedFlagActiveAlarmInAlarmlist", &value, this);
+}
+bool AlarmlistHandlerDBusConnectorRead::changedFlagFaultInAlarmlist(bool& value) {
+  return flag("changedFlagFaultInAlarmlist", &value, this);
+}
+bool AlarmlistHandlerDBusConnectorRead::changedFlagActiveFaultInAlarmlist(bool& value) {
+  return flag("changedFlagActiveFaultInAlarmlist", &value, this);
+}
+bool AlarmlistHandlerDBusConnectorRead::changedFlagCentralDetector(bool& value) {
+  return flag("changedFlagCentralDetector", &value, this);
+}
+
+bool EventlistHandlerDBusConnectorWrite::deleteEventlist() {
+  return perform("deleteEventlist", {m_bDeviceBus}, this);
+}
+bool AlarmlistHandlerDBusConnectorWrite::acknowledgeVisualAlarm(const QStringList& alarmIds,
+                                                                const QString& user) {
+  return perform("acknowledgeVisualAlarm", {alarmIds, user, m_bDeviceBus}, this);
+}
+bool AlarmlistHandlerDBusConnectorWrite::acknowledgeCentralDetector(const QString& user) {
+  return perform("acknowledgeCentralDetector", {user, m_bDeviceBus}, this);
+}
+bool CodesysEventlistHandlerConnector::logEvent(EventlistHandlerEnums::EventType type,
+                                                EventlistHandlerEnums::State entryState,
+                                                const QString& iconType, const QString& moduleName,
+                                                const QDateTime& dateTime, const QVariantMap& description,
+                                                const QStringList& keywords, const QString& user,
+                                                const QString& alarmId) const {
+  return perform("logEvent",
+                 {int{type}, int{entryState}, iconType, moduleName, dateTime, description, keywords, user,
+                  alarmId, m_sObjectName},
+                 this);
+}
+
+CodesysLog::CodesysLog(void* logger, std::uint32_t componentId, int logClass, int errorId, int infoId,
+                       const char* component, const char* file, const char* function, const char* line)
+    : m_logger(logger),
+      m_componentId(componentId),
+      m_logClass(logClass),
+      m_errorId(errorId),
+      m_infoId(infoId),
+      m_component(component),
+      m_file(file),
+      m_function(function),
+      m_line(line) {}
+CodesysLog::~CodesysLog() {
+  record("CodesysLog",
+         {m_logger == nullptr, m_componentId, m_logClass, m_errorId, m_infoId, QString::fromUtf8(m_component),
+          QString::fromUtf8(m_file), QString::fromUtf8(m_function), QString::fromUtf8(m_line),
+          QStringList(m_sText.split(kItemSeparator).mid(1))},
+         this);
+}
+CodesysLog& CodesysLog::operator<<(const QVariant& item) {
+  m_sText += kItemSeparator + item.toString();
+  return *this;
+}

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QVariantList>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+/**
+ * The device's classes for unit tests: whatever the component does with them, and every Qt message, goes into
+ * one ordered log, and what they answer is scripted. Texts, times, hash and vocabulary are the real ones and
+ * are not recorded. Operations go by their method name; a constructor by its class, a destructor by ~ and its
+ * class. What is not scripted succeeds: a request's reply stays outstanding, a flag answers false, a
+ * hand-over is accepted. [any-thread]
+ */
+namespace fake {
+
+/**
+ * One entry of the log. `arguments` are those of the operation, in order, and then what its object was
+ * constructed with (true of a bus client, the object name of the event client), where that is not recorded by
+ * itself.
+ *  - "CodesysLog": logger is null, componentId, class, error, info, component, file, function, line, items (a
+ * list)
+ *  - "qDebug", "qWarning": text, category, file, function, line
+ */
+struct Call {
+  std::string operation;
+  QVariantList arguments;
+  const void* object;
+  std::thread::id thread;
+};
+
+/** One answer of isFinished(): 0 with the reply's bytes, 2, or any other status with an error text. */
+struct Answer {
+  int status;
+  QByteArray data;
+};
+
+enum class Failure {
+  Refuse,  ///< a request gives null, a hand-over false
+  Throw    ///< the operation throws std::runtime_error
+};
+
+/** Forget the log and all scripts, and take Qt's messages from now on. What happened before the first call of
+ * this, while static objects were constructed, stays available from loadCalls(). */
+void reset();
+std::vector<Call> loadCalls();
+
+/** The log, or what it holds of one operation. */
+std::vector<Call> calls(const std::string& operation = std::string());
+
+/** The next reply to `operation` gives these answers one after another, the last one for ever. */
+void answer(const std::string& operation, const std::vector<Answer>& answers);
+
+/** The next changedFlag… call named `operation` reports a change, to `value` where it delivers one. */
+void change(const std::string& operation, bool value = true);
+
+/** The next call of `operation` fails. */
+void fail(const std::string& operation, Failure failure);
+
+}  // namespace fake
