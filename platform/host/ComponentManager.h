@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "SharedLibrary.h"
+#include "tavroline/component.h"
+
+/**
+ * Plays the runtime's component manager for one component: loads the library, enters it, lets it import the
+ * runtime functions and register its function tables, and unloads it at the end of the object's life.
+ *
+ * Not a scheduler: who calls the hook and the functions sees to it that nobody does when the object goes.
+ */
+class ComponentManager {
+ public:
+  /** One registered external function; the name is a copy. */
+  struct Function {
+    std::string name;
+    ExternalFunction function;
+    std::uint32_t signatureId;
+    std::uint32_t version;
+  };
+
+  /**
+   * Load and enter the component. Throws std::runtime_error when a step fails. One component is entered at a
+   * time, since a component registers without saying for whom. [init]
+   */
+  explicit ComponentManager(const std::string& path);
+
+  /** The external functions in the order of their registration. [any-thread] */
+  const std::vector<Function>& functions() const { return m_functions; }
+
+  /** The registered external function of that name, null if there is none. [any-thread] */
+  ExternalFunction find(const std::string& name) const;
+
+  /** Call the component's hook of the communication cycle. [hook] */
+  void communicationCycle() const;
+
+  std::uint32_t componentId() const { return static_cast<std::uint32_t>(m_record.ulComponentId); }
+  std::uint32_t version() const { return m_record.pfGetVersion(); }
+
+ private:
+  static RTS_RESULT registerApi(const ExternalFunctionEntry* table, std::uintptr_t reserved,
+                                std::uintptr_t external, std::uintptr_t componentId);
+  static RTS_RESULT getApi(const char* name, void** variable, std::uintptr_t option,
+                           std::uintptr_t signatureId, std::uintptr_t version);
+
+  SharedLibrary m_library;
+  ComponentInitRecord m_record{};
+  std::vector<Function> m_functions;
+};

@@ -1,0 +1,42 @@
+#include "PlcApplication.h"
+
+#include <stdexcept>
+
+PlcApplication::PlcApplication(const std::string& path, const ComponentManager& component, EndRequest& end)
+    : m_component(component), m_end(end), m_runtime{this, findFunction, finish}, m_library(path) {
+  const auto entry = m_library.function<PlcProgramMainFunction>("PlcProgramMain");
+  if (const int refused = entry(&m_runtime, &m_program))
+    throw std::runtime_error(path + " refuses to start: " + std::to_string(refused));
+  for (std::size_t i = 0; i < m_program.taskCount; ++i)
+    if (m_program.tasks[i].cycle == nullptr || m_program.tasks[i].periodMilliseconds == 0)
+      throw std::runtime_error(path + ": a task needs a function and a period");
+}
+
+PlcApplication::~PlcApplication() {
+  stop();
+}
+
+void PlcApplication::start() {
+  for (std::size_t i = 0; i < m_program.taskCount; ++i) {
+    const PlcTask& task = m_program.tasks[i];
+    m_tasks.emplace_back(task.name, task.periodMilliseconds, [&task] { task.cycle(task.state); });
+  }
+}
+
+void PlcApplication::stop() {
+  if (m_stopped) return;
+  m_stopped = true;
+  for (PeriodicThread& task : m_tasks)
+    task.requestStop();
+  for (PeriodicThread& task : m_tasks)
+    task.join();
+  if (m_program.stop != nullptr) m_program.stop(m_program.state);
+}
+
+ExternalFunction PlcApplication::findFunction(void* context, const char* name) {
+  return static_cast<PlcApplication*>(context)->m_component.find(name);
+}
+
+void PlcApplication::finish(void* context, int status) {
+  static_cast<PlcApplication*>(context)->m_end.finish(status);
+}

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <list>
+#include <string>
+
+#include "ComponentManager.h"
+#include "EndRequest.h"
+#include "PeriodicThread.h"
+#include "PlcProgram.h"
+#include "SharedLibrary.h"
+
+/** One PLC program: loaded, its tasks run in threads of their own, stopped and unloaded. */
+class PlcApplication {
+ public:
+  /**
+   * Load the program and let it describe its tasks; none runs yet. Throws std::runtime_error when it cannot
+   * be loaded, refuses to start, or names a task without a function or period.
+   * @param component, end must outlive this object. [init]
+   */
+  PlcApplication(const std::string& path, const ComponentManager& component, EndRequest& end);
+  /** Stop, if that has not been done, and unload. */
+  ~PlcApplication();
+  PlcApplication(const PlcApplication&) = delete;
+  PlcApplication& operator=(const PlcApplication&) = delete;
+
+  /** Start the tasks. [init] */
+  void start();
+
+  /** End the tasks, each after its present cycle, then call the program's own stop. [init] */
+  void stop();
+
+  /** The tasks with their records; empty before start(). */
+  const std::list<PeriodicThread>& tasks() const { return m_tasks; }
+
+ private:
+  static ExternalFunction findFunction(void* context, const char* name);
+  static void finish(void* context, int status);
+
+  const ComponentManager& m_component;
+  EndRequest& m_end;
+  PlcRuntime m_runtime;
+  SharedLibrary m_library;
+  PlcProgram m_program{};
+  std::list<PeriodicThread> m_tasks;  ///< a list: threads do not move
+  bool m_stopped = false;
+};

@@ -1,0 +1,20 @@
+#include "SharedLibrary.h"
+
+#include <dlfcn.h>
+
+#include <stdexcept>
+
+SharedLibrary::SharedLibrary(const std::string& path)
+    : m_handle(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) {
+  if (!m_handle) throw std::runtime_error(std::string("cannot load: ") + dlerror());
+}
+
+void SharedLibrary::Closer::operator()(void* handle) const {
+  dlclose(handle);
+}
+
+void* SharedLibrary::symbol(const char* name) const {
+  void* found = dlsym(m_handle.get(), name);
+  if (found == nullptr) throw std::runtime_error(std::string("no such function: ") + dlerror());
+  return found;
+}

@@ -1,0 +1,103 @@
+// tavroline-host: a minimal PLC runtime around one component.
+#include <CLI/CLI.hpp>
+
+#include <cinttypes>
+#include <cstdio>
+#include <exception>
+#include <list>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ComponentManager.h"
+#include "EndRequest.h"
+#include "PeriodicThread.h"
+#include "PlcApplication.h"
+#include "RuntimeFunctions.h"
+
+namespace {
+
+constexpr int kCannotStart = 2;
+
+struct Options {
+  std::string library;
+  std::vector<std::string> programs;
+  std::uint32_t cycleMilliseconds = 10;
+  std::optional<unsigned> seconds;
+  std::string logFile;
+  bool list = false;
+  bool verbose = false;
+};
+
+void declare(CLI::App& app, Options& options) {
+  app.add_option("library", options.library, "the component to load")->required()->check(CLI::ExistingFile);
+  app.add_option("program", options.programs, "PLC programs to run")->check(CLI::ExistingFile);
+  app.add_option("--cycle-ms", options.cycleMilliseconds, "period of the communication cycle")
+      ->check(CLI::Range(1, 1000))
+      ->capture_default_str();
+  app.add_option("--seconds", options.seconds, "end after so many seconds");
+  app.add_option("--log", options.logFile, "append log records to this file instead of standard error");
+  app.add_flag("--list", options.list, "print what the component registers, and end");
+  app.add_flag("--verbose", options.verbose, "print what the component registers, and run");
+  app.set_version_flag("--version", std::string(TAVROLINE_VERSION));
+  app.footer(
+      "Ends at SIGINT or SIGTERM, or when a program asks for it. The exit status is the one a program\n"
+      "asked for, otherwise 0; 2 when something could not be loaded or started.");
+}
+
+void printRegistered(const ComponentManager& component) {
+  std::printf("component %08" PRIx32 ", version %08" PRIx32 ", %zu functions\n", component.componentId(),
+              component.version(), component.functions().size());
+  for (const ComponentManager::Function& row : component.functions())
+    std::printf("  %-34s %08" PRIX32 "  %08" PRIx32 "\n", row.name.c_str(), row.signatureId, row.version);
+}
+
+void report(const PeriodicThread& thread) {
+  const PeriodicThread::Record& record = thread.record();
+  std::fprintf(stderr,
+               "%s: %" PRIu64 " cycles, %" PRIu64 " overruns, longest cycle %" PRIu64 " microseconds\n",
+               thread.name().c_str(), record.cycles, record.overruns, record.longestMicroseconds);
+}
+
+/** Everything goes in the reverse order in which it came: tasks, programs, hook, library. */
+int run(const Options& options) {
+  EndRequest end;
+  if (!options.logFile.empty()) RuntimeFunctions::logToFile(options.logFile);
+  const ComponentManager component(options.library);
+  if (options.list || options.verbose) printRegistered(component);
+  if (options.list) return 0;
+
+  std::list<PlcApplication> applications;
+  for (const std::string& program : options.programs)
+    applications.emplace_back(program, component, end);
+  PeriodicThread hook("hook", options.cycleMilliseconds, [&component] { component.communicationCycle(); });
+  for (PlcApplication& application : applications)
+    application.start();
+
+  const int status = end.wait(options.seconds);
+
+  for (PlcApplication& application : applications)
+    application.stop();
+  hook.requestStop();
+  hook.join();
+  for (const PlcApplication& application : applications)
+    for (const PeriodicThread& task : application.tasks())
+      report(task);
+  report(hook);
+  return status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Options options;
+  CLI::App app("Runs a component and PLC programs as a PLC runtime does.", "tavroline-host");
+  declare(app, options);
+  CLI11_PARSE(app, argc, argv);
+  try {
+    return run(options);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "tavroline-host: %s\n", error.what());
+    return kCannotStart;
+  }
+}
