@@ -1,0 +1,179 @@
+#include "TavrolineConvenienceFunctions.h"
+
+#include <QDebug>
+#include <QMessageLogger>
+
+#include "ArrayBounds.h"
+#include "BoundedText.h"
+#include "EventlistHandlerDefinitions.h"
+#include "InstanceNameFormat.h"
+#include "RuntimeLog.h"
+
+namespace {
+
+constexpr char kFile[] = "TavrolineConvenienceFunctions";
+
+template <typename Object>
+bool takeHandle(Object** target, void* handle, const char* function, const QString& message) {
+  if (handle == nullptr) {
+    RuntimeLog::write(kFile, function, message);
+    return false;
+  }
+  *target = static_cast<Object*>(handle);
+  return true;
+}
+
+template <typename Element>
+QVariantList convertArray(const Element* elements, const __ARRAY__DIM__INFO& dimension) {
+  QVariantList list;
+  const std::int64_t count = elementCount(dimension);
+  for (std::int64_t k = 0; k < count; ++k) {
+    list.append(QVariant(TavrolineConvenienceFunctions::convertStructDescriptionData(elements[k])));
+  }
+  return list;
+}
+
+}  // namespace
+
+bool TavrolineConvenienceFunctions::checkStructPointer(const void* pointer) {
+  if (pointer != nullptr) {
+    return true;
+  }
+  RuntimeLog::write(kFile, "static bool TavrolineConvenienceFunctions::checkStructPointer(const void*)",
+                    QStringLiteral("codesys struct nullpointer"), 76);
+  return false;
+}
+
+bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineReadBaseClass** target, void* handle) {
+  return takeHandle(
+      target, handle,
+      "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineReadBaseClass**, void*)",
+      QStringLiteral("EventlistReadHandle nullpointer"));
+}
+
+bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineEventlistRead** target, void* handle) {
+  return takeHandle(
+      target, handle,
+      "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineEventlistRead**, void*)",
+      QStringLiteral("EventlistReadHandle nullpointer"));
+}
+
+bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineEventlistWrite** target, void* handle) {
+  return takeHandle(
+      target, handle,
+      "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineEventlistWrite**, void*)",
+      QStringLiteral("EventlistWriteHandle nullpointer"));
+}
+
+bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineAlarmlistRead** target, void* handle) {
+  return takeHandle(
+      target, handle,
+      "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineAlarmlistRead**, void*)",
+      QStringLiteral("AlarmlistReadHandle nullpointer"));
+}
+
+QStringList TavrolineConvenienceFunctions::getKeywordStringList(const char* keywords, short elementSize,
+                                                                const __ARRAY__DIM__INFO& dimension) {
+  QStringList list;
+  if (!checkStructPointer(keywords) || elementSize <= 0) {
+    return list;
+  }
+  const std::int64_t count = elementCount(dimension);
+  for (std::int64_t k = 0; k < count; ++k) {
+    QString keyword;
+    copyCStringDataToQString(keywords + k * elementSize, -1, keyword);
+    if (!keyword.isEmpty()) {
+      list.append(keyword);
+    }
+  }
+  return list;
+}
+
+QVariantMap TavrolineConvenienceFunctions::convertStructDescriptionData(const stDataType& data) {
+  QVariantMap map;
+  map.insert(EventsDBusDefinitions::getEventDBusKeyTextSource(),
+             static_cast<int>(convertIntToTextSource(data.iTextSource)));
+  map.insert(EventsDBusDefinitions::getEventDBusKeyModuleName(), BoundedText::fromField(data.sModuleName));
+  map.insert(EventsDBusDefinitions::getEventDBusKeyObjectName(), BoundedText::fromField(data.sObjectName));
+  QString instanceName = BoundedText::fromField(data.sInstanceName);
+  if (data.iInstanceNumber != 0) {
+    instanceName = formatInstanceName(instanceName, data.iInstanceNumber);
+  }
+  map.insert(EventsDBusDefinitions::getEventDBusKeyInstanceName(), instanceName);
+  map.insert(EventsDBusDefinitions::getEventDBusKeyUrl(), BoundedText::fromField(data.sUrl));
+  return map;
+}
+
+QVariantMap TavrolineConvenienceFunctions::convertStructDescriptionData(
+    const stDescriptionArgumentType& argument) {
+  QVariantMap map;
+  map.insert(EventsDBusDefinitions::getEventDBusKeyArgument(), BoundedText::fromField(argument.wsArgument));
+  map.insert(EventsDBusDefinitions::getEventDBusKeyPlaceholder(),
+             BoundedText::fromField(argument.wsPlaceholder));
+  return map;
+}
+
+QVariantMap TavrolineConvenienceFunctions::convertStructDescriptionData(
+    const stDescriptionUrlArgumentType& urlArgument) {
+  QVariantMap map = convertStructDescriptionData(urlArgument.stData);
+  map.insert(EventsDBusDefinitions::getEventDBusKeyPlaceholder(),
+             BoundedText::fromField(urlArgument.wsPlaceholder));
+  return map;
+}
+
+QVariantMap TavrolineConvenienceFunctions::getDescriptionVariantMap(
+    const stDataType* data, const stDescriptionArgumentType* arguments,
+    const __ARRAY__DIM__INFO& argumentsDimension, const stDescriptionUrlArgumentType* urlArguments,
+    const __ARRAY__DIM__INFO& urlArgumentsDimension) {
+  if (!checkStructPointer(data) || !checkStructPointer(arguments) || !checkStructPointer(urlArguments)) {
+    return QVariantMap();
+  }
+  QVariantMap map = convertStructDescriptionData(*data);
+  map.insert(EventsDBusDefinitions::getEventDBusKeyArguments(), convertArray(arguments, argumentsDimension));
+  map.insert(EventsDBusDefinitions::getEventDBusKeyUrlArguments(),
+             convertArray(urlArguments, urlArgumentsDimension));
+  return map;
+}
+
+EventsDBusDefinitions::TextSource TavrolineConvenienceFunctions::convertIntToTextSource(RTS_IEC_INT value) {
+  switch (value) {
+    case EventsDBusDefinitions::TextSourceGiven:
+      return EventsDBusDefinitions::TextSourceGiven;
+    case EventsDBusDefinitions::TextSourceTable:
+      return EventsDBusDefinitions::TextSourceTable;
+    default:
+      QMessageLogger(kFile, 268,
+                     "static EventsDBusDefinitions::TextSource "
+                     "TavrolineConvenienceFunctions::convertIntToTextSource(RTS_IEC_INT)")
+              .warning()
+          << "Text source unknown:" << value;
+      return EventsDBusDefinitions::TextSourceGiven;
+  }
+}
+
+QString TavrolineConvenienceFunctions::getDefaultIconType(EventlistHandlerEnums::EventType type,
+                                                          EventlistHandlerEnums::State state) {
+  struct Row {
+    EventlistHandlerEnums::EventType type;
+    EventlistHandlerEnums::State state;
+    QString (*icon)();
+  };
+  using Enums = EventlistHandlerEnums;
+  using Names = EventlistHandlerDefinitions;
+  static constexpr Row kRows[] = {
+      {Enums::EventTypeAlarm, Enums::StateOn, Names::getIconNameAlarmOn},
+      {Enums::EventTypeAlarm, Enums::StateOff, Names::getIconNameAlarmOff},
+      {Enums::EventTypeAuditTrail, Enums::StateNeutral, Names::getIconNameAuditTrail},
+      {Enums::EventTypeFault, Enums::StateOn, Names::getIconNameFaultOn},
+      {Enums::EventTypeFault, Enums::StateOff, Names::getIconNameFaultOff},
+      {Enums::EventTypeEvent, Enums::StateNeutral, Names::getIconNameEvent},
+      {Enums::EventTypeEvent, Enums::StateOn, Names::getIconNameEventOn},
+      {Enums::EventTypeEvent, Enums::StateOff, Names::getIconNameEventOff},
+  };
+  for (const Row& row : kRows) {
+    if (row.type == type && row.state == state) {
+      return row.icon();
+    }
+  }
+  return QString();
+}
