@@ -1,0 +1,138 @@
+#include "TavrolineAlarmlistRead.h"
+
+#include "EntryFields.h"
+#include "ReaderClass.h"
+#include "SharedFlag.h"
+
+namespace {
+
+using Keys = EventlistHandlerDefinitions;
+
+constexpr ReaderClass::Names kNames = {
+    "TavrolineAlarmlistRead",
+    "loadCompleteAlarmlist",
+    "convertAlarmlist",
+    "virtual int16_t TavrolineAlarmlistRead::readListAsynchron(uint16_t)",
+    "static void TavrolineAlarmlistRead::pollDBusSignals()",
+    "int16_t TavrolineAlarmlistRead::convertAlarmlist(int&, stAlarmlistEntryType*, int) const",
+    "virtual TavrolineAlarmlistRead::~TavrolineAlarmlistRead()",
+};
+
+constexpr std::int32_t kNoStateFilter = 0;
+
+/** The filter value that keeps entries whose column is `kept`: 1 for true, 2 for false. */
+constexpr std::int32_t keeping(bool kept) {
+  return 2 - static_cast<std::int32_t>(kept);
+}
+
+bool passes(std::int32_t stateFilter, const QJsonObject& entry, const QString& column) {
+  return stateFilter == kNoStateFilter || stateFilter == keeping(entry.value(column).toBool());
+}
+
+void fillEntry(const QJsonObject& entry, stAlarmlistEntryType& target) {
+  target.xAlarmActive = static_cast<RTS_IEC_BOOL>(entry.value(Keys::getListColumnNameAlarmActive()).toBool());
+  target.xAlarmAcknowledgment =
+      static_cast<RTS_IEC_BOOL>(entry.value(Keys::getListColumnNameAlarmAcknowledgment()).toBool());
+  EntryFields::copyText(entry, Keys::getListColumnNameAlarmID(), target.sAlarmID);
+  EntryFields::copyCommonFields(entry, target);
+}
+
+}  // namespace
+
+TavrolineAlarmlistRead::TavrolineAlarmlistRead() {
+  ReaderClass::enlist(sm_Mutex, sm_AccessAlarmlistInstancePointers, this);
+}
+
+TavrolineAlarmlistRead::~TavrolineAlarmlistRead() {
+  ReaderClass::delist(sm_Mutex, sm_AccessAlarmlistInstancePointers, this, m_ReadState == ReadStatePending,
+                      sm_bDBusInterfaceReady, kNames);
+}
+
+void TavrolineAlarmlistRead::pollDBusSignals() {
+  const LockGuard<QMutex> lock(sm_Mutex);
+  AlarmlistHandlerDBusConnectorRead& client = sm_AlarmlistHandlerDBusConnectorRead;
+  bool value = false;
+  if (client.changedFlagAlarmInAlarmlist(value)) {
+    SharedFlag::store(sm_bIsAlarmInAlarmlist, value);
+  }
+  if (client.changedFlagActiveAlarmInAlarmlist(value)) {
+    SharedFlag::store(sm_bIsActiveAlarmInAlarmlist, value);
+  }
+  if (client.changedFlagFaultInAlarmlist(value)) {
+    SharedFlag::store(sm_bIsFaultInAlarmlist, value);
+  }
+  if (client.changedFlagActiveFaultInAlarmlist(value)) {
+    SharedFlag::store(sm_bIsActiveFaultInAlarmlist, value);
+  }
+  const bool listChanged = client.changedFlagAlarmlist();
+  bool detector = false;
+  const bool detectorChanged = client.changedFlagCentralDetector(detector);
+  ReaderClass::forEach(sm_AccessAlarmlistInstancePointers, kNames, [&](TavrolineAlarmlistRead& reader) {
+    if (listChanged) {
+      SharedFlag::store(reader.m_bListChanged, true);
+    }
+    if (detectorChanged) {
+      SharedFlag::store(reader.m_bCentralDetectorState, detector);
+    }
+  });
+}
+
+std::int16_t TavrolineAlarmlistRead::readListAsynchron(std::uint16_t /*n*/) {
+  DBusPendingReply::SharedPointer reply;
+  {
+    const LockGuard<QMutex> lock(sm_Mutex);
+    reply = sm_AlarmlistHandlerDBusConnectorRead.getCompleteAlarmlist(m_sLanguage);
+  }
+  return ReaderClass::adoptReply(reply, m_PendingReply, kNames);
+}
+
+std::int16_t TavrolineAlarmlistRead::loadCompleteAlarmlist() {
+  const LockGuard<QMutex> lock(sm_Mutex);
+  return loadCompleteList(sm_bDBusInterfaceReady, sm_LoadListTimeoutTimer, 0);
+}
+
+std::int16_t TavrolineAlarmlistRead::convertAlarmlist(int& count, stAlarmlistEntryType* entries,
+                                                      int capacity) const {
+  return ReaderClass::copyEntries(*this, sm_Mutex, m_ListData, count, entries, capacity, kNames, fillEntry);
+}
+
+bool TavrolineAlarmlistRead::getCentralDetectorState() const {
+  return SharedFlag::load(m_bCentralDetectorState);
+}
+
+bool TavrolineAlarmlistRead::isAlarmInAlarmlist() const {
+  return SharedFlag::load(sm_bIsAlarmInAlarmlist);
+}
+
+bool TavrolineAlarmlistRead::isActiveAlarmInAlarmlist() const {
+  return SharedFlag::load(sm_bIsActiveAlarmInAlarmlist);
+}
+
+bool TavrolineAlarmlistRead::isFaultInAlarmlist() const {
+  return SharedFlag::load(sm_bIsFaultInAlarmlist);
+}
+
+bool TavrolineAlarmlistRead::isActiveFaultInAlarmlist() const {
+  return SharedFlag::load(sm_bIsActiveFaultInAlarmlist);
+}
+
+void TavrolineAlarmlistRead::setFilterStateAlarm(bool active) {
+  m_iFilterStateAlarm = keeping(active);
+}
+
+void TavrolineAlarmlistRead::resetFilterStateAlarm() {
+  m_iFilterStateAlarm = kNoStateFilter;
+}
+
+void TavrolineAlarmlistRead::setFilterStateAcknowledge(bool acknowledged) {
+  m_iFilterStateAcknowledge = keeping(acknowledged);
+}
+
+void TavrolineAlarmlistRead::resetFilterStateAcknowledge() {
+  m_iFilterStateAcknowledge = kNoStateFilter;
+}
+
+bool TavrolineAlarmlistRead::additionalFilterCheck(const QJsonObject& entry) const {
+  return passes(m_iFilterStateAlarm, entry, Keys::getListColumnNameAlarmActive()) &&
+         passes(m_iFilterStateAcknowledge, entry, Keys::getListColumnNameAlarmAcknowledgment());
+}

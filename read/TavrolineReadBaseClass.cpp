@@ -1,0 +1,110 @@
+#include "TavrolineReadBaseClass.h"
+
+#include <QJsonDocument>
+#include <QMessageLogger>
+
+#include "EventlistHandlerDefinitions.h"
+#include "RuntimeLog.h"
+#include "SharedFlag.h"
+
+namespace {
+
+constexpr char kFile[] = "TavrolineReadBaseClass";
+constexpr char kStatusFunction[] =
+    "int16_t TavrolineReadBaseClass::getStatusReadListAsynchron(DBusPendingReply::SharedPointer&)";
+constexpr qint64 kTakeoverMilliseconds = 5001;
+
+/** Gives the interface back unless the request turns out to be still running; an exception gives it back too.
+ */
+class InterfaceRelease {
+ public:
+  InterfaceRelease(bool& interfaceReady, std::int32_t& readState)
+      : m_interfaceReady(interfaceReady), m_readState(readState) {}
+  ~InterfaceRelease() {
+    if (!m_stillRunning) {
+      m_interfaceReady = true;
+      m_readState = TavrolineReadBaseClass::ReadStateIdle;
+    }
+  }
+  InterfaceRelease(const InterfaceRelease&) = delete;
+  InterfaceRelease& operator=(const InterfaceRelease&) = delete;
+  void keepIf(bool stillRunning) { m_stillRunning = stillRunning; }
+
+ private:
+  bool& m_interfaceReady;
+  std::int32_t& m_readState;
+  bool m_stillRunning = false;
+};
+
+}  // namespace
+
+TavrolineReadBaseClass::~TavrolineReadBaseClass() = default;
+
+void TavrolineReadBaseClass::setLanguage(const QString& language) {
+  m_sLanguage = language;
+}
+
+bool TavrolineReadBaseClass::hasListChanged() const {
+  return SharedFlag::load(m_bListChanged);
+}
+
+void TavrolineReadBaseClass::resetListChanged() {
+  SharedFlag::store(m_bListChanged, false);
+}
+
+std::int16_t TavrolineReadBaseClass::readListAsynchron(std::uint16_t /*n*/) {
+  RuntimeLog::write(kFile, "virtual int16_t TavrolineReadBaseClass::readListAsynchron(uint16_t)",
+                    QStringLiteral("Function readListAsynchron is not override"));
+  return ResultError;
+}
+
+std::int16_t TavrolineReadBaseClass::getStatusReadListAsynchron(DBusPendingReply::SharedPointer& reply) {
+  if (reply.isNull()) {
+    RuntimeLog::write(kFile, kStatusFunction,
+                      QStringLiteral("getStatusReadListAsynchron: DBusPendingReply nullpointer"));
+    return ResultError;
+  }
+  ErrorContainer error(ErrorContainer::getErrorCodeNoError(), QString());
+  switch (reply->isFinished(error)) {
+    case 0:
+      m_ListData = QJsonDocument::fromJson(reply->getReply().toByteArray())
+                       .object()
+                       .value(EventlistHandlerDefinitions::getListDataName())
+                       .toArray();
+      reply.reset();
+      return ResultDone;
+    case 2:
+      return ResultBusy;
+    default:
+      RuntimeLog::write(kFile, kStatusFunction, QStringLiteral("getStatusReadListAsynchron: DBus error:"),
+                        error.getErrorMessage());
+      return ResultError;
+  }
+}
+
+std::int16_t TavrolineReadBaseClass::loadCompleteList(bool& bInterfaceReady, QElapsedTimer& timer,
+                                                      std::uint16_t n) {
+  if (!bInterfaceReady && m_ReadState == ReadStateIdle) {
+    if (timer.elapsed() >= kTakeoverMilliseconds) {
+      QMessageLogger(kFile, __LINE__,
+                     "int16_t TavrolineReadBaseClass::loadCompleteList(bool&, QElapsedTimer&, uint16_t)")
+          .debug("Load list timeout (5 sec timeout time)");
+      bInterfaceReady = true;
+      m_PendingReply.reset();
+    }
+    return ResultBusy;
+  }
+  timer.restart();
+  if (m_ReadState == ReadStateIdle) {
+    const std::int16_t result = readListAsynchron(n);
+    if (result == ResultBusy) {
+      bInterfaceReady = false;
+      m_ReadState = ReadStatePending;
+    }
+    return result;
+  }
+  InterfaceRelease release(bInterfaceReady, m_ReadState);
+  const std::int16_t result = getStatusReadListAsynchron(m_PendingReply);
+  release.keepIf(result == ResultBusy);
+  return result;
+}
