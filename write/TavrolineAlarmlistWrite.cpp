@@ -1,0 +1,5 @@
+#include "TavrolineAlarmlistWrite.h"
+
+TavrolineAlarmlistWrite::TavrolineAlarmlistWrite() : m_AlarmlistHandlerConnectorWrite(true) {}
+
+TavrolineAlarmlistWrite::~TavrolineAlarmlistWrite() = default;

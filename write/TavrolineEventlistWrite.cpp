@@ -1,0 +1,31 @@
+#include "TavrolineEventlistWrite.h"
+
+#include <QMessageLogger>
+
+#include "SpsConfigurationManagerDefinitions.h"
+#include "TavrolineConvenienceFunctions.h"
+
+TavrolineEventlistWrite::TavrolineEventlistWrite()
+    : m_EventlistHandlerConnector(SpsConfigurationManagerDefinitions::getObjectNameEvents()),
+      m_EventlistHandlerConnectorWrite(true) {}
+
+TavrolineEventlistWrite::~TavrolineEventlistWrite() = default;
+
+void TavrolineEventlistWrite::logEvent(EventlistHandlerEnums::EventType type,
+                                       EventlistHandlerEnums::State state, const QString& iconType,
+                                       const QString& moduleName, const QDateTime& dateTime,
+                                       const QVariantMap& description, const QStringList& keywords,
+                                       const QString& user) const {
+  const QString icon =
+      iconType.isEmpty() ? TavrolineConvenienceFunctions::getDefaultIconType(type, state) : iconType;
+  if (type == EventlistHandlerEnums::EventTypeAlarm || type == EventlistHandlerEnums::EventTypeFault) {
+    QMessageLogger("TavrolineEventlistWrite", 49,
+                   "void TavrolineEventlistWrite::logEvent(EventlistHandlerEnums::EventType, "
+                   "EventlistHandlerEnums::State, const QString&, const QString&, const QDateTime&, "
+                   "const QVariantMap&, const QStringList&, const QString&) const")
+        .warning("Can't set alarm or fault");
+    return;
+  }
+  m_EventlistHandlerConnector.logEvent(type, state, icon, moduleName, dateTime, description, keywords, user,
+                                       QString());
+}

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QDateTime>
+#include <QString>
+#include <QStringList>
+#include <QVariantMap>
+
+#include "CodesysEventlistHandlerConnector.h"
+#include "EventlistHandlerDBusConnectorWrite.h"
+#include "EventlistHandlerEnums.h"
+
+/**
+ * Writes plain entries into the event list and deletes the list. Alarms and faults have a life of their own
+ * and are refused here. Lives for one call; writers share nothing and may overlap.
+ */
+class TavrolineEventlistWrite {
+ public:
+  TavrolineEventlistWrite();
+  virtual ~TavrolineEventlistWrite();
+  TavrolineEventlistWrite(const TavrolineEventlistWrite&) = delete;
+  TavrolineEventlistWrite& operator=(const TavrolineEventlistWrite&) = delete;
+
+  /**
+   * Hand one entry to the service; type alarm or fault gives a Qt warning instead.
+   * @param iconType empty selects the default of type and state, which may be empty too
+   * @param dateTime null is passed on as it is. [plc-task]
+   */
+  void logEvent(EventlistHandlerEnums::EventType type, EventlistHandlerEnums::State state,
+                const QString& iconType, const QString& moduleName, const QDateTime& dateTime,
+                const QVariantMap& description, const QStringList& keywords, const QString& user) const;
+
+  /** Ask the service to delete the event list; the client's result. [plc-task] */
+  auto deleteEventlist() { return m_EventlistHandlerConnectorWrite.deleteEventlist(); }
+
+ protected:
+  CodesysEventlistHandlerConnector m_EventlistHandlerConnector;
+  EventlistHandlerDBusConnectorWrite m_EventlistHandlerConnectorWrite;
+};
