@@ -1,0 +1,86 @@
+#include "ArrayBounds.h"
+#include "ExternalFunction.h"
+#include "LogEntry.h"
+#include "TavrolineAlarmHandler.h"
+#include "TavrolineAlarmlistWrite.h"
+#include "tavroline/alarms.h"
+
+namespace {
+
+using Convenience = TavrolineConvenienceFunctions;
+
+TavrolineAlarmHandler& handler(TavrolineHandle handle) {
+  return *static_cast<TavrolineAlarmHandler*>(handle);
+}
+
+void writeIfWanted(RTS_IEC_BOOL* target, bool value) {
+  if (target != nullptr) {
+    *target = value ? 1 : 0;
+  }
+}
+
+}  // namespace
+
+void logalarm_ext(logalarm_struct* parameters) {
+  externalFunction(__func__, [&] {
+    if (!Convenience::checkStructPointer(parameters) ||
+        !Convenience::checkStructPointer(parameters->hWriteHandle) ||
+        !Convenience::checkStructPointer(parameters->pstData) ||
+        !Convenience::checkStructPointer(parameters->pastArguments) ||
+        !Convenience::checkStructPointer(parameters->pastUrlArguments)) {
+      return;
+    }
+    const LogEntry entry = convertLogEntry(*parameters);
+    handler(parameters->hWriteHandle)
+        .changeState(entry.type, entry.state, entry.iconType, entry.moduleName, entry.dateTime,
+                     entry.description, entry.keywords, entry.user);
+  });
+}
+
+void getalarmstatefromalarmhandler_ext(getalarmstatefromalarmhandler_struct* parameters) {
+  externalFunction(__func__, [&] {
+    if (!Convenience::checkStructPointer(parameters)) {
+      return;
+    }
+    parameters->iResult = TAVROLINE_ERROR;
+    if (!Convenience::checkStructPointer(parameters->hWriteHandle)) {
+      return;
+    }
+    bool active = false;
+    bool acknowledged = false;
+    const RTS_IEC_INT result = handler(parameters->hWriteHandle).getAlarmState(active, acknowledged);
+    if (result == TAVROLINE_DONE) {
+      writeIfWanted(parameters->pxActive, active);
+      writeIfWanted(parameters->pxAcknowledged, acknowledged);
+    }
+    parameters->iResult = result;
+  });
+}
+
+void acknowledgevisualalarm_ext(acknowledgevisualalarm_struct* parameters) {
+  externalFunction(__func__, [&] {
+    if (!Convenience::checkStructPointer(parameters)) {
+      return;
+    }
+    // The bounds come before the null test: an empty array needs no pointer.
+    QStringList alarmIds;
+    if (elementCount(parameters->stAlarmIdsDimInfo) > 0) {
+      alarmIds = Convenience::getKeywordStringList(parameters->pasAlarmIds, parameters->iAlarmIdSize,
+                                                   parameters->stAlarmIdsDimInfo);
+    }
+    QString user;
+    copyWStringDataToQString(parameters->pwsUser, -1, user);
+    TavrolineAlarmlistWrite().acknowledgeVisualAlarm(alarmIds, user);
+  });
+}
+
+void acknowledgecentraldetector_ext(acknowledgecentraldetector_struct* parameters) {
+  externalFunction(__func__, [&] {
+    if (!Convenience::checkStructPointer(parameters)) {
+      return;
+    }
+    QString user;
+    copyWStringDataToQString(parameters->pwsUser, -1, user);
+    TavrolineAlarmlistWrite().acknowledgeCentralDetector(user);
+  });
+}
