@@ -1,0 +1,55 @@
+#pragma once
+
+#include <array>
+#include <string_view>
+
+#include "IecText.h"
+#include "tavroline/description.h"
+
+/** Event types as the lists number them. */
+enum EntryType : RTS_IEC_INT { kAlarm = 0, kAuditTrail = 1, kFault = 2, kEvent = 3 };
+
+/** States of an entry. */
+enum EntryState : RTS_IEC_INT { kNeutral = 0, kOn = 1, kOff = 2 };
+
+/** What stands in every entry of this station. */
+constexpr char kModule[] = "Basin";
+
+/**
+ * The parts of an entry that logevent_struct and logalarm_struct hold alike: description with one argument,
+ * keywords and user. Keeps the memory that the structure points to until the call has returned.
+ */
+class Entry {
+ public:
+  /**
+   * @param text key of the service's text table
+   * @param value what replaces "{value}" in the entry's text
+   * @param keywords at most two are used
+   */
+  Entry(std::string_view text, int value, std::array<std::string_view, 2> keywords, std::u16string_view user);
+
+  /** Point a logevent_struct or logalarm_struct at this entry. */
+  template <typename Structure>
+  void describe(Structure& parameters, EntryType type, EntryState state, std::uint32_t time) const {
+    parameters.iEventType = type;
+    parameters.iState = state;
+    parameters.psModuleName = kModule;
+    parameters.dtDateTime = time;
+    parameters.pstData = &m_data;
+    parameters.pwsUser = m_user.data();
+    parameters.iKeywordSize = sizeof m_keywords[0];
+    parameters.pasKeywords = m_keywords[0];
+    parameters.stKeywordsDimInfo = {0, 1};
+    parameters.pastArguments = &m_argument;
+    parameters.stArgumentsDimInfo = {0, 0};
+    parameters.pastUrlArguments = &m_noUrlArgument;
+    parameters.stUrlArgumentsDimInfo = {0, -1};
+  }
+
+ private:
+  stDataType m_data{};
+  stDescriptionArgumentType m_argument{};
+  stDescriptionUrlArgumentType m_noUrlArgument{};  // alarms must point at one, even at none
+  char m_keywords[2][TAVROLINE_TEXT_80]{};
+  IecText::WString m_user;
+};

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "Entry.h"
+#include "Functions.h"
+
+/** A read handle on the event list; open while the object lives. */
+class EventReader {
+ public:
+  explicit EventReader(const Functions& functions);
+  ~EventReader();
+  EventReader(const EventReader&) = delete;
+  EventReader& operator=(const EventReader&) = delete;
+
+  /** Whether the list has changed; forgets it when it has. */
+  bool takeChanged();
+
+  /** One step of loading the list in a language: TAVROLINE_DONE, _BUSY (call again) or _ERROR. */
+  RTS_IEC_INT load(const char* language);
+
+  /** What of the loaded list passes the filters, the newest first. */
+  std::vector<stEventlistEntryType> entries() const;
+
+  void filterType(EntryType type);
+  void includeKeyword(const char* keyword) { filterKeyword(0, keyword); }
+  void excludeKeyword(const char* keyword) { filterKeyword(1, keyword); }
+  /** Both bounds are inclusive, in UTC seconds. */
+  void filterTime(std::uint32_t earliest, std::uint32_t latest);
+  void resetFilters();
+
+ private:
+  void filterKeyword(RTS_IEC_INT list, const char* keyword);
+
+  const Functions& m_functions;
+  TavrolineHandle m_handle;
+};
