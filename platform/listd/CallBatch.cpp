@@ -1,0 +1,100 @@
+#include "CallBatch.h"
+
+#include <cstring>
+
+#include "CallError.h"
+#include "ListServiceNames.h"
+
+using namespace ListServiceNames;
+
+void checkBus(int result) {
+  if (result < 0) throw std::runtime_error(std::strerror(-result));
+}
+
+CallBatch::CallBatch(sd_bus* bus, ListService& service)
+    : m_bus(bus), m_service(service), m_reported(service.snapshot()) {}
+
+int CallBatch::change(sd_bus_message* call, sd_bus_error* error,
+                      const std::function<void(CallReader&)>& change) {
+  try {
+    CallReader arguments(call);
+    change(arguments);
+    m_calls.emplace_back(sd_bus_message_ref(call));
+    return 1;
+  } catch (const std::exception& cause) {
+    return refuse(error, cause);
+  }
+}
+
+int CallBatch::answer(sd_bus_message* call, sd_bus_error* error,
+                      const std::function<void(CallReader&, sd_bus_message*)>& answer) {
+  finish();
+  try {
+    CallReader arguments(call);
+    sd_bus_message* reply = nullptr;
+    checkBus(sd_bus_message_new_method_return(call, &reply));
+    const Message owned(reply);
+    answer(arguments, reply);
+    checkBus(sd_bus_send(m_bus, reply, nullptr));
+    return 1;
+  } catch (const std::exception& cause) {
+    return refuse(error, cause);
+  }
+}
+
+void CallBatch::finish() {
+  if (m_calls.empty()) return;
+  try {
+    m_service.commit();
+  } catch (const std::exception& cause) {
+    fail(cause.what());
+    return;
+  }
+  // What sd-bus cannot send has lost its connection, and the main loop ends.
+  for (const Message& call : m_calls)
+    sd_bus_reply_method_return(call.get(), "");
+  m_calls.clear();
+  signalChanges();
+}
+
+int CallBatch::refuse(sd_bus_error* error, const std::exception& cause) {
+  ++m_rejected;
+  if (const auto* refusal = dynamic_cast<const CallError*>(&cause)) {
+    return sd_bus_error_set(error, refusal->name(), refusal->what());
+  }
+  fail(cause.what());
+  const bool storage = dynamic_cast<const StorageError*>(&cause) != nullptr;
+  return sd_bus_error_set(error, storage ? kErrorStorage : SD_BUS_ERROR_FAILED, cause.what());
+}
+
+void CallBatch::fail(const char* text) {
+  m_service.rollback();
+  m_rejected += m_calls.size();
+  for (const Message& call : m_calls)
+    sd_bus_reply_method_errorf(call.get(), kErrorStorage, "%s", text);
+  m_calls.clear();
+}
+
+void CallBatch::signalChanges() {
+  ListSnapshot now;
+  try {
+    now = m_service.snapshot();
+  } catch (const StorageError&) {
+    return;  // the next change reports this one too
+  }
+  if (now.eventGeneration != m_reported.eventGeneration) {
+    sd_bus_emit_signal(m_bus, kEventListPath, kEventListInterface, "Changed", "t", now.eventGeneration);
+  }
+  if (now.alarmGeneration != m_reported.alarmGeneration) {
+    sd_bus_emit_signal(m_bus, kAlarmListPath, kAlarmListInterface, "Changed", "t", now.alarmGeneration);
+  }
+  if (!(now.summary == m_reported.summary)) {
+    const AlarmSummary& s = now.summary;
+    sd_bus_emit_signal(m_bus, kAlarmListPath, kAlarmListInterface, "SummaryChanged", "(bbbb)", int{s.alarm},
+                       int{s.activeAlarm}, int{s.fault}, int{s.activeFault});
+  }
+  if (now.detector != m_reported.detector) {
+    sd_bus_emit_signal(m_bus, kAlarmListPath, kAlarmListInterface, "DetectorChanged", "b", int{now.detector});
+  }
+  m_reported = now;
+}

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <systemd/sd-bus.h>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "CallReader.h"
+#include "ListService.h"
+
+/**
+ * Between the bus and the lists: answers calls and emits the change signals. Changes that are waiting
+ * together share one transaction, and each is answered only after its commit.
+ *
+ * Nothing that goes wrong in a call leaves it: the caller gets an error reply, and a failure of the storage
+ * makes the whole open transaction undone and is the answer to all of its calls. Both call functions are the
+ * body of an sd-bus method handler and return what that has to return. [any-thread]
+ */
+class CallBatch {
+ public:
+  /** Calls that share a transaction at most; the longest a stop request waits. */
+  static constexpr int kMaxCalls = 256;
+
+  /** @param bus, service borrowed; must outlive the batch */
+  CallBatch(sd_bus* bus, ListService& service);
+
+  /** Carry out a change; `change` reads the arguments. Answered by finish(). */
+  int change(sd_bus_message* call, sd_bus_error* error, const std::function<void(CallReader&)>& change);
+
+  /** Answer a question; `answer` appends to the reply. Everything that came before is committed first. */
+  int answer(sd_bus_message* call, sd_bus_error* error,
+             const std::function<void(CallReader&, sd_bus_message* reply)>& answer);
+
+  /** Commit, answer and signal the changes so far. */
+  void finish();
+
+  ListService& service() { return m_service; }
+
+  /** Calls that were answered with an error. */
+  quint64 rejected() const { return m_rejected; }
+
+ private:
+  struct Unref {
+    void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
+  };
+  using Message = std::unique_ptr<sd_bus_message, Unref>;
+
+  int refuse(sd_bus_error* error, const std::exception& cause);
+  void fail(const char* text);
+  void signalChanges();
+
+  sd_bus* m_bus;
+  ListService& m_service;
+  std::vector<Message> m_calls;
+  ListSnapshot m_reported;
+  quint64 m_rejected = 0;
+};
+
+/** @throws std::runtime_error when sd-bus refused; meant for the building of replies. */
+void checkBus(int result);

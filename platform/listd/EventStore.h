@@ -1,0 +1,42 @@
+#pragma once
+
+#include "Database.h"
+#include "ListEntry.h"
+
+/**
+ * The event list: a bounded log whose oldest entries make room for new ones. Transactions are the caller's.
+ */
+class EventStore {
+ public:
+  /** @param capacity entries kept, 1 or more; a smaller one than before takes effect with the next entry */
+  EventStore(Database& database, qint64 capacity);
+
+  /**
+   * Append one entry.
+   * @param overwritten increased by the number of old entries that had to go
+   * @return the entry's number, larger than all before it, those of deleted entries included
+   */
+  qint64 append(const ListEntry& entry, quint64& overwritten);
+
+  /** Delete all entries. @return whether there were any */
+  bool clear();
+
+  /**
+   * The newest entries first, as JSON.
+   * @param language of the descriptions, see DescriptionText
+   * @param count entries wanted at most, 0 for all
+   */
+  QByteArray list(const QString& language, quint32 count);
+
+  qint64 count();
+  qint64 capacity() const { return m_capacity; }
+
+ private:
+  Database& m_database;
+  qint64 m_capacity;
+  Statement m_insert;
+  Statement m_drop;
+  Statement m_clear;
+  Statement m_select;
+  Statement m_count;
+};

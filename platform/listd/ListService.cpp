@@ -1,0 +1,154 @@
+#include "ListService.h"
+
+#include <QDateTime>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include "CallError.h"
+#include "DescriptionText.h"
+#include "EventlistHandlerDefinitions.h"
+#include "EventlistHandlerEnums.h"
+#include "EventsDBusDefinitions.h"
+
+namespace {
+
+bool turnsOn(const ListEntry& entry) {
+  return !entry.alarmId.isEmpty() && entry.state == EventlistHandlerEnums::StateOn &&
+         (entry.eventType == EventlistHandlerEnums::EventTypeAlarm ||
+          entry.eventType == EventlistHandlerEnums::EventTypeFault);
+}
+
+bool turnsOff(const ListEntry& entry) {
+  return !entry.alarmId.isEmpty() && entry.state == EventlistHandlerEnums::StateOff;
+}
+
+ListEntry acknowledgementEntry(const QString& user, const QString& moduleName,
+                               const QJsonObject& description) {
+  ListEntry entry;
+  entry.eventType = EventlistHandlerEnums::EventTypeAuditTrail;
+  entry.state = EventlistHandlerEnums::StateNeutral;
+  entry.iconType = EventlistHandlerDefinitions::getIconNameAuditTrail();
+  entry.moduleName = moduleName;
+  entry.time = QDateTime::currentMSecsSinceEpoch();
+  entry.description = QJsonDocument(description).toJson(QJsonDocument::Compact);
+  entry.keywords = "[]";
+  entry.user = user;
+  return entry;
+}
+
+/** The alarm's own description, or its identifier where that shows nothing. */
+QJsonObject acknowledgedSubject(const QByteArray& alarmDescription, const QString& alarmId) {
+  const QJsonObject subject = QJsonDocument::fromJson(alarmDescription).object();
+  if (!DescriptionText::text(subject, QString()).isEmpty()) return subject;
+  return {{EventsDBusDefinitions::getEventDBusKeyObjectName(), alarmId}};
+}
+
+}  // namespace
+
+// A generation is the time of the change in microseconds, or one more than the last: an older copy of the
+// database put back in place does not repeat those that were seen before.
+ListService::ListService(Database& database, qint64 capacity)
+    : m_database(database),
+      m_events(database, capacity),
+      m_alarms(database),
+      m_sessions(database),
+      m_selectState(database, "SELECT event_generation, alarm_generation, detector FROM state"),
+      m_eventsChanged(database, "UPDATE state SET event_generation = max(event_generation + 1, ?)"),
+      m_alarmsChanged(database, "UPDATE state SET alarm_generation = max(alarm_generation + 1, ?)"),
+      m_setDetector(database, "UPDATE state SET detector = ?") {}
+
+void ListService::log(const Sender& sender, const ListEntry& entry) {
+  if (turnsOn(entry) && !m_alarms.hasRoomFor(entry.alarmId)) {
+    throw CallError("the alarm list is full", ListServiceNames::kErrorStorage);
+  }
+  if (!accept(sender)) return;
+  applyEdge(entry, append(entry));
+  ++m_changes.stored;
+}
+
+void ListService::deleteEvents(const Sender& sender) {
+  if (!accept(sender)) return;
+  m_changes.events = m_events.clear() || m_changes.events;
+}
+
+void ListService::acknowledgeAlarms(const Sender& sender, const QStringList& alarmIds, const QString& user) {
+  if (!accept(sender)) return;
+  for (const QString& alarmId : alarmIds) {
+    QString moduleName;
+    QByteArray description;
+    if (!m_alarms.acknowledge(alarmId, moduleName, description)) continue;
+    m_changes.alarms = true;
+    const QJsonObject subject = acknowledgedSubject(description, alarmId);
+    append(acknowledgementEntry(user, moduleName,
+                                DescriptionText::ofTable(DescriptionText::kAlarmAcknowledged, subject)));
+  }
+}
+
+void ListService::acknowledgeDetector(const Sender& sender, const QString& user) {
+  if (!accept(sender)) return;
+  setDetector(false);
+  append(acknowledgementEntry(user, QString(),
+                              DescriptionText::ofTable(DescriptionText::kDetectorAcknowledged, {})));
+}
+
+void ListService::commit() {
+  if (!m_changes.open) return;
+  const qint64 now = QDateTime::currentMSecsSinceEpoch() * 1000;
+  if (m_changes.events) m_eventsChanged.bind(0, now).run();
+  if (m_changes.alarms) m_alarmsChanged.bind(0, now).run();
+  m_sessions.prune();
+  m_database.commit();
+  m_stored += m_changes.stored;
+  m_overwritten += m_changes.overwritten;
+  m_changes = {};
+}
+
+void ListService::rollback() noexcept {
+  m_database.rollback();
+  m_changes = {};
+}
+
+Counters ListService::counters() {
+  return {m_stored, m_overwritten, m_duplicates, m_events.count(), m_events.capacity(), m_sessions.count()};
+}
+
+ListSnapshot ListService::snapshot() {
+  m_selectState.next();
+  ListSnapshot snapshot;
+  snapshot.eventGeneration = static_cast<quint64>(m_selectState.number(0));
+  snapshot.alarmGeneration = static_cast<quint64>(m_selectState.number(1));
+  snapshot.detector = m_selectState.number(2) != 0;
+  m_selectState.reset();
+  snapshot.summary = m_alarms.summary();
+  return snapshot;
+}
+
+/** Open the transaction if need be; false for a message that was carried out before. */
+bool ListService::accept(const Sender& sender) {
+  if (m_sessions.seen(sender.session, sender.sequence)) {
+    ++m_duplicates;
+    return false;
+  }
+  m_database.begin();
+  m_changes.open = true;
+  m_sessions.record(sender.session, sender.sequence);
+  return true;
+}
+
+qint64 ListService::append(const ListEntry& entry) {
+  m_changes.events = true;
+  return m_events.append(entry, m_changes.overwritten);
+}
+
+void ListService::applyEdge(const ListEntry& entry, qint64 edge) {
+  if (turnsOn(entry)) {
+    if (m_alarms.turnOn(entry, edge)) setDetector(true);
+    m_changes.alarms = true;
+  } else if (turnsOff(entry)) {
+    m_changes.alarms = m_alarms.turnOff(entry, edge) || m_changes.alarms;
+  }
+}
+
+void ListService::setDetector(bool on) {
+  m_setDetector.bind(0, qint64{on ? 1 : 0}).run();
+}

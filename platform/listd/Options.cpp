@@ -1,0 +1,28 @@
+#include "Options.h"
+
+#include <CLI/CLI.hpp>
+
+std::optional<Options> Options::parse(int argc, char** argv, int& exitCode) {
+  CLI::App app("Keeps the event list and the alarm list and offers them on the system bus.",
+               "tavroline-listd");
+  app.footer(
+      "The bus is that of DBUS_SYSTEM_BUS_ADDRESS where that is set.\n"
+      "Exit codes: 0 ended by SIGTERM or SIGINT; 1 the database or the bus cannot be used, the cause is on\n"
+      "stderr; 2 wrong usage.");
+  std::string file;
+  Options options;
+  app.add_option("--db", file, "database file; without it everything is kept in memory")->type_name("FILE");
+  app.add_option("--capacity", options.capacity, "event entries kept, the oldest make room")
+      ->type_name("N")
+      ->check(CLI::Range(1, 1000000))
+      ->capture_default_str();
+  app.set_version_flag("--version", TAVROLINE_VERSION);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    exitCode = app.exit(error) == 0 ? ExitDone : ExitUsage;
+    return std::nullopt;
+  }
+  options.databaseFile = QString::fromLocal8Bit(file.c_str());
+  return options;
+}

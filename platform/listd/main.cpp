@@ -1,0 +1,109 @@
+#include <poll.h>
+#include <signal.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+#include "AlarmListObject.h"
+#include "CallBatch.h"
+#include "EventListObject.h"
+#include "ListServiceNames.h"
+#include "Options.h"
+#include "Schema.h"
+
+namespace {
+
+struct CloseBus {
+  void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
+};
+using Bus = std::unique_ptr<sd_bus, CloseBus>;
+
+[[noreturn]] void failBus(const char* what, int code) {
+  throw std::runtime_error(std::string(what) + ": " + std::strerror(-code));
+}
+
+/** SIGTERM and SIGINT become readable here instead of ending the process in the middle of a transaction. */
+int takeSignals() {
+  // A full file-size limit is the database's error to report, a reader gone from stdout nobody's.
+  signal(SIGXFSZ, SIG_IGN);
+  signal(SIGPIPE, SIG_IGN);
+  sigset_t set;
+  sigemptyset(&set);
+  sigaddset(&set, SIGTERM);
+  sigaddset(&set, SIGINT);
+  sigprocmask(SIG_BLOCK, &set, nullptr);
+  return signalfd(-1, &set, SFD_CLOEXEC);
+}
+
+Bus connect() {
+  sd_bus* bus = nullptr;
+  const int code = sd_bus_open_system(&bus);
+  if (code < 0) failBus("no connection to the system bus", code);
+  return Bus(bus);
+}
+
+void ownName(sd_bus* bus) {
+  const int code = sd_bus_request_name(bus, ListServiceNames::kService, 0);
+  if (code == -EEXIST) {
+    throw std::runtime_error("another list service runs on this bus already; end that one first");
+  }
+  if (code < 0) failBus("the bus refuses the service's name", code);
+}
+
+/** Milliseconds until sd-bus wants to be called again, -1 for as long as nothing arrives. */
+int busTimeout(sd_bus* bus) {
+  uint64_t due = UINT64_MAX;  // microseconds, monotonic clock
+  if (sd_bus_get_timeout(bus, &due) < 0 || due == UINT64_MAX) return -1;
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  const uint64_t present =
+      static_cast<uint64_t>(now.tv_sec) * 1000000 + static_cast<uint64_t>(now.tv_nsec) / 1000;
+  return due <= present ? 0 : static_cast<int>(qMin<uint64_t>((due - present + 999) / 1000, 60000));
+}
+
+/** Serve until a signal asks to stop. */
+void serve(sd_bus* bus, CallBatch& batch, int signals) {
+  for (;;) {
+    int waiting = 1;
+    for (int handled = 0; handled < CallBatch::kMaxCalls && waiting > 0; ++handled) {
+      waiting = sd_bus_process(bus, nullptr);
+      if (waiting < 0) failBus("the connection to the bus is lost", waiting);
+    }
+    batch.finish();
+
+    const int events = sd_bus_get_events(bus);
+    if (events < 0) failBus("the connection to the bus is lost", events);
+    pollfd files[] = {{sd_bus_get_fd(bus), static_cast<short>(events), 0}, {signals, POLLIN, 0}};
+    poll(files, 2, waiting > 0 ? 0 : busTimeout(bus));
+    if (files[1].revents != 0) return;
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  int exitCode = Options::ExitDone;
+  const auto options = Options::parse(argc, argv, exitCode);
+  if (!options) return exitCode;
+  try {
+    const int signals = takeSignals();
+    Database database(options->databaseFile);
+    Schema::open(database);
+    ListService service(database, options->capacity);
+    const Bus bus = connect();
+    CallBatch batch(bus.get(), service);
+    addEventListObject(bus.get(), batch);
+    addAlarmListObject(bus.get(), batch);
+    ownName(bus.get());
+    std::puts("ready");
+    std::fflush(stdout);
+    serve(bus.get(), batch, signals);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "tavroline-listd: %s\n", error.what());
+    return Options::ExitFailed;
+  }
+  return Options::ExitDone;
+}
