@@ -1,0 +1,66 @@
+#include "AlarmlistHandlerDBusConnectorRead.h"
+
+#include <array>
+#include <new>
+
+#include "Hub.h"
+
+/** Attached to the hub; an object without it is not. What was reported last stands here, all values false. */
+class AlarmlistHandlerDBusConnectorRead::Private {
+ public:
+  bool flagChanged(ListState::Flag flag, bool& value) {
+    Hub& hub = Hub::instance();
+    if (!hub.start()) return false;
+    const bool bPresent = hub.listState().flags[flag].load(std::memory_order_relaxed);
+    if (bPresent == m_reported[flag]) return false;
+    value = m_reported[flag] = bPresent;
+    return true;
+  }
+
+  bool listChanged() {
+    Hub& hub = Hub::instance();
+    return hub.start() && m_seen.changed(hub.listState().alarms);
+  }
+
+ private:
+  SeenGeneration m_seen{Hub::instance().listState().alarms};
+  std::array<bool, ListState::FlagCount> m_reported{};
+};
+
+AlarmlistHandlerDBusConnectorRead::AlarmlistHandlerDBusConnectorRead(bool deviceBus) noexcept
+    : m_private(deviceBus ? new (std::nothrow) Private : nullptr) {}
+
+AlarmlistHandlerDBusConnectorRead::~AlarmlistHandlerDBusConnectorRead() = default;
+
+DBusPendingReply::SharedPointer AlarmlistHandlerDBusConnectorRead::getCompleteAlarmlist(
+    const QString& language) {
+  return m_private ? Hub::instance().request(Request::Kind::AlarmList, language) : nullptr;
+}
+
+DBusPendingReply::SharedPointer AlarmlistHandlerDBusConnectorRead::getAlarmState(const QString& alarmId) {
+  return m_private ? Hub::instance().request(Request::Kind::AlarmState, alarmId) : nullptr;
+}
+
+bool AlarmlistHandlerDBusConnectorRead::changedFlagAlarmlist() {
+  return m_private && m_private->listChanged();
+}
+
+bool AlarmlistHandlerDBusConnectorRead::changedFlagAlarmInAlarmlist(bool& value) {
+  return m_private && m_private->flagChanged(ListState::AlarmInList, value);
+}
+
+bool AlarmlistHandlerDBusConnectorRead::changedFlagActiveAlarmInAlarmlist(bool& value) {
+  return m_private && m_private->flagChanged(ListState::ActiveAlarmInList, value);
+}
+
+bool AlarmlistHandlerDBusConnectorRead::changedFlagFaultInAlarmlist(bool& value) {
+  return m_private && m_private->flagChanged(ListState::FaultInList, value);
+}
+
+bool AlarmlistHandlerDBusConnectorRead::changedFlagActiveFaultInAlarmlist(bool& value) {
+  return m_private && m_private->flagChanged(ListState::ActiveFaultInList, value);
+}
+
+bool AlarmlistHandlerDBusConnectorRead::changedFlagCentralDetector(bool& value) {
+  return m_private && m_private->flagChanged(ListState::CentralDetector, value);
+}

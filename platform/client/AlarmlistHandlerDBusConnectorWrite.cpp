@@ -1,0 +1,19 @@
+#include "AlarmlistHandlerDBusConnectorWrite.h"
+
+#include "Hub.h"
+
+bool AlarmlistHandlerDBusConnectorWrite::acknowledgeVisualAlarm(const QStringList& alarmIds,
+                                                                const QString& user) {
+  Message message;
+  message.kind = Message::Kind::AcknowledgeAlarms;
+  message.texts = alarmIds;
+  message.user = user;
+  return m_bDeviceBus && Hub::instance().submit(std::move(message));
+}
+
+bool AlarmlistHandlerDBusConnectorWrite::acknowledgeCentralDetector(const QString& user) {
+  Message message;
+  message.kind = Message::Kind::AcknowledgeDetector;
+  message.user = user;
+  return m_bDeviceBus && Hub::instance().submit(std::move(message));
+}

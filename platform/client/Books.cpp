@@ -1,0 +1,56 @@
+#include "Books.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace {
+
+// Causes before this one refuse, the others drop what had been accepted.
+constexpr auto kFirstDropping = static_cast<std::ptrdiff_t>(Loss::Unsendable);
+
+const char* describe(Loss cause) {
+  switch (cause) {
+    case Loss::QueueFull:
+      return "the queue is full";
+    case Loss::NoMemory:
+      return "out of memory";
+    case Loss::Unsendable:
+      return "too large or not transportable";
+    case Loss::Rejected:
+      return "rejected by the service";
+    case Loss::Unanswered:
+      return "not answered by the service";
+    case Loss::Unload:
+      return "not sent before unload";
+  }
+  return "";
+}
+
+QString utc(qint64 milliseconds) {
+  return QDateTime::fromMSecsSinceEpoch(milliseconds, Qt::UTC).toString(Qt::ISODateWithMs);
+}
+
+}  // namespace
+
+quint64 Books::refused() const {
+  return std::accumulate(lost.begin(), lost.begin() + kFirstDropping, quint64{0});
+}
+
+quint64 Books::dropped() const {
+  return std::accumulate(lost.begin() + kFirstDropping, lost.end(), quint64{0});
+}
+
+void Gap::add(const Message& message, Clock::time_point now) {
+  firstSequence = count == 0 ? message.sequence : std::min(firstSequence, message.sequence);
+  firstTime = count == 0 ? message.handedOverAt : std::min(firstTime, message.handedOverAt);
+  lastSequence = std::max(lastSequence, message.sequence);
+  lastTime = std::max(lastTime, message.handedOverAt);
+  lastLoss = now;
+  ++count;
+}
+
+QString Gap::text(Loss cause) const {
+  return QStringLiteral("%1 message(s) lost, %2: numbers %3 to %4, handed over %5 to %6")
+      .arg(QString::number(count), QLatin1String(describe(cause)), QString::number(firstSequence),
+           QString::number(lastSequence), utc(firstTime), utc(lastTime));
+}

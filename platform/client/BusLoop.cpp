@@ -1,0 +1,122 @@
+#include "BusLoop.h"
+
+#include <algorithm>
+#include <exception>
+#include <system_error>
+
+#include "ClientLog.h"
+
+namespace {
+
+// How long a message may lie in the queue before this thread looks: it is never woken by the callers.
+constexpr std::chrono::milliseconds kTick{5};
+constexpr std::chrono::milliseconds kFirstPause{100};
+constexpr std::chrono::milliseconds kLongestPause{2000};
+constexpr std::chrono::milliseconds kDrainTime{500};
+// So much of it is kept for the edges that turn alarms off, should the rest take too long.
+constexpr std::chrono::milliseconds kOffEdgesTime{150};
+
+QString errnoText(int result) {
+  return QString::fromStdString(std::generic_category().message(-result));
+}
+
+}  // namespace
+
+BusLoop::BusLoop(Outbox& outbox, ListState& state, int wakeFd)
+    : m_outbox(outbox),
+      m_wakeFd(wakeFd),
+      m_watch(m_connection, state),
+      m_courier(m_connection, outbox),
+      m_pause(kFirstPause) {}
+
+void BusLoop::run(const std::atomic<bool>& stop) noexcept {
+  while (!stop.load(std::memory_order_acquire)) {
+    guarded([this] { turn(); });
+    m_connection.wait(m_wakeFd, kTick);
+  }
+  guarded([this] { drain(); });
+  guarded([this] { breakOff(QStringLiteral("the library is being unloaded")); });
+  m_outbox.dropUnsent(false);
+  guarded([this] { reportGaps(true); });
+}
+
+// The one place where exceptions of this thread end; the state they leave goes with the connection.
+template <typename Step>
+void BusLoop::guarded(Step step) noexcept {
+  try {
+    step();
+  } catch (const std::exception& error) {
+    breakOff(QStringLiteral("the connection was reset after an error"));
+    clientLog(CLIENT_LOG_ORIGIN("BusLoop"), QLatin1String(error.what()));
+  } catch (...) {
+    breakOff(QStringLiteral("the connection was reset after an error"));
+  }
+}
+
+void BusLoop::turn() {
+  const auto now = Clock::now();
+  if (!m_connection.isOpen() && m_nextAttempt <= now) connect(now);
+  if (m_connection.isOpen()) {
+    const int result = m_connection.process();
+    if (result < 0) breakOff(QStringLiteral("the connection to the bus broke: ") + errnoText(result));
+  }
+  if (m_connection.isReady() && !m_watch.isStarted()) {
+    m_watch.start();
+    m_pause = kFirstPause;
+  }
+  followOwner();
+  m_watch.keep(now);
+  m_courier.expire(now);
+  if (!m_courier.owner().isEmpty()) {
+    m_courier.send(now);
+  } else if (!m_connection.isOpen()) {
+    m_courier.refuse(m_sCause);
+  } else if (m_watch.isAbsent()) {
+    m_courier.refuse(QStringLiteral("the list service is not running"));
+  }
+  reportGaps(false);
+}
+
+void BusLoop::connect(Clock::time_point now) {
+  m_nextAttempt = now + m_pause;
+  const int result = m_connection.open();
+  if (result < 0) {
+    breakOff(QStringLiteral("the bus cannot be reached: ") + errnoText(result));
+  }
+}
+
+void BusLoop::followOwner() {
+  if (m_watch.owner() == m_courier.owner()) return;
+  m_courier.interrupt(QStringLiteral("the list service has gone"));
+  if (!m_watch.owner().isEmpty()) m_courier.begin(m_watch.owner());
+}
+
+void BusLoop::breakOff(const QString& cause) {
+  m_courier.interrupt(cause);
+  m_watch.stop();
+  m_connection.close();
+  m_nextAttempt = Clock::now() + m_pause;
+  m_pause = std::min<Clock::duration>(m_pause * 2, kLongestPause);
+  m_sCause = cause;
+}
+
+void BusLoop::drain() {
+  const auto end = Clock::now() + kDrainTime;
+  bool bOffEdgesOnly = false;
+  while (!m_courier.owner().isEmpty() && m_outbox.books().pending > 0) {
+    const auto left = end - Clock::now();
+    if (left <= Clock::duration::zero()) return;
+    if (!bOffEdgesOnly && left < kOffEdgesTime) {
+      m_outbox.dropUnsent(true);
+      bOffEdgesOnly = true;
+    }
+    turn();
+    m_connection.wait(-1, kTick);
+  }
+}
+
+void BusLoop::reportGaps(bool all) {
+  for (const auto& [cause, gap] : m_outbox.takeGaps(Clock::now(), all)) {
+    clientLog(CLIENT_LOG_ORIGIN("BusLoop"), gap.text(cause));
+  }
+}

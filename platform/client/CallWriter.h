@@ -1,0 +1,55 @@
+#pragma once
+
+#include <systemd/sd-bus.h>
+
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+/**
+ * One method call being written: Qt values to the bus's types.
+ *
+ * The first failure sticks and the rest does nothing, so that one look at error() after the last value
+ * suffices. Texts pass busText(). The message is released with this object. [hub]
+ */
+class CallWriter {
+ public:
+  /** A bus ends the connection of who sends too large a message, so these end before it does. */
+  static constexpr std::size_t kMaximumBytes = 1U << 20U;
+  static constexpr int kMaximumDepth = 16;
+
+  CallWriter(sd_bus* bus, const char* destination, const char* path, const char* interface,
+             const char* member);
+  ~CallWriter() { sd_bus_message_unref(m_message); }
+  CallWriter(const CallWriter&) = delete;
+  CallWriter& operator=(const CallWriter&) = delete;
+
+  CallWriter& int32(qint32 value) { return basic('i', &value); }
+  CallWriter& uint32(quint32 value) { return basic('u', &value); }
+  CallWriter& int64(qint64 value) { return basic('x', &value); }
+  CallWriter& uint64(quint64 value) { return basic('t', &value); }
+  CallWriter& text(const QString& value);
+  CallWriter& texts(const QStringList& values);
+
+  /** As a{sv}: int, bool, double and QString by their bus types, lists as av, maps as a{sv}. */
+  CallWriter& map(const QVariantMap& values) { return map(values, 0); }
+
+  /** 0, or the negative errno of the first failure. */
+  int error() const { return m_error; }
+
+  /** The message, valid as long as this object. */
+  sd_bus_message* message() const { return m_message; }
+
+ private:
+  CallWriter& basic(char type, const void* value);
+  CallWriter& map(const QVariantMap& values, int depth);
+  void list(const QVariantList& values, int depth);
+  void variant(const QVariant& value, int depth);
+  void open(char type, const char* contents);
+  void close();
+  void note(int result);
+
+  sd_bus_message* m_message = nullptr;
+  std::size_t m_bytes = 0;
+  int m_error = 0;
+};

@@ -1,0 +1,44 @@
+#include "EventlistHandlerDBusConnectorRead.h"
+
+#include <algorithm>
+#include <new>
+
+#include "Hub.h"
+#include "PendingReply.h"
+
+/** Attached to the hub; an object without it is not. */
+class EventlistHandlerDBusConnectorRead::Private {
+ public:
+  SeenGeneration seen{Hub::instance().listState().events};
+};
+
+EventlistHandlerDBusConnectorRead::EventlistHandlerDBusConnectorRead(bool deviceBus) noexcept
+    : m_private(deviceBus ? new (std::nothrow) Private : nullptr) {}
+
+EventlistHandlerDBusConnectorRead::~EventlistHandlerDBusConnectorRead() = default;
+
+DBusPendingReply::SharedPointer EventlistHandlerDBusConnectorRead::getCompleteEventlist(
+    const QString& language) {
+  return m_private ? Hub::instance().request(Request::Kind::EventList, language) : nullptr;
+}
+
+DBusPendingReply::SharedPointer EventlistHandlerDBusConnectorRead::getPartOfEventlist(
+    const QString& language, const QStringList& criteriaA, const QStringList& criteriaB,
+    const QStringList& criteriaC, const QStringList& criteriaD, const QDateTime& earliest,
+    const QDateTime& latest, const QStringList& keywords, int count) {
+  if (!m_private) return {};
+  const bool bByCountAlone = criteriaA.isEmpty() && criteriaB.isEmpty() && criteriaC.isEmpty() &&
+                             criteriaD.isEmpty() && earliest.isNull() && latest.isNull() &&
+                             keywords.isEmpty();
+  if (!bByCountAlone) {
+    return DBusPendingReply::Private::failed(QStringLiteral("the list service selects by count alone"));
+  }
+  return Hub::instance().request(Request::Kind::EventList, language,
+                                 static_cast<quint32>(std::max(count, 0)));
+}
+
+bool EventlistHandlerDBusConnectorRead::changedFlagEventlist() {
+  if (!m_private) return false;
+  Hub& hub = Hub::instance();
+  return hub.start() && m_private->seen.changed(hub.listState().events);
+}

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <QString>
+#include <atomic>
+#include <mutex>
+#include <thread>
+
+#include "Books.h"
+#include "ListState.h"
+#include "Message.h"
+#include "Outbox.h"
+
+/**
+ * The one hub of the library: outbox, list state and the thread that carries both over the bus.
+ *
+ * It comes into being idle with the first connector and outlives them all; its first use starts the thread
+ * and with it the connection. Its end sends what is pending for at most half a second, counts the rest as
+ * lost and joins the thread, whatever the bus is doing.
+ */
+class Hub {
+ public:
+  /** Starts no thread, opens nothing, throws nothing. [init] */
+  static Hub& instance() noexcept;
+
+  ~Hub();
+  Hub(const Hub&) = delete;
+  Hub& operator=(const Hub&) = delete;
+
+  /**
+   * Hand over a message; its time of hand-over is set here.
+   * @return true when it was accepted, false when it was refused and counted. [plc-task]
+   */
+  bool submit(Message&& message) noexcept;
+
+  /**
+   * Hand over a request.
+   * @param text language of a list or identifier of an alarm, by kind
+   * @param count newest entries wanted, 0 for all
+   * @return the reply, failed already when too many are outstanding; null without memory for it. [plc-task]
+   */
+  DBusPendingReply::SharedPointer request(Request::Kind kind, const QString& text,
+                                          quint32 count = 0) noexcept;
+
+  /** What the service has reported. With start() the hub begins to listen. [any-thread] */
+  const ListState& listState() const { return m_state; }
+
+  /** Start the thread unless it runs. @return whether it runs now. [any-thread] */
+  bool start() noexcept;
+
+  /** The books of this moment. [any-thread] */
+  Books books() const { return m_outbox.books(); }
+
+ private:
+  Hub() = default;
+  bool tryStart() noexcept;
+  void run() noexcept;
+
+  Outbox m_outbox;
+  ListState m_state;
+  std::mutex m_startMutex;
+  Clock::time_point m_nextStart;
+  std::atomic<bool> m_bRunning{false};
+  std::atomic<bool> m_bStop{false};
+  int m_wakeFd = -1;
+  std::thread m_thread;
+};

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QByteArray>
+#include <memory>
+
+#include "CallWriter.h"
+#include "Message.h"
+
+/**
+ * Messages and requests as calls of the list services; the only place that knows methods and their arguments.
+ */
+
+/** Where a call goes: the service's unique name on an open bus. */
+struct CallTarget {
+  sd_bus* bus;
+  const char* owner;
+};
+
+/** A message's call, sent under the given session. Whether it could be written stands in error(). [hub] */
+std::unique_ptr<CallWriter> marshal(const CallTarget& target, const QByteArray& session,
+                                    const Message& message);
+
+/** A request's call. [hub] */
+std::unique_ptr<CallWriter> marshal(const CallTarget& target, const Request& request);
