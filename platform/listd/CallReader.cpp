@@ -109,7 +109,7 @@ QString CallReader::text() {
 }
 
 QString CallReader::identifier() {
-  const QString text = readText(m_call, SD_BUS_TYPE_STRING);
+  QString text = readText(m_call, SD_BUS_TYPE_STRING);
   if (text.size() > kMaxIdentifier) throw CallError("an identifier is longer than 255 characters");
   return text;
 }

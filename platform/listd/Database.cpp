@@ -2,8 +2,6 @@
 
 #include <sqlite3.h>
 
-#include <string>
-
 namespace {
 
 [[noreturn]] void refuse(sqlite3* connection, int code) {
@@ -37,10 +35,9 @@ void Database::Close::operator()(sqlite3* connection) const {
   sqlite3_close(connection);
 }
 
-Database::Database(const QString& file) {
-  const QByteArray name = file.isEmpty() ? QByteArray(":memory:") : file.toLocal8Bit();
+Database::Database(const std::string& file) {
   sqlite3* connection = nullptr;
-  const int code = sqlite3_open_v2(name.constData(), &connection,
+  const int code = sqlite3_open_v2(file.empty() ? ":memory:" : file.c_str(), &connection,
                                    SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
   m_connection.reset(connection);  // set even when opening failed
   check(connection, code);

@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <stdexcept>
+#include <string>
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -27,7 +28,7 @@ class Database {
    * @param file empty keeps everything in memory. A file that is missing is created; one that is damaged,
    * read-only or in use by another process is refused and stays as it is.
    */
-  explicit Database(const QString& file);
+  explicit Database(const std::string& file);
 
   /** Run SQL without parameters and results. */
   void execute(const char* sql);

@@ -38,7 +38,7 @@ ListEntry acknowledgementEntry(const QString& user, const QString& moduleName,
 
 /** The alarm's own description, or its identifier where that shows nothing. */
 QJsonObject acknowledgedSubject(const QByteArray& alarmDescription, const QString& alarmId) {
-  const QJsonObject subject = QJsonDocument::fromJson(alarmDescription).object();
+  QJsonObject subject = QJsonDocument::fromJson(alarmDescription).object();
   if (!DescriptionText::text(subject, QString()).isEmpty()) return subject;
   return {{EventsDBusDefinitions::getEventDBusKeyObjectName(), alarmId}};
 }

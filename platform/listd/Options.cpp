@@ -9,9 +9,9 @@ std::optional<Options> Options::parse(int argc, char** argv, int& exitCode) {
       "The bus is that of DBUS_SYSTEM_BUS_ADDRESS where that is set.\n"
       "Exit codes: 0 ended by SIGTERM or SIGINT; 1 the database or the bus cannot be used, the cause is on\n"
       "stderr; 2 wrong usage.");
-  std::string file;
   Options options;
-  app.add_option("--db", file, "database file; without it everything is kept in memory")->type_name("FILE");
+  app.add_option("--db", options.databaseFile, "database file; without it everything is kept in memory")
+      ->type_name("FILE");
   app.add_option("--capacity", options.capacity, "event entries kept, the oldest make room")
       ->type_name("N")
       ->check(CLI::Range(1, 1000000))
@@ -23,6 +23,5 @@ std::optional<Options> Options::parse(int argc, char** argv, int& exitCode) {
     exitCode = app.exit(error) == 0 ? ExitDone : ExitUsage;
     return std::nullopt;
   }
-  options.databaseFile = QString::fromLocal8Bit(file.c_str());
   return options;
 }

@@ -1,12 +1,13 @@
 #pragma once
 
-#include <QString>
+#include <QtGlobal>
 
 #include <optional>
+#include <string>
 
 /** The command line of the service. */
 struct Options {
-  QString databaseFile;  ///< empty: everything in memory
+  std::string databaseFile;  ///< empty: everything in memory
   qint64 capacity = 10000;
 
   /** Exit codes, as --help documents them. */

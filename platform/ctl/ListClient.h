@@ -1,0 +1,67 @@
+#pragma once
+
+#include <systemd/sd-bus.h>
+
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QStringList>
+
+#include <memory>
+#include <stdexcept>
+
+/** The bus or the service cannot be reached, or the service refused; what() is for the user. */
+class ClientError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/** Nobody owns the service's name now. */
+class NoService : public ClientError {
+ public:
+  using ClientError::ClientError;
+};
+
+/**
+ * The list services as one person's program sees them: each call waits for its answer. Its changes belong to
+ * a session of its own. It formats nothing. Every operation throws ClientError. [any-thread]
+ */
+class ListClient {
+ public:
+  enum class List { Events, Alarms };
+
+  /** Connect to the system bus. */
+  ListClient();
+
+  /** A list reply, a JSON object as ListService1 describes it; `count` 0 for all. */
+  QJsonObject events(const QString& language, quint32 count);
+  QJsonObject alarms(const QString& language);
+
+  /** Counters and flags by name. */
+  QJsonObject statistics();
+
+  void deleteEvents();
+  void acknowledgeAlarms(const QStringList& alarmIds, const QString& user);
+  void acknowledgeDetector(const QString& user);
+
+  /** From now on count changes of `list`, and the service's coming and going, as changes. */
+  void subscribe(List list);
+  /** Wait for the next change since subscribe() or the last return. */
+  void waitForChange();
+
+ private:
+  struct Unref {
+    void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
+    void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
+  };
+  using Message = std::unique_ptr<sd_bus_message, Unref>;
+
+  Message newCall(List list, const char* method);
+  Message newChange(List list, const char* method);
+  Message call(const Message& request);
+  QJsonObject readList(const Message& request);
+
+  std::unique_ptr<sd_bus, Unref> m_bus;
+  QByteArray m_session;
+  quint64 m_sequence = 0;
+  bool m_changed = false;
+};
