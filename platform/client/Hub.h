@@ -19,9 +19,11 @@
  */
 class Hub {
  public:
-  /** Starts no thread, opens nothing, throws nothing. [init] */
+  /** The library's own: made by the first connector, so that it outlives them all. [any-thread] */
   static Hub& instance() noexcept;
 
+  /** Starts no thread, opens nothing. [init] */
+  Hub() noexcept = default;
   ~Hub();
   Hub(const Hub&) = delete;
   Hub& operator=(const Hub&) = delete;
@@ -41,7 +43,7 @@ class Hub {
   DBusPendingReply::SharedPointer request(Request::Kind kind, const QString& text,
                                           quint32 count = 0) noexcept;
 
-  /** What the service has reported. With start() the hub begins to listen. [any-thread] */
+  /** What the service has reported; from start() on the hub listens. [any-thread] */
   const ListState& listState() const { return m_state; }
 
   /** Start the thread unless it runs. @return whether it runs now. [any-thread] */
@@ -51,7 +53,6 @@ class Hub {
   Books books() const { return m_outbox.books(); }
 
  private:
-  Hub() = default;
   bool tryStart() noexcept;
   void run() noexcept;
 
