@@ -9,8 +9,10 @@ namespace {
 
 using Convenience = TavrolineConvenienceFunctions;
 
-TavrolineAlarmHandler& handler(TavrolineHandle handle) {
-  return *static_cast<TavrolineAlarmHandler*>(handle);
+/** The handler behind the handle; null when the handle is refused, which has been logged. */
+TavrolineAlarmHandler* handlerOf(TavrolineHandle handle) {
+  auto* const handler = static_cast<TavrolineAlarmHandler*>(handle);
+  return Convenience::checkStructPointer(handle) && HandleCheck::isUsable(handler) ? handler : nullptr;
 }
 
 void writeIfWanted(RTS_IEC_BOOL* target, bool value) {
@@ -23,17 +25,18 @@ void writeIfWanted(RTS_IEC_BOOL* target, bool value) {
 
 void logalarm_ext(logalarm_struct* parameters) {
   externalFunction(__func__, [&] {
-    if (!Convenience::checkStructPointer(parameters) ||
-        !Convenience::checkStructPointer(parameters->hWriteHandle) ||
-        !Convenience::checkStructPointer(parameters->pstData) ||
+    if (!Convenience::checkStructPointer(parameters)) {
+      return;
+    }
+    TavrolineAlarmHandler* const handler = handlerOf(parameters->hWriteHandle);
+    if (handler == nullptr || !Convenience::checkStructPointer(parameters->pstData) ||
         !Convenience::checkStructPointer(parameters->pastArguments) ||
         !Convenience::checkStructPointer(parameters->pastUrlArguments)) {
       return;
     }
     const LogEntry entry = convertLogEntry(*parameters);
-    handler(parameters->hWriteHandle)
-        .changeState(entry.type, entry.state, entry.iconType, entry.moduleName, entry.dateTime,
-                     entry.description, entry.keywords, entry.user);
+    handler->changeState(entry.type, entry.state, entry.iconType, entry.moduleName, entry.dateTime,
+                         entry.description, entry.keywords, entry.user);
   });
 }
 
@@ -43,12 +46,13 @@ void getalarmstatefromalarmhandler_ext(getalarmstatefromalarmhandler_struct* par
       return;
     }
     parameters->iResult = TAVROLINE_ERROR;
-    if (!Convenience::checkStructPointer(parameters->hWriteHandle)) {
+    TavrolineAlarmHandler* const handler = handlerOf(parameters->hWriteHandle);
+    if (handler == nullptr) {
       return;
     }
     bool active = false;
     bool acknowledged = false;
-    const RTS_IEC_INT result = handler(parameters->hWriteHandle).getAlarmState(active, acknowledged);
+    const RTS_IEC_INT result = handler->getAlarmState(active, acknowledged);
     if (result == TAVROLINE_DONE) {
       writeIfWanted(parameters->pxActive, active);
       writeIfWanted(parameters->pxAcknowledged, acknowledged);

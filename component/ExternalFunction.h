@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ExceptionGuard.h"
+#include "HandleCheck.h"
 #include "TavrolineConvenienceFunctions.h"
 #include "tavroline/conventions.h"
 
@@ -9,8 +10,8 @@
  * function runs inside externalFunction() or one of the forms below, which are made of it; no exception
  * leaves it.
  *
- * A form that has a result writes ResultError before it looks at the handle: a null handle and an exception
- * leave it there, everything else replaces it.
+ * A form that has a result writes ResultError before it looks at the handle: a refused handle and an
+ * exception leave it there, everything else replaces it.
  */
 template <typename Body>
 void externalFunction(const char* name, Body&& body) noexcept {
@@ -23,7 +24,8 @@ void onReader(const char* name, Parameters* parameters, Operation operation) noe
   externalFunction(name, [&] {
     Reader* reader = nullptr;
     if (TavrolineConvenienceFunctions::checkStructPointer(parameters) &&
-        TavrolineConvenienceFunctions::getHandlePointer(&reader, parameters->hReadHandle)) {
+        TavrolineConvenienceFunctions::getHandlePointer(&reader, parameters->hReadHandle) &&
+        HandleCheck::isUsable(reader)) {
       operation(*reader, *parameters);
     }
   });
@@ -35,7 +37,8 @@ template <typename Reader, typename Parameters, typename Operation>
 void storeResult(Parameters& parameters, Operation operation) {
   parameters.iResult = TAVROLINE_ERROR;
   Reader* reader = nullptr;
-  if (TavrolineConvenienceFunctions::getHandlePointer(&reader, parameters.hReadHandle)) {
+  if (TavrolineConvenienceFunctions::getHandlePointer(&reader, parameters.hReadHandle) &&
+      HandleCheck::isUsable(reader)) {
     parameters.iResult = operation(*reader, parameters);
   }
 }

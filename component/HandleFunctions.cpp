@@ -20,8 +20,12 @@ void openReader(const char* name, openeventlistreadhandle_struct* parameters) {
 template <typename Reader>
 void closeReader(const char* name, const closeeventlistreadhandle_struct* parameters) {
   externalFunction(name, [&] {
-    if (parameters != nullptr) {
-      delete static_cast<Reader*>(parameters->hReadHandle);
+    if (parameters == nullptr || parameters->hReadHandle == nullptr) {
+      return;
+    }
+    auto* const reader = static_cast<Reader*>(parameters->hReadHandle);
+    if (HandleCheck::isUsable(reader)) {
+      delete reader;
     }
   });
 }
@@ -57,7 +61,10 @@ void closealarmlistwritehandle_ext(closealarmlistwritehandle_struct* parameters)
   externalFunction(__func__, [&] {
     if (TavrolineConvenienceFunctions::checkStructPointer(parameters) &&
         TavrolineConvenienceFunctions::checkStructPointer(parameters->hWriteHandle)) {
-      delete static_cast<TavrolineAlarmHandler*>(parameters->hWriteHandle);
+      auto* const handler = static_cast<TavrolineAlarmHandler*>(parameters->hWriteHandle);
+      if (HandleCheck::isUsable(handler)) {
+        delete handler;
+      }
       parameters->hWriteHandle = nullptr;
     }
   });

@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "DBusPendingReply.h"
+#include "LiveObjects.h"
 #include "TavrolineFilter.h"
 
 /** Results of the reading operations, as they go into the iResult fields. */
@@ -61,4 +62,5 @@ class TavrolineReadBaseClass : public TavrolineFilter {
   QJsonArray m_ListData;
   DBusPendingReply::SharedPointer m_PendingReply;
   std::int32_t m_ReadState = ReadStateIdle;
+  const LiveObjects::Entry m_LiveEntry{this, LiveObjects::Family::Reader};
 };

@@ -14,6 +14,7 @@
 #include "CodesysEventlistHandlerConnector.h"
 #include "DBusPendingReply.h"
 #include "EventlistHandlerEnums.h"
+#include "LiveObjects.h"
 
 /**
  * One alarm or fault of the PLC application, known to the services by an identifier of its own. Turns the
@@ -63,6 +64,7 @@ class TavrolineAlarmHandler : public QObject {
   DBusPendingReply::SharedPointer m_PendingAlarmStateReply;
   bool m_bRequestAlarmState;
   QElapsedTimer m_SinceQueryFailure;  ///< invalid while no query has failed
+  const LiveObjects::Entry m_LiveEntry{this, LiveObjects::Family::AlarmHandler};
 
   static QRecursiveMutex sm_Mutex;
   static AlarmlistHandlerDBusConnectorRead sm_AlarmlistHandlerDBusConnectorRead;

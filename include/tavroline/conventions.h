@@ -17,8 +17,9 @@
  * elements are read, none when upper is below lower, none when the difference exceeds 2147483647.
  *  7. Handles are opaque; 0 means none. An open function creates one, the close function of the same kind
  * ends it; a handle is valid until then and belongs to one PLC task at a time.
- *  8. A null structure pointer, nested structure pointer or handle is written to the runtime log; outputs
- * then keep their values, except that an iResult field reads 2 when the handle is null.
+ *  8. A null structure pointer, nested structure pointer or handle is written to the runtime log, and so is a
+ * handle that is unknown, already closed or of another kind; outputs then keep their values, except that an
+ * iResult field reads 2 when the handle is refused.
  *  9. Results in iResult fields: 0 done, 1 busy (call again in the next cycle), 2 error.
  * 10. Ownership. The component keeps no pointer into a structure, text or array beyond the call.
  * 11. Threads. Each function carries one of these tags: [plc-task] any PLC task, also several at once;
