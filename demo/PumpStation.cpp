@@ -180,11 +180,11 @@ void PumpStation::checkFullList() {
   Tables::print("Event list", list);
   check(list.size() == m_logger.journal().size() + kAlarmEdges + kAcknowledgements,
         "the event list holds what was logged, the edges of alarm and fault, and the acknowledgements");
-  std::vector<stEventlistEntryType> own;
-  std::copy_if(list.begin(), list.end(), std::back_inserter(own), [](const stEventlistEntryType& entry) {
-    return entry.iEventType == kEvent || (entry.iEventType == kAuditTrail && entry.sModuleName[0] != 0);
-  });
-  check(sameOrder(own, m_logger.journal()), "every entry logged is there, in its order and with its fields");
+  m_events.includeKeyword("pump");
+  m_events.includeKeyword("setpoint");
+  check(sameOrder(m_events.entries(), m_logger.journal()),
+        "every entry logged is there, in its order and with its fields");
+  m_events.resetFilters();
 }
 
 void PumpStation::checkFilters() {
