@@ -5,146 +5,114 @@
 
 namespace {
 
-using Lines = std::vector<std::string>;
-
 Lines g_runtimeCalls;
-std::string g_failing;  // name of the import, or number of the registration, that fails
+std::string g_failing;  // the call that fails
 
+RTS_RESULT noted(const std::string& call) {
+  g_runtimeCalls.push_back(call);
+  return call == g_failing ? 42 : 0;
+}
+
+/** Each import is noted with the variable that it is to fill. */
 RTS_RESULT lookUp(const char* name, void** variable, std::uintptr_t option, std::uintptr_t signature,
                   std::uintptr_t version) {
-  g_runtimeCalls.push_back(std::string(name) + " " + std::to_string(option) + " " +
-                           std::to_string(signature) + " " + std::to_string(version));
-  if (g_failing == name) return 42;
-  *variable = const_cast<char*>(name);
-  return 0;
+  const std::pair<const void*, const char*> variables[] = {{&pfLogAdd, "LogAdd"},
+                                                           {&pfCMUtlMemCpy, "CMUtlMemCpy"},
+                                                           {&pfSysFileWrite, "SysFileWrite"},
+                                                           {&pfSysFileRead, "SysFileRead"},
+                                                           {&pfSysFileClose, "SysFileClose"},
+                                                           {&pfSysFileOpen, "SysFileOpen"},
+                                                           {&pfCMUtlSafeStrCpy, "CMUtlSafeStrCpy"}};
+  EXPECT_TRUE(std::any_of(std::begin(variables), std::end(variables), [&](const auto& known) {
+    return known.first == variable && std::string(known.second) == name;
+  })) << name;
+  EXPECT_EQ(signature + version, 0U);
+  return noted(std::string(name) + " " + std::to_string(option));
 }
 
 RTS_RESULT registerTable(const ExternalFunctionEntry* table, std::uintptr_t reserved, std::uintptr_t external,
                          std::uintptr_t componentId) {
   EXPECT_EQ(componentId, (hashFromString("Tavroline"_q) & 0xFFFFU) | 0x1B4E3000U);
+  EXPECT_EQ(reserved, 0U);
   int rows = 0;
   while (table[rows].pfFunction != nullptr)
     ++rows;
   EXPECT_STREQ(table[rows].pszName, "") << "the end row's name is empty, not null";
   EXPECT_EQ(table[rows].ulSignatureId + table[rows].ulVersion, 0U);
-  g_runtimeCalls.push_back(std::to_string(rows) + " rows " + std::to_string(reserved) + " " +
-                           std::to_string(external));
-  return g_failing == std::to_string(g_runtimeCalls.size()) ? 42 : 0;
+  return noted(std::to_string(rows) + " rows, external " + std::to_string(external));
 }
 
-class ComponentFrame : public ComponentTest {
- protected:
+struct ComponentFrame : ComponentTest {
   ComponentFrame() {
-    g_runtimeCalls.clear();
-    g_failing.clear();
     m_record.pfRegisterApi = registerTable;
     m_record.pfGetApi = lookUp;
-    enter();
+    ComponentEntry(&m_record);
   }
-  ~ComponentFrame() override {
-    for (void** variable : variables())
-      *variable = nullptr;
-  }
-  void enter() { EXPECT_EQ(ComponentEntry(&m_record), 0); }
-
-  static std::vector<void**> variables() {
-    return {reinterpret_cast<void**>(&pfLogAdd),         reinterpret_cast<void**>(&pfCMUtlMemCpy),
-            reinterpret_cast<void**>(&pfSysFileWrite),   reinterpret_cast<void**>(&pfSysFileRead),
-            reinterpret_cast<void**>(&pfSysFileClose),   reinterpret_cast<void**>(&pfSysFileOpen),
-            reinterpret_cast<void**>(&pfCMUtlSafeStrCpy)};
-  }
-
   ComponentInitRecord m_record{};
 };
-
-const Lines kImports = {"LogAdd 2 0 0",         "CMUtlMemCpy 2 0 0",  "SysFileWrite 2 0 0",
-                        "SysFileRead 2 0 0",    "SysFileClose 2 0 0", "SysFileOpen 2 0 0",
-                        "CMUtlSafeStrCpy 0 0 0"};
 
 TEST_F(ComponentFrame, FillsWordsZeroToSixOfTheRecordAndNothingElse) {
   std::uintptr_t words[15];
   std::fill_n(words, 15, std::uintptr_t{0x5A5A5A5A});
   EXPECT_EQ(ComponentEntry(reinterpret_cast<ComponentInitRecord*>(words)), 0);
-  EXPECT_EQ(words[0] >> 16U, 0x1B4EU);
-  EXPECT_EQ(words[0] & 0x3000U, 0x3000U);
+  EXPECT_EQ(words[0], (hashFromString("Tavroline"_q) & 0xFFFFU) | 0x1B4E3000U);
   EXPECT_EQ(words[4] | words[5], 0U);
-  for (const int kept : {7, 8, 9, 10, 11, 12, 13, 14})
-    EXPECT_EQ(words[kept], 0x5A5A5A5AU) << kept;
+  EXPECT_EQ(std::count(words + 7, words + 15, std::uintptr_t{0x5A5A5A5A}), 8);
   EXPECT_EQ(m_record.pfGetVersion(), 0x01000104U);
-  EXPECT_TRUE(g_runtimeCalls.empty());
   EXPECT_EQ(ComponentEntry(nullptr), 1);
 }
 
 TEST_F(ComponentFrame, ImportsInItsOrderWhateverFailsAndReportsTheLastResult) {
-  for (const char* failing : {"", "LogAdd", "CMUtlSafeStrCpy"}) {
+  for (const char* failing : {"", "LogAdd 2", "CMUtlSafeStrCpy 0"}) {
     g_runtimeCalls.clear();
     g_failing = failing;
-    for (void** variable : variables())
-      *variable = nullptr;
-    EXPECT_EQ(m_record.pfImportFunctions(), g_failing == "CMUtlSafeStrCpy" ? 42U : 0U);
-    EXPECT_EQ(g_runtimeCalls, kImports);
-    for (std::size_t i = 0; i < kImports.size(); ++i) {
-      const std::string name = kImports[i].substr(0, kImports[i].find(' '));
-      const char* const found = static_cast<const char*>(*variables()[i]);
-      EXPECT_EQ(found == nullptr ? "" : found, g_failing == name ? "" : name);
-    }
+    EXPECT_EQ(m_record.pfImportFunctions(), g_failing == "CMUtlSafeStrCpy 0" ? 42U : 0U);
+    EXPECT_EQ(g_runtimeCalls, (Lines{"LogAdd 2", "CMUtlMemCpy 2", "SysFileWrite 2", "SysFileRead 2",
+                                     "SysFileClose 2", "SysFileOpen 2", "CMUtlSafeStrCpy 0"}));
   }
 }
 
 TEST_F(ComponentFrame, ExportsTheFunctionsAndThenTheEmptyTable) {
-  const struct {
-    const char* failing;
-    RTS_RESULT result;
-    Lines registered;
-  } rows[] = {{"", 0, {"38 rows 0 1", "0 rows 0 0"}},
-              {"1", 42, {"38 rows 0 1"}},
-              {"2", 42, {"38 rows 0 1", "0 rows 0 0"}}};
-  for (const auto& row : rows) {
+  const std::string all = "38 rows, external 1";
+  const std::string empty = "0 rows, external 0";
+  using Row = std::tuple<std::string, RTS_RESULT, Lines>;
+  for (const auto& [failing, result, registered] :
+       {Row{"", 0, {all, empty}}, Row{all, 42, {all}}, Row{empty, 42, {all, empty}}}) {
     g_runtimeCalls.clear();
-    g_failing = row.failing;
-    EXPECT_EQ(m_record.pfExportFunctions(), row.result);
-    EXPECT_EQ(g_runtimeCalls, row.registered);
+    g_failing = failing;
+    EXPECT_EQ(m_record.pfExportFunctions(), result);
+    EXPECT_EQ(g_runtimeCalls, registered);
   }
-  g_runtimeCalls.clear();
   m_record.pfRegisterApi = nullptr;
-  enter();
+  ComponentEntry(&m_record);
   EXPECT_EQ(m_record.pfExportFunctions(), 3U);
-  EXPECT_TRUE(g_runtimeCalls.empty());
 }
 
-TEST_F(ComponentFrame, PollsTheAlarmListAndThenTheEventListAndOnlyInTheCommunicationCycle) {
-  for (const std::uint32_t hook : {0U, 19U, 21U, 0x10014U, 0xFFFFFFFFU}) {
+TEST_F(ComponentFrame, PollsTheAlarmListAndThenTheEventListInTheCommunicationCycleOnly) {
+  for (const std::uint32_t hook : {0U, 19U, 21U, 0x10014U})
     EXPECT_EQ(m_record.pfHookFunction(hook, 1, 2), 0U);
-  }
   EXPECT_TRUE(fake::calls().empty());
   EXPECT_EQ(m_record.pfHookFunction(20, 1, 2), 0U);
-  const auto calls = fake::calls();
-  ASSERT_EQ(calls.size(), 7U);
-  EXPECT_EQ(calls.front().operation, "changedFlagAlarmInAlarmlist");
-  EXPECT_EQ(calls.back().operation, "changedFlagEventlist");
-}
-
-TEST_F(ComponentFrame, LetsNoExceptionOutOfTheHook) {
+  ASSERT_EQ(fake::calls().size(), 7U);
+  EXPECT_EQ(fake::calls().back().operation, "changedFlagEventlist");
   fake::fail("changedFlagAlarmlist", fake::Failure::Throw);
   EXPECT_NO_THROW(EXPECT_EQ(m_record.pfHookFunction(20, 0, 0), 0U));
   EXPECT_EQ(records().size(), 1U);
 }
 
 TEST_F(ComponentFrame, ConstructsItsSharedClientsInTheirOrderWhenLoaded) {
-  Lines loaded;
-  for (const fake::Call& call : fake::loadCalls()) {
-    loaded.push_back(call.operation);
+  const auto loaded = fake::loadCalls();
+  ASSERT_EQ(loaded.size(), 3U);
+  EXPECT_EQ(loaded[0].operation, "EventlistHandlerDBusConnectorRead");
+  for (const fake::Call& call : loaded)
     EXPECT_EQ(call.arguments, QVariantList{true});
-  }
-  EXPECT_EQ(loaded, (Lines{"EventlistHandlerDBusConnectorRead", "AlarmlistHandlerDBusConnectorRead",
-                           "AlarmlistHandlerDBusConnectorRead"}));
-  Reader reader(kAlarmKind);
-  OpenAlarmHandle handle;
-  reader.load();
-  getalarmstatefromalarmhandler_struct query{handle.hWriteHandle, nullptr, nullptr, -1};
-  getalarmstatefromalarmhandler_ext(&query);
-  EXPECT_EQ(fake::calls("getCompleteAlarmlist")[0].object, fake::loadCalls()[1].object);
-  EXPECT_EQ(fake::calls("getAlarmState")[0].object, fake::loadCalls()[2].object) << "a client of their own";
+  EXPECT_EQ(Reader(kAlarmKind).load(), TAVROLINE_BUSY);
+  EXPECT_EQ(fake::calls("getCompleteAlarmlist").at(0).object, loaded[1].object);
+  const auto alarm = call<openalarmlistwritehandle_ext>();
+  call<getalarmstatefromalarmhandler_ext>(alarm.hWriteHandle);
+  call<closealarmlistwritehandle_ext>(alarm.hWriteHandle);
+  EXPECT_EQ(fake::calls("getAlarmState").at(0).object, loaded[2].object)
+      << "the handlers have a client of their own";
 }
 
 }  // namespace

@@ -1,3 +1,5 @@
+#include "ExternalFunction.h"
+
 #include <cstring>
 #include <functional>
 #include <map>
@@ -8,17 +10,14 @@
 
 namespace {
 
-using Lines = std::vector<std::string>;
-using AnyFunction = void (*)(void*);
-
 constexpr char kNullStructure[] = "codesys struct nullpointer";
 
-std::map<std::string, AnyFunction> functions() {
-  std::map<std::string, AnyFunction> all;
+/** Call a function of the table by its name without the suffix, with whatever structure. */
+void callNamed(const std::string& name, void* structure) {
   for (const ExternalFunctionEntry* row = ExternalFunctionTable; row->pfFunction != nullptr; ++row) {
-    all[row->pszName] = reinterpret_cast<AnyFunction>(row->pfFunction);
+    if (name + "_ext" == row->pszName) return reinterpret_cast<void (*)(void*)>(row->pfFunction)(structure);
   }
-  return all;
+  ADD_FAILURE() << name << " is not in the table";
 }
 
 /** The messages of the runtime-log records, without their origin. */
@@ -29,184 +28,133 @@ Lines items() {
   return texts;
 }
 
-TEST_F(ComponentTest, ANullStructureIsReportedWhereItIsNotIgnoredSilently) {
-  const std::set<std::string> silent{"openeventlistreadhandle_ext", "openalarmlistreadhandle_ext",
-                                     "closeeventlistreadhandle_ext", "closealarmlistreadhandle_ext",
-                                     "deleteeventlist_ext"};
-  ASSERT_EQ(functions().size(), 38U);
-  for (const auto& function : functions()) {
-    fake::reset();
-    function.second(nullptr);
-    EXPECT_EQ(items(), silent.count(function.first) != 0 ? Lines{} : Lines{kNullStructure}) << function.first;
-  }
-}
+// Offset of iResult, which reads 2 afterwards, or -1, and the functions; all have the handle at the start.
+struct HandleRow {
+  const char* message;
+  int result;
+  Lines functions;
+};
+constexpr int kHandle = sizeof(TavrolineHandle);
+const HandleRow kHandleRows[] = {
+    {"EventlistReadHandle nullpointer",
+     -1,
+     {"setlistreadlanguage", "setfiltertime", "resetlistchanged", "resetfiltertime", "resetfilterkeyword",
+      "resetfiltereventtype", "resetfilterall", "haslistchanged", "clearfilterkeyword",
+      "clearfiltereventtype", "addfilterkeyword", "addfiltereventtype"}},
+    {"EventlistReadHandle nullpointer", kHandle, {"loadcompleteeventlist"}},
+    {"EventlistReadHandle nullpointer", kHandle + 2, {"loadpartofeventlist"}},
+    {"AlarmlistReadHandle nullpointer",
+     -1,
+     {"setfilterstatealarm", "setfilterstateacknowledge", "resetfilterstatealarm",
+      "resetfilterstateacknowledge", "isfaultinalarmlist", "isalarminalarmlist", "isactivefaultinalarmlist",
+      "isactivealarminalarmlist", "getcentraldetectorstate"}},
+    {"AlarmlistReadHandle nullpointer", kHandle, {"loadcompletealarmlist"}},
+    {kNullStructure,
+     -1,
+     {"logalarm", "closealarmlistwritehandle", "geteventlistentries", "getalarmlistentries"}},
+    {kNullStructure, 3 * kHandle, {"getalarmstatefromalarmhandler"}},
+    {"", -1, {"closeeventlistreadhandle", "closealarmlistreadhandle"}}};  // silent
 
 TEST_F(ComponentTest, ANullHandleIsReportedAndWritesNothingButAResult) {
-  constexpr std::size_t kHandle = sizeof(TavrolineHandle);
-  const struct {
-    const char* message;  // null: silent
-    std::vector<const char*> functions;
-    int result;  // offset of iResult, -1: none
-  } rows[] = {
-      {"EventlistReadHandle nullpointer",
-       {"setlistreadlanguage", "setfiltertime", "resetlistchanged", "resetfiltertime", "resetfilterkeyword",
-        "resetfiltereventtype", "resetfilterall", "haslistchanged", "clearfilterkeyword",
-        "clearfiltereventtype", "addfilterkeyword", "addfiltereventtype"},
-       -1},
-      {"EventlistReadHandle nullpointer", {"loadcompleteeventlist"}, kHandle},
-      {"EventlistReadHandle nullpointer", {"loadpartofeventlist"}, kHandle + 2},
-      {"AlarmlistReadHandle nullpointer",
-       {"setfilterstatealarm", "setfilterstateacknowledge", "resetfilterstatealarm",
-        "resetfilterstateacknowledge", "isfaultinalarmlist", "isalarminalarmlist", "isactivefaultinalarmlist",
-        "isactivealarminalarmlist", "getcentraldetectorstate"},
-       -1},
-      {"AlarmlistReadHandle nullpointer", {"loadcompletealarmlist"}, kHandle},
-      {kNullStructure, {"logalarm", "closealarmlistwritehandle"}, -1},
-      {kNullStructure, {"getalarmstatefromalarmhandler"}, 3 * kHandle},
-      {nullptr, {"closeeventlistreadhandle", "closealarmlistreadhandle"}, -1},
-  };
-  for (const auto& row : rows) {
-    for (const char* function : row.functions) {
+  for (const auto& [message, result, functions] : kHandleRows) {
+    for (const std::string& function : functions) {
       fake::reset();
-      alignas(8) char parameters[160];
-      std::memset(parameters, 0x5A, sizeof parameters);
-      std::memset(parameters, 0, kHandle);
-      std::string expected(parameters, sizeof parameters);
-      if (row.result >= 0)
-        expected.replace(static_cast<std::size_t>(row.result), 2, std::string("\x02\0", 2));
-      functions().at(std::string(function) + "_ext")(parameters);
-      EXPECT_EQ(std::string(parameters, sizeof parameters), expected) << function;
-      EXPECT_EQ(items(), row.message == nullptr ? Lines{} : Lines{row.message}) << function;
+      alignas(8) char structure[160];
+      std::memset(structure, 0x5A, sizeof structure);
+      std::memset(structure, 0, kHandle);
+      std::string expected(structure, sizeof structure);
+      if (result >= 0) expected.replace(std::size_t(result), 2, std::string("\x02\0", 2));
+      callNamed(function, structure);
+      EXPECT_EQ(std::string(structure, sizeof structure), expected) << function;
+      EXPECT_EQ(items(), *message == '\0' ? Lines{} : Lines{message}) << function;
     }
   }
 }
 
-template <typename Struct, typename Request, typename Entry>
-void expectRequestChecks(void (*function)(Struct*), const ReaderKind& kind) {
+TEST_F(ComponentTest, ANullStructureIsReportedWhereItIsNotIgnored) {
+  Lines reported{"logevent", "openalarmlistwritehandle", "acknowledgevisualalarm",
+                 "acknowledgecentraldetector"};
+  Lines silent{"openeventlistreadhandle", "openalarmlistreadhandle", "deleteeventlist"};
+  for (const HandleRow& row : kHandleRows) {
+    Lines& kind = *row.message == '\0' ? silent : reported;
+    kind.insert(kind.end(), row.functions.begin(), row.functions.end());
+  }
+  EXPECT_EQ(reported.size() + silent.size(), 38U);
+  for (const std::string& function : silent)
+    callNamed(function, nullptr);
+  EXPECT_EQ(items(), Lines{});
+  for (const std::string& function : reported) {
+    fake::reset();
+    callNamed(function, nullptr);
+    EXPECT_EQ(items(), Lines{kNullStructure}) << function;
+  }
+}
+
+template <auto Copy, typename Request>
+void expectRequestChecks(const ReaderKind& kind) {
   fake::reset();
-  Struct none{nullptr};
-  function(&none);
-  Entry entry{};
-  Request request{nullptr, &entry, 1, -1, -7};
-  Struct parameters{&request};
-  function(&parameters);
+  decltype(Request::pastEntries) entries = nullptr;
+  Request request{nullptr, entries, 1, -1, -7};
+  call<Copy>(&request);
   EXPECT_EQ(request.iResult, TAVROLINE_ERROR);
-  Reader reader(kind);
-  request = {reader.handle(), nullptr, 1, -1, -7};
-  function(&parameters);
+  EXPECT_EQ(items(), Lines{kind.list + "ReadHandle nullpointer"});
+  const Reader reader(kind);
+  request = {reader.handle, entries, 1, -1, -7};
+  call<Copy>(&request);
   EXPECT_EQ(request.iResult, TAVROLINE_ERROR);
   EXPECT_EQ(request.diNumberOfEntries, -7);
-  const std::string list = kind.list;
-  EXPECT_EQ(items(),
-            (Lines{kNullStructure, list + "ReadHandle nullpointer", "DBusPendingReply nullpointer"}));
-  EXPECT_EQ(records().back(), kind.className() + ": int16_t " + kind.className() + "::convert" + list +
-                                  "(int&, st" + list + "EntryType*, int) const: convert" + list +
+  EXPECT_EQ(records().back(), kind.className() + ": int16_t " + kind.className() + "::convert" + kind.list +
+                                  "(int&, st" + kind.list + "EntryType*, int) const: convert" + kind.list +
                                   ": DBusPendingReply nullpointer");
 }
 
-TEST_F(ComponentTest, ACopyChecksItsRequestThenTheHandleThenTheArray) {
-  expectRequestChecks<geteventlistentries_struct, stGetEventlistEntriesType, stEventlistEntryType>(
-      geteventlistentries_ext, kEventKind);
-  expectRequestChecks<getalarmlistentries_struct, stGetAlarmlistEntriesType, stAlarmlistEntryType>(
-      getalarmlistentries_ext, kAlarmKind);
+TEST_F(ComponentTest, ACopyChecksTheHandleOfItsRequestAndThenTheArray) {
+  expectRequestChecks<geteventlistentries_ext, stGetEventlistEntriesType>(kEventKind);
+  expectRequestChecks<getalarmlistentries_ext, stGetAlarmlistEntriesType>(kAlarmKind);
 }
 
-logalarm_struct raise(TavrolineHandle handle) {
-  static const stDataType data{};
-  static const stDescriptionArgumentType argument{};
-  static const stDescriptionUrlArgumentType urlArgument{};
-  logalarm_struct alarm{};
-  alarm.hWriteHandle = handle;
-  alarm.iState = 1;
-  alarm.pstData = &data;
-  alarm.pasKeywords = "";
-  alarm.iKeywordSize = 1;
-  alarm.pastArguments = &argument;
-  alarm.pastUrlArguments = &urlArgument;
-  return alarm;
-}
+struct AlarmFunctions : ComponentTest {
+  ~AlarmFunctions() override { call<closealarmlistwritehandle_ext>(m_handle); }
+  void raise() { logEntry<logalarm_ext>(0, 1, "", "", 0, m_handle); }
+  TavrolineHandle m_handle = call<openalarmlistwritehandle_ext>().hWriteHandle;
+};
 
-TEST_F(ComponentTest, AnAlarmWithoutItsDescriptionIsReportedOnceAndNotRaised) {
-  OpenAlarmHandle handle;
-  for (int missing = 0; missing < 4; ++missing) {
+TEST_F(AlarmFunctions, AnAlarmWithoutItsDescriptionIsReportedOnceAndNotRaised) {
+  const stDataType data{};
+  const stDescriptionArgumentType argument{};
+  const stDescriptionUrlArgumentType url{};
+  for (int missing = 0; missing < 3; ++missing) {
     fake::reset();
-    logalarm_struct alarm = raise(handle.hWriteHandle);
-    if (missing == 0) alarm.pstData = nullptr;
-    if (missing == 1) alarm.pastArguments = nullptr;
-    if (missing == 2) alarm.pastUrlArguments = nullptr;
-    logalarm_ext(&alarm);
-    EXPECT_EQ(items(), missing < 3 ? Lines{kNullStructure} : Lines{});
-    EXPECT_EQ(fake::calls("logEvent").size(), missing < 3 ? 0U : 1U);
+    call<logalarm_ext>(m_handle, 0, 1, "", "", 0, missing == 0 ? nullptr : &data, nullptr, 1, "",
+                       missing == 1 ? nullptr : &argument, missing == 2 ? nullptr : &url);
+    EXPECT_EQ(items(), Lines{kNullStructure});
+    EXPECT_TRUE(fake::calls("logEvent").empty());
   }
+  raise();
+  EXPECT_EQ(fake::calls("logEvent").size(), 1U) << "the alarm was still off";
 }
 
-TEST_F(ComponentTest, AnExceptionOfTheDeviceEndsInOneRecordAndAnErrorResult) {
-  getalarmstatefromalarmhandler_struct query{};
-  const struct {
-    const char* operation;
-    std::function<void()> act;
-  } rows[] = {
-      {"logEvent",
-       [] {
-         logevent_struct event{}, *p = &event;
-         event.iEventType = 3;
-         event.pasKeywords = "";
-         event.pstData = raise(nullptr).pstData;
-         event.pastArguments = raise(nullptr).pastArguments;
-         event.pastUrlArguments = raise(nullptr).pastUrlArguments;
-         logevent_ext(p);
-       }},
-      {"deleteEventlist", [] { deleteeventlist_ext(nullptr); }},
-      {"acknowledgeVisualAlarm",
-       [] {
-         acknowledgevisualalarm_struct p{81, nullptr, nullptr, {1, 0}};
-         acknowledgevisualalarm_ext(&p);
-       }},
-      {"acknowledgeCentralDetector",
-       [] {
-         acknowledgecentraldetector_struct p{};
-         acknowledgecentraldetector_ext(&p);
-       }},
-      {"getAlarmState",
-       [&] {
-         OpenAlarmHandle handle;
-         query = {handle.hWriteHandle, nullptr, nullptr, -1};
-         getalarmstatefromalarmhandler_ext(&query);
-         EXPECT_EQ(query.iResult, TAVROLINE_ERROR);
-       }},
-      {"isFinished",
-       [&] {
-         OpenAlarmHandle handle;
-         query = {handle.hWriteHandle, nullptr, nullptr, -1};
-         getalarmstatefromalarmhandler_ext(&query);
-         EXPECT_EQ(query.iResult, TAVROLINE_ERROR);
-       }},
-      {"logEvent",
-       [] {
-         OpenAlarmHandle handle;
-         logalarm_struct p = raise(handle.hWriteHandle);
-         logalarm_ext(&p);
-         p.iState = 2;
-         logalarm_ext(&p);
-       }},
+TEST_F(AlarmFunctions, AnExceptionOfTheDeviceEndsInOneRecordAndAnErrorResult) {
+  const auto query = [this] {
+    EXPECT_EQ(call<getalarmstatefromalarmhandler_ext>(m_handle).iResult, TAVROLINE_ERROR);
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.operation);
+  const std::pair<const char*, std::function<void()>> rows[] = {
+      {"logEvent", [] { logEntry<logevent_ext>(3, 1, "", "", 0); }},
+      {"logEvent", [this] { raise(); }},
+      {"deleteEventlist", [] { deleteeventlist_ext(nullptr); }},
+      {"acknowledgeVisualAlarm", [] { call<acknowledgevisualalarm_ext>(81, nullptr, ""); }},
+      {"acknowledgeCentralDetector", [] { call<acknowledgecentraldetector_ext>(); }},
+      {"getAlarmState", query},
+      {"isFinished", [&] { advanceMonotonicClock(5000), query(); }},
+      {"logEvent", [this] { m_handle = call<closealarmlistwritehandle_ext>(m_handle).hWriteHandle; }}};
+  for (const auto& [operation, act] : rows) {
     fake::reset();
-    fake::fail(row.operation, fake::Failure::Throw);
-    EXPECT_NO_THROW(row.act());
-    EXPECT_GE(fake::calls(row.operation).size(), 1U);
-    EXPECT_EQ(records().size(), 1U);
+    fake::fail(operation, fake::Failure::Throw);
+    EXPECT_NO_THROW(act());
+    EXPECT_EQ(fake::calls(operation).size(), 1U);
+    EXPECT_EQ(records().size(), 1U) << operation;
   }
-}
-
-TEST_F(ComponentTest, AHandlerWhoseClearFailsIsClosedAllTheSame) {
-  OpenAlarmHandle open;
-  logalarm_struct alarm = raise(open.hWriteHandle);
-  logalarm_ext(&alarm);
-  fake::fail("logEvent", fake::Failure::Throw);
-  EXPECT_NO_THROW(open.close());
-  EXPECT_EQ(open.hWriteHandle, nullptr);
+  EXPECT_EQ(m_handle, nullptr) << "a handler whose last message failed is closed all the same";
 }
 
 }  // namespace

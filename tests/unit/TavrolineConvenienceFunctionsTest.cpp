@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstring>
 
 #include "TavrolineAlarmlistRead.h"
 #include "TavrolineEventlistRead.h"
@@ -11,224 +12,156 @@
 namespace {
 
 using Convert = TavrolineConvenienceFunctions;
-using Lines = std::vector<std::string>;
 
 TEST_F(ComponentTest, TextSourcesBeyondOneBecomeZeroWithAWarning) {
-  const struct {
-    RTS_IEC_INT value;
-    int source;
-    const char* warning;
-  } rows[] = {{0, 0, nullptr}, {1, 1, nullptr}, {2, 0, "2"}, {-1, 0, "-1"}, {32767, 0, "32767"}};
-  for (const auto& row : rows) {
+  for (const RTS_IEC_INT value : std::initializer_list<RTS_IEC_INT>{0, 1, 2, -1, 32767}) {
     fake::reset();
-    EXPECT_EQ(Convert::convertIntToTextSource(row.value), row.source) << row.value;
-    const std::string context =
-        "qWarning: TavrolineConvenienceFunctions: static EventsDBusDefinitions::TextSource "
-        "TavrolineConvenienceFunctions::convertIntToTextSource(RTS_IEC_INT): Text source unknown: ";
-    EXPECT_EQ(messages(), row.warning == nullptr ? Lines{} : Lines{context + row.warning});
-    if (row.warning != nullptr) {
+    EXPECT_EQ(Convert::convertIntToTextSource(value), value == 1 ? 1 : 0);
+    if (value == 0 || value == 1) {
+      EXPECT_EQ(messages(), Lines{});
+    } else {
+      EXPECT_EQ(messages(), Lines{"qWarning: TavrolineConvenienceFunctions: static "
+                                  "EventsDBusDefinitions::TextSource TavrolineConvenienceFunctions::"
+                                  "convertIntToTextSource(RTS_IEC_INT): Text source unknown: " +
+                                  std::to_string(value)});
       EXPECT_EQ(fake::calls("qWarning")[0].arguments[4], 268);
     }
   }
 }
 
-TEST_F(ComponentTest, DefaultIconsExistForNinePairsAtMost) {
-  const struct {
-    int type;
-    const char* icons[5];  // states 0, 1, 2, 3, -1
-  } rows[] = {{-1, {"", "", "", "", ""}},
-              {0, {"", "alarm-on", "alarm-off", "", ""}},
-              {1, {"audit-trail", "", "", "", ""}},
-              {2, {"", "fault-on", "fault-off", "", ""}},
-              {3, {"event", "event-on", "event-off", "", ""}},
-              {4, {"", "", "", "", ""}},
-              {-32768, {"", "", "", "", ""}}};
-  const int states[] = {0, 1, 2, 3, -1};
-  for (const auto& row : rows) {
-    for (int i = 0; i < 5; ++i) {
-      const auto type = static_cast<EventlistHandlerEnums::EventType>(row.type);
-      const auto state = static_cast<EventlistHandlerEnums::State>(states[i]);
-      EXPECT_EQ(Convert::getDefaultIconType(type, state), QString::fromUtf8(row.icons[i]))
-          << row.type << " " << states[i];
+TEST_F(ComponentTest, DefaultIconsExistForTheTabledPairsOnly) {
+  const std::vector<Lines> icons = {// types -1 to 4, states -1 to 3
+                                    {"", "", "", "", ""},
+                                    {"", "", "alarm-on", "alarm-off", ""},
+                                    {"", "audit-trail", "", "", ""},
+                                    {"", "", "fault-on", "fault-off", ""},
+                                    {"", "event", "event-on", "event-off", ""},
+                                    {"", "", "", "", ""}};
+  for (int type = -1; type <= 4; ++type) {
+    for (int state = -1; state <= 3; ++state) {
+      EXPECT_EQ(Convert::getDefaultIconType(EventlistHandlerEnums::EventType(type),
+                                            EventlistHandlerEnums::State(state))
+                    .toStdString(),
+                icons.at(std::size_t(type + 1)).at(std::size_t(state + 1)))
+          << type << " " << state;
     }
   }
 }
 
 TEST_F(ComponentTest, AnInstanceNameTakesAtMostOneIntegerDirective) {
-  const struct {
-    const char* name;
-    RTS_IEC_INT number;
-    QString expected;
-  } rows[] = {
-      {"Pump %d", 3, "Pump 3"_q},
-      {"Pump %d", 0, "Pump %d"_q},
-      {"Pump %d", -2, "Pump -2"_q},
-      {"Pümpe %d", 3, "Pümpe 3"_q},
-      {"Pumpe 水", 3, "Pumpe 水"_q},
-      {"水 %d", 3, "? 3"_q},
-      {"100%% %i", 7, "100% 7"_q},
-      {"%05d|%%", 42, "00042|%"_q},
-      {"%-4d|", 7, "7   |"_q},
-      {"%+.3d", 7, "+007"_q},
-      {"%x %u", 255, "ff %u"_q},
-      {"%hhd", 300, "300"_q},
-      {"%lld", -5, "-5"_q},
-      {"%d %d", 4, "4 %d"_q},
-      {"%s", 3, "%s"_q},
-      {"%n", 3, "%n"_q},
-      {"%f and %d", 3, "%f and 3"_q},
-      {"%*d", 3, "%*d"_q},
-      {"%", 3, "%"_q},
-      {"%5", 3, "%5"_q},
-      {"%99999999999d", 3, "3"_q.rightJustified(255)},
-      {"%.99999999999d", 3, "3"_q.rightJustified(255, QLatin1Char('0'))},
-  };
-  for (const auto& row : rows) {
+  const std::string wide(254, ' ');
+  const std::tuple<const char*, int, std::string> rows[] = {{"Pump %d", 3, "Pump 3"},
+                                                            {"Pump %d", 0, "Pump %d"},
+                                                            {"Pump %d", -2, "Pump -2"},
+                                                            {"Pümpe %d", 3, "Pümpe 3"},
+                                                            {"Pumpe 水", 3, "Pumpe 水"},
+                                                            {"水 %d", 3, "? 3"},
+                                                            {"100%% %i", 7, "100% 7"},
+                                                            {"%05d|%%", 42, "00042|%"},
+                                                            {"%-4d|", 7, "7   |"},
+                                                            {"%+.3d", 7, "+007"},
+                                                            {"%x %u", 255, "ff %u"},
+                                                            {"%hhd", 300, "300"},
+                                                            {"%lld", -5, "-5"},
+                                                            {"%d %d", 4, "4 %d"},
+                                                            {"%s", 3, "%s"},
+                                                            {"%n", 3, "%n"},
+                                                            {"%f and %d", 3, "%f and 3"},
+                                                            {"%*d", 3, "%*d"},
+                                                            {"%", 3, "%"},
+                                                            {"%5", 3, "%5"},
+                                                            {"%99999999999d", 3, wide + "3"}};
+  for (const auto& [name, number, expected] : rows) {
     stDataType data{};
-    put(data.sInstanceName, row.name);
-    data.iInstanceNumber = row.number;
+    std::strcpy(data.sInstanceName, name);
+    data.iInstanceNumber = static_cast<RTS_IEC_INT>(number);
     const QVariantMap map = Convert::convertStructDescriptionData(data);
-    EXPECT_EQ(map["InstanceName"_q].toString(), row.expected) << row.name;
+    EXPECT_EQ(map["InstanceName"_q].toString().toStdString(), expected) << name;
   }
 }
 
 TEST_F(ComponentTest, KeywordsAreTheNonEmptyElementsWithinTheBounds) {
-  constexpr short kSize = 81;
-  char array[12 * kSize] = {};
-  put(&array[0], "alarm");
-  put(&array[2 * kSize], "pump");
-  put(&array[3 * kSize], "alarm");
-  put(&array[10 * kSize], "eleventh");
-  put(&array[11 * kSize], "behind");
+  const char elements[][6] = {"alarm", "", "pump", "alarm", "", "", "", "", "", "last", "past"};
   const QStringList four{"alarm"_q, "pump"_q, "alarm"_q};
-  const struct {
-    const char* name;
-    const char* first;
-    short elementSize;
-    __ARRAY__DIM__INFO bounds;
-    QStringList expected;
-  } rows[] = {
-      {"empty ones are skipped, repeated ones kept", array, kSize, {1, 4}, four},
-      {"one element", array, kSize, {7, 7}, {"alarm"_q}},
-      {"one empty element", array + kSize, kSize, {0, 0}, {}},
-      {"the bounds are no indices", array, kSize, {-5, 5}, four + QStringList{"eleventh"_q}},
-      {"upper below lower", array, kSize, {1, 0}, {}},
-      {"far below", array, kSize, {INT_MAX, INT_MIN}, {}},
-      {"more than a DINT counts", array, kSize, {INT_MIN, INT_MAX}, {}},
-      {"more than a DINT counts by one", array, kSize, {-1, INT_MAX}, {}},
-      {"no element size", array, 0, {0, 3}, {}},
-      {"negative element size", array, -81, {0, 3}, {}},
-      {"no array", nullptr, kSize, {0, 3}, {}},
-  };
-  for (const auto& row : rows) {
+  using Row = std::tuple<const char*, short, __ARRAY__DIM__INFO, QStringList>;
+  const Row rows[] = {
+      {*elements, 6, {1, 4}, four},      {*elements, 6, {7, 7}, {"alarm"_q}},
+      {elements[1], 6, {0, 0}, {}},      {*elements, 6, {-5, 4}, four + QStringList{"last"_q}},
+      {*elements, 6, {1, 0}, {}},        {*elements, 6, {INT_MAX, INT_MIN}, {}},
+      {*elements, 6, {-1, INT_MAX}, {}}, {*elements, 0, {0, 3}, {}},
+      {*elements, -6, {0, 3}, {}},       {nullptr, 6, {0, 3}, {}}};
+  for (const auto& [first, size, bounds, expected] : rows) {
     fake::reset();
-    EXPECT_EQ(Convert::getKeywordStringList(row.first, row.elementSize, row.bounds), row.expected)
-        << row.name;
-    EXPECT_EQ(records().size(), row.first == nullptr ? 1U : 0U) << row.name;
+    EXPECT_EQ(Convert::getKeywordStringList(first, size, bounds), expected)
+        << bounds.lower << " " << bounds.upper;
+    EXPECT_EQ(records().size(), first == nullptr ? 1U : 0U);
   }
 }
 
-stDataType sampleData() {
-  stDataType data{};
-  data.iTextSource = 1;
-  put(data.sModuleName, "Module");
-  put(data.sObjectName, "Objekt ä");
-  put(data.sInstanceName, "Pump %d");
-  data.iInstanceNumber = 3;
-  put(data.sUrl, "");
-  return data;
-}
-
-const QVariantMap kSampleMap{{"TextSource"_q, 1},
-                             {"ModuleName"_q, "Module"_q},
-                             {"ObjectName"_q, "Objekt ä"_q},
-                             {"InstanceName"_q, "Pump 3"_q},
-                             {"Url"_q, ""_q}};
-
 TEST_F(ComponentTest, ADescriptionMapHoldsEveryFieldAndBothLists) {
-  const stDataType data = sampleData();
-  stDescriptionArgumentType arguments[2] = {};
-  put(arguments[0].wsPlaceholder, u"$1");
-  put(arguments[0].wsArgument, u"12 °C");
-  stDescriptionUrlArgumentType urlArgument{};
-  put(urlArgument.wsPlaceholder, u"$u");
-  urlArgument.stData = data;
-
-  QVariantMap urlMap = kSampleMap;
+  const stDataType data{1, "Module", "Objekt ä", "Pump %d", 3, ""};
+  const stDescriptionArgumentType arguments[2] = {{{'$', '1'}, {0x2103}}, {}};
+  const stDescriptionUrlArgumentType urlArgument{{'$', 'u'}, data};
+  QVariantMap expected{{"TextSource"_q, 1},
+                       {"ModuleName"_q, "Module"_q},
+                       {"ObjectName"_q, "Objekt ä"_q},
+                       {"InstanceName"_q, "Pump 3"_q},
+                       {"Url"_q, ""_q}};
+  QVariantMap urlMap = expected;
   urlMap["Placeholder"_q] = "$u"_q;
-  QVariantMap expected = kSampleMap;
-  expected["Arguments"_q] = QVariantList{QVariantMap{{"Placeholder"_q, "$1"_q}, {"Argument"_q, "12 °C"_q}},
+  expected["Arguments"_q] = QVariantList{QVariantMap{{"Placeholder"_q, "$1"_q}, {"Argument"_q, "℃"_q}},
                                          QVariantMap{{"Placeholder"_q, ""_q}, {"Argument"_q, ""_q}}};
   expected["UrlArguments"_q] = QVariantList{urlMap};
   const QVariantMap map = Convert::getDescriptionVariantMap(&data, arguments, {5, 6}, &urlArgument, {1, 1});
   EXPECT_EQ(map, expected);
   EXPECT_EQ(map["TextSource"_q].type(), QVariant::Int);
-
   expected["Arguments"_q] = expected["UrlArguments"_q] = QVariantList{};
   EXPECT_EQ(Convert::getDescriptionVariantMap(&data, arguments, {1, 0}, &urlArgument, {INT_MIN, INT_MAX}),
             expected);
   EXPECT_EQ(records(), Lines{});
-}
 
-TEST_F(ComponentTest, OneNullPointerEmptiesTheWholeMapAndIsReportedOnce) {
-  const stDataType data = sampleData();
-  const stDescriptionArgumentType argument{};
-  const stDescriptionUrlArgumentType urlArgument{};
-  for (int missing = 0; missing < 4; ++missing) {  // 3: all of them
+  for (int missing = 0; missing < 4; ++missing) {  // one null pointer, or all of them
     fake::reset();
-    const bool all = missing == 3;
-    EXPECT_EQ(Convert::getDescriptionVariantMap(all || missing == 0 ? nullptr : &data,
-                                                all || missing == 1 ? nullptr : &argument, {0, 0},
-                                                all || missing == 2 ? nullptr : &urlArgument, {0, 0}),
+    EXPECT_EQ(Convert::getDescriptionVariantMap(missing % 3 == 0 ? nullptr : &data,
+                                                missing % 2 == 1 ? nullptr : arguments, {0, 0},
+                                                missing >= 2 ? nullptr : &urlArgument, {0, 0}),
               QVariantMap());
-    EXPECT_EQ(records(),
-              Lines{"TavrolineConvenienceFunctions: static bool "
-                    "TavrolineConvenienceFunctions::checkStructPointer(const void*): codesys struct "
-                    "nullpointer"});
+    EXPECT_EQ(records(), Lines{"TavrolineConvenienceFunctions: static bool TavrolineConvenienceFunctions::"
+                               "checkStructPointer(const void*): codesys struct nullpointer"});
     EXPECT_EQ(fake::calls("CodesysLog")[0].arguments[8], "76"_q);
   }
 }
 
 TEST_F(ComponentTest, AFieldWithoutATerminatorEndsWithTheField) {
-  stDataType data{};
-  std::fill_n(data.sModuleName, sizeof data.sModuleName, 'm');
-  std::fill_n(data.sObjectName, sizeof data.sObjectName, 'o');
-  std::fill_n(data.sInstanceName, sizeof data.sInstanceName, 'i');
-  std::fill_n(data.sUrl, sizeof data.sUrl, 'u');
-  const QVariantMap map = Convert::convertStructDescriptionData(data);
-  EXPECT_EQ(map["ModuleName"_q], QString(81, QLatin1Char('m')));
-  EXPECT_EQ(map["ObjectName"_q], QString(81, QLatin1Char('o')));
-  EXPECT_EQ(map["InstanceName"_q], QString(256, QLatin1Char('i')));
-  EXPECT_EQ(map["Url"_q], QString(256, QLatin1Char('u')));
-  stDescriptionArgumentType argument;
-  std::fill_n(argument.wsPlaceholder, 81, u'p');
-  std::fill_n(argument.wsArgument, 81, u'a');
-  const QVariantMap texts = Convert::convertStructDescriptionData(argument);
-  EXPECT_EQ(texts["Placeholder"_q], QString(81, QLatin1Char('p')));
-  EXPECT_EQ(texts["Argument"_q], QString(81, QLatin1Char('a')));
+  stDescriptionUrlArgumentType full;
+  std::fill_n(full.wsPlaceholder, 81, u'p');
+  std::memset(&full.stData, 'x', sizeof full.stData);
+  full.stData.iTextSource = 0;
+  full.stData.iInstanceNumber = 0;
+  const QVariantMap map = Convert::convertStructDescriptionData(full);
+  EXPECT_EQ(map["Placeholder"_q], QString(81, QLatin1Char('p')));
+  EXPECT_EQ(map["ModuleName"_q], QString(81, QLatin1Char('x')));
+  EXPECT_EQ(map["ObjectName"_q], QString(81, QLatin1Char('x')));
+  EXPECT_EQ(map["InstanceName"_q], QString(256, QLatin1Char('x')));
+  EXPECT_EQ(map["Url"_q], QString(256, QLatin1Char('x')));
 }
 
 template <typename Kind>
-void expectHandleCheck(const char* type, const char* word) {
+std::string nullHandleItem() {
   fake::reset();
   int object = 0;
   Kind* target = nullptr;
   EXPECT_TRUE(Convert::getHandlePointer(&target, &object));
-  EXPECT_EQ(static_cast<void*>(target), &object);
   EXPECT_FALSE(Convert::getHandlePointer(&target, nullptr));
   EXPECT_EQ(static_cast<void*>(target), &object) << "left alone";
-  ASSERT_EQ(records().size(), 1U);
-  const QVariantList arguments = fake::calls("CodesysLog")[0].arguments;
-  EXPECT_TRUE(arguments[7].toString().contains(QString::fromUtf8(type)))
-      << arguments[7].toString().toStdString();
-  EXPECT_EQ(arguments[9], QStringList{QString::fromUtf8(word) + " nullpointer"_q});
+  return records().at(0).substr(records().at(0).rfind(": ") + 2);
 }
 
 TEST_F(ComponentTest, ANullHandleIsReportedInTheWordsOfItsKind) {
-  expectHandleCheck<TavrolineReadBaseClass>("TavrolineReadBaseClass", "EventlistReadHandle");
-  expectHandleCheck<TavrolineEventlistRead>("TavrolineEventlistRead", "EventlistReadHandle");
-  expectHandleCheck<TavrolineEventlistWrite>("TavrolineEventlistWrite", "EventlistWriteHandle");
-  expectHandleCheck<TavrolineAlarmlistRead>("TavrolineAlarmlistRead", "AlarmlistReadHandle");
+  EXPECT_EQ(nullHandleItem<TavrolineReadBaseClass>(), "EventlistReadHandle nullpointer");
+  EXPECT_EQ(nullHandleItem<TavrolineEventlistRead>(), "EventlistReadHandle nullpointer");
+  EXPECT_EQ(nullHandleItem<TavrolineEventlistWrite>(), "EventlistWriteHandle nullpointer");
+  EXPECT_EQ(nullHandleItem<TavrolineAlarmlistRead>(), "AlarmlistReadHandle nullpointer");
 }
 
 }  // namespace

@@ -1,15 +1,13 @@
 #include "TavrolineFilter.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
-
-#include <functional>
 
 #include "UnitSupport.h"
 
 namespace {
 
-class Filter : public TavrolineFilter {
- public:
+struct Filter : TavrolineFilter {
   using TavrolineFilter::m_DateTimeLowerBound;
   using TavrolineFilter::m_DateTimeUpperBound;
   using TavrolineFilter::m_EventTypes;
@@ -22,116 +20,82 @@ class Filter : public TavrolineFilter {
   mutable int m_extensionTests = 0;
 };
 
-constexpr auto kInclude = TavrolineFilter::FilterTypeInclude;
-constexpr auto kExclude = TavrolineFilter::FilterTypeExclude;
-
-QDateTime at(const char* text) {
-  return QDateTime::fromString(QString::fromUtf8(text), Qt::ISODateWithMs);
-}
-EventlistHandlerEnums::EventType type(int value) {
-  return static_cast<EventlistHandlerEnums::EventType>(value);
+QJsonObject json(const char* text) {
+  return QJsonDocument::fromJson(text).object();
 }
 
-void upper(Filter& filter) {
-  filter.setFilterDateTime(at("2024-05-01T12:00:00.500"), {});
-}
-void lower(Filter& filter) {
-  filter.setFilterDateTime({}, at("2024-05-01T12:00:00.500"));
-}
-void types(Filter& filter) {
-  filter.addFilterEventType(type(0));
-  filter.addFilterEventType(type(3));
-}
-void include(Filter& filter) {
-  filter.addFilterKeyword(kInclude, "Pump"_q);
-  filter.addFilterKeyword(kInclude, "Valve"_q);
-}
-void exclude(Filter& filter) {
-  filter.addFilterKeyword(kExclude, "Pump"_q);
-}
-void includeEmpty(Filter& filter) {
-  filter.addFilterKeyword(kInclude, ""_q);
-}
-
-const struct {
-  const char* name;
-  std::function<void(Filter&)> set;
-  const char* entry;
-  bool passes;
-} kRows[] = {
-    {"no criteria", [](Filter&) {}, "{}", true},
-    {"at the upper bound", upper, R"({"LocalTime":"2024-05-01T12:00:00.500"})", true},
-    {"above the upper bound", upper, R"({"LocalTime":"2024-05-01T12:00:00.501"})", false},
-    {"far below the upper bound", upper, R"({"LocalTime":"1971-05-01T12:00:00"})", true},
-    {"at the lower bound", lower, R"({"LocalTime":"2024-05-01T12:00:00.500"})", true},
-    {"below the lower bound", lower, R"({"LocalTime":"2024-05-01T12:00:00.499"})", false},
-    {"no time is early for the upper bound", upper, R"({"LocalTime":"noon"})", true},
-    {"no time is early for the lower bound", lower, "{}", false},
-    {"bounds in the wrong order",
-     [](Filter& f) { f.setFilterDateTime(at("2024-05-01T12:00:00"), at("2024-05-02T12:00:00")); },
-     R"({"LocalTime":"2024-05-01T18:00:00"})", false},
-    {"an instant with an offset", [](Filter& f) { f.setFilterDateTime(at("2024-05-01T12:00:00Z"), {}); },
-     R"({"LocalTime":"2024-05-01T13:30:00.000+02:00"})", true},
-    {"type in the set", types, R"({"EventType":3})", true},
-    {"type not in the set", types, R"({"EventType":1})", false},
-    {"no type counts as 0", types, "{}", true},
-    {"a text counts as 0", types, R"({"EventType":"1"})", true},
-    {"half a type counts as 0", types, R"({"EventType":1.5})", true},
-    {"the whole integer is compared", types, R"({"EventType":65539})", false},
-    {"a type beyond the known ones", [](Filter& f) { f.addFilterEventType(type(-7)); }, R"({"EventType":-7})",
-     true},
-    {"one keyword of the include list", include, R"({"Keywords":["x","Valve"]})", true},
-    {"exact letters", include, R"({"Keywords":["pump","Pump1"]})", false},
-    {"include without keywords", include, R"({"Keywords":[]})", false},
-    {"include without the member", includeEmpty, "{}", false},
-    {"keywords that are no array", includeEmpty, R"({"Keywords":"Pump"})", false},
-    {"a number as keyword is an empty text", includeEmpty, R"({"Keywords":[5]})", true},
-    {"one keyword of the exclude list", exclude, R"({"Keywords":["x","Pump"]})", false},
-    {"exclude without keywords", exclude, "{}", true},
-    {"exclude with others", exclude, R"({"Keywords":["pump"]})", true},
-    {"same keyword in both lists", [](Filter& f) { include(f), exclude(f); }, R"({"Keywords":["Pump"]})",
-     false},
-    {"any other filter type is exclude",
-     [](Filter& f) { f.addFilterKeyword(static_cast<TavrolineFilter::FilterType>(5), "Pump"_q); },
-     R"({"Keywords":["Pump"]})", false},
-};
-
-TEST(TavrolineFilter, PassesAnEntryThatMeetsEveryCriterion) {
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(row.name);
-    Filter filter;
-    row.set(filter);
-    EXPECT_EQ(filter.checkListEntry(QJsonDocument::fromJson(row.entry).object()), row.passes);
-    EXPECT_EQ(filter.m_extensionTests, row.passes ? 1 : 0) << "the extension test comes last";
+/** Set what `criteria` names: "types", "include" and "exclude" are arrays, "upper" and "lower" are times. */
+void set(Filter& filter, const QJsonObject& criteria) {
+  for (const QJsonValue& type : criteria["types"_q].toArray()) {
+    filter.addFilterEventType(EventlistHandlerEnums::EventType(type.toInt()));
   }
-  EXPECT_FALSE(Filter().checkListEntry({{"Extra"_q, false}}));
+  for (const QString& list : {"include"_q, "exclude"_q}) {
+    const auto type = TavrolineFilter::FilterType(list == "include"_q ? 0 : 5);
+    for (const QJsonValue& keyword : criteria[list].toArray())
+      filter.addFilterKeyword(type, keyword.toString());
+  }
+  filter.setFilterDateTime(QDateTime::fromString(criteria["upper"_q].toString(), Qt::ISODateWithMs),
+                           QDateTime::fromString(criteria["lower"_q].toString(), Qt::ISODateWithMs));
+}
+
+const std::tuple<const char*, const char*, bool> kRows[] = {
+    {"{}", "{}", true},
+    {"{}", R"({"Extra":false})", false},
+    {R"({"upper":"2024-05-01T12:00:00.500"})", R"({"LocalTime":"2024-05-01T12:00:00.500"})", true},
+    {R"({"upper":"2024-05-01T12:00:00.500"})", R"({"LocalTime":"2024-05-01T12:00:00.501"})", false},
+    {R"({"lower":"2024-05-01T12:00:00.500"})", R"({"LocalTime":"2024-05-01T12:00:00.500"})", true},
+    {R"({"lower":"2024-05-01T12:00:00.500"})", R"({"LocalTime":"2024-05-01T12:00:00.499"})", false},
+    {R"({"upper":"2024-05-01T12:00:00Z"})", R"({"LocalTime":"2024-05-01T13:30:00.000+02:00"})", true},
+    {R"({"upper":"2024-05-01T12:00:00Z"})", R"({"LocalTime":"2024-05-01T13:30:00.000+01:00"})", false},
+    {R"({"upper":"2024-05-01T12:00:00"})", R"({"LocalTime":"no time"})", true},
+    {R"({"lower":"2024-05-01T12:00:00"})", "{}", false},
+    {R"({"types":[0,3,-7]})", R"({"EventType":3})", true},
+    {R"({"types":[0,3,-7]})", R"({"EventType":-7})", true},
+    {R"({"types":[0,3,-7]})", R"({"EventType":1})", false},
+    {R"({"types":[0,3,-7]})", R"({"EventType":65539})", false},
+    {R"({"types":[0]})", "{}", true},
+    {R"({"types":[0]})", R"({"EventType":"1"})", true},
+    {R"({"types":[0]})", R"({"EventType":1.5})", true},
+    {R"({"include":["Pump","Valve"]})", R"({"Keywords":["x","Valve"]})", true},
+    {R"({"include":["Pump","Valve"]})", R"({"Keywords":["pump","Pump1"]})", false},
+    {R"({"include":[""]})", R"({"Keywords":[]})", false},
+    {R"({"include":[""]})", R"({"Keywords":"Pump"})", false},
+    {R"({"include":[""]})", R"({"Keywords":[5]})", true},
+    {R"({"exclude":["Pump"]})", R"({"Keywords":["x","Pump"]})", false},
+    {R"({"exclude":["Pump"]})", R"({"Keywords":["pump"]})", true},
+    {R"({"exclude":["","Pump"]})", "{}", true},
+    {R"({"include":["Pump"],"exclude":["Pump"]})", R"({"Keywords":["Pump"]})", false}};
+
+TEST(TavrolineFilter, PassesAnEntryThatMeetsEveryCriterionAndAsksTheExtensionLast) {
+  for (const auto& [criteria, entry, passes] : kRows) {
+    Filter filter;
+    set(filter, json(criteria));
+    EXPECT_EQ(filter.checkListEntry(json(entry)), passes) << criteria << entry;
+    EXPECT_EQ(filter.m_extensionTests, passes || json(entry).contains("Extra"_q) ? 1 : 0)
+        << criteria << entry;
+  }
 }
 
 TEST(TavrolineFilter, KeepsEachCriterionOnceAndForgetsItWhenTold) {
   Filter filter;
-  for (int i = 0; i < 2; ++i) {
-    types(filter);
-    include(filter);
-    exclude(filter);
-  }
-  EXPECT_EQ(filter.m_EventTypes, (QList<EventlistHandlerEnums::EventType>{type(0), type(3)}));
+  const QJsonObject criteria =
+      json(R"({"types":[0,3],"include":["Pump","Valve"],"exclude":["Pump"],"upper":"2024-05-01T12:00:00"})");
+  set(filter, criteria);
+  set(filter, criteria);
+  EXPECT_EQ(filter.m_EventTypes.size(), 2);
   EXPECT_EQ(filter.m_IncludeKeywords, (QStringList{"Pump"_q, "Valve"_q}));
-  EXPECT_EQ(filter.m_ExcludeKeywords, QStringList{"Pump"_q});
-  filter.clearFilterEventType(type(0));
-  filter.clearFilterEventType(type(9));
-  filter.clearFilterKeyword(kInclude, "pump"_q);
-  filter.clearFilterKeyword(kInclude, "Pump"_q);
-  EXPECT_EQ(filter.m_EventTypes, QList<EventlistHandlerEnums::EventType>{type(3)});
+  filter.clearFilterEventType(EventlistHandlerEnums::EventType(0));
+  filter.clearFilterEventType(EventlistHandlerEnums::EventType(9));
+  filter.clearFilterKeyword(TavrolineFilter::FilterTypeInclude, "pump"_q);
+  filter.clearFilterKeyword(TavrolineFilter::FilterTypeInclude, "Pump"_q);
+  EXPECT_EQ(filter.m_EventTypes,
+            QList<EventlistHandlerEnums::EventType>{EventlistHandlerEnums::EventTypeEvent});
   EXPECT_EQ(filter.m_IncludeKeywords, QStringList{"Valve"_q});
-  filter.resetFilterKeyword(kInclude);
-  EXPECT_TRUE(filter.m_IncludeKeywords.isEmpty());
   EXPECT_EQ(filter.m_ExcludeKeywords, QStringList{"Pump"_q});
-  filter.setFilterDateTime(at("2024-05-01T12:00:00"), at("2024-05-01T12:00:00"));
   filter.resetFilterAll();
-  EXPECT_TRUE(filter.m_EventTypes.isEmpty());
+  EXPECT_TRUE(filter.m_EventTypes.isEmpty() && filter.m_IncludeKeywords.isEmpty());
   EXPECT_TRUE(filter.m_ExcludeKeywords.isEmpty());
-  EXPECT_TRUE(filter.m_DateTimeUpperBound.isNull());
-  EXPECT_TRUE(filter.m_DateTimeLowerBound.isNull());
+  EXPECT_TRUE(filter.m_DateTimeUpperBound.isNull() && filter.m_DateTimeLowerBound.isNull());
 }
 
 }  // namespace

@@ -3,11 +3,57 @@
 #include <QDebug>
 #include <QStringList>
 
-#include <algorithm>
-#include <array>
-#include <cstring>
+#include <ctime>
+
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include "StringHash.h"
+
+namespace {
+
+long g_monotonicMilliseconds = 1000000;
+
+template <auto Open, auto Close, auto Load, auto Copy, typename Request, typename Entry>
+ReaderKind readerKind(const char* list) {
+  return {list,
+          [] {
+            const auto opened = call<Open>();
+            EXPECT_EQ(opened.xSuccess, 1);
+            return opened.hReadHandle;
+          },
+          [](TavrolineHandle handle) {
+            EXPECT_EQ(call<Close>(handle).hReadHandle, handle) << "a read close leaves its field";
+          },
+          [](TavrolineHandle handle) { return int{call<Load>(handle).iResult}; },
+          [](TavrolineHandle handle, int capacity) {
+            std::vector<Entry> entries(100);
+            Request request{handle, entries.data(), capacity, -1, -1};
+            call<Copy>(&request);
+            EXPECT_EQ(request.iResult, TAVROLINE_DONE);
+            return int{request.diNumberOfEntries};
+          }};
+}
+
+}  // namespace
+
+const ReaderKind kEventKind =
+    readerKind<openeventlistreadhandle_ext, closeeventlistreadhandle_ext, loadcompleteeventlist_ext,
+               geteventlistentries_ext, stGetEventlistEntriesType, stEventlistEntryType>("Eventlist");
+const ReaderKind kAlarmKind =
+    readerKind<openalarmlistreadhandle_ext, closealarmlistreadhandle_ext, loadcompletealarmlist_ext,
+               getalarmlistentries_ext, stGetAlarmlistEntriesType, stAlarmlistEntryType>("Alarmlist");
+
+void Reader::close() {
+  kind.close(handle);
+  handle = nullptr;
+}
+
+void Reader::load(const QByteArray& entries) const {
+  fake::answer(kind.request(), {{0, "{\"ListData\":" + entries + "}"}});
+  ASSERT_EQ(load(), TAVROLINE_BUSY);
+  ASSERT_EQ(load(), TAVROLINE_DONE);
+}
 
 void PrintTo(const QString& text, std::ostream* stream) {
   *stream << '"' << text.toStdString() << '"';
@@ -19,114 +65,40 @@ void PrintTo(const QVariant& value, std::ostream* stream) {
   *stream << text.toStdString();
 }
 
-std::vector<std::string> records() {
-  const QVariantList common{
-      true, (hashFromString(QStringLiteral("Tavroline")) & 0xFFFFU) | 0x1B4E3000U, 2, 0, 0, "Tavroline"_q};
-  std::vector<std::string> texts;
+Lines records() {
+  const unsigned int id = (hashFromString("Tavroline"_q) & 0xFFFFU) | 0x1B4E3000U;
+  Lines lines;
   for (const fake::Call& call : fake::calls("CodesysLog")) {
-    EXPECT_EQ(call.arguments.mid(0, common.size()), common);
-    EXPECT_GT(call.arguments[8].toInt(), 0) << "line as decimal text";
-    const QString items = call.arguments[9].toStringList().join(QLatin1Char('|'));
-    texts.push_back((call.arguments[6].toString() + ": "_q + call.arguments[7].toString() + ": "_q + items)
+    const QVariantList& all = call.arguments;
+    EXPECT_EQ(all.mid(0, 6), (QVariantList{true, id, 2, 0, 0, "Tavroline"_q}));
+    EXPECT_GT(all[8].toInt(), 0) << "line as decimal text";
+    lines.push_back((all[6].toString() + ": "_q + all[7].toString() + ": "_q +
+                     all[9].toStringList().join(QLatin1Char('|')))
                         .toStdString());
   }
-  return texts;
+  return lines;
 }
 
-std::vector<std::string> messages() {
-  std::vector<std::string> texts;
+Lines messages() {
+  Lines lines;
   for (const fake::Call& call : fake::calls()) {
     if (call.operation != "qWarning" && call.operation != "qDebug") continue;
-    EXPECT_EQ(call.arguments[1].toString(), "default"_q);
-    EXPECT_GT(call.arguments[4].toInt(), 0) << "line";
-    texts.push_back(call.operation + ": " +
-                    (call.arguments[2].toString() + ": "_q + call.arguments[3].toString() + ": "_q +
-                     call.arguments[0].toString())
-                        .toStdString());
+    const QVariantList& all = call.arguments;
+    EXPECT_EQ(all[1], "default"_q);
+    EXPECT_GT(all[4].toInt(), 0) << "line";
+    const QString text = all[2].toString() + ": "_q + all[3].toString() + ": "_q + all[0].toString();
+    lines.push_back(call.operation + ": " + text.toStdString());
   }
-  return texts;
+  return lines;
 }
 
-void put(char* target, const char* text) {
-  std::strcpy(target, text);
+void advanceMonotonicClock(int milliseconds) {
+  g_monotonicMilliseconds += milliseconds;
 }
 
-void put(unsigned short* target, const char16_t* text) {
-  std::copy_n(text, std::char_traits<char16_t>::length(text) + 1, target);
-}
-
-namespace {
-
-// The functions of both kinds differ in names only.
-template <typename Struct, void (*Function)(Struct*)>
-TavrolineHandle openReader() {
-  Struct parameters{};
-  Function(&parameters);
-  EXPECT_EQ(parameters.xSuccess, 1);
-  return parameters.hReadHandle;
-}
-
-template <typename Struct, void (*Function)(Struct*)>
-void closeReader(TavrolineHandle handle) {
-  Struct parameters{handle};
-  Function(&parameters);
-  EXPECT_EQ(parameters.hReadHandle, handle) << "a read close leaves its field";
-}
-
-template <typename Struct, void (*Function)(Struct*)>
-int loadReader(TavrolineHandle handle) {
-  Struct parameters{};
-  parameters.hReadHandle = handle;
-  Function(&parameters);
-  return parameters.iResult;
-}
-
-template <typename Struct, typename Request, typename Entry, void (*Function)(Struct*)>
-int copyEntries(TavrolineHandle handle, int capacity, int* count) {
-  std::array<Entry, 100> entries{};
-  Request request{handle, entries.data(), capacity, -1, -1};
-  Struct parameters{&request};
-  Function(&parameters);
-  *count = request.diNumberOfEntries;
-  return request.iResult;
-}
-
-}  // namespace
-
-const ReaderKind kEventKind = {"Eventlist",
-                               "getCompleteEventlist",
-                               "changedFlagEventlist",
-                               openReader<openeventlistreadhandle_struct, openeventlistreadhandle_ext>,
-                               closeReader<closeeventlistreadhandle_struct, closeeventlistreadhandle_ext>,
-                               loadReader<loadcompleteeventlist_struct, loadcompleteeventlist_ext>,
-                               copyEntries<geteventlistentries_struct, stGetEventlistEntriesType,
-                                           stEventlistEntryType, geteventlistentries_ext>};
-
-const ReaderKind kAlarmKind = {"Alarmlist",
-                               "getCompleteAlarmlist",
-                               "changedFlagAlarmlist",
-                               openReader<openalarmlistreadhandle_struct, openalarmlistreadhandle_ext>,
-                               closeReader<closealarmlistreadhandle_struct, closealarmlistreadhandle_ext>,
-                               loadReader<loadcompletealarmlist_struct, loadcompletealarmlist_ext>,
-                               copyEntries<getalarmlistentries_struct, stGetAlarmlistEntriesType,
-                                           stAlarmlistEntryType, getalarmlistentries_ext>};
-
-void PrintTo(const ReaderKind* kind, std::ostream* stream) {
-  *stream << kind->list;
-}
-
-void Reader::close() {
-  m_kind.close(m_handle);
-  m_handle = nullptr;
-}
-
-void Reader::load(const QByteArray& entries) {
-  fake::answer(m_kind.request, {{0, "{\"ListData\":" + entries + "}"}});
-  ASSERT_EQ(load(), TAVROLINE_BUSY);
-  ASSERT_EQ(load(), TAVROLINE_DONE);
-}
-
-int Reader::count(int capacity) {
-  int count = -1;
-  return m_kind.copy(m_handle, capacity, &count) == TAVROLINE_DONE ? count : -1;
+extern "C" __attribute__((visibility("default"))) int clock_gettime(clockid_t clock,
+                                                                    timespec* time) noexcept {
+  if (clock != CLOCK_MONOTONIC) return static_cast<int>(syscall(SYS_clock_gettime, clock, time));
+  *time = {g_monotonicMilliseconds / 1000, g_monotonicMilliseconds % 1000 * 1000000};
+  return 0;
 }

@@ -8,13 +8,17 @@
 
 #include <ostream>
 #include <string>
+#include <tuple>
+#include <type_traits>
 #include <vector>
 
 #include "fake_platform.h"
 #include "tavroline/tavroline.h"
 
-/** What the unit tests share: fresh scripts per test, readable failures, and both kinds of reader behind one
- * face. */
+/** What the unit tests share: fresh scripts per test, short calls, readable failures, one face of both
+ * readers. */
+
+using Lines = std::vector<std::string>;
 
 inline QString operator""_q(const char* text, std::size_t size) {
   return QString::fromUtf8(text, static_cast<int>(size));
@@ -23,76 +27,94 @@ void PrintTo(const QString& text, std::ostream* stream);
 void PrintTo(const QVariant& value, std::ostream* stream);
 
 /** A test that starts with an empty log and no scripts. */
-class ComponentTest : public testing::Test {
- protected:
+struct ComponentTest : testing::Test {
   ComponentTest() { fake::reset(); }
 };
 
-/** The runtime-log records as "file: function: item|item"; what every record has in common is checked on the
- * way. */
-std::vector<std::string> records();
+/** The monotonic clock, which Qt follows: it stands still in this executable and is moved here. */
+void advanceMonotonicClock(int milliseconds);
+
+/** The runtime-log records as "file: function: item|item"; what every record has in common is checked. */
+Lines records();
 
 /** The Qt messages as "qWarning: file: function: text"; category and line number are checked to be there. */
-std::vector<std::string> messages();
+Lines messages();
 
-/** Copy a text with its terminator into a field or an array element. */
-void put(char* target, const char* text);
-void put(unsigned short* target, const char16_t* text);
-
-/** One of the two kinds of reader, as PLC code sees it. */
-struct ReaderKind {
-  const char* list;     ///< "Eventlist" or "Alarmlist", as in messages and names
-  std::string request;  ///< the client's operation that asks for the whole list
-  std::string changed;  ///< and the one that tells of its changes
-  TavrolineHandle (*open)();
-  void (*close)(TavrolineHandle);
-  int (*load)(TavrolineHandle);
-  int (*copy)(TavrolineHandle, int capacity, int* count);  ///< into an array of its own; capacity 100 at most
-  std::string className() const { return std::string("Tavroline") + list + "Read"; }
-};
-extern const ReaderKind kEventKind;
-extern const ReaderKind kAlarmKind;
-void PrintTo(const ReaderKind* kind, std::ostream* stream);
-
-/** A read handle, closed at the end of its scope. */
-class Reader {
- public:
-  explicit Reader(const ReaderKind& kind) : m_kind(kind), m_handle(kind.open()) {}
-  ~Reader() { close(); }
-  Reader(const Reader&) = delete;
-  Reader& operator=(const Reader&) = delete;
-
-  void close();
-  int load() { return m_kind.load(m_handle); }
-  /** Load these entries, a JSON array. */
-  void load(const QByteArray& entries);
-  /** Number of entries copied; -1 when the result is not 0. */
-  int count(int capacity = 100);
-  TavrolineHandle handle() { return m_handle; }
-
- private:
-  const ReaderKind& m_kind;
-  TavrolineHandle m_handle;
-};
-
-/** An alarm handle, closed at the end of its scope. */
-struct OpenAlarmHandle : openalarmlistwritehandle_struct {
-  OpenAlarmHandle() : openalarmlistwritehandle_struct{} { openalarmlistwritehandle_ext(this); }
-  ~OpenAlarmHandle() { close(); }
-  OpenAlarmHandle(const OpenAlarmHandle&) = delete;
-  OpenAlarmHandle& operator=(const OpenAlarmHandle&) = delete;
-  void close() {
-    closealarmlistwritehandle_struct parameters{hWriteHandle};
-    if (hWriteHandle != nullptr) closealarmlistwritehandle_ext(&parameters);
-    hWriteHandle = parameters.hWriteHandle;
+/** Converts to whatever integer a field has. */
+struct Integer {
+  long long value;
+  template <typename Field>
+  operator Field() const {  // NOLINT(google-explicit-constructor): it stands for a plain argument
+    return static_cast<Field>(value);
   }
 };
 
-/** A test that runs for both kinds, through INSTANTIATE_FOR_BOTH_KINDS. */
-class ReaderTest : public ComponentTest, public testing::WithParamInterface<const ReaderKind*> {
- protected:
-  const ReaderKind& kind() { return *GetParam(); }
+/** Call an external function with the leading fields of its structure, the rest zero; gives the structure
+ * back. */
+template <typename Struct>
+Struct structureOf(void (*function)(Struct*));
+template <typename Value>
+auto field(Value value) {
+  if constexpr (std::is_integral_v<Value>) {
+    return Integer{static_cast<long long>(value)};
+  } else {
+    return value;
+  }
+}
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmissing-field-initializers"
+template <auto Function, typename... Values>
+auto call(Values... values) {
+  decltype(structureOf(Function)) structure{field(values)...};
+  Function(&structure);
+  return structure;
+}
+#pragma GCC diagnostic pop
+
+/** logevent_ext, or logalarm_ext with a handle: a user "u", one keyword "k", one empty argument of each kind.
+ */
+template <auto Function, typename... Handle>
+void logEntry(int type, int state, const char* icon, const char* module, unsigned int time,
+              Handle... handle) {
+  static const stDataType data{};
+  static const stDescriptionArgumentType argument{};
+  static const stDescriptionUrlArgumentType urlArgument{};
+  static const RTS_IEC_WSTRING user[] = {'u', 0};
+  const __ARRAY__DIM__INFO one{1, 1};
+  call<Function>(handle..., type, state, icon, module, time, &data, user, 2, "k", &argument, &urlArgument,
+                 one, one, one);
+}
+
+/** One of the two kinds of reader, as PLC code sees it; its names follow from the list's. */
+struct ReaderKind {
+  std::string list;  ///< "Eventlist" or "Alarmlist"
+  TavrolineHandle (*open)();
+  void (*close)(TavrolineHandle);
+  int (*load)(TavrolineHandle);
+  int (*count)(TavrolineHandle, int capacity);  ///< number of entries copied
+  std::string className() const { return "Tavroline" + list + "Read"; }
+  std::string request() const { return "getComplete" + list; }
+  std::string changed() const { return "changedFlag" + list; }
 };
-#define INSTANTIATE_FOR_BOTH_KINDS(suite)                                        \
-  INSTANTIATE_TEST_SUITE_P(Of, suite, testing::Values(&kEventKind, &kAlarmKind), \
-                           [](const auto& kind) { return std::string(kind.param->list); })
+extern const ReaderKind kEventKind;
+extern const ReaderKind kAlarmKind;
+
+/** A read handle, closed at the end of its scope. */
+struct Reader {
+  explicit Reader(const ReaderKind& readerKind) : kind(readerKind), handle(kind.open()) {}
+  ~Reader() { close(); }
+  Reader(const Reader&) = delete;
+  Reader& operator=(const Reader&) = delete;
+  void close();
+  int load() const { return kind.load(handle); }
+  void load(const QByteArray& entries) const;  ///< these entries, a JSON array
+  int count(int capacity = 100) const { return kind.count(handle, capacity); }
+
+  const ReaderKind& kind;
+  TavrolineHandle handle;
+};
+
+/** A test that runs for both kinds of reader. */
+struct ReaderTest : ComponentTest, testing::WithParamInterface<const ReaderKind*> {
+  const ReaderKind& kind = *GetParam();
+};
