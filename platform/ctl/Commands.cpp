@@ -45,7 +45,7 @@ QJsonArray entriesAfter(ListClient& client, const QString& language, qint64& las
   if (list.size() == static_cast<int>(kUsual) && idOf(list.last()) > lastId + 1) {
     list = entriesOf(client.events(language, 0));
   }
-  const QJsonArray result = oldestFirst(list, lastId);
+  QJsonArray result = oldestFirst(list, lastId);
   lastId = qMax(lastId, newestId(list));
   return result;
 }

@@ -45,6 +45,7 @@ using Replacements = std::vector<std::pair<QString, QString>>;  // placeholder, 
 
 /** Replaces in one pass, so that replaced text is not searched again; the longest placeholder wins. */
 QString replaced(const QString& text, Replacements replacements) {
+  if (replacements.empty()) return text;
   std::stable_sort(replacements.begin(), replacements.end(),
                    [](const auto& a, const auto& b) { return a.first.size() > b.first.size(); });
   QString result;
