@@ -2,7 +2,6 @@
 
 #include <fuzzer/FuzzedDataProvider.h>
 #include <sys/mman.h>
-#include <unistd.h>
 
 #include <QString>
 
@@ -10,69 +9,55 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <string>
 
-/**
- * What the fuzz targets share: memory that ends where it says, and the checks that a finding is made of. Not
- * a test frame; a failed check ends the process, which the fuzzer reports with its input.
- */
+/** What the fuzz targets share: memory that ends where it says, and the checks that a finding is made of. */
 namespace fuzz {
 
-/** Kept in builds without assertions. */
+constexpr unsigned char kPattern = 0xA5;  ///< what memory holds before anybody writes to it
+
+/** Stays in release builds, and ends the process: the fuzzer then reports the input. */
 inline void check(bool condition, const char* what) {
   if (condition) return;
   std::fprintf(stderr, "check failed: %s\n", what);
   std::abort();
 }
 
-/** Memory in front of a page that must not be touched; what is handed out ends at that page. */
+/** Memory in front of pages that must not be touched; what is handed out ends there. */
 class GuardedMemory {
  public:
-  explicit GuardedMemory(std::size_t capacity) {
-    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-    m_capacity = (capacity + page - 1) / page * page;
-    void* const memory =
-        mmap(nullptr, m_capacity + page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    check(memory != MAP_FAILED, "no memory for the target itself");
-    m_end = static_cast<char*>(memory) + m_capacity;
-    check(mprotect(m_end, page, PROT_NONE) == 0, "no guard page");
-  }
-
-  /** The last `count` elements, every byte of them `pattern`. */
   template <typename Element>
-  Element* last(std::size_t count, int pattern) {
-    check(count * sizeof(Element) <= m_capacity, "the target asks for more than it reserved");
-    void* const start = m_end - count * sizeof(Element);
-    std::memset(start, pattern, count * sizeof(Element));
-    return static_cast<Element*>(start);
-  }
-
-  /** The last `count` elements with bytes of the input, repeated pattern once that is used up. */
-  template <typename Element>
-  Element* filled(std::size_t count, FuzzedDataProvider& input) {
-    auto* const elements = last<Element>(count, input.ConsumeIntegral<std::uint8_t>());
-    input.ConsumeData(elements, count * sizeof(Element));
-    return elements;
+  Element* last(std::size_t count) {
+    void* const start = m_start + kCapacity - count * sizeof(Element);
+    return static_cast<Element*>(std::memset(start, kPattern, count * sizeof(Element)));
   }
 
  private:
-  std::size_t m_capacity;
-  char* m_end;
+  static char* map() {
+    void* const start = mmap(nullptr, 2 * kCapacity, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    check(mprotect(start, kCapacity, PROT_READ | PROT_WRITE) == 0, "no memory for the target itself");
+    return static_cast<char*>(start);
+  }
+  static constexpr std::size_t kCapacity = 128 * 1024;
+  char* const m_start = map();
 };
 
-/** Terminated within the field, and well-formed up to there. */
-inline void checkText(const char* field, std::size_t capacity) {
-  const auto length = static_cast<int>(strnlen(field, capacity));
-  check(static_cast<std::size_t>(length) < capacity, "STRING without a terminator");
-  const QByteArray text = "x" + QByteArray(field, length);  // a byte order mark in front would be swallowed
-  check(QString::fromUtf8(text).toUtf8() == text, "STRING with a partial sequence");
+inline void checkUntouched(const void* begin, const void* end) {
+  const auto isPattern = [](unsigned char byte) { return byte == kPattern; };
+  const auto* const bytes = static_cast<const unsigned char*>(begin);
+  check(std::all_of(bytes, static_cast<const unsigned char*>(end), isPattern), "written behind the end");
 }
 
-inline void checkText(const unsigned short* field, std::size_t capacity) {
-  const unsigned short* const end = std::find(field, field + capacity, 0);
-  check(end != field + capacity, "WSTRING without a terminator");
-  const QString text(reinterpret_cast<const QChar*>(field), static_cast<int>(end - field));
-  check(text.isValidUtf16(), "WSTRING with a lone surrogate");
+inline bool isWhole(const char* text) {
+  const QByteArray marked = "x" + QByteArray(text);  // a byte order mark in front would be swallowed
+  return QString::fromUtf8(marked).toUtf8() == marked;
+}
+inline bool isWhole(const unsigned short* text) {
+  return QString::fromUtf16(text).isValidUtf16();
+}
+template <typename Character>
+void checkText(const Character* field, std::size_t capacity) {
+  check(std::find(field, field + capacity, 0) != field + capacity, "a text without a terminator");
+  check(isWhole(field), "a text with part of a character");
 }
 
 }  // namespace fuzz

@@ -1,5 +1,5 @@
-// Text copies in all four directions, at every capacity: terminated, whole characters, nothing behind the
-// terminator touched, and the same text when it comes back.
+// Text copies in all four directions, at every capacity: whole characters, terminated, nothing touched behind
+// the terminator, and the same text when it comes back.
 
 #include <QVector>
 
@@ -8,79 +8,59 @@
 
 namespace {
 
-constexpr int kPattern = 0xA5;
-constexpr int kLargestText = 300;
-
-template <typename Character>
-using Write = bool (*)(const QString&, Character*, short, bool);
-template <typename Character>
-using Read = void (*)(const Character*, int, QString&);
-
-fuzz::GuardedMemory& memory() {
-  static fuzz::GuardedMemory instance(64 * 1024);
-  return instance;
-}
-
 /** What is to arrive: up to U+0000, with lone surrogates replaced. */
-QString expected(const QString& text) {
-  const int end = text.indexOf(QChar());
-  const QVector<uint> codePoints =
-      (QLatin1Char('x') + text.left(end)).toUcs4();  // x: keeps a byte order mark
-  return QString::fromUcs4(codePoints.constData(), codePoints.size()).mid(1);
+QString visible(const QString& text) {
+  const QVector<uint> marked = (QLatin1Char('x') + text.left(text.indexOf(QChar()))).toUcs4();
+  return QString::fromUcs4(marked.constData(), marked.size()).mid(1);
 }
 
-template <typename Character>
-void writeAtEveryCapacity(const QString& text, int encodedSize, Write<Character> write,
-                          Read<Character> read) {
-  const QString whole = expected(text);
+template <typename Character, typename Write, typename Read>
+void write(const QString& text, int encodedSize, Write write, Read read) {
+  static fuzz::GuardedMemory memory;
   for (int capacity = -1; capacity <= encodedSize + 2; ++capacity) {
     const auto room = static_cast<std::size_t>(std::max(capacity, 0));
-    auto* const target = memory().last<Character>(room, kPattern);
-    const bool fits = write(text, target, static_cast<short>(capacity), capacity % 2 != 0);
-    fuzz::check(fits == (capacity > encodedSize && !text.contains(QChar())), "wrong answer whether it fits");
+    auto* const target = memory.last<Character>(room);
+    const bool fits = write(text, target, static_cast<short>(capacity), false);
+    fuzz::check(fits == (capacity > encodedSize && !text.contains(QChar())), "fits or not");
     if (capacity <= 0) continue;
     fuzz::checkText(target, room);
+    fuzz::checkUntouched(std::find(target, target + room, 0) + 1, target + room);
     QString back;
     read(target, -1, back);
-    fuzz::check(whole.startsWith(back), "another text than was written");
-    fuzz::check(!fits || back == whole, "less text than fitted");
-    const auto* untouched = reinterpret_cast<const unsigned char*>(std::find(target, target + room, 0) + 1);
-    const auto* const end = reinterpret_cast<const unsigned char*>(target + room);
-    fuzz::check(std::all_of(untouched, end, [](unsigned char byte) { return byte == kPattern; }),
-                "touched behind the terminator");
+    fuzz::check(fits ? back == visible(text) : visible(text).startsWith(back), "another text came back");
   }
 }
 
-void writeBoth(const QString& text) {
-  const QString whole = expected(text);
-  writeAtEveryCapacity<char>(text, whole.toUtf8().size(), copyQStringDataToCStringData,
-                             copyCStringDataToQString);
-  writeAtEveryCapacity<unsigned short>(text, whole.size(), copyQStringDataToWStringData,
-                                       copyWStringDataToQString);
+void write(const QString& text) {
+  const QString whole = visible(text);
+  write<char>(text, whole.toUtf8().size(), copyQStringDataToCStringData, copyCStringDataToQString);
+  write<unsigned short>(text, whole.size(), copyQStringDataToWStringData, copyWStringDataToQString);
 }
 
-/** `bytes` as a text bounded by its length, which the memory ends with, or by a terminator. */
-template <typename Character>
-void readText(const std::string& bytes, bool bounded, Read<Character> read) {
+/** `bytes` as a text that ends by its length, where the memory does, or by a terminator. */
+template <typename Character, typename Read>
+void readAndWrite(const std::string& bytes, bool terminated, Read read) {
+  static fuzz::GuardedMemory memory;
   const std::size_t length = bytes.size() / sizeof(Character);
-  auto* const source = memory().last<Character>(length + (bounded ? 0 : 1), 0);
+  auto* const source = memory.last<Character>(length + (terminated ? 1 : 0));
   std::memcpy(source, bytes.data(), length * sizeof(Character));
+  if (terminated) source[length] = 0;
   QString text;
-  read(source, bounded ? static_cast<int>(length) : -1, text);
+  read(source, terminated ? -1 : static_cast<int>(length), text);
   fuzz::check(text.isValidUtf16(), "read a lone surrogate");
-  writeBoth(text);
+  write(text);
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   FuzzedDataProvider input(data, size);
-  const bool bounded = input.ConsumeBool();
-  const std::string bytes = input.ConsumeBytesAsString(kLargestText);
-  readText<char>(bytes, bounded, copyCStringDataToQString);
-  readText<unsigned short>(bytes, bounded, copyWStringDataToQString);
+  const bool terminated = input.ConsumeBool();
+  const std::string bytes = input.ConsumeBytesAsString(300);
+  readAndWrite<char>(bytes, terminated, copyCStringDataToQString);
+  readAndWrite<unsigned short>(bytes, terminated, copyWStringDataToQString);
   QString units(static_cast<int>(bytes.size() / sizeof(QChar)), QChar());
-  std::memcpy(units.data(), bytes.data(), bytes.size() / sizeof(QChar) * sizeof(QChar));
-  writeBoth(units);
+  std::copy_n(bytes.data(), units.size() * 2, reinterpret_cast<char*>(units.data()));
+  write(units);
   return 0;
 }
