@@ -251,9 +251,9 @@ TEST_F(ClientTest, RequestsAreBoundedAndReleasedOnesAreNot) {
   service->pause();
   for (int i = 0; i < 100; ++i)
     hub->request(Request::Kind::AlarmList, QString());
-  std::vector<DBusPendingReply::SharedPointer> replies;
-  for (int i = 0; i < Outbox::kRequests; ++i)
-    replies.push_back(hub->request(Request::Kind::AlarmState, kAlarm));
+  std::vector<DBusPendingReply::SharedPointer> replies(Outbox::kRequests);
+  for (auto& reply : replies)
+    reply = hub->request(Request::Kind::AlarmState, kAlarm);
   EXPECT_EQ(finish(hub->request(Request::Kind::AlarmState, kAlarm)), 1);
   EXPECT_EQ(cause, "too many outstanding requests");
   service->resume();
