@@ -30,48 +30,44 @@ TEST_F(ComponentTest, TextSourcesBeyondOneBecomeZeroWithAWarning) {
 }
 
 TEST_F(ComponentTest, DefaultIconsExistForTheTabledPairsOnly) {
-  const std::vector<Lines> icons = {// types -1 to 4, states -1 to 3
-                                    {"", "", "", "", ""},
-                                    {"", "", "alarm-on", "alarm-off", ""},
-                                    {"", "audit-trail", "", "", ""},
-                                    {"", "", "fault-on", "fault-off", ""},
-                                    {"", "event", "event-on", "event-off", ""},
-                                    {"", "", "", "", ""}};
+  const char* const icons[6][5] = {{"", "", "", "", ""},  // types -1 to 4, states -1 to 3
+                                   {"", "", "alarm-on", "alarm-off", ""},
+                                   {"", "audit-trail", "", "", ""},
+                                   {"", "", "fault-on", "fault-off", ""},
+                                   {"", "event", "event-on", "event-off", ""},
+                                   {"", "", "", "", ""}};
   for (int type = -1; type <= 4; ++type) {
     for (int state = -1; state <= 3; ++state) {
-      EXPECT_EQ(Convert::getDefaultIconType(EventlistHandlerEnums::EventType(type),
-                                            EventlistHandlerEnums::State(state))
-                    .toStdString(),
-                icons.at(std::size_t(type + 1)).at(std::size_t(state + 1)))
-          << type << " " << state;
+      const QString icon = Convert::getDefaultIconType(EventlistHandlerEnums::EventType(type),
+                                                       EventlistHandlerEnums::State(state));
+      EXPECT_EQ(icon, QString::fromUtf8(icons[type + 1][state + 1])) << type << " " << state;
     }
   }
 }
 
 TEST_F(ComponentTest, AnInstanceNameTakesAtMostOneIntegerDirective) {
-  const std::string wide(254, ' ');
-  const std::tuple<const char*, int, std::string> rows[] = {{"Pump %d", 3, "Pump 3"},
-                                                            {"Pump %d", 0, "Pump %d"},
-                                                            {"Pump %d", -2, "Pump -2"},
-                                                            {"Pümpe %d", 3, "Pümpe 3"},
-                                                            {"Pumpe 水", 3, "Pumpe 水"},
-                                                            {"水 %d", 3, "? 3"},
-                                                            {"100%% %i", 7, "100% 7"},
-                                                            {"%05d|%%", 42, "00042|%"},
-                                                            {"%-4d|", 7, "7   |"},
-                                                            {"%+.3d", 7, "+007"},
-                                                            {"%x %u", 255, "ff %u"},
-                                                            {"%hhd", 300, "300"},
-                                                            {"%lld", -5, "-5"},
-                                                            {"%d %d", 4, "4 %d"},
-                                                            {"%s", 3, "%s"},
-                                                            {"%n", 3, "%n"},
-                                                            {"%f and %d", 3, "%f and 3"},
-                                                            {"%*d", 3, "%*d"},
-                                                            {"%", 3, "%"},
-                                                            {"%5", 3, "%5"},
-                                                            {"%99999999999d", 3, wide + "3"}};
-  for (const auto& [name, number, expected] : rows) {
+  using Row = std::tuple<const char*, int, std::string>;
+  for (const auto& [name, number, expected] : {Row{"Pump %d", 3, "Pump 3"},
+                                               Row{"Pump %d", 0, "Pump %d"},
+                                               Row{"Pump %d", -2, "Pump -2"},
+                                               Row{"Pümpe %d", 3, "Pümpe 3"},
+                                               Row{"Pumpe 水", 3, "Pumpe 水"},
+                                               Row{"水 %d", 3, "? 3"},
+                                               Row{"100%% %i", 7, "100% 7"},
+                                               Row{"%05d|%%", 42, "00042|%"},
+                                               Row{"%-4d|", 7, "7   |"},
+                                               Row{"%+.3d", 7, "+007"},
+                                               Row{"%x %u", 255, "ff %u"},
+                                               Row{"%hhd", 300, "300"},
+                                               Row{"%lld", -5, "-5"},
+                                               Row{"%d %d", 4, "4 %d"},
+                                               Row{"%s", 3, "%s"},
+                                               Row{"%n", 3, "%n"},
+                                               Row{"%f and %d", 3, "%f and 3"},
+                                               Row{"%*d", 3, "%*d"},
+                                               Row{"%", 3, "%"},
+                                               Row{"%5", 3, "%5"},
+                                               Row{"%99999999999d", 3, std::string(254, ' ') + "3"}}) {
     stDataType data{};
     std::strcpy(data.sInstanceName, name);
     data.iInstanceNumber = static_cast<RTS_IEC_INT>(number);

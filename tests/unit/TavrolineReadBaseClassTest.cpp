@@ -36,27 +36,21 @@ TEST_P(LoadProtocol, TakesOneStepPerCallAndIsIdleAndFreeAfterwards) {
   const std::tuple<std::vector<fake::Answer>, std::vector<int>, Lines> rows[] = {
       {{outstanding, outstanding, {0, "{}"}}, {1, 1, 0}, {}},
       {{{0, "{}"}}, {1, 0}, {}},  // there at once, yet issue and poll are two calls
+      {{}, {2}, {requestRecord("DBusPendingReply nullpointer")}},  // no request
       {{{1, "gone"}}, {2}, {accessError}},
       {{outstanding, {1, "gone"}}, {1, 2}, {busError}},
       {{{7, "gone"}}, {1, 2}, {busError}}};  // any status but 1 is kept at first
   for (const auto& [answers, results, expected] : rows) {
     fake::reset();
     const Reader reader(kind);
-    fake::answer(kind.request(), answers);
+    answers.empty() ? fake::fail(kind.request(), fake::Failure::Refuse)
+                    : fake::answer(kind.request(), answers);
     for (const int result : results)
       EXPECT_EQ(reader.load(), result);
     EXPECT_EQ(requests(), 1U);
     EXPECT_EQ(records(), expected);
     expectFreeAndIdle(reader);
   }
-}
-
-TEST_P(LoadProtocol, ReportsARequestThatCouldNotBeMade) {
-  const Reader reader(kind);
-  fake::fail(kind.request(), fake::Failure::Refuse);
-  EXPECT_EQ(reader.load(), TAVROLINE_ERROR);
-  EXPECT_EQ(records(), Lines{requestRecord("DBusPendingReply nullpointer")});
-  expectFreeAndIdle(reader);
 }
 
 TEST_P(LoadProtocol, KeepsTheListOnFailureAndEmptiesItForAReplyThatIsNoList) {
@@ -124,16 +118,6 @@ TEST_P(LoadProtocol, SurvivesAnExceptionIdleAndWithAFreeInterface) {
     EXPECT_EQ(records().size(), 1U) << operation;
     expectFreeAndIdle(reader);
   }
-}
-
-TEST_F(ComponentTest, ABaseClassReaderHasNoRequestOfItsOwn) {
-  DBusPendingReply::SharedPointer none;
-  EXPECT_EQ(TavrolineReadBaseClass().readListAsynchron(0), TAVROLINE_ERROR);
-  EXPECT_EQ(TavrolineReadBaseClass().getStatusReadListAsynchron(none), TAVROLINE_ERROR);
-  EXPECT_EQ(records(),
-            (Lines{"TavrolineReadBaseClass: virtual int16_t TavrolineReadBaseClass::readListAsynchron("
-                   "uint16_t): Function readListAsynchron is not override",
-                   std::string(kStatusQuery) + "DBusPendingReply nullpointer"}));
 }
 
 }  // namespace
