@@ -93,19 +93,17 @@ TEST_F(ComponentTest, ANullStructureIsReportedWhereItIsNotIgnored) {
 template <auto Copy, typename Request>
 void expectRequestChecks(const ReaderKind& kind) {
   fake::reset();
-  decltype(Request::pastEntries) entries = nullptr;
-  Request request{nullptr, entries, 1, -1, -7};
-  call<Copy>(&request);
-  EXPECT_EQ(request.iResult, TAVROLINE_ERROR);
-  EXPECT_EQ(items(), Lines{kind.list + "ReadHandle nullpointer"});
   const Reader reader(kind);
-  request = {reader.handle, entries, 1, -1, -7};
-  call<Copy>(&request);
-  EXPECT_EQ(request.iResult, TAVROLINE_ERROR);
-  EXPECT_EQ(request.diNumberOfEntries, -7);
-  EXPECT_EQ(records().back(), kind.className() + ": int16_t " + kind.className() + "::convert" + kind.list +
-                                  "(int&, st" + kind.list + "EntryType*, int) const: convert" + kind.list +
-                                  ": DBusPendingReply nullpointer");
+  for (const TavrolineHandle handle : {TavrolineHandle{nullptr}, reader.handle}) {
+    Request request{handle, nullptr, 1, -1, -7};
+    call<Copy>(&request);
+    EXPECT_EQ(request.iResult, TAVROLINE_ERROR);
+    EXPECT_EQ(request.diNumberOfEntries, -7);
+  }
+  EXPECT_EQ(items(), (Lines{kind.list + "ReadHandle nullpointer", "DBusPendingReply nullpointer"}));
+  EXPECT_EQ(records()[1], kind.className() + ": int16_t " + kind.className() + "::convert" + kind.list +
+                              "(int&, st" + kind.list + "EntryType*, int) const: convert" + kind.list +
+                              ": DBusPendingReply nullpointer");
 }
 
 TEST_F(ComponentTest, ACopyChecksTheHandleOfItsRequestAndThenTheArray) {

@@ -21,7 +21,9 @@ TEST_P(FilterFunctions, ActOnEitherKindAtTheNextCopyWithoutANewLoad) {
   const qint64 noon = QDateTime::fromString("2024-05-01T12:00:00Z"_q, Qt::ISODate).toSecsSinceEpoch();
   const std::pair<std::function<void()>, int> steps[] = {
       {[=] { call<addfiltereventtype_ext>(handle, 2); }, 2},
+      {[=] { call<addfiltereventtype_ext>(handle, 2); }, 2},  // kept once
       {[=] { call<addfilterkeyword_ext>(handle, 0, "b"); }, 1},
+      {[=] { call<clearfilterkeyword_ext>(handle, 0, "B"); }, 1},
       {[=] { call<clearfiltereventtype_ext>(handle, 2); }, 1},
       {[=] { call<addfilterkeyword_ext>(handle, 0, "a"); }, 2},
       {[=] { call<clearfilterkeyword_ext>(handle, 0, "b"); }, 1},
