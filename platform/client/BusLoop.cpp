@@ -103,7 +103,12 @@ void BusLoop::breakOff(const QString& cause) {
 void BusLoop::drain() {
   const auto end = Clock::now() + kDrainTime;
   bool bOffEdgesOnly = false;
-  while (!m_courier.owner().isEmpty() && m_outbox.books().pending > 0) {
+  turn();  // it may be the first one: the end can follow at once upon the first use
+  // A connection that is still being made counts as one, a service that is known to be absent does not.
+  const auto mayArrive = [this] {
+    return !m_courier.owner().isEmpty() || (m_connection.isOpen() && !m_watch.isAbsent());
+  };
+  while (mayArrive() && m_outbox.books().pending > 0) {
     const auto left = end - Clock::now();
     if (left <= Clock::duration::zero()) return;
     if (!bOffEdgesOnly && left < kOffEdgesTime) {

@@ -263,6 +263,18 @@ TEST_F(ClientTest, RequestsAreBoundedAndReleasedOnesAreNot) {
     EXPECT_EQ(finish(reply), 0) << cause;
 }
 
+TEST_F(ClientTest, UnloadRightAfterTheFirstUseStillConnectsAndSends) {
+  startService();
+  for (int round = 0; round < 20; ++round) {
+    hub.emplace();
+    for (const auto state : {kOn, kOff})
+      EXPECT_TRUE(hub->submit(edge(kAlarm, state)));
+    hub.reset();
+  }
+  hub.emplace();
+  EXPECT_EQ(modules().size(), 40);
+}
+
 TEST_F(ClientTest, UnloadIsShortWhateverStandsStill) {
   const std::function<void()> outages[] = {[] {}, [&] { bus.pause(); }, [&] { service->pause(); },
                                            [&] { service->kill(); }, [&] { bus.stop(); }};
