@@ -55,11 +55,11 @@ TEST_F(ComponentTest, BothStateFiltersMustHoldAndTakeOnlyBooleans) {
 std::string flags(const Reader& reader) {
   const TavrolineHandle handle = reader.handle;
   std::string digits;
-  for (const int value : {call<isalarminalarmlist_ext>(handle, 85).xAlarmInAlarmlist,
-                          call<isactivealarminalarmlist_ext>(handle, 85).xActiveAlarmInAlarmlist,
-                          call<isfaultinalarmlist_ext>(handle, 85).xFaultInAlarmlist,
-                          call<isactivefaultinalarmlist_ext>(handle, 85).xActiveFaultInAlarmlist,
-                          call<getcentraldetectorstate_ext>(handle, 85).xCentralDetectorState}) {
+  for (const RTS_IEC_BOOL value : {call<isalarminalarmlist_ext>(handle, 85).xAlarmInAlarmlist,
+                                   call<isactivealarminalarmlist_ext>(handle, 85).xActiveAlarmInAlarmlist,
+                                   call<isfaultinalarmlist_ext>(handle, 85).xFaultInAlarmlist,
+                                   call<isactivefaultinalarmlist_ext>(handle, 85).xActiveFaultInAlarmlist,
+                                   call<getcentraldetectorstate_ext>(handle, 85).xCentralDetectorState}) {
     digits += std::to_string(value);
   }
   return digits;

@@ -21,12 +21,12 @@ QJsonObject json(const char* text) {
 
 /** Set what `criteria` names: "types", "include" and "exclude" are arrays, "upper" and "lower" are times. */
 void set(Filter& filter, const QJsonObject& criteria) {
-  for (const QJsonValue& type : criteria["types"_q].toArray()) {
+  for (const QJsonValue type : criteria["types"_q].toArray()) {
     filter.addFilterEventType(EventlistHandlerEnums::EventType(type.toInt()));
   }
   for (const QString& list : {"include"_q, "exclude"_q}) {
     const auto type = TavrolineFilter::FilterType(list == "include"_q ? 0 : 5);
-    for (const QJsonValue& keyword : criteria[list].toArray())
+    for (const QJsonValue keyword : criteria[list].toArray())
       filter.addFilterKeyword(type, keyword.toString());
   }
   filter.setFilterDateTime(QDateTime::fromString(criteria["upper"_q].toString(), Qt::ISODateWithMs),
