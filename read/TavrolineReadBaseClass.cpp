@@ -94,7 +94,7 @@ std::int16_t TavrolineReadBaseClass::loadCompleteList(bool& bInterfaceReady, QEl
     }
     return ResultBusy;
   }
-  timer.restart();
+  timer.start();  // not restart(), which needs a timer that has been started before
   if (m_ReadState == ReadStateIdle) {
     const std::int16_t result = readListAsynchron(n);
     if (result == ResultBusy) {
