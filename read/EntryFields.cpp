@@ -1,6 +1,7 @@
 #include "EntryFields.h"
 
 #include <QDateTime>
+#include <QVariant>
 
 #include <cmath>
 
@@ -13,11 +14,15 @@ RTS_IEC_DATE_AND_TIME EntryFields::timestamp(const QJsonObject& entry) {
 
 RTS_IEC_ULINT EntryFields::eventlistId(const QJsonObject& entry) {
   const QJsonValue value = entry.value(EventlistHandlerDefinitions::getListColumnNameEventlistId());
-  constexpr double kBeyondInt64 = 9223372036854775808.0;
-  const double number = value.toDouble(kBeyondInt64);
-  // The bounds come first: a double beyond 64 bits must not be converted.
-  if (!(number >= -kBeyondInt64 && number < kBeyondInt64) || number != std::floor(number)) {
-    return 0;
+  const QVariant number = value.toVariant();
+  // Qt before 5.15 holds every number as a double, later ones those that are not integral or beyond 64 bits;
+  // the latter must not be converted.
+  if (number.userType() != QMetaType::LongLong) {
+    constexpr double kBeyondInt64 = 9223372036854775808.0;
+    const double inexact = value.toDouble(kBeyondInt64);
+    if (!(inexact >= -kBeyondInt64 && inexact < kBeyondInt64) || inexact != std::floor(inexact)) {
+      return 0;
+    }
   }
-  return static_cast<RTS_IEC_ULINT>(value.toVariant().toLongLong()) & 0xFFFFu;
+  return static_cast<RTS_IEC_ULINT>(number.toLongLong()) & 0xFFFFu;
 }
