@@ -41,23 +41,25 @@ void logalarm_ext(logalarm_struct* parameters) {
 }
 
 void getalarmstatefromalarmhandler_ext(getalarmstatefromalarmhandler_struct* parameters) {
-  externalFunction(__func__, [&] {
+  const char* const name = __func__;
+  externalFunction(name, [&] {
     if (!Convenience::checkStructPointer(parameters)) {
       return;
     }
-    parameters->iResult = TAVROLINE_ERROR;
-    TavrolineAlarmHandler* const handler = handlerOf(parameters->hWriteHandle);
-    if (handler == nullptr) {
-      return;
-    }
-    bool active = false;
-    bool acknowledged = false;
-    const RTS_IEC_INT result = handler->getAlarmState(active, acknowledged);
-    if (result == TAVROLINE_DONE) {
-      writeIfWanted(parameters->pxActive, active);
-      writeIfWanted(parameters->pxAcknowledged, acknowledged);
-    }
-    parameters->iResult = result;
+    storeResult(name, *parameters, [&]() -> RTS_IEC_INT {
+      TavrolineAlarmHandler* const handler = handlerOf(parameters->hWriteHandle);
+      if (handler == nullptr) {
+        return TAVROLINE_ERROR;
+      }
+      bool active = false;
+      bool acknowledged = false;
+      const RTS_IEC_INT result = handler->getAlarmState(active, acknowledged);
+      if (result == TAVROLINE_DONE) {
+        writeIfWanted(parameters->pxActive, active);
+        writeIfWanted(parameters->pxAcknowledged, acknowledged);
+      }
+      return result;
+    });
   });
 }
 

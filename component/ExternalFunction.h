@@ -10,8 +10,8 @@
  * function runs inside externalFunction() or one of the forms below, which are made of it; no exception
  * leaves it.
  *
- * A form that has a result writes ResultError before it looks at the handle: a refused handle and an
- * exception leave it there, everything else replaces it.
+ * A form that has a result writes it once, at the end, so that no other task sees a value in between; a
+ * refused handle and an exception make it an error.
  */
 template <typename Body>
 void externalFunction(const char* name, Body&& body) noexcept {
@@ -31,16 +31,24 @@ void onReader(const char* name, Parameters* parameters, Operation operation) noe
   });
 }
 
+/** With a result: iResult = `body()`. The structure has been checked. */
+template <typename Parameters, typename Body>
+void storeResult(const char* name, Parameters& parameters, Body body) noexcept {
+  RTS_IEC_INT result = TAVROLINE_ERROR;
+  externalFunction(name, [&] { result = body(); });
+  parameters.iResult = result;
+}
+
 /** With a read handle and a result: iResult = `operation(reader, parameters)`. The structure has been
  * checked. */
 template <typename Reader, typename Parameters, typename Operation>
-void storeResult(Parameters& parameters, Operation operation) {
-  parameters.iResult = TAVROLINE_ERROR;
-  Reader* reader = nullptr;
-  if (TavrolineConvenienceFunctions::getHandlePointer(&reader, parameters.hReadHandle) &&
-      HandleCheck::isUsable(reader)) {
-    parameters.iResult = operation(*reader, parameters);
-  }
+void storeReaderResult(const char* name, Parameters& parameters, Operation operation) noexcept {
+  storeResult(name, parameters, [&]() -> RTS_IEC_INT {
+    Reader* reader = nullptr;
+    const bool usable = TavrolineConvenienceFunctions::getHandlePointer(&reader, parameters.hReadHandle) &&
+                        HandleCheck::isUsable(reader);
+    return usable ? operation(*reader, parameters) : RTS_IEC_INT{TAVROLINE_ERROR};
+  });
 }
 
 /** The load functions. */
@@ -48,7 +56,7 @@ template <typename Reader, typename Parameters, typename Operation>
 void load(const char* name, Parameters* parameters, Operation operation) noexcept {
   externalFunction(name, [&] {
     if (TavrolineConvenienceFunctions::checkStructPointer(parameters)) {
-      storeResult<Reader>(*parameters, operation);
+      storeReaderResult<Reader>(name, *parameters, operation);
     }
   });
 }
@@ -59,7 +67,7 @@ void copyRequest(const char* name, Parameters* parameters, Operation operation) 
   externalFunction(name, [&] {
     if (TavrolineConvenienceFunctions::checkStructPointer(parameters) &&
         TavrolineConvenienceFunctions::checkStructPointer(parameters->pstRequest)) {
-      storeResult<Reader>(*parameters->pstRequest, operation);
+      storeReaderResult<Reader>(name, *parameters->pstRequest, operation);
     }
   });
 }
