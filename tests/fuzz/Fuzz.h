@@ -32,7 +32,7 @@ class GuardedMemory {
   }
 
  private:
-  static constexpr std::size_t kCapacity = 128 * 1024;
+  static constexpr std::size_t kCapacity = std::size_t{128} * 1024;
   char* m_start;
 };
 
