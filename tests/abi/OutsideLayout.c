@@ -172,7 +172,7 @@ static void logEntry(uint32_t handle, uint32_t type, uint32_t state, uint32_t ti
 }
 
 #define HOLDS(entry, layout, field, text) \
-  CHECK(memcmp((entry) + fieldOf(layout, field).offset, text, sizeof text) == 0)
+  CHECK(memcmp((entry) + fieldOf(layout, field).offset, text, sizeof(text)) == 0)
 static void checkEntry(const Layout* layout, const unsigned char* entry, uint32_t type, uint32_t time) {
   CHECK(number(entry, layout, "iEventType") == type && number(entry, layout, "dtTimestamp") == time);
   HOLDS(entry, layout, "sIconType", "valve");
