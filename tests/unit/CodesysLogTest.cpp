@@ -28,22 +28,15 @@ RTS_RESULT keepRecord(void* logger, std::uint32_t componentId, std::int32_t logC
   return 0;
 }
 
-TEST(CodesysLog, WritesOneRecordPerObjectWhenItEnds) {
-  g_records.clear();
+TEST(CodesysLog, WritesOneLineWhenItEndsAndTakesForeignTextAsNoFormat) {
   pfLogAdd = keepRecord;
   {
     CodesysLog record(nullptr, 7, 2, 3, 4, "Tavroline", "File", "void f()", "12");
-    record << QStringLiteral("error:") << QStringLiteral("no bus") << 5;
+    record << QStringLiteral("error:") << QStringLiteral("%s%n %d\r\nforged\u2028line") << 5;
     EXPECT_TRUE(g_records.empty());
   }
-  EXPECT_EQ(g_records, std::vector<std::string>{"7 2 3 4 | Tavroline File void f() 12: error: no bus 5"});
-}
-
-TEST(CodesysLog, NeverTakesForeignTextAsAFormatOrAsMoreThanOneLine) {
-  g_records.clear();
-  pfLogAdd = keepRecord;
-  CodesysLog(nullptr, 1, 2, 0, 0, "C", "F", "f", "1") << QStringLiteral("%s%n %d\r\nforged\u2028line");
-  EXPECT_EQ(g_records, std::vector<std::string>{"1 2 0 0 | C F f 1: %s%n %d  forged line"});
+  EXPECT_EQ(g_records,
+            std::vector<std::string>{"7 2 3 4 | Tavroline File void f() 12: error: %s%n %d  forged line 5"});
 }
 
 TEST(CodesysLog, WritesToStandardErrorBeforeTheImport) {

@@ -2,10 +2,12 @@
 
 #include <cstring>
 #include <functional>
-#include <map>
-#include <set>
+#include <optional>
 
 #include "ExternalFunctionTable.h"
+#include "TavrolineAlarmHandler.h"
+#include "TavrolineAlarmlistRead.h"
+#include "TavrolineEventlistRead.h"
 #include "UnitSupport.h"
 
 namespace {
@@ -20,53 +22,88 @@ void callNamed(const std::string& name, void* structure) {
   ADD_FAILURE() << name << " is not in the table";
 }
 
-/** The messages of the runtime-log records, without their origin. */
-Lines items() {
-  Lines texts;
-  for (const std::string& record : records())
-    texts.push_back(record.substr(record.rfind(": ") + 2));
-  return texts;
-}
-
-// Offset of iResult, which reads 2 afterwards, or -1, and the functions; all have the handle at the start.
+/** All functions that take a handle, which is the first field of their structure, or of their request. */
 struct HandleRow {
-  const char* message;
-  int result;
+  const char* kind;
+  const char* null;  ///< what a null handle is called; empty: silent
+  int result;        ///< offset of iResult, or -1
   Lines functions;
 };
 constexpr int kHandle = sizeof(TavrolineHandle);
+constexpr int kRequestResult = 2 * kHandle + 4;  ///< the structure points to a request
+constexpr char kNullEvents[] = "EventlistReadHandle nullpointer";
+constexpr char kNullAlarms[] = "AlarmlistReadHandle nullpointer";
 const HandleRow kHandleRows[] = {
-    {"EventlistReadHandle nullpointer",
+    {"ReadHandle",
+     kNullEvents,
      -1,
      {"setlistreadlanguage", "setfiltertime", "resetlistchanged", "resetfiltertime", "resetfilterkeyword",
       "resetfiltereventtype", "resetfilterall", "haslistchanged", "clearfilterkeyword",
       "clearfiltereventtype", "addfilterkeyword", "addfiltereventtype"}},
-    {"EventlistReadHandle nullpointer", kHandle, {"loadcompleteeventlist"}},
-    {"EventlistReadHandle nullpointer", kHandle + 2, {"loadpartofeventlist"}},
-    {"AlarmlistReadHandle nullpointer",
+    {"EventlistReadHandle", kNullEvents, kHandle, {"loadcompleteeventlist"}},
+    {"EventlistReadHandle", kNullEvents, kHandle + 2, {"loadpartofeventlist"}},
+    {"EventlistReadHandle", kNullEvents, kRequestResult, {"geteventlistentries"}},
+    {"EventlistReadHandle", "", -1, {"closeeventlistreadhandle"}},
+    {"AlarmlistReadHandle",
+     kNullAlarms,
      -1,
      {"setfilterstatealarm", "setfilterstateacknowledge", "resetfilterstatealarm",
       "resetfilterstateacknowledge", "isfaultinalarmlist", "isalarminalarmlist", "isactivefaultinalarmlist",
       "isactivealarminalarmlist", "getcentraldetectorstate"}},
-    {"AlarmlistReadHandle nullpointer", kHandle, {"loadcompletealarmlist"}},
-    {kNullStructure,
-     -1,
-     {"logalarm", "closealarmlistwritehandle", "geteventlistentries", "getalarmlistentries"}},
-    {kNullStructure, 3 * kHandle, {"getalarmstatefromalarmhandler"}},
-    {"", -1, {"closeeventlistreadhandle", "closealarmlistreadhandle"}}};  // silent
+    {"AlarmlistReadHandle", kNullAlarms, kHandle, {"loadcompletealarmlist"}},
+    {"AlarmlistReadHandle", kNullAlarms, kRequestResult, {"getalarmlistentries"}},
+    {"AlarmlistReadHandle", "", -1, {"closealarmlistreadhandle"}},
+    {"AlarmlistWriteHandle", kNullStructure, -1, {"logalarm", "closealarmlistwritehandle"}},
+    {"AlarmlistWriteHandle", kNullStructure, 3 * kHandle, {"getalarmstatefromalarmhandler"}}};
 
-TEST_F(ComponentTest, ANullHandleIsReportedAndWritesNothingButAResult) {
-  for (const auto& [message, result, functions] : kHandleRows) {
-    for (const std::string& function : functions) {
-      fake::reset();
-      alignas(8) char structure[160];
-      std::memset(structure, 0x5A, sizeof structure);
-      std::memset(structure, 0, kHandle);
-      std::string expected(structure, sizeof structure);
-      if (result >= 0) expected.replace(std::size_t(result), 2, std::string("\x02\0", 2));
-      callNamed(function, structure);
-      EXPECT_EQ(std::string(structure, sizeof structure), expected) << function;
-      EXPECT_EQ(items(), *message == '\0' ? Lines{} : Lines{message}) << function;
+/** One record, if any, and no byte written but an error result and the field of a write handle's close. */
+void expectRefused(const HandleRow& row, const void* handle, const std::string& message) {
+  for (const std::string& function : row.functions) {
+    fake::reset();
+    alignas(8) char structure[160];
+    std::memset(structure, 'Z', sizeof structure);
+    std::memcpy(structure, &handle, kHandle);
+    std::string expected(structure, sizeof structure);
+    if (row.result >= 0) expected.replace(std::size_t(row.result), 2, std::string("\x02\0", 2));
+    if (function == "closealarmlistwritehandle") expected.replace(0, kHandle, kHandle, '\0');
+    void* request = structure;
+    callNamed(function, row.result == kRequestResult ? static_cast<void*>(&request) : structure);
+    EXPECT_EQ(std::string(structure, sizeof structure), expected) << function << ": " << message;
+    EXPECT_EQ(items(), message.empty() ? Lines{} : Lines{message}) << function;
+  }
+}
+
+TEST_F(ComponentTest, AHandleThatIsNullStaleOrOfAnotherKindIsRefused) {
+  std::optional<TavrolineEventlistRead> events;
+  std::optional<TavrolineAlarmlistRead> alarms;
+  std::optional<TavrolineAlarmHandler> handler;
+  const std::pair<std::string, const void*> handles[] = {
+      {"EventlistReadHandle", &events}, {"AlarmlistReadHandle", &alarms}, {"AlarmlistWriteHandle", &handler}};
+  for (const bool reused : {false, true}) {
+    events.emplace();
+    alarms.emplace();
+    handler.emplace(nullptr);
+    ASSERT_EQ(static_cast<void*>(&*events), &events) << "the address of a handle is that of its optional";
+    for (const HandleRow& row : kHandleRows) {
+      expectRefused(row, nullptr, row.null);
+      expectRefused(row, &kHandleRows, std::string(row.kind) + " unknown");
+      for (const auto& [kind, handle] : handles) {
+        const bool own = kind.find(row.kind) != std::string::npos;
+        if (!own) expectRefused(row, handle, std::string(row.kind) + " of another kind");
+      }
+    }
+    fake::reset();
+    EXPECT_EQ(call<haslistchanged_ext>(&*events, 85).xListChanged, 0);
+    EXPECT_EQ(call<loadcompleteeventlist_ext>(&*events).iResult, TAVROLINE_BUSY);
+    EXPECT_EQ(call<loadcompletealarmlist_ext>(&*alarms).iResult, TAVROLINE_BUSY);
+    EXPECT_EQ(call<getalarmstatefromalarmhandler_ext>(&*handler).iResult, TAVROLINE_BUSY);
+    EXPECT_EQ(items(), Lines{}) << (reused ? "an address in use again is live" : "");
+    events.reset();
+    alarms.reset();
+    handler.reset();
+    for (const HandleRow& row : kHandleRows) {
+      for (const auto& [kind, handle] : handles)
+        expectRefused(row, handle, std::string(row.kind) + " already closed");
     }
   }
 }
@@ -76,7 +113,7 @@ TEST_F(ComponentTest, ANullStructureIsReportedWhereItIsNotIgnored) {
                  "acknowledgecentraldetector"};
   Lines silent{"openeventlistreadhandle", "openalarmlistreadhandle", "deleteeventlist"};
   for (const HandleRow& row : kHandleRows) {
-    Lines& kind = *row.message == '\0' ? silent : reported;
+    Lines& kind = *row.null == '\0' ? silent : reported;
     kind.insert(kind.end(), row.functions.begin(), row.functions.end());
   }
   EXPECT_EQ(reported.size() + silent.size(), 38U);
@@ -90,25 +127,20 @@ TEST_F(ComponentTest, ANullStructureIsReportedWhereItIsNotIgnored) {
   }
 }
 
-template <auto Copy, typename Request>
-void expectRequestChecks(const ReaderKind& kind) {
-  fake::reset();
+struct CopyFunctions : ReaderTest {};
+INSTANTIATE_TEST_SUITE_P(Of, CopyFunctions, testing::Values(&kEventKind, &kAlarmKind));
+
+TEST_P(CopyFunctions, CheckTheirRequestAndItsArray) {
   const Reader reader(kind);
-  for (const TavrolineHandle handle : {TavrolineHandle{nullptr}, reader.handle}) {
-    Request request{handle, nullptr, 1, -1, -7};
-    call<Copy>(&request);
-    EXPECT_EQ(request.iResult, TAVROLINE_ERROR);
-    EXPECT_EQ(request.diNumberOfEntries, -7);
-  }
-  EXPECT_EQ(items(), (Lines{kind.list + "ReadHandle nullpointer", "DBusPendingReply nullpointer"}));
+  stGetEventlistEntriesType request{reader.handle, nullptr, 1, -1, -7};  // but for its array, the alarms' too
+  for (auto* pointer : {static_cast<stGetEventlistEntriesType*>(nullptr), &request})
+    callNamed(kind.list == "Eventlist" ? "geteventlistentries" : "getalarmlistentries", &pointer);
+  EXPECT_EQ(request.iResult, TAVROLINE_ERROR);
+  EXPECT_EQ(request.diNumberOfEntries, -7);
+  EXPECT_EQ(items(), (Lines{kNullStructure, "DBusPendingReply nullpointer"}));
   EXPECT_EQ(records()[1], kind.className() + ": int16_t " + kind.className() + "::convert" + kind.list +
                               "(int&, st" + kind.list + "EntryType*, int) const: convert" + kind.list +
                               ": DBusPendingReply nullpointer");
-}
-
-TEST_F(ComponentTest, ACopyChecksTheHandleOfItsRequestAndThenTheArray) {
-  expectRequestChecks<geteventlistentries_ext, stGetEventlistEntriesType>(kEventKind);
-  expectRequestChecks<getalarmlistentries_ext, stGetAlarmlistEntriesType>(kAlarmKind);
 }
 
 struct AlarmFunctions : ComponentTest {

@@ -1,12 +1,14 @@
 #include "ReaderClass.h"
 
+#include <cstring>
+
 #include "TavrolineAlarmlistRead.h"
 #include "TavrolineEventlistRead.h"
 #include "UnitSupport.h"
 
 namespace {
 
-// What both readers do alike, through the external functions.
+// Both readers through the external functions: what they do alike, then what each has for itself.
 struct Readers : ReaderTest {
   static bool changed(const Reader& reader) {
     const auto flag = call<haslistchanged_ext>(reader.handle, 85).xListChanged;
@@ -23,65 +25,198 @@ INSTANTIATE_TEST_SUITE_P(Of, Readers, testing::Values(&kEventKind, &kAlarmKind))
 TEST_P(Readers, CopyWhatPassesTheFilterUpToTheCapacity) {
   const Reader reader(kind);
   EXPECT_EQ(reader.count(), 0) << "before any load";
-  reader.load(
-      R"([{"EventType":3},{},5,{"EventType":3},{"EventType":2},"x",{"EventType":3},{},{},{"EventType":3}])");
-  for (const int capacity : {-1, 0, 1, 4, 9, 10, 11})
-    EXPECT_EQ(reader.count(capacity), qBound(0, capacity, 10));
+  reader.load(R"([{"EventType":3},{},5,{"EventType":3},{"EventType":2},"x",{"EventType":3}])");
+  for (const int capacity : {-1, 0, 1, 6, 7, 8})
+    EXPECT_EQ(reader.count(capacity), qBound(0, capacity, 7));
   call<addfiltereventtype_ext>(reader.handle, 3);
-  for (const int capacity : {-1, 0, 3, 4, 5, 10})
-    EXPECT_EQ(reader.count(capacity), qBound(0, capacity, 4));
+  for (const int capacity : {-1, 0, 2, 3, 4, 7})
+    EXPECT_EQ(reader.count(capacity), qBound(0, capacity, 3));
 }
 
 TEST_P(Readers, LearnOfAChangeWhenTheyAreOpenAtThatMoment) {
   poll();
   EXPECT_EQ(fake::calls(kind.changed()).size(), 1U) << "asked even with no reader";
-  Reader first(kind);
-  const Reader second(kind);
-  poll();
-  EXPECT_EQ(fake::calls(kind.changed()).size(), 2U) << "and once for both";
-  EXPECT_FALSE(changed(first));
+  const Reader first(kind);
+  {
+    const Reader second(kind);
+    fake::change(kind.changed());
+    poll();
+    EXPECT_EQ(fake::calls(kind.changed()).size(), 2U) << "and once for both";
+    const Reader later(kind);
+    EXPECT_TRUE(changed(first) && changed(second));
+    EXPECT_FALSE(changed(later));
+    call<resetlistchanged_ext>(first.handle);
+    second.load("[]");
+    poll();
+    EXPECT_FALSE(changed(first)) << "a false answer marks nothing";
+    EXPECT_TRUE(changed(second)) << "neither it nor a load clears anything";
+  }
   fake::change(kind.changed());
   poll();
-  const Reader later(kind);
-  EXPECT_TRUE(changed(first) && changed(second));
-  EXPECT_FALSE(changed(later));
-  call<resetlistchanged_ext>(first.handle);
-  second.load("[]");
-  poll();
-  EXPECT_FALSE(changed(first)) << "a false answer marks nothing";
-  EXPECT_TRUE(changed(second)) << "neither it nor a load clears anything";
-  first.close();
-  fake::change(kind.changed());
-  poll();
-  EXPECT_TRUE(changed(later)) << "closing one leaves the others served";
+  EXPECT_TRUE(changed(first)) << "closing some leaves the others served";
 }
 
-struct EventProbe : TavrolineEventlistRead {
+struct Probe : TavrolineEventlistRead {
   static auto& instances() { return sm_AccessEventlistInstancePointers; }
 };
-struct AlarmProbe : TavrolineAlarmlistRead {
-  static auto& instances() { return sm_AccessAlarmlistInstancePointers; }
-};
 
-template <typename Probe>
-void expectSurvivesAWrongInstanceList(const std::string& name) {
-  fake::reset();
-  Probe::instances().append(nullptr);
+TEST_F(ComponentTest, AReaderSurvivesAWrongInstanceListAndSaysSo) {
   {
-    Probe reader;
-    Probe::instances().append(&reader);
+    const Probe reader;
+    Probe::instances() += {nullptr, Probe::instances().last()};
     Probe::pollDBusSignals();
-    EXPECT_EQ(records(), Lines{name + ": static void " + name + "::pollDBusSignals(): Nullpointer access"});
+    EXPECT_EQ(items(), Lines{"Nullpointer access"});
   }
-  EXPECT_EQ(messages(), Lines{"qWarning: " + name + ": virtual " + name + "::~" + name +
-                              "(): Tavroline Not one entry removed. Nr of removed entrys: 2"});
-  EXPECT_EQ(Probe::instances().size(), 1) << "every occurrence is gone";
+  EXPECT_EQ(messages(), Lines{"qWarning: TavrolineEventlistRead: virtual TavrolineEventlistRead::"
+                              "~TavrolineEventlistRead(): Tavroline Not one entry removed. Nr of removed "
+                              "entrys: 2"});
   Probe::instances().clear();
 }
 
-TEST_F(ComponentTest, AReaderSurvivesAWrongInstanceListAndSaysSo) {
-  expectSurvivesAWrongInstanceList<EventProbe>("TavrolineEventlistRead");
-  expectSurvivesAWrongInstanceList<AlarmProbe>("TavrolineAlarmlistRead");
+TEST_F(ComponentTest, APartOfTheEventListIsAskedForByItsCountAlone) {
+  const QStringList none;
+  for (const int count : {25, 65535, 0}) {
+    fake::reset();
+    const Reader reader(kEventKind);
+    for (const int now : {count, 7})
+      EXPECT_EQ(call<loadpartofeventlist_ext>(reader.handle, now).iResult, TAVROLINE_BUSY);
+    QVariantList requested;  // once; later counts are ignored
+    for (const fake::Call& call : fake::calls("getPartOfEventlist"))
+      requested += call.arguments;
+    const QVariantList part{""_q, none, none, none, none, QDateTime(), QDateTime(), none, count};
+    EXPECT_EQ(requested, count == 0 ? QVariantList() : part);
+    EXPECT_EQ(fake::calls("getCompleteEventlist").size(), count == 0 ? 1U : 0U);
+  }
+}
+
+/** Copy one entry, of this JSON text, and compare it and the element behind it with the expected bytes. */
+void expectBytes(const ReaderKind& kind, const QByteArray& json, std::size_t size,
+                 const std::vector<std::pair<std::size_t, std::string>>& fields) {
+  const Reader reader(kind);
+  reader.load("[" + json + "]");
+  std::string expected(2 * size, 'Z');
+  for (const auto& [offset, bytes] : fields)
+    expected.replace(offset, bytes.size(), bytes);
+  const auto [count, bytes] = kind.copy(reader.handle, 2);
+  EXPECT_EQ(count, 1);
+  EXPECT_EQ(bytes.substr(0, 2 * size), expected);
+}
+
+TEST_F(ComponentTest, AnEntryIsWrittenToItsBytesAndNoFurther) {
+  using namespace std::string_literals;
+  const QByteArray text(300, 'x');
+  std::string wide;
+  for (int i = 0; i < 80; ++i)
+    wide += "x\0"s;
+  expectBytes(kEventKind,
+              R"({"EventlistId":70000,"EventType":3,"IconType":"event-on","ModuleName":")" + text +
+                  R"(","User":")" + text +
+                  R"(","LocalTime":"2024-05-01T12:00:00.999+02:00","Description":"ä😀","Keywords":["k"]})",
+              856,
+              {{0, "\x70\x11\0\0\0\0\0\0"s},  // 70000 - 65536 = 0x1170
+               {8, "\x03\0event-on\0"s},
+               {92, "\xA0\x12\x32\x66"},  // 1714557600
+               {96, std::string(80, 'x') + '\0'},
+               {178, "\xE4\0\x3D\xD8\0\xDE\0\0"s},
+               {690, wide + "\0\0"s}});
+  expectBytes(kAlarmKind,
+              R"({"AlarmActive":true,"AlarmAcknowledgment":false,"AlarmID":"{id}","EventType":2,
+      "IconType":"fault-on","LocalTime":"2024-05-01T10:00:00.000Z","ModuleName":"Pümpe","Description":"ä"})",
+              768,
+              {{0, "\0\x01{id}\0"s},
+               {84, "\x02\0fault-on\0"s},
+               {168, "\xA0\x12\x32\x66"},
+               {172, "P\xC3\xBCmpe\0"s},
+               {254, "\xE4\0\0\0"s}});
+}
+
+TEST_F(ComponentTest, AnEventListEntryTakesOnlyValuesOfTheRightKind) {
+  const std::tuple<const char*, unsigned int, int, unsigned int> rows[] = {
+      {R"({})", 0, 0, 0},
+      {R"({"EventlistId":-1,"EventType":-1})", 65535, -1, 0},
+      {R"({"EventlistId":4294967301,"EventType":65539})", 5, 3, 0},
+      {R"({"EventlistId":2.5,"EventType":2.5})", 0, 0, 0},
+      {R"({"EventlistId":1e300,"EventType":1e300})", 0, 0, 0},
+      {R"({"EventlistId":"7","EventType":"3"})", 0, 0, 0},
+      {R"({"EventlistId":true,"EventType":true,"LocalTime":5})", 0, 0, 0},
+      {R"({"LocalTime":"2106-02-07T06:28:15.000Z"})", 0, 0, 0xFFFFFFFF},
+      {R"({"LocalTime":"2024-13-01T00:00:00.000"})", 0, 0, 0}};
+  const Reader reader(kEventKind);
+  for (const auto& [json, id, type, time] : rows) {
+    reader.load(QByteArray("[") + json + "]");
+    stEventlistEntryType entry;
+    std::memcpy(static_cast<void*>(&entry), kEventKind.copy(reader.handle, 1).second.data(), sizeof entry);
+    EXPECT_EQ(entry.uliEventlistId, id) << json;
+    EXPECT_EQ(entry.iEventType, type) << json;
+    EXPECT_EQ(entry.dtTimestamp, time) << json;
+    EXPECT_STREQ(entry.sIconType, "") << "a missing text is an empty one";
+  }
+}
+
+TEST_F(ComponentTest, BothStateFiltersMustHoldAndTakeOnlyBooleans) {
+  const Reader reader(kAlarmKind);
+  reader.load(R"([{"ModuleName":"1","AlarmActive":true,"AlarmAcknowledgment":true},
+                  {"ModuleName":"2","AlarmActive":true,"AlarmAcknowledgment":false},
+                  {"ModuleName":"3","AlarmActive":false,"AlarmAcknowledgment":true},
+                  {"ModuleName":"4"},
+                  {"ModuleName":"5","AlarmActive":1,"AlarmAcknowledgment":"true"}])");
+  constexpr int kAny = 99;
+  const std::tuple<int, int, const char*> rows[] = {
+      {kAny, kAny, "12345"}, {1, kAny, "12"}, {0, kAny, "345"}, {kAny, 1, "13"}, {kAny, 0, "245"},
+      {1, 1, "1"},           {1, 0, "2"},     {0, 1, "3"},      {0, 0, "45"},    {2, -128, "1"}};
+  for (const auto& [active, acknowledged, passing] : rows) {
+    if (active != kAny) call<setfilterstatealarm_ext>(reader.handle, active);
+    if (acknowledged != kAny) call<setfilterstateacknowledge_ext>(reader.handle, acknowledged);
+    call<resetfilterall_ext>(reader.handle);  // leaves these two alone
+    const auto [count, bytes] = kAlarmKind.copy(reader.handle, 5);
+    std::string modules;
+    for (int i = 0; i < count; ++i)
+      modules += bytes[i * sizeof(stAlarmlistEntryType) + offsetof(stAlarmlistEntryType, sModuleName)];
+    EXPECT_EQ(modules, passing) << active << " " << acknowledged;
+    call<resetfilterstatealarm_ext>(reader.handle);
+    call<resetfilterstateacknowledge_ext>(reader.handle);
+  }
+}
+
+/** The four summary flags and the detector state as digits, in the order in which the service is asked. */
+std::string flags(const Reader& reader) {
+  const TavrolineHandle handle = reader.handle;
+  std::string digits;
+  for (const RTS_IEC_BOOL value : {call<isalarminalarmlist_ext>(handle, 85).xAlarmInAlarmlist,
+                                   call<isactivealarminalarmlist_ext>(handle, 85).xActiveAlarmInAlarmlist,
+                                   call<isfaultinalarmlist_ext>(handle, 85).xFaultInAlarmlist,
+                                   call<isactivefaultinalarmlist_ext>(handle, 85).xActiveFaultInAlarmlist,
+                                   call<getcentraldetectorstate_ext>(handle, 85).xCentralDetectorState})
+    digits += std::to_string(value);
+  return digits;
+}
+
+TEST_F(ComponentTest, SummaryFlagsBelongToAllReadersAndTheDetectorToEach) {
+  const std::string order[] = {"AlarmInAlarmlist", "ActiveAlarmInAlarmlist",
+                               "FaultInAlarmlist", "ActiveFaultInAlarmlist",
+                               "Alarmlist",        "CentralDetector"};
+  TavrolineAlarmlistRead::pollDBusSignals();
+  const auto asked = fake::calls();
+  ASSERT_EQ(asked.size(), 6U);
+  for (int i = 0; i < 6; ++i)
+    EXPECT_EQ(asked[i].operation, "changedFlag" + order[i]);
+  const Reader early(kAlarmKind);
+  EXPECT_EQ(flags(early), "00000");
+  using Changes = std::vector<std::pair<int, bool>>;  // index into the order, new value
+  const std::tuple<Changes, const char*, const char*> rows[] = {
+      {{{0, true}}, "10000", "10000"},
+      {{{1, true}, {2, true}}, "11100", "11100"},
+      {{{2, false}, {3, true}}, "11010", "11010"},
+      {{{4, true}}, "11010", "11010"},
+      {{{3, false}, {5, true}}, "11001", "11000"},
+      {{{0, false}, {1, false}, {5, false}}, "00000", "00000"}};
+  for (const auto& [changes, earlyFlags, lateFlags] : rows) {
+    for (const auto& [index, value] : changes)
+      fake::change("changedFlag" + order[index], value);
+    TavrolineAlarmlistRead::pollDBusSignals();
+    EXPECT_EQ(flags(early), earlyFlags);
+    EXPECT_EQ(flags(Reader(kAlarmKind)), lateFlags);
+  }
 }
 
 }  // namespace

@@ -3,12 +3,11 @@
 #include <QDebug>
 #include <QStringList>
 
+#include <cstring>
 #include <ctime>
 
 #include <sys/syscall.h>
 #include <unistd.h>
-
-#include "StringHash.h"
 
 namespace {
 
@@ -27,11 +26,14 @@ ReaderKind readerKind(const char* list) {
           },
           [](TavrolineHandle handle) { return int{call<Load>(handle).iResult}; },
           [](TavrolineHandle handle, int capacity) {
-            std::vector<Entry> entries(100);
+            std::vector<Entry> entries(20);
+            std::string bytes(entries.size() * sizeof(Entry), 'Z');
+            std::memcpy(static_cast<void*>(entries.data()), bytes.data(), bytes.size());
             Request request{handle, entries.data(), capacity, -1, -1};
             call<Copy>(&request);
             EXPECT_EQ(request.iResult, TAVROLINE_DONE);
-            return int{request.diNumberOfEntries};
+            std::memcpy(bytes.data(), entries.data(), bytes.size());
+            return Copied{request.diNumberOfEntries, bytes};
           }};
 }
 
@@ -43,11 +45,6 @@ const ReaderKind kEventKind =
 const ReaderKind kAlarmKind =
     readerKind<openalarmlistreadhandle_ext, closealarmlistreadhandle_ext, loadcompletealarmlist_ext,
                getalarmlistentries_ext, stGetAlarmlistEntriesType, stAlarmlistEntryType>("Alarmlist");
-
-void Reader::close() {
-  kind.close(handle);
-  handle = nullptr;
-}
 
 void Reader::load(const QByteArray& entries) const {
   fake::answer(kind.request(), {{0, "{\"ListData\":" + entries + "}"}});
@@ -66,17 +63,23 @@ void PrintTo(const QVariant& value, std::ostream* stream) {
 }
 
 Lines records() {
-  const unsigned int id = (hashFromString("Tavroline"_q) & 0xFFFFU) | 0x1B4E3000U;
   Lines lines;
   for (const fake::Call& call : fake::calls("CodesysLog")) {
     const QVariantList& all = call.arguments;
-    EXPECT_EQ(all.mid(0, 6), (QVariantList{true, id, 2, 0, 0, "Tavroline"_q}));
+    EXPECT_EQ(all.mid(0, 6), (QVariantList{true, kComponentId, 2, 0, 0, "Tavroline"_q}));
     EXPECT_GT(all[8].toInt(), 0) << "line as decimal text";
     lines.push_back((all[6].toString() + ": "_q + all[7].toString() + ": "_q +
                      all[9].toStringList().join(QLatin1Char('|')))
                         .toStdString());
   }
   return lines;
+}
+
+Lines items() {
+  Lines texts;
+  for (const std::string& record : records())
+    texts.push_back(record.substr(record.rfind(": ") + 2));
+  return texts;
 }
 
 Lines messages() {

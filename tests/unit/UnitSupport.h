@@ -26,6 +26,9 @@ inline QString operator""_q(const char* text, std::size_t size) {
 void PrintTo(const QString& text, std::ostream* stream);
 void PrintTo(const QVariant& value, std::ostream* stream);
 
+constexpr unsigned int kComponentId =
+    0x1B4EB041;  ///< 0x1B4E3000 and the name's FNV-1a, 0x3EDBB041, in 16 bit
+
 /** A test that starts with an empty log and no scripts. */
 struct ComponentTest : testing::Test {
   ComponentTest() { fake::reset(); }
@@ -37,35 +40,30 @@ void advanceMonotonicClock(int milliseconds);
 /** The runtime-log records as "file: function: item|item"; what every record has in common is checked. */
 Lines records();
 
+/** The messages of these records, without their origin. */
+Lines items();
+
 /** The Qt messages as "qWarning: file: function: text"; category and line number are checked to be there. */
 Lines messages();
-
-/** Converts to whatever integer a field has. */
-struct Integer {
-  long long value;
-  template <typename Field>
-  operator Field() const {  // NOLINT(google-explicit-constructor): it stands for a plain argument
-    return static_cast<Field>(value);
-  }
-};
 
 /** Call an external function with the leading fields of its structure, the rest zero; gives the structure
  * back. */
 template <typename Struct>
 Struct structureOf(void (*function)(Struct*));
+/** Converts to whatever integer a field has. */
 template <typename Value>
-auto field(Value value) {
-  if constexpr (std::is_integral_v<Value>) {
-    return Integer{static_cast<long long>(value)};
-  } else {
-    return value;
+struct Field {
+  Value value;
+  template <typename Target>
+  operator Target() const {  // NOLINT(google-explicit-constructor): it stands for a plain argument
+    return static_cast<Target>(value);
   }
-}
+};
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmissing-field-initializers"
 template <auto Function, typename... Values>
 auto call(Values... values) {
-  decltype(structureOf(Function)) structure{field(values)...};
+  decltype(structureOf(Function)) structure{Field<Values>{values}...};
   Function(&structure);
   return structure;
 }
@@ -85,13 +83,16 @@ void logEntry(int type, int state, const char* icon, const char* module, unsigne
                  one, one, one);
 }
 
+/** A full copy: the number of entries and all bytes of an array, which was filled with 'Z'. */
+using Copied = std::pair<int, std::string>;
+
 /** One of the two kinds of reader, as PLC code sees it; its names follow from the list's. */
 struct ReaderKind {
   std::string list;  ///< "Eventlist" or "Alarmlist"
   TavrolineHandle (*open)();
   void (*close)(TavrolineHandle);
   int (*load)(TavrolineHandle);
-  int (*count)(TavrolineHandle, int capacity);  ///< number of entries copied
+  Copied (*copy)(TavrolineHandle, int capacity);
   std::string className() const { return "Tavroline" + list + "Read"; }
   std::string request() const { return "getComplete" + list; }
   std::string changed() const { return "changedFlag" + list; }
@@ -102,16 +103,15 @@ extern const ReaderKind kAlarmKind;
 /** A read handle, closed at the end of its scope. */
 struct Reader {
   explicit Reader(const ReaderKind& readerKind) : kind(readerKind), handle(kind.open()) {}
-  ~Reader() { close(); }
+  ~Reader() { kind.close(handle); }
   Reader(const Reader&) = delete;
   Reader& operator=(const Reader&) = delete;
-  void close();
   int load() const { return kind.load(handle); }
   void load(const QByteArray& entries) const;  ///< these entries, a JSON array
-  int count(int capacity = 100) const { return kind.count(handle, capacity); }
+  int count(int capacity = 20) const { return kind.copy(handle, capacity).first; }
 
   const ReaderKind& kind;
-  TavrolineHandle handle;
+  const TavrolineHandle handle;
 };
 
 /** A test that runs for both kinds of reader. */
