@@ -47,13 +47,13 @@ void enlist(QMutex& mutex, QList<Reader*>& instances, Reader* reader) {
 
 /** Take a reader out of its class, giving back the interface when its own request is outstanding. */
 template <typename Reader>
-void delist(QMutex& mutex, QList<Reader*>& instances, Reader* reader, bool ownsInterface,
+void delist(QMutex& mutex, QList<Reader*>& instances, Reader* reader, const std::int32_t& readState,
             bool& interfaceReady, const Names& names) noexcept {
   reportExceptions(names.file, names.destructorFunction, [&] {
     int removed = 0;
     {
       const LockGuard<QMutex> lock(mutex);
-      if (ownsInterface) {
+      if (readState == TavrolineReadBaseClass::ReadStatePending) {
         interfaceReady = true;
       }
       removed = instances.removeAll(reader);

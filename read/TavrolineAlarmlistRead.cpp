@@ -44,8 +44,8 @@ TavrolineAlarmlistRead::TavrolineAlarmlistRead() {
 }
 
 TavrolineAlarmlistRead::~TavrolineAlarmlistRead() {
-  ReaderClass::delist(sm_Mutex, sm_AccessAlarmlistInstancePointers, this, m_ReadState == ReadStatePending,
-                      sm_bDBusInterfaceReady, kNames);
+  ReaderClass::delist(sm_Mutex, sm_AccessAlarmlistInstancePointers, this, m_ReadState, sm_bDBusInterfaceReady,
+                      kNames);
 }
 
 void TavrolineAlarmlistRead::pollDBusSignals() {

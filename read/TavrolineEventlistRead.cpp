@@ -29,8 +29,8 @@ TavrolineEventlistRead::TavrolineEventlistRead() {
 }
 
 TavrolineEventlistRead::~TavrolineEventlistRead() {
-  ReaderClass::delist(sm_Mutex, sm_AccessEventlistInstancePointers, this, m_ReadState == ReadStatePending,
-                      sm_bDBusInterfaceReady, kNames);
+  ReaderClass::delist(sm_Mutex, sm_AccessEventlistInstancePointers, this, m_ReadState, sm_bDBusInterfaceReady,
+                      kNames);
 }
 
 void TavrolineEventlistRead::pollDBusSignals() {
