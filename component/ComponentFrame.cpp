@@ -30,7 +30,7 @@ void** variable(Function*& function) {
   return reinterpret_cast<void**>(&function);
 }
 
-RTS_RESULT importFunctions() {
+RTS_RESULT lookUpRuntimeFunctions() {
   if (pfGetApi == nullptr) {
     return kNoService;
   }
@@ -50,7 +50,7 @@ RTS_RESULT importFunctions() {
   return result;  // of the last look-up; the others are not examined
 }
 
-RTS_RESULT exportFunctions() {
+RTS_RESULT registerTables() {
   if (pfRegisterApi == nullptr) {
     return kNoService;
   }
@@ -61,13 +61,13 @@ RTS_RESULT exportFunctions() {
 
 RTS_RESULT ImportFunctions() {
   RTS_RESULT result = kFailed;
-  externalFunction(__func__, [&] { result = importFunctions(); });
+  externalFunction(__func__, [&] { result = lookUpRuntimeFunctions(); });
   return result;
 }
 
 RTS_RESULT ExportFunctions() {
   RTS_RESULT result = kFailed;
-  externalFunction(__func__, [&] { result = exportFunctions(); });
+  externalFunction(__func__, [&] { result = registerTables(); });
   return result;
 }
 

@@ -15,7 +15,7 @@
  */
 template <typename Body>
 void externalFunction(const char* name, Body&& body) noexcept {
-  reportExceptions("TavrolineExternalFunctions", name, std::forward<Body>(body));
+  reportExceptions("ExternalFunction", name, std::forward<Body>(body));
 }
 
 /** With a read handle and no result: `operation(reader, parameters)`. */

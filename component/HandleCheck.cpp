@@ -29,7 +29,7 @@ bool refuse(const void* object, const std::type_info* found, const char* kind) {
   const char* const reason = found != nullptr                 ? "of another kind"
                              : LiveObjects::wasClosed(object) ? "already closed"
                                                               : "unknown";
-  RuntimeLog::write("HandleCheck", "bool HandleCheck::isUsable(const void*)",
+  RuntimeLog::write("HandleCheck", "HandleCheck::isUsable",
                     QStringLiteral("%1 %2").arg(QLatin1String(kind), QLatin1String(reason)));
   return false;
 }

@@ -12,7 +12,8 @@ namespace RuntimeLog {
  * Write one record.
  * @param file source file without its extension; with `function` a literal, as compilers spell signatures
  * differently
- * @param message the first item of the record [any-thread]
+ * @param message the first item of the record
+ * @param line of the caller where it is not prescribed. [any-thread]
  */
 void write(const char* file, const char* function, const QString& message, int line = __builtin_LINE());
 
