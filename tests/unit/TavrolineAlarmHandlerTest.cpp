@@ -8,13 +8,7 @@
 namespace {
 
 struct AlarmHandlerTest : ComponentTest {
-  AlarmHandlerTest() { open(); }
   ~AlarmHandlerTest() override { close(); }
-  void open() {
-    const auto opened = call<openalarmlistwritehandle_ext>(0x5A5A5A5A);
-    EXPECT_EQ(opened.diReserved, 0x5A5A5A5A) << "never touched";
-    m_handle = opened.hWriteHandle;
-  }
   void close() { m_handle = call<closealarmlistwritehandle_ext>(m_handle).hWriteHandle; }
   void log(int type, int state, const char* icon = "", unsigned int time = 0) {
     logEntry<logalarm_ext>(type, state, icon, icon, time, m_handle);
@@ -28,24 +22,23 @@ struct AlarmHandlerTest : ComponentTest {
   }
   static std::size_t queries() { return fake::calls("getAlarmState").size(); }
 
-  TavrolineHandle m_handle = nullptr;
+  TavrolineHandle m_handle = call<openalarmlistwritehandle_ext>().hWriteHandle;
 };
 
 TEST_F(AlarmHandlerTest, OnlyAnEdgeIsSentAndOnlyNeutralIsWarnedOf) {
-  using Row =
-      std::tuple<int, int, const char*, const char*>;  // the last one: "type state icon" sent, null for none
-  for (const auto& [type, state, icon, expected] :
-       {Row{0, 2, "", nullptr}, Row{0, 0, "", nullptr}, Row{0, 3, "", nullptr}, Row{0, 1, "", "0 1 alarm-on"},
-        Row{0, 1, "", nullptr}, Row{2, 1, "own", nullptr}, Row{0, 0, "", nullptr}, Row{0, -1, "", nullptr},
-        Row{0, 2, "", "0 2 alarm-off"}, Row{0, 2, "", nullptr}, Row{2, 1, "own", "2 1 own"},
-        Row{2, 2, "", "2 2 fault-off"}, Row{77, 1, "", "77 1 "}, Row{0, 2, "own", "0 2 own"}}) {
+  const std::tuple<int, int, const char*, const char*> rows[] = {
+      // the last one: "type state icon" sent
+      {0, 2, "", ""},       {0, 0, "", ""},          {0, 3, "", ""},           {0, 1, "", "0 1 alarm-on"},
+      {0, 1, "", ""},       {2, 1, "own", ""},       {0, 0, "", ""},           {0, 2, "", "0 2 alarm-off"},
+      {0, 2, "", ""},       {0, -1, "", ""},         {2, 1, "own", "2 1 own"}, {2, 2, "", "2 2 fault-off"},
+      {77, 1, "", "77 1 "}, {0, 2, "own", "0 2 own"}};
+  for (const auto& [type, state, icon, expected] : rows) {
     fake::reset();
     log(type, state, icon);
-    Lines sent;
-    for (const fake::Call& call : fake::calls("logEvent")) {
-      sent.push_back(QVariant(call.arguments.mid(0, 3)).toStringList().join(QLatin1Char(' ')).toStdString());
-    }
-    EXPECT_EQ(sent, expected == nullptr ? Lines{} : Lines{expected}) << type << " " << state << " " << icon;
+    QStringList sent;
+    for (const fake::Call& call : fake::calls("logEvent"))
+      sent += QVariant(call.arguments.mid(0, 3)).toStringList();
+    EXPECT_EQ(sent.join(QLatin1Char(' ')), QString::fromUtf8(expected)) << type << state << icon;
     EXPECT_EQ(messages(), state != 0 ? Lines{}
                                      : Lines{"qWarning: TavrolineAlarmHandler: void TavrolineAlarmHandler::"
                                              "changeState(EventlistHandlerEnums::EventType, "
@@ -55,62 +48,46 @@ TEST_F(AlarmHandlerTest, OnlyAnEdgeIsSentAndOnlyNeutralIsWarnedOf) {
   }
 }
 
-TEST_F(AlarmHandlerTest, AnAlarmStillOnIsClearedOnCloseWithWhatWasStoredLast) {
+TEST_F(AlarmHandlerTest, AnAlarmStillOnIsClearedOnCloseWithItsIdentifierAndWhatWasStoredLast) {
+  log(0, 1);
+  log(0, 2);
   log(2, 1, "own", 1000);
   log(0, 1, "dropped", 2000);
-  close();
+  query();
+  for (const bool open : {true, false}) {
+    close();
+    if (open) m_handle = call<openalarmlistwritehandle_ext>().hWriteHandle;  // one that stays off
+  }
   const auto sent = fake::calls("logEvent");
-  ASSERT_EQ(sent.size(), 2U);
-  QVariantList expected = sent[0].arguments;
+  ASSERT_EQ(sent.size(), 4U);
+  EXPECT_TRUE(sent[0].arguments[4].toDateTime().isNull()) << "no time stamp stays none";
+  QVariantList expected = sent[2].arguments;
   EXPECT_EQ(expected.mid(3, 2), (QVariantList{"own"_q, QDateTime::fromSecsSinceEpoch(1000, Qt::UTC)}));
   EXPECT_EQ(expected[5].toMap().size(), 7);
   EXPECT_EQ(expected.mid(6, 2), (QVariantList{QStringList{"k"_q}, "u"_q}));
+  const QString id = expected[8].toString();
+  EXPECT_TRUE(QRegularExpression("^{[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}}$"_q).match(id).hasMatch());
+  EXPECT_EQ(sent[0].arguments[8], id);
+  EXPECT_EQ(fake::calls("getAlarmState").at(0).arguments, QVariantList{id});
   expected[1] = 2;
   expected[2] = "fault-off"_q;
-  EXPECT_EQ(sent[1].arguments, expected);
-  open();
-}
-
-TEST_F(AlarmHandlerTest, KeepsOneIdentifierOfItsOwnAndSendsNothingWhenClosedOff) {
-  log(0, 1);
-  log(0, 2);
-  query();
-  const QString id = fake::calls("logEvent").at(0).arguments[8].toString();
-  EXPECT_TRUE(QRegularExpression("^{[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}}$"_q).match(id).hasMatch());
-  EXPECT_TRUE(fake::calls("logEvent").at(0).arguments[4].toDateTime().isNull()) << "no time stamp stays none";
-  EXPECT_EQ(fake::calls("logEvent").at(1).arguments[8], id);
-  EXPECT_EQ(fake::calls("getAlarmState").at(0).arguments, QVariantList{id});
-  close();
-  EXPECT_EQ(fake::calls("logEvent").size(), 2U);
-  open();
-  log(0, 1);
-  EXPECT_NE(fake::calls("logEvent").at(2).arguments[8], id);
-}
-
-TEST_F(AlarmHandlerTest, IsAQObjectKnownByItsNameAndAddsNothingToOne) {
-  TavrolineAlarmHandler handler(nullptr);
-  EXPECT_STREQ(handler.metaObject()->className(), "TavrolineAlarmHandler");
-  EXPECT_EQ(handler.qt_metacast("TavrolineAlarmHandler"), &handler);
-  EXPECT_EQ(handler.metaObject()->methodCount(), QObject::staticMetaObject.methodCount());
-  EXPECT_EQ(handler.metaObject()->propertyCount(), QObject::staticMetaObject.propertyCount());
+  EXPECT_EQ(sent[3].arguments, expected);
 }
 
 TEST_F(AlarmHandlerTest, AStateQueryIsStartedAndAskedUntilItDelivers) {
   using Row = std::pair<const char*, const char*>;
   std::size_t started = 0;
-  for (const auto& [reply, expected] : {Row{R"({"AlarmActive":true,"AlarmAcknowledgment":false})", "0 10"},
-                                        Row{R"({"AlarmActive":false,"AlarmAcknowledgment":true})", "0 01"},
-                                        Row{R"({"AlarmActive":1,"AlarmAcknowledgment":"true"})", "0 00"},
-                                        Row{"{}", "0 00"}, Row{"garbage", "0 00"}}) {
+  for (const auto& [reply, expected] :
+       {Row{R"({"AlarmActive":true,"AlarmAcknowledgment":false})", "0 10"},
+        Row{R"({"AlarmActive":false,"AlarmAcknowledgment":true})", "0 01"},
+        Row{R"({"AlarmActive":1,"AlarmAcknowledgment":"true"})", "0 00"}, Row{"garbage", "0 00"}}) {
     fake::answer("getAlarmState", {{2, {}}, {2, {}}, {0, reply}});
     fake::answer("getAlarmState", {{0, reply}});
-    EXPECT_EQ(query(), "1 55");
-    EXPECT_EQ(query(), "1 55");
-    EXPECT_EQ(queries(), started + 1);
-    EXPECT_EQ(query(), expected);
+    for (const char* result : {"1 55", "1 55", expected})
+      EXPECT_EQ(query(), result);
+    EXPECT_EQ(queries(), ++started);
     EXPECT_EQ(query(), expected) << "a new query, answered at once";
-    started += 2;
-    EXPECT_EQ(queries(), started);
+    EXPECT_EQ(queries(), ++started);
   }
   EXPECT_EQ(fake::calls("isFinished").size(), 2 * started) << "asked once per call";
   fake::answer("getAlarmState", {{0, R"({"AlarmActive":true})"}});
@@ -124,12 +101,12 @@ TEST_F(AlarmHandlerTest, AFailedStateQueryIsRepeatedAfterFiveSeconds) {
   EXPECT_EQ(query(), "1 55");
   EXPECT_EQ(query(), "2 55");
   EXPECT_EQ(records(), Lines{place + "DBus access error"});
+  fake::fail("getAlarmState", fake::Failure::Refuse);
   for (const std::size_t started : {1U, 2U}) {
     advanceMonotonicClock(4999);
     EXPECT_EQ(query(), "2 55") << "counted from the last failed query";
     EXPECT_EQ(queries(), started);
     advanceMonotonicClock(1);
-    if (started == 1) fake::fail("getAlarmState", fake::Failure::Refuse);
     EXPECT_EQ(query(), started == 1 ? "2 55" : "1 55");
     EXPECT_EQ(queries(), started + 1);
     EXPECT_EQ(records().back(), place + "DBusPendingReply nullpointer");

@@ -1,8 +1,8 @@
 #include "TavrolineConvenienceFunctions.h"
 
-#include <algorithm>
 #include <climits>
 #include <cstring>
+#include <map>
 
 #include "UnitSupport.h"
 
@@ -26,51 +26,46 @@ TEST_F(ComponentTest, TextSourcesBeyondOneBecomeZeroWithAWarning) {
 }
 
 TEST_F(ComponentTest, DefaultIconsExistForTheTabledPairsOnly) {
-  const char* const icons[6][5] = {{"", "", "", "", ""},  // types -1 to 4, states -1 to 3
-                                   {"", "", "alarm-on", "alarm-off", ""},
-                                   {"", "audit-trail", "", "", ""},
-                                   {"", "", "fault-on", "fault-off", ""},
-                                   {"", "event", "event-on", "event-off", ""},
-                                   {"", "", "", "", ""}};
-  for (int type = -1; type <= 4; ++type) {
-    for (int state = -1; state <= 3; ++state) {
-      const QString icon = Convert::getDefaultIconType(EventlistHandlerEnums::EventType(type),
-                                                       EventlistHandlerEnums::State(state));
-      EXPECT_EQ(icon, QString::fromUtf8(icons[type + 1][state + 1])) << type << " " << state;
-    }
+  std::map<std::pair<int, int>, const char*> icons{
+      {{0, 1}, "alarm-on"},  {{0, 2}, "alarm-off"}, {{1, 0}, "audit-trail"}, {{2, 1}, "fault-on"},
+      {{2, 2}, "fault-off"}, {{3, 0}, "event"},     {{3, 1}, "event-on"},    {{3, 2}, "event-off"}};
+  for (int i = 0; i < 30; ++i) {
+    const int type = i / 5 - 1;
+    const int state = i % 5 - 1;
+    EXPECT_EQ(Convert::getDefaultIconType(EventlistHandlerEnums::EventType(type),
+                                          EventlistHandlerEnums::State(state)),
+              QString::fromUtf8(icons[{type, state}]))
+        << type << " " << state;
   }
 }
 
 TEST_F(ComponentTest, AnInstanceNameTakesAtMostOneIntegerDirective) {
-  const std::tuple<const char*, int, std::string> rows[] = {
-      {"Pump %d", 3, "Pump 3"},
-      {"Pump %d", 0, "Pump %d"},
-      {"Pump %d", -2, "Pump -2"},
-      {"Pümpe %d", 3, "Pümpe 3"},
-      {"Pumpe 水", 3, "Pumpe 水"},
-      {"水 %d", 3, "? 3"},
-      {"100%% %i", 7, "100% 7"},
-      {"%05d|%%", 42, "00042|%"},
-      {"%-4d|", 7, "7   |"},
-      {"%+.3d", 7, "+007"},
-      {"%x %u", 255, "ff %u"},
-      {"%hhd", 300, "300"},
-      {"%lld", -5, "-5"},
-      {"%d %d", 4, "4 %d"},
-      {"%s", 3, "%s"},
-      {"%n", 3, "%n"},
-      {"%f and %d", 3, "%f and 3"},
-      {"%*d", 3, "%*d"},
-      {"%", 3, "%"},
-      {"%5", 3, "%5"},
-      {"%99999999999d", 3, std::string(254, ' ') + "3"}};
-  for (const auto& [name, number, expected] : rows) {
+  const std::tuple<int, const char*, const char*> rows[] = {{3, "Pump %d", "Pump 3"},
+                                                            {0, "Pump %d", "Pump %d"},
+                                                            {-2, "Pump %d", "Pump -2"},
+                                                            {3, "Pümpe %d", "Pümpe 3"},
+                                                            {3, "Pumpe 水", "Pumpe 水"},
+                                                            {3, "水 %d", "? 3"},
+                                                            {7, "100%% %i", "100% 7"},
+                                                            {7, "%+05d|%%", "+0007|%"},
+                                                            {255, "%x %u", "ff %u"},
+                                                            {300, "%hhd", "300"},
+                                                            {-5, "%lld", "-5"},
+                                                            {3, "%s", "%s"},
+                                                            {3, "%n", "%n"},
+                                                            {3, "%f and %d", "%f and 3"},
+                                                            {3, "%*d", "%*d"},
+                                                            {3, "%", "%"},
+                                                            {3, "%5", "%5"}};
+  const auto rendered = [](const char* name, int number) {
     stDataType data{};
     std::strcpy(data.sInstanceName, name);
     data.iInstanceNumber = static_cast<RTS_IEC_INT>(number);
-    const QVariantMap map = Convert::convertStructDescriptionData(data);
-    EXPECT_EQ(map["InstanceName"_q].toString().toStdString(), expected) << name;
-  }
+    return Convert::convertStructDescriptionData(data)["InstanceName"_q].toString();
+  };
+  for (const auto& [number, name, expected] : rows)
+    EXPECT_EQ(rendered(name, number), QString::fromUtf8(expected));
+  EXPECT_EQ(rendered("%99999999999d", 3), "3"_q.rightJustified(255));
 }
 
 TEST_F(ComponentTest, KeywordsAreTheNonEmptyElementsWithinTheBounds) {
@@ -127,16 +122,14 @@ TEST_F(ComponentTest, ADescriptionMapHoldsEveryFieldAndBothLists) {
 
 TEST_F(ComponentTest, AFieldWithoutATerminatorEndsWithTheField) {
   stDescriptionUrlArgumentType full;
-  std::fill_n(full.wsPlaceholder, 81, u'p');
-  std::memset(&full.stData, 'x', sizeof full.stData);
+  std::memset(static_cast<void*>(&full), 'x', sizeof full);
   full.stData.iTextSource = 0;
-  full.stData.iInstanceNumber = 0;
   const QVariantMap map = Convert::convertStructDescriptionData(full);
-  EXPECT_EQ(map["Placeholder"_q], QString(81, QLatin1Char('p')));
+  EXPECT_EQ(map["Placeholder"_q], QString(81, QChar(0x7878)));
   EXPECT_EQ(map["ModuleName"_q], QString(81, QLatin1Char('x')));
   EXPECT_EQ(map["ObjectName"_q], QString(81, QLatin1Char('x')));
-  EXPECT_EQ(map["InstanceName"_q], QString(256, QLatin1Char('x')));
-  EXPECT_EQ(map["Url"_q], QString(256, QLatin1Char('x')));
+  for (const QString& key : {"InstanceName"_q, "Url"_q})
+    EXPECT_EQ(map[key], QString(256, QLatin1Char('x')));
 }
 
 }  // namespace

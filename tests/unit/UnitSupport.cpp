@@ -1,6 +1,5 @@
 #include "UnitSupport.h"
 
-#include <QDebug>
 #include <QStringList>
 
 #include <cstring>
@@ -33,7 +32,10 @@ ReaderKind readerKind(const char* list) {
             call<Copy>(&request);
             EXPECT_EQ(request.iResult, TAVROLINE_DONE);
             std::memcpy(bytes.data(), entries.data(), bytes.size());
-            return Copied{request.diNumberOfEntries, bytes};
+            Copied copied{request.diNumberOfEntries, {}, bytes};
+            for (int i = 0; i < copied.count; ++i)
+              copied.modules += entries[std::size_t(i)].sModuleName;
+            return copied;
           }};
 }
 
@@ -54,12 +56,6 @@ void Reader::load(const QByteArray& entries) const {
 
 void PrintTo(const QString& text, std::ostream* stream) {
   *stream << '"' << text.toStdString() << '"';
-}
-
-void PrintTo(const QVariant& value, std::ostream* stream) {
-  QString text;
-  QDebug(&text) << value;
-  *stream << text.toStdString();
 }
 
 Lines records() {

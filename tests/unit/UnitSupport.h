@@ -24,7 +24,6 @@ inline QString operator""_q(const char* text, std::size_t size) {
   return QString::fromUtf8(text, static_cast<int>(size));
 }
 void PrintTo(const QString& text, std::ostream* stream);
-void PrintTo(const QVariant& value, std::ostream* stream);
 
 constexpr unsigned int kComponentId =
     0x1B4EB041;  ///< 0x1B4E3000 and the name's FNV-1a, 0x3EDBB041, in 16 bit
@@ -83,8 +82,12 @@ void logEntry(int type, int state, const char* icon, const char* module, unsigne
                  one, one, one);
 }
 
-/** A full copy: the number of entries and all bytes of an array, which was filled with 'Z'. */
-using Copied = std::pair<int, std::string>;
+/** A copy into an array of 20 entries, which was filled with 'Z'. */
+struct Copied {
+  int count;
+  std::string modules;  ///< the module names of all entries
+  std::string bytes;    ///< of the array
+};
 
 /** One of the two kinds of reader, as PLC code sees it; its names follow from the list's. */
 struct ReaderKind {
@@ -108,7 +111,7 @@ struct Reader {
   Reader& operator=(const Reader&) = delete;
   int load() const { return kind.load(handle); }
   void load(const QByteArray& entries) const;  ///< these entries, a JSON array
-  int count(int capacity = 20) const { return kind.copy(handle, capacity).first; }
+  int count(int capacity = 20) const { return kind.copy(handle, capacity).count; }
 
   const ReaderKind& kind;
   const TavrolineHandle handle;
