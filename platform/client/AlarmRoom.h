@@ -10,7 +10,8 @@
  * Room of their own for alarm edges that the common queue has none for, in the order of their numbers.
  *
  * Of each alarm it keeps the first unsent edge and the last one at most; when a third arrives, the edges in
- * between have cancelled out and are superseded. Not locked: the outbox does that.
+ * between have cancelled out and are superseded. For that to be true, all later edges of an alarm must come
+ * here as long as it has one here. Not locked: the outbox does that.
  */
 class AlarmRoom {
  public:

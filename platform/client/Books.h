@@ -25,7 +25,7 @@ struct Books {
   quint64 accepted = 0;
   quint64 delivered = 0;  ///< confirmed by the service
   quint64 pending = 0;
-  quint64 superseded = 0;  ///< pairs of alarm edges that cancelled out before they were sent
+  quint64 superseded = 0;  ///< alarm edges that cancelled each other out before they were sent
   std::array<quint64, kLossCauses> lost{};
 
   /** [any-thread] */

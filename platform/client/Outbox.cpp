@@ -34,7 +34,9 @@ bool Outbox::accept(Message&& message) noexcept {
 
 bool Outbox::place(std::list<Message>& message, std::list<Message>& superseded) {
   const Message& placed = message.front();
-  if (m_queue.size() < kMessages) {
+  // An alarm's edges stay together: superseding one in the room must not pass over one in the queue.
+  const bool bJoinsRoom = placed.isEdge() && m_room.last(placed.alarmId) != nullptr;
+  if (m_queue.size() < kMessages && !bJoinsRoom) {
     m_queue.splice(m_queue.end(), message);
     if (m_next == m_queue.end()) m_next = std::prev(m_queue.end());
     if (placed.isEdge()) m_raised.note(placed);
@@ -67,16 +69,16 @@ Outbox::Asked Outbox::firstUnsentRequest() {
   return std::find_if(m_requests.begin(), m_requests.end(), [](const Request& r) { return !r.bSent; });
 }
 
-std::optional<Outbox::Write> Outbox::takeWrite() {
+std::optional<Outbox::Write> Outbox::takeWrite(quint64 before) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   const bool bQueued = m_next != m_queue.end();
   const Message* spare = m_room.first();
   const bool bFromRoom = spare != nullptr && (!bQueued || spare->sequence < m_next->sequence);
   if (!bQueued && !bFromRoom) return std::nullopt;
 
+  const quint64 sequence = (bFromRoom ? *spare : *m_next).sequence;
   const Asked asked = firstUnsentRequest();
-  if (asked != m_requests.end() && asked->behind < (bFromRoom ? *spare : *m_next).sequence)
-    return std::nullopt;
+  if (sequence >= before || (asked != m_requests.end() && asked->behind < sequence)) return std::nullopt;
   if (!bFromRoom) return m_next++;
   m_room.moveFirst(m_queue, m_next);
   return std::prev(m_next);

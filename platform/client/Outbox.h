@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <limits>
 #include <list>
 #include <mutex>
 #include <optional>
@@ -39,8 +40,9 @@ class Outbox {
   /** The books of this moment. [any-thread] */
   Books books() const;
 
-  /** The next to leave, if that is a message or a request respectively; it counts as sent. [hub] */
-  std::optional<Write> takeWrite();
+  /** The next to leave, if that is a message (with a number below `before`) or a request respectively; it
+   * counts as sent. [hub] */
+  std::optional<Write> takeWrite(quint64 before = std::numeric_limits<quint64>::max());
   std::optional<Asked> takeRequest();
 
   /** A message has been delivered (no loss) or dropped. [hub] */
