@@ -3,12 +3,18 @@
 #include <poll.h>
 
 #include <array>
+#include <system_error>
 #include <utility>
 
 namespace {
 // One turn handles no more than this, so that deadlines are looked at during a flood, too.
 constexpr int kMessagesPerTurn = 256;
 constexpr std::uint64_t kNoTimeout = UINT64_MAX;  // the callers keep deadlines of their own
+
+void check(int result) {
+  if (result < 0) throw std::system_error(-result, std::generic_category(), "nothing more can be sent");
+}
+
 }  // namespace
 
 int BusConnection::open() {
@@ -42,14 +48,14 @@ void BusConnection::wait(int wakeFd, std::chrono::milliseconds time) const {
 
 std::unique_ptr<BusSlot> BusConnection::call(sd_bus_message* message, BusSlot::Handler handler) {
   auto slot = std::make_unique<BusSlot>(*this, std::move(handler));
-  const int result = sd_bus_call_async(m_bus, &slot->m_slot, message, dispatch, slot.get(), kNoTimeout);
-  return result < 0 ? nullptr : std::move(slot);
+  check(sd_bus_call_async(m_bus, &slot->m_slot, message, dispatch, slot.get(), kNoTimeout));
+  return slot;
 }
 
 std::unique_ptr<BusSlot> BusConnection::match(const char* rule, BusSlot::Handler handler) {
   auto slot = std::make_unique<BusSlot>(*this, std::move(handler));
-  const int result = sd_bus_add_match_async(m_bus, &slot->m_slot, rule, dispatch, nullptr, slot.get());
-  return result < 0 ? nullptr : std::move(slot);
+  check(sd_bus_add_match_async(m_bus, &slot->m_slot, rule, dispatch, nullptr, slot.get()));
+  return slot;
 }
 
 int BusConnection::dispatch(sd_bus_message* message, void* slot, sd_bus_error* /*error*/) {

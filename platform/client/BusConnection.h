@@ -63,11 +63,11 @@ class BusConnection {
 
   /**
    * Send a call; its handler gets the reply, an error included.
-   * @return null when it could not be sent
+   * @throws std::system_error when it cannot be sent: what follows would overtake it
    */
   std::unique_ptr<BusSlot> call(sd_bus_message* message, BusSlot::Handler handler);
 
-  /** Install a match; a bus that refuses it ends the connection. @return null when it could not be sent. */
+  /** Install a match; a bus that refuses it ends the connection. @throws as call(). */
   std::unique_ptr<BusSlot> match(const char* rule, BusSlot::Handler handler);
 
  private:

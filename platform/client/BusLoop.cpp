@@ -65,8 +65,9 @@ void BusLoop::turn() {
     m_pause = kFirstPause;
   }
   followOwner();
-  m_watch.keep(now);
-  m_courier.expire(now);
+  const bool bStates = m_watch.keep(now);
+  if (!m_courier.expire(now) || !bStates)
+    breakOff(QStringLiteral("the list service leaves calls unanswered"));
   if (!m_courier.owner().isEmpty()) {
     m_courier.send(now);
   } else if (!m_connection.isOpen()) {
@@ -101,6 +102,7 @@ void BusLoop::breakOff(const QString& cause) {
 }
 
 void BusLoop::drain() {
+  if (m_outbox.books().pending == 0) return;
   const auto end = Clock::now() + kDrainTime;
   bool bOffEdgesOnly = false;
   turn();  // it may be the first one: the end can follow at once upon the first use

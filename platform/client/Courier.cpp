@@ -10,10 +10,11 @@
 
 namespace {
 
-// With 32 requests and the watch's queries this stays below the 128 replies that a system bus lets one wait
-// for.
+// Together with the watch's queries below the 128 answers that a system bus lets one wait for. A released
+// request counts until it is answered.
 constexpr std::size_t kWindow = 32;
-constexpr std::chrono::seconds kWriteDeadline{30};
+constexpr std::size_t kRequestWindow = 48;
+constexpr std::chrono::seconds kAnswerDeadline{30};
 constexpr int kMaximumErrorText = 200;
 
 const char kUnanswered[] = "the list service did not answer in time";
@@ -38,53 +39,61 @@ void Courier::interrupt(const QString& cause) {
   m_raise.clear();
   m_writes.clear();
   m_outbox.takeBack();
-  for (auto sent = m_requests.begin(); sent != m_requests.end();) {
-    sent->asked->reply->fail(cause);
-    sent = finish(sent);
+  for (SentRequest& sent : m_requests) {
+    if (!sent.asked.has_value()) continue;
+    (*sent.asked)->reply->fail(cause);
+    release(sent);
   }
+  m_requests.clear();
 }
 
 void Courier::send(Clock::time_point now) {
-  while (!m_raise.empty() && m_writes.size() < kWindow) {
-    sendWrite(m_raise.front(), std::nullopt, now);
-    m_raise.pop_front();
-  }
-  bool bMore = m_raise.empty();
-  while (bMore) {
-    bMore = false;
-    if (const auto asked = m_outbox.takeRequest()) {
-      sendRequest(*asked);
-      bMore = true;
-    } else if (m_writes.size() < kWindow) {
-      if (const auto write = m_outbox.takeWrite()) {
-        sendWrite(**write, write, now);
-        bMore = true;
-      }
-    }
+  while (sendNext(now)) {
   }
 }
 
+bool Courier::sendNext(Clock::time_point now) {
+  if (m_raise.empty() && m_requests.size() < kRequestWindow) {
+    if (const auto asked = m_outbox.takeRequest()) {
+      sendRequest(*asked, now);
+      return true;
+    }
+  }
+  if (m_writes.size() >= kWindow) return false;
+  // Strictly by number, because the service takes what follows a higher one for a repetition: an alarm may
+  // have been settled before a message with a lower number was.
+  const auto write = m_raise.empty() ? m_outbox.takeWrite() : m_outbox.takeWrite(m_raise.front().sequence);
+  if (write.has_value()) {
+    sendWrite(**write, write, now);
+    return true;
+  }
+  if (m_raise.empty()) return false;
+  sendWrite(m_raise.front(), std::nullopt, now);
+  m_raise.pop_front();
+  return true;
+}
+
 void Courier::sendWrite(const Message& message, std::optional<Outbox::Write> write, Clock::time_point now) {
-  const auto sent = m_writes.insert(m_writes.end(), SentWrite{write, nullptr, now + kWriteDeadline});
+  const auto sent = m_writes.insert(m_writes.end(), SentWrite{write, nullptr, now + kAnswerDeadline});
   const auto call = marshal({m_connection.get(), m_owner.constData()}, m_session, message);
   if (call->error() == 0) {
     sent->call =
         m_connection.call(call->message(), [this, sent](sd_bus_message* r) { onWriteReply(sent, r); });
+  } else {
+    finish(sent, Loss::Unsendable);
   }
-  // A connection that takes nothing more is about to be found broken, and the message is sent again.
-  if (call->error() != 0) finish(sent, Loss::Unsendable);
 }
 
-void Courier::sendRequest(Outbox::Asked asked) {
-  const auto sent = m_requests.insert(m_requests.end(), SentRequest{asked, nullptr});
+void Courier::sendRequest(Outbox::Asked asked, Clock::time_point now) {
+  const auto sent = m_requests.insert(m_requests.end(), SentRequest{asked, nullptr, now + kAnswerDeadline});
   const auto call = marshal({m_connection.get(), m_owner.constData()}, *asked);
   if (call->error() == 0) {
     sent->call =
         m_connection.call(call->message(), [this, sent](sd_bus_message* r) { onRequestReply(sent, r); });
-  }
-  if (sent->call == nullptr) {
+  } else {
     asked->reply->fail(QStringLiteral("the request could not be sent"));
-    finish(sent);
+    m_outbox.finish(asked);
+    m_requests.erase(sent);
   }
 }
 
@@ -95,16 +104,19 @@ void Courier::onWriteReply(std::list<SentWrite>::iterator sent, sd_bus_message* 
 }
 
 void Courier::onRequestReply(std::list<SentRequest>::iterator sent, sd_bus_message* reply) {
-  const char* text = nullptr;
-  DBusPendingReply::Private& state = *sent->asked->reply;
-  if (sd_bus_message_is_method_error(reply, nullptr) > 0) {
-    state.fail(errorText(*sd_bus_message_get_error(reply)));
-  } else if (sd_bus_message_read(reply, "s", &text) > 0) {
-    state.arrive(QByteArray(text));
-  } else {
-    state.fail(QStringLiteral("the list service answered in an unknown form"));
+  if (sent->asked.has_value()) {
+    const char* text = nullptr;
+    DBusPendingReply::Private& state = *(*sent->asked)->reply;
+    if (sd_bus_message_is_method_error(reply, nullptr) > 0) {
+      state.fail(errorText(*sd_bus_message_get_error(reply)));
+    } else if (sd_bus_message_read(reply, "s", &text) > 0) {
+      state.arrive(QByteArray(text));
+    } else {
+      state.fail(QStringLiteral("the list service answered in an unknown form"));
+    }
+    release(*sent);
   }
-  finish(sent);
+  m_requests.erase(sent);
 }
 
 bool Courier::isGone(sd_bus_message* reply) const {
@@ -124,23 +136,30 @@ std::list<Courier::SentWrite>::iterator Courier::finish(std::list<SentWrite>::it
   return m_writes.erase(sent);
 }
 
-std::list<Courier::SentRequest>::iterator Courier::finish(std::list<SentRequest>::iterator sent) {
-  m_outbox.finish(sent->asked);
-  return m_requests.erase(sent);
+void Courier::release(SentRequest& sent) {
+  m_outbox.finish(*sent.asked);
+  sent.asked.reset();
 }
 
-void Courier::expire(Clock::time_point now) {
+bool Courier::expire(Clock::time_point now) {
+  bool bAnswering = true;
   for (auto sent = m_writes.begin(); sent != m_writes.end();) {
-    sent = sent->deadline <= now ? finish(sent, Loss::Unanswered) : std::next(sent);
+    const bool bOverdue = sent->deadline <= now;
+    bAnswering = bAnswering && !bOverdue;
+    sent = bOverdue ? finish(sent, Loss::Unanswered) : std::next(sent);
   }
-  for (auto sent = m_requests.begin(); sent != m_requests.end();) {
-    const bool bOverdue = sent->asked->deadline <= now;
-    if (bOverdue) sent->asked->reply->fail(QLatin1String(kUnanswered));
-    sent = bOverdue || sent->asked->reply->isReleased() ? finish(sent) : std::next(sent);
+  for (SentRequest& sent : m_requests) {
+    bAnswering = bAnswering && now < sent.deadline;
+    if (!sent.asked.has_value()) continue;
+    const Request& request = **sent.asked;
+    const bool bOverdue = request.deadline <= now;
+    if (bOverdue) request.reply->fail(QLatin1String(kUnanswered));
+    if (bOverdue || request.reply->isReleased()) release(sent);
   }
   for (const Request& request : m_outbox.takeEndedRequests(now)) {
     request.reply->fail(QLatin1String(kUnanswered));
   }
+  return bAnswering;
 }
 
 void Courier::refuse(const QString& cause) {

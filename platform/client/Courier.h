@@ -32,8 +32,12 @@ class Courier {
   /** Send what the windows allow; only with an owner. */
   void send(Clock::time_point now);
 
-  /** End what has passed its deadline or was released by its caller. */
-  void expire(Clock::time_point now);
+  /**
+   * End what has passed its deadline or was released by its caller.
+   * @return false when an answer has been owed for so long that the connection has to be renewed: a bus
+   * counts owed answers, refuses calls beyond its bound, and forgets them only with the connection
+   */
+  bool expire(Clock::time_point now);
 
   /** Fail all requests that wait to be sent. */
   void refuse(const QString& cause);
@@ -45,16 +49,18 @@ class Courier {
     Clock::time_point deadline;
   };
   struct SentRequest {
-    Outbox::Asked asked;
+    std::optional<Outbox::Asked> asked;  ///< none: its caller has gone, only the answer is still owed
     std::unique_ptr<BusSlot> call;
+    Clock::time_point deadline;  ///< of the answer; the caller's own may be earlier
   };
 
+  bool sendNext(Clock::time_point now);
   void sendWrite(const Message& message, std::optional<Outbox::Write> write, Clock::time_point now);
-  void sendRequest(Outbox::Asked asked);
+  void sendRequest(Outbox::Asked asked, Clock::time_point now);
   void onWriteReply(std::list<SentWrite>::iterator sent, sd_bus_message* reply);
   void onRequestReply(std::list<SentRequest>::iterator sent, sd_bus_message* reply);
   std::list<SentWrite>::iterator finish(std::list<SentWrite>::iterator sent, std::optional<Loss> loss);
-  std::list<SentRequest>::iterator finish(std::list<SentRequest>::iterator sent);
+  void release(SentRequest& sent);
   bool isGone(sd_bus_message* reply) const;
 
   BusConnection& m_connection;

@@ -27,8 +27,9 @@ class ServiceWatch {
 
   bool isStarted() const { return !m_matches.empty(); }
 
-  /** Ask again for a state that is owed. */
-  void keep(Clock::time_point now);
+  /** Ask again for a state that is owed. @return false when the owner has left too many queries unanswered.
+   */
+  bool keep(Clock::time_point now);
 
   /** The owner's unique name, empty while there is none or it is not known. */
   const QByteArray& owner() const { return m_owner; }
@@ -43,6 +44,7 @@ class ServiceWatch {
     bool (ServiceWatch::*read)(sd_bus_message*);
     std::unique_ptr<BusSlot> call;
     Clock::time_point due;
+    int unanswered;  ///< the bus waits for answers that we do not wait for any more
   };
 
   void match(const char* rule, void (ServiceWatch::*handler)(sd_bus_message*));

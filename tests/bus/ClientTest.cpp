@@ -178,6 +178,25 @@ TEST_F(ClientTest, FullQueueRefusesReportsTheGapAndKeepsAlarmEdges) {
   EXPECT_FALSE(isActive(kOther));
 }
 
+TEST_F(ClientTest, EdgesOfOneAlarmKeepTheirOrderBetweenQueueAndRoom) {
+  Outbox outbox;
+  const auto deliver = [&outbox] { outbox.settle(*outbox.takeWrite(), std::nullopt); };
+  for (std::size_t i = 0; i < Outbox::kMessages; ++i)
+    outbox.accept(event(QString()));
+  outbox.accept(edge(kAlarm, kOn));  // into the room
+  deliver();
+  for (const auto state : {kOff, kOn, kOff, kOn})
+    outbox.accept(edge(kAlarm, state));  // and now there is a place in the queue
+  for (std::size_t i = 1; i < Outbox::kMessages; ++i)
+    deliver();
+  EXPECT_FALSE(outbox.takeWrite(Outbox::kMessages + 1).has_value());
+  const auto last = outbox.takeWrite();
+  ASSERT_TRUE(last.has_value());
+  EXPECT_TRUE((*last)->turnsOn() && !outbox.takeWrite().has_value());
+  EXPECT_EQ(outbox.books().superseded, 4U);
+  expectBalance(outbox.books());
+}
+
 TEST_F(ClientTest, WhatTheBusDoesNotCarryIsReplacedOrDropped) {
   startService();
   const QChar invalid[] = {QChar(0xFFFE), QChar(0xFDD0), QChar(0xD800), QChar(0), QLatin1Char('x')};
@@ -251,8 +270,13 @@ TEST_F(ClientTest, RequestsAreBoundedAndReleasedOnesAreNot) {
   startService();
   ASSERT_TRUE(modules().isEmpty());
   service->pause();
-  for (int i = 0; i < 100; ++i)
-    hub->request(Request::Kind::AlarmList, QString());
+  const auto untilSent = [] { eventually([looks = 0]() mutable { return ++looks > 8; }); };
+  for (int i = 0; i < 150; ++i) {
+    const auto released = hub->request(Request::Kind::AlarmList, QString());
+    untilSent();
+  }
+  hub->submit(event(QString()));
+  untilSent();
   std::vector<DBusPendingReply::SharedPointer> replies(Outbox::kRequests);
   for (auto& reply : replies)
     reply = hub->request(Request::Kind::AlarmState, kAlarm);
@@ -261,6 +285,7 @@ TEST_F(ClientTest, RequestsAreBoundedAndReleasedOnesAreNot) {
   service->resume();
   for (const auto& reply : replies)
     EXPECT_EQ(finish(reply), 0) << cause;
+  EXPECT_EQ(hub->books().delivered, 1U);  // the bus did not refuse it for too many answers owed
 }
 
 TEST_F(ClientTest, UnloadRightAfterTheFirstUseStillConnectsAndSends) {
