@@ -13,7 +13,8 @@ LogAddFunction pfLogAdd = nullptr;
 
 namespace {
 
-std::vector<std::string> g_records;
+using Records = std::vector<std::string>;
+Records g_records;
 
 RTS_RESULT keepRecord(void* logger, std::uint32_t componentId, std::int32_t logClass, std::int32_t errorId,
                       std::int32_t infoId, const char* format, ...) {
@@ -29,21 +30,18 @@ RTS_RESULT keepRecord(void* logger, std::uint32_t componentId, std::int32_t logC
 }
 
 TEST(CodesysLog, WritesOneLineWhenItEndsAndTakesForeignTextAsNoFormat) {
-  pfLogAdd = keepRecord;
-  {
-    CodesysLog record(nullptr, 7, 2, 3, 4, "Tavroline", "File", "void f()", "12");
-    record << QStringLiteral("error:") << QStringLiteral("%s%n %d\r\nforged\u2028line") << 5;
-    EXPECT_TRUE(g_records.empty());
+  for (const LogAddFunction log : {LogAddFunction{nullptr}, LogAddFunction{keepRecord}}) {
+    pfLogAdd = log;
+    testing::internal::CaptureStderr();
+    {
+      CodesysLog record(nullptr, 7, 2, 3, 4, "Tavroline", "File", "void f()", "12");
+      record << QStringLiteral("error:") << QStringLiteral("%s%n %d\r\nforged\u2028line") << 5;
+      EXPECT_TRUE(g_records.empty());
+    }
+    const std::string line = "Tavroline File void f() 12: error: %s%n %d  forged line 5";
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), log == nullptr ? line + "\n" : "");
+    EXPECT_EQ(g_records, log == nullptr ? Records{} : Records{"7 2 3 4 | " + line});
   }
-  EXPECT_EQ(g_records,
-            std::vector<std::string>{"7 2 3 4 | Tavroline File void f() 12: error: %s%n %d  forged line 5"});
-}
-
-TEST(CodesysLog, WritesToStandardErrorBeforeTheImport) {
-  pfLogAdd = nullptr;
-  testing::internal::CaptureStderr();
-  CodesysLog(nullptr, 1, 2, 0, 0, "C", "F", "f", "1") << QStringLiteral("%s early");
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "C F f 1: %s early\n");
 }
 
 }  // namespace

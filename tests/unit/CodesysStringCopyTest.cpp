@@ -39,11 +39,9 @@ TEST(CodesysStringCopy, WritesWhatFitsAndNothingBehindIt) {
 TEST(CodesysStringCopy, ReadsBothEncodingsAlike) {
   using Row = std::tuple<const char*, std::u16string, int, std::u16string>;
   for (const auto& [bytes, units, length, expected] :
-       {Row{"Pump", u"Pump", 2, u"Pu"}, Row{"Pump", u"Pump", 0, u""}, Row{"Pu", u"Pu", 9, u"Pu"},
-        Row{"😀", u"😀", -1, u"😀"}, Row{"a\xFF", u"a\xD800", -1, u"a\uFFFD"},
-        Row{"\uFEFF\uFEFFx", u"\uFEFF\uFEFFx", -1, u"\uFEFF\uFEFFx"},
-        Row{"\uFFFEx", u"\uFFFEx", -1, u"\uFFFEx"}, Row{"a\xC3", u"a\xD83D", -1, u"a\uFFFD"}}) {
-    QString text = QStringLiteral("old");
+       {Row{"Pu", u"Pu", 1, u"P"}, Row{"Pu", u"Pu", 9, u"Pu"}, Row{"😀", u"😀", -1, u"😀"},
+        Row{"a\xC3", u"a\xD83D", -1, u"a\uFFFD"}, Row{"\uFFFEx", u"\uFFFEx", -1, u"\uFFFEx"}}) {
+    QString text;
     copyCStringDataToQString(bytes, length, text);
     EXPECT_EQ(text.toStdU16String(), expected);
     copyWStringDataToQString(reinterpret_cast<const unsigned short*>(units.c_str()), length, text);

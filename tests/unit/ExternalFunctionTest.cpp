@@ -68,7 +68,9 @@ void expectRefused(const HandleRow& row, const void* handle, const std::string& 
     if (row.result >= 0) expected.replace(std::size_t(row.result), 2, std::string("\x02\0", 2));
     if (function == "closealarmlistwritehandle") expected.replace(0, kHandle, kHandle, '\0');
     void* request = structure;
-    callNamed(function, row.result == kRequestResult ? static_cast<void*>(&request) : structure);
+    // by name: on a 32-bit machine another result lies at the same offset
+    const bool bRequest = function.find("entries") != std::string::npos;
+    callNamed(function, bRequest ? static_cast<void*>(&request) : structure);
     EXPECT_EQ(std::string(structure, sizeof structure), expected) << function << ": " << message;
     EXPECT_EQ(items(), message.empty() ? Lines{} : Lines{message}) << function;
   }
@@ -78,33 +80,30 @@ TEST_F(ComponentTest, AHandleThatIsNullStaleOrOfAnotherKindIsRefused) {
   std::optional<TavrolineEventlistRead> events;
   std::optional<TavrolineAlarmlistRead> alarms;
   std::optional<TavrolineAlarmHandler> handler;
+  // The address of an optional is that of its object.
   const std::pair<std::string, const void*> handles[] = {
       {"EventlistReadHandle", &events}, {"AlarmlistReadHandle", &alarms}, {"AlarmlistWriteHandle", &handler}};
-  for (const bool reused : {false, true}) {
+  for (const int round : {1, 2}) {
     events.emplace();
     alarms.emplace();
     handler.emplace(nullptr);
-    ASSERT_EQ(static_cast<void*>(&*events), &events) << "the address of a handle is that of its optional";
-    for (const HandleRow& row : kHandleRows) {
-      expectRefused(row, nullptr, row.null);
-      expectRefused(row, &kHandleRows, std::string(row.kind) + " unknown");
-      for (const auto& [kind, handle] : handles) {
-        const bool own = kind.find(row.kind) != std::string::npos;
-        if (!own) expectRefused(row, handle, std::string(row.kind) + " of another kind");
-      }
-    }
     fake::reset();
-    EXPECT_EQ(call<haslistchanged_ext>(&*events, 85).xListChanged, 0);
-    EXPECT_EQ(call<loadcompleteeventlist_ext>(&*events).iResult, TAVROLINE_BUSY);
-    EXPECT_EQ(call<loadcompletealarmlist_ext>(&*alarms).iResult, TAVROLINE_BUSY);
-    EXPECT_EQ(call<getalarmstatefromalarmhandler_ext>(&*handler).iResult, TAVROLINE_BUSY);
-    EXPECT_EQ(items(), Lines{}) << (reused ? "an address in use again is live" : "");
-    events.reset();
-    alarms.reset();
-    handler.reset();
-    for (const HandleRow& row : kHandleRows) {
-      for (const auto& [kind, handle] : handles)
-        expectRefused(row, handle, std::string(row.kind) + " already closed");
+    EXPECT_EQ(call<haslistchanged_ext>(&events, 85).xListChanged, 0);
+    EXPECT_EQ(call<loadcompleteeventlist_ext>(&events).iResult, TAVROLINE_BUSY);
+    EXPECT_EQ(call<loadcompletealarmlist_ext>(&alarms).iResult, TAVROLINE_BUSY);
+    EXPECT_EQ(call<getalarmstatefromalarmhandler_ext>(&handler).iResult, TAVROLINE_BUSY);
+    EXPECT_EQ(items(), Lines{}) << "an address in use again is live in round 2: " << round;
+    for (const bool open : {true, false}) {
+      if (!open) events.reset(), alarms.reset(), handler.reset();
+      for (const HandleRow& row : kHandleRows) {
+        expectRefused(row, nullptr, row.null);
+        expectRefused(row, &kHandleRows, std::string(row.kind) + " unknown");
+        for (const auto& [kind, handle] : handles) {
+          if (!open) expectRefused(row, handle, std::string(row.kind) + " already closed");
+          if (open && kind.find(row.kind) == std::string::npos)
+            expectRefused(row, handle, std::string(row.kind) + " of another kind");
+        }
+      }
     }
   }
 }

@@ -2,7 +2,6 @@
 
 #include <climits>
 #include <cstring>
-#include <map>
 
 #include "UnitSupport.h"
 
@@ -23,20 +22,6 @@ TEST_F(ComponentTest, TextSourcesBeyondOneBecomeZeroWithAWarning) {
                           std::to_string(value)});
   }
   EXPECT_EQ(fake::calls("qWarning").at(0).arguments[4], 268);
-}
-
-TEST_F(ComponentTest, DefaultIconsExistForTheTabledPairsOnly) {
-  std::map<std::pair<int, int>, const char*> icons{
-      {{0, 1}, "alarm-on"},  {{0, 2}, "alarm-off"}, {{1, 0}, "audit-trail"}, {{2, 1}, "fault-on"},
-      {{2, 2}, "fault-off"}, {{3, 0}, "event"},     {{3, 1}, "event-on"},    {{3, 2}, "event-off"}};
-  for (int i = 0; i < 30; ++i) {
-    const int type = i / 5 - 1;
-    const int state = i % 5 - 1;
-    EXPECT_EQ(Convert::getDefaultIconType(EventlistHandlerEnums::EventType(type),
-                                          EventlistHandlerEnums::State(state)),
-              QString::fromUtf8(icons[{type, state}]))
-        << type << " " << state;
-  }
 }
 
 TEST_F(ComponentTest, AnInstanceNameTakesAtMostOneIntegerDirective) {
