@@ -41,7 +41,10 @@ class InterfaceRelease {
 TavrolineReadBaseClass::~TavrolineReadBaseClass() = default;
 
 void TavrolineReadBaseClass::setLanguage(const QString& language) {
-  m_sLanguage = language;
+  // Swapped, not assigned: the old text, which the client may share, is then released here in code that the
+  // thread sanitizer sees, and not inside Qt, where it takes the release for a race.
+  QString taken(language);
+  m_sLanguage.swap(taken);
 }
 
 bool TavrolineReadBaseClass::hasListChanged() const {
