@@ -31,8 +31,6 @@ using fake::Call;
 /** Everything that is recorded and scripted. */
 struct State {
   std::mutex mutex;
-  bool started = false;
-  std::vector<Call> load;
   std::vector<Call> log;
   std::map<std::string, std::deque<std::vector<fake::Answer>>> answers;
   std::map<std::string, std::deque<bool>> changes;
@@ -56,7 +54,7 @@ bool take(std::map<std::string, std::deque<Value>>& scripts, const std::string& 
 
 void record(const std::string& operation, const QVariantList& arguments, const void* object) {
   const std::lock_guard<std::mutex> lock(state().mutex);
-  state().log.push_back({operation, arguments, object, std::this_thread::get_id()});
+  state().log.push_back({operation, arguments, object});
 }
 
 /** Record a call that can be made to fail; false when it is to be refused. */
@@ -105,17 +103,10 @@ constexpr QChar kItemSeparator(0x1F);
 void fake::reset() {
   qInstallMessageHandler(recordMessage);
   const std::lock_guard<std::mutex> lock(state().mutex);
-  if (!state().started) state().load = state().log;
-  state().started = true;
   state().log.clear();
   state().answers.clear();
   state().changes.clear();
   state().failures.clear();
-}
-
-std::vector<fake::Call> fake::loadCalls() {
-  const std::lock_guard<std::mutex> lock(state().mutex);
-  return state().load;
 }
 
 std::vector<fake::Call> fake::calls(const std::string& operation) {

@@ -5,7 +5,6 @@
 #include <QVariantList>
 
 #include <string>
-#include <thread>
 #include <vector>
 
 /**
@@ -29,7 +28,6 @@ struct Call {
   std::string operation;
   QVariantList arguments;
   const void* object;
-  std::thread::id thread;
 };
 
 /** One answer of isFinished(): 0 with the reply's bytes, 2, or any other status with an error text. */
@@ -43,10 +41,8 @@ enum class Failure {
   Throw    ///< the operation throws std::runtime_error
 };
 
-/** Forget the log and all scripts, and take Qt's messages from now on. What happened before the first call of
- * this, while static objects were constructed, stays available from loadCalls(). */
+/** Forget the log and all scripts, and take Qt's messages from now on. */
 void reset();
-std::vector<Call> loadCalls();
 
 /** The log, or what it holds of one operation. */
 std::vector<Call> calls(const std::string& operation = std::string());

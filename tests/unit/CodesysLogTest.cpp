@@ -13,19 +13,18 @@ LogAddFunction pfLogAdd = nullptr;
 
 namespace {
 
-using Records = std::vector<std::string>;
-Records g_records;
+std::vector<std::string> g_records;
 
 RTS_RESULT keepRecord(void* logger, std::uint32_t componentId, std::int32_t logClass, std::int32_t errorId,
                       std::int32_t infoId, const char* format, ...) {
   char text[200];
+  const int length = std::snprintf(text, sizeof text, "%d %u %d %d %d ", logger == nullptr, componentId,
+                                   logClass, errorId, infoId);
   std::va_list arguments;
   va_start(arguments, format);
-  std::vsnprintf(text, sizeof text, format, arguments);
+  std::vsnprintf(text + length, sizeof text - std::size_t(length), format, arguments);
   va_end(arguments);
-  g_records.push_back(std::to_string(componentId) + " " + std::to_string(logClass) + " " +
-                      std::to_string(errorId) + " " + std::to_string(infoId) +
-                      (logger == nullptr ? " | " : " own | ") + text);
+  g_records.emplace_back(text);
   return 0;
 }
 
@@ -40,7 +39,7 @@ TEST(CodesysLog, WritesOneLineWhenItEndsAndTakesForeignTextAsNoFormat) {
     }
     const std::string line = "Tavroline File void f() 12: error: %s%n %d  forged line 5";
     EXPECT_EQ(testing::internal::GetCapturedStderr(), log == nullptr ? line + "\n" : "");
-    EXPECT_EQ(g_records, log == nullptr ? Records{} : Records{"7 2 3 4 | " + line});
+    EXPECT_EQ(g_records, decltype(g_records)(log == nullptr ? 0 : 1, "1 7 2 3 4 " + line));
   }
 }
 

@@ -95,19 +95,4 @@ TEST_F(ComponentFrame, PollsTheAlarmListAndThenTheEventListInTheCommunicationCyc
   EXPECT_EQ(records().size(), 1U);
 }
 
-TEST_F(ComponentFrame, ConstructsItsSharedClientsInTheirOrderWhenLoaded) {
-  const auto loaded = fake::loadCalls();
-  ASSERT_EQ(loaded.size(), 3U);
-  EXPECT_EQ(loaded[0].operation, "EventlistHandlerDBusConnectorRead");
-  for (const fake::Call& call : loaded)
-    EXPECT_EQ(call.arguments, QVariantList{true});
-  EXPECT_EQ(Reader(kAlarmKind).load(), TAVROLINE_BUSY);
-  EXPECT_EQ(fake::calls("getCompleteAlarmlist").at(0).object, loaded[1].object);
-  const auto alarm = call<openalarmlistwritehandle_ext>();
-  call<getalarmstatefromalarmhandler_ext>(alarm.hWriteHandle);
-  call<closealarmlistwritehandle_ext>(alarm.hWriteHandle);
-  EXPECT_EQ(fake::calls("getAlarmState").at(0).object, loaded[2].object)
-      << "the handlers have a client of their own";
-}
-
 }  // namespace

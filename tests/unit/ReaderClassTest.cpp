@@ -27,10 +27,8 @@ INSTANTIATE_TEST_SUITE_P(Of, Readers, testing::Values(&kEventKind, &kAlarmKind))
 
 TEST_P(Readers, CopyWhatPassesTheFilterUpToTheCapacity) {
   const Reader reader(kind);
-  EXPECT_EQ(reader.count(), 0) << "before any load";
   reader.load(R"([{"EventType":3},{},5,{"EventType":3},{"EventType":2},"x",{"EventType":3}])");
-  for (const int capacity : {-1, 0, 1, 6, 7, 8})
-    EXPECT_EQ(reader.count(capacity), qBound(0, capacity, 7));
+  EXPECT_EQ(reader.count(), 7);
   call<addfiltereventtype_ext>(reader.handle, 3);
   for (const int capacity : {-1, 0, 2, 3, 4, 7})
     EXPECT_EQ(reader.count(capacity), qBound(0, capacity, 3));
@@ -40,20 +38,16 @@ TEST_P(Readers, LearnOfAChangeWhenTheyAreOpenAtThatMoment) {
   poll();
   EXPECT_EQ(fake::calls(kind.changed()).size(), 1U) << "asked even with no reader";
   const Reader first(kind);
-  {
-    const Reader second(kind);
-    fake::change(kind.changed());
-    poll();
-    EXPECT_EQ(fake::calls(kind.changed()).size(), 2U) << "and once for both";
-    EXPECT_EQ(changed(first) + changed(second) + changed(Reader(kind)), "110");
-    call<resetlistchanged_ext>(first.handle);
-    second.load("[]");
-    poll();
-    EXPECT_EQ(changed(first) + changed(second), "01") << "a false answer or a load changes nothing";
-  }
+  const Reader second(kind);
+  EXPECT_EQ(changed(Reader(kind)), "0") << "and closed: the others stay served";
   fake::change(kind.changed());
   poll();
-  EXPECT_EQ(changed(first), "1") << "closing some leaves the others served";
+  EXPECT_EQ(fake::calls(kind.changed()).size(), 2U) << "and once for both";
+  EXPECT_EQ(changed(first) + changed(second) + changed(Reader(kind)), "110");
+  call<resetlistchanged_ext>(first.handle);
+  second.load("[]");
+  poll();
+  EXPECT_EQ(changed(first) + changed(second), "01") << "a false answer or a load changes nothing";
 }
 
 TEST_F(ComponentTest, APartOfTheEventListIsAskedForByItsCountAlone) {
@@ -85,20 +79,17 @@ void expectBytes(const ReaderKind& kind, const QByteArray& json, std::size_t siz
 TEST_F(ComponentTest, AnEntryIsWrittenToItsBytesAndNoFurther) {
   using namespace std::string_literals;
   const QByteArray text(300, 'x');
-  std::string wide;
-  for (int i = 0; i < 80; ++i)
-    wide += "x\0"s;
-  expectBytes(kEventKind,
-              R"({"EventlistId":70000,"EventType":3,"IconType":"event-on","ModuleName":")" + text +
-                  R"(","User":")" + text +
-                  R"(","LocalTime":"2024-05-01T12:00:00.999+02:00","Description":"ä😀","Keywords":["k"]})",
-              856,
-              {{0, "\x70\x11\0\0\0\0\0\0"s},  // 70000 - 65536 = 0x1170
-               {8, "\x03\0event-on\0"s},
-               {92, "\xA0\x12\x32\x66"},  // 1714557600
-               {96, std::string(80, 'x') + '\0'},
-               {178, "\xE4\0\x3D\xD8\0\xDE\0\0"s},
-               {690, wide + "\0\0"s}});
+  expectBytes(
+      kEventKind,
+      R"({"EventlistId":70000,"EventType":3,"IconType":"event-on","ModuleName":")" + text + R"(","User":")" +
+          text + R"(","LocalTime":"2024-05-01T12:00:00.999+02:00","Description":"ä😀","Keywords":["k"]})",
+      856,
+      {{0, "\x70\x11\0\0\0\0\0\0"s},  // 70000 - 65536 = 0x1170
+       {8, "\x03\0event-on\0"s},
+       {92, "\xA0\x12\x32\x66"},  // 1714557600
+       {96, std::string(80, 'x') + '\0'},
+       {178, "\xE4\0\x3D\xD8\0\xDE\0\0"s},
+       {690, std::string(reinterpret_cast<const char*>(QString(80, QLatin1Char('x')).utf16()), 162)}});
   expectBytes(kAlarmKind,
               R"({"AlarmActive":true,"AlarmAcknowledgment":false,"AlarmID":"{id}","EventType":2,
       "IconType":"fault-on","LocalTime":"2024-05-01T10:00:00.000Z","ModuleName":"Pümpe","Description":"ä"})",
@@ -115,17 +106,15 @@ TEST_F(ComponentTest, AnEventListEntryTakesOnlyValuesOfTheRightKind) {
   reader.load(R"([{}, {"EventlistId":-1,"EventType":-1}, {"EventlistId":4294967301,"EventType":65539},
       {"EventlistId":2.5,"EventType":2.5}, {"EventlistId":1e300,"EventType":1e300},
       {"EventlistId":"7","EventType":"3"}, {"EventlistId":true,"EventType":true,"LocalTime":5},
-      {"LocalTime":"2106-02-07T06:28:15.000Z"}, {"LocalTime":"2024-13-01T00:00:00.000"}])");
-  const std::tuple<unsigned int, int, unsigned int> expected[] = {{0, 0, 0}, {65535, -1, 0},     {5, 3, 0},
-                                                                  {0, 0, 0}, {0, 0, 0},          {0, 0, 0},
-                                                                  {0, 0, 0}, {0, 0, 0xFFFFFFFF}, {0, 0, 0}};
+      {"LocalTime":"2106-02-07T06:28:16.000Z"}, {"LocalTime":"1969-12-31T23:59:59.000Z"}])");
+  using Row = std::tuple<unsigned int, int, unsigned int>;
+  const Row expected[9] = {{}, {65535, -1, 0}, {5, 3, 0}, {}, {}, {}, {}, {0, 0, 0xFFFFFFFF}, {}};
   stEventlistEntryType entries[9];
   std::memcpy(static_cast<void*>(entries), kEventKind.copy(reader.handle, 9).bytes.data(), sizeof entries);
   for (int i = 0; i < 9; ++i) {
-    const auto& [id, type, time] = expected[i];
-    EXPECT_TRUE(entries[i].uliEventlistId == id && entries[i].iEventType == type) << i;
-    EXPECT_EQ(entries[i].dtTimestamp, time) << i;
-    EXPECT_STREQ(entries[i].sIconType, "") << "a missing text is an empty one";
+    const auto& entry = entries[i];
+    EXPECT_EQ(Row(entry.uliEventlistId, entry.iEventType, entry.dtTimestamp), expected[i]) << i;
+    EXPECT_STREQ(entry.sIconType, "") << "a missing text is an empty one";
   }
 }
 
@@ -163,20 +152,15 @@ TEST_F(ComponentTest, SummaryFlagsBelongToAllReadersAndTheDetectorToEach) {
                                "Alarmlist",        "CentralDetector"};
   const Reader early(kAlarmKind);
   EXPECT_EQ(flags(early), "00000");
-  using Changes = std::vector<std::pair<int, bool>>;  // index into the order, new value
-  const std::tuple<Changes, const char*, const char*> rows[] = {
-      {{{0, true}}, "10000", "10000"},
-      {{{1, true}, {2, true}}, "11100", "11100"},
-      {{{2, false}, {3, true}}, "11010", "11010"},
-      {{{4, true}}, "11010", "11010"},
-      {{{3, false}, {5, true}}, "11001", "11000"},
-      {{{0, false}, {1, false}, {5, false}}, "00000", "00000"}};
-  for (const auto& [changes, earlyFlags, lateFlags] : rows) {
-    for (const auto& [index, value] : changes)
-      fake::change("changedFlag" + order[index], value);
-    TavrolineAlarmlistRead::pollDBusSignals();
-    EXPECT_EQ(flags(early), earlyFlags);
-    EXPECT_EQ(flags(Reader(kAlarmKind)), lateFlags);
+  std::string expected = "000000";
+  for (const bool value : {true, false}) {
+    for (std::size_t i = 0; i < 6; ++i) {
+      fake::change("changedFlag" + order[i], value);
+      TavrolineAlarmlistRead::pollDBusSignals();
+      expected[i] = value ? '1' : '0';
+      EXPECT_EQ(flags(early), expected.substr(0, 4) + expected[5]) << "a false answer keeps the others";
+      EXPECT_EQ(flags(Reader(kAlarmKind)), expected.substr(0, 4) + "0");
+    }
   }
 }
 

@@ -14,10 +14,7 @@ struct LoadProtocol : ReaderTest {
   /** That the interface is free and the reader idle shows in the next requests; a close frees it as well. */
   void expectFreeAndIdle(const Reader& reader) const {
     const std::size_t before = requests();
-    {
-      const Reader other(kind);
-      EXPECT_EQ(other.load(), TAVROLINE_BUSY);
-    }
+    EXPECT_EQ(Reader(kind).load(), TAVROLINE_BUSY);
     EXPECT_EQ(requests(), before + 1);
     EXPECT_EQ(reader.load(), TAVROLINE_BUSY);
     EXPECT_EQ(requests(), before + 2);
@@ -25,14 +22,11 @@ struct LoadProtocol : ReaderTest {
 };
 INSTANTIATE_TEST_SUITE_P(Of, LoadProtocol, testing::Values(&kEventKind, &kAlarmKind));
 
-constexpr char kStatusQuery[] =
-    "TavrolineReadBaseClass: int16_t TavrolineReadBaseClass::"
-    "getStatusReadListAsynchron(DBusPendingReply::SharedPointer&): getStatusReadListAsynchron: ";
-
 TEST_P(LoadProtocol, TakesOneStepPerCallAndIsIdleAndFreeAfterwards) {
   const fake::Answer outstanding{2, {}};
-  const std::string accessError = requestRecord("DBus access error");
-  const std::string busError = std::string(kStatusQuery) + "DBus error:|gone";
+  const char busError[] =
+      "TavrolineReadBaseClass: int16_t TavrolineReadBaseClass::getStatusReadListAsynchron("
+      "DBusPendingReply::SharedPointer&): getStatusReadListAsynchron: DBus error:|gone";
   // answers, results, entries afterwards, records
   const std::tuple<std::vector<fake::Answer>, std::vector<int>, int, Lines> rows[] = {
       {{outstanding, outstanding, {0, R"({"ListData":[{}]})"}}, {1, 1, 0}, 1, {}},
@@ -41,7 +35,7 @@ TEST_P(LoadProtocol, TakesOneStepPerCallAndIsIdleAndFreeAfterwards) {
       {{{0, "[1]"}}, {1, 0}, 0, {}},
       {{{0, R"({"ListData":5})"}}, {1, 0}, 0, {}},
       {{}, {2}, 2, {requestRecord("DBusPendingReply nullpointer")}},  // no request
-      {{{1, "gone"}}, {2}, 2, {accessError}},
+      {{{1, "gone"}}, {2}, 2, {requestRecord("DBus access error")}},
       {{outstanding, {1, "gone"}}, {1, 2}, 2, {busError}},
       {{{7, "gone"}}, {1, 2}, 2, {busError}}};  // any status but 1 is kept at first
   for (const auto& [answers, results, count, expected] : rows) {
@@ -67,24 +61,22 @@ TEST_P(LoadProtocol, LetsAWaitingReaderTakeOverAfterMoreThanFiveSeconds) {
   const Reader owner(kind);
   const Reader waiting(kind);
   fake::answer(kind.request(), {{2, {}}, {2, {}}, {0, "{}"}});
-  EXPECT_EQ(owner.load(), TAVROLINE_BUSY);
-  advanceMonotonicClock(5000);
-  EXPECT_EQ(waiting.load(), TAVROLINE_BUSY);
-  EXPECT_EQ(owner.load(), TAVROLINE_BUSY) << "an owner that polls starts the time anew";
-  advanceMonotonicClock(3000);
-  EXPECT_EQ(waiting.load(), TAVROLINE_BUSY) << "one that waits does not";
-  advanceMonotonicClock(2000);
-  EXPECT_EQ(waiting.load(), TAVROLINE_BUSY);
-  EXPECT_EQ(messages(), Lines{});
-  advanceMonotonicClock(1);
-  EXPECT_EQ(waiting.load(), TAVROLINE_BUSY);
+  // milliseconds passed, whose call, its result, messages and requests since the start
+  const std::tuple<int, const Reader*, int, std::size_t, std::size_t> steps[] = {
+      {0, &owner, 1, 0, 1},      {5000, &waiting, 1, 0, 1},
+      {0, &owner, 1, 0, 1},                               // an owner that polls starts the time anew
+      {3000, &waiting, 1, 0, 1},                          // one that waits does not
+      {2000, &waiting, 1, 0, 1}, {1, &waiting, 1, 1, 1},  // the call that takes over issues nothing
+      {0, &waiting, 1, 1, 2},    {0, &owner, 0, 1, 2}};   // the old owner still completes its own request
+  for (const auto& [time, reader, result, told, requested] : steps) {
+    advanceMonotonicClock(time);
+    EXPECT_EQ(reader->load(), result);
+    EXPECT_EQ(messages().size(), told);
+    EXPECT_EQ(requests(), requested);
+  }
   EXPECT_EQ(messages(),
             Lines{"qDebug: TavrolineReadBaseClass: int16_t TavrolineReadBaseClass::loadCompleteList("
                   "bool&, QElapsedTimer&, uint16_t): Load list timeout (5 sec timeout time)"});
-  EXPECT_EQ(requests(), 1U) << "the call that takes over issues nothing";
-  EXPECT_EQ(waiting.load(), TAVROLINE_BUSY);
-  EXPECT_EQ(requests(), 2U);
-  EXPECT_EQ(owner.load(), TAVROLINE_DONE) << "the old owner still completes its own request";
 }
 
 TEST_P(LoadProtocol, SurvivesAnExceptionIdleAndWithAFreeInterface) {

@@ -1,7 +1,5 @@
 #include "UnitSupport.h"
 
-#include <QStringList>
-
 #include <cstring>
 #include <ctime>
 
@@ -25,16 +23,15 @@ ReaderKind readerKind(const char* list) {
           },
           [](TavrolineHandle handle) { return int{call<Load>(handle).iResult}; },
           [](TavrolineHandle handle, int capacity) {
-            std::vector<Entry> entries(20);
-            std::string bytes(entries.size() * sizeof(Entry), 'Z');
-            std::memcpy(static_cast<void*>(entries.data()), bytes.data(), bytes.size());
-            Request request{handle, entries.data(), capacity, -1, -1};
+            Entry entries[20];
+            std::memset(static_cast<void*>(entries), 'Z', sizeof entries);
+            Request request{handle, entries, capacity, -1, -1};
             call<Copy>(&request);
             EXPECT_EQ(request.iResult, TAVROLINE_DONE);
-            std::memcpy(bytes.data(), entries.data(), bytes.size());
-            Copied copied{request.diNumberOfEntries, {}, bytes};
+            Copied copied{
+                request.diNumberOfEntries, {}, {reinterpret_cast<const char*>(entries), sizeof entries}};
             for (int i = 0; i < copied.count; ++i)
-              copied.modules += entries[std::size_t(i)].sModuleName;
+              copied.modules += entries[i].sModuleName;
             return copied;
           }};
 }
@@ -52,10 +49,6 @@ void Reader::load(const QByteArray& entries) const {
   fake::answer(kind.request(), {{0, "{\"ListData\":" + entries + "}"}});
   ASSERT_EQ(load(), TAVROLINE_BUSY);
   ASSERT_EQ(load(), TAVROLINE_DONE);
-}
-
-void PrintTo(const QString& text, std::ostream* stream) {
-  *stream << '"' << text.toStdString() << '"';
 }
 
 Lines records() {

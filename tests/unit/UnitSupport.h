@@ -6,24 +6,21 @@
 #include <QString>
 #include <QVariant>
 
-#include <ostream>
 #include <string>
 #include <tuple>
-#include <type_traits>
 #include <vector>
 
 #include "fake_platform.h"
 #include "tavroline/tavroline.h"
 
-/** What the unit tests share: fresh scripts per test, short calls, readable failures, one face of both
- * readers. */
+/** What unit tests share: fresh scripts per test, short calls, one face of both readers.
+ */
 
 using Lines = std::vector<std::string>;
 
 inline QString operator""_q(const char* text, std::size_t size) {
   return QString::fromUtf8(text, static_cast<int>(size));
 }
-void PrintTo(const QString& text, std::ostream* stream);
 
 constexpr unsigned int kComponentId =
     0x1B4EB041;  ///< 0x1B4E3000 and the name's FNV-1a, 0x3EDBB041, in 16 bit
@@ -45,8 +42,7 @@ Lines items();
 /** The Qt messages as "qWarning: file: function: text"; category and line number are checked to be there. */
 Lines messages();
 
-/** Call an external function with the leading fields of its structure, the rest zero; gives the structure
- * back. */
+/** Call an external function with the leading fields of its structure, the rest zero; gives it back. */
 template <typename Struct>
 Struct structureOf(void (*function)(Struct*));
 /** Converts to whatever integer a field has. */
@@ -68,8 +64,7 @@ auto call(Values... values) {
 }
 #pragma GCC diagnostic pop
 
-/** logevent_ext, or logalarm_ext with a handle: a user "u", one keyword "k", one empty argument of each kind.
- */
+/** logevent_ext, or logalarm_ext with a handle: user "u", keyword "k", one empty argument of each kind. */
 template <auto Function, typename... Handle>
 void logEntry(int type, int state, const char* icon, const char* module, unsigned int time,
               Handle... handle) {
