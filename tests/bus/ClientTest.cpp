@@ -1,4 +1,3 @@
-#include <gtest/gtest.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -6,38 +5,17 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <atomic>
-#include <cstdarg>
 #include <ctime>
-#include <mutex>
 
-#include "AlarmlistHandlerDBusConnectorRead.h"
+#include "BusTest.h"
 #include "CodesysRuntime.h"
 #include "EventlistHandlerDBusConnectorRead.h"
 #include "Hub.h"
-#include "ListServiceNames.h"
-#include "PrivateBus.h"
+#include "RuntimeFunctions.h"
 
 namespace {
 
 std::atomic<int> g_secondsAhead{0};
-std::mutex g_logMutex;
-std::string g_log;
-
-RTS_RESULT keepRecord(void*, std::uint32_t, std::int32_t, std::int32_t, std::int32_t, const char* format,
-                      ...) {
-  va_list arguments;
-  va_start(arguments, format);
-  const std::lock_guard<std::mutex> lock(g_logMutex);
-  g_log += std::string(va_arg(arguments, const char*)) + '\n';
-  va_end(arguments);
-  return 0;
-}
-
-bool logHolds(const std::string& text) {
-  const std::lock_guard<std::mutex> lock(g_logMutex);
-  return g_log.find(text) != std::string::npos;
-}
-
 Message event(const QString& module, const QVariantMap& description = {}) {
   Message message;
   message.eventType = EventlistHandlerEnums::EventTypeEvent;
@@ -57,23 +35,17 @@ Message edge(const QString& alarmId, EventlistHandlerEnums::State state) {
 constexpr auto kOn = EventlistHandlerEnums::StateOn;
 constexpr auto kOff = EventlistHandlerEnums::StateOff;
 const QString kAlarm = QStringLiteral("{a}");
-const QString kOther = QStringLiteral("{b}");
 
-class ClientTest : public ::testing::Test {
+class ClientTest : public BusTest {
  protected:
-  ClientTest() { g_secondsAhead = 0; }
+  ClientTest() {
+    g_secondsAhead = 0;
+    RuntimeFunctions::logToFile(log);
+  }
 
   void TearDown() override {
-    if (hub) expectBalance(hub->books());
-  }
-
-  static void expectBalance(const Books& books) {
-    EXPECT_EQ(books.accepted, books.delivered + books.pending + books.superseded + books.dropped());
-  }
-
-  void startService(const std::vector<std::string>& arguments = {}) {
-    service.emplace(TAVROLINE_LISTD, arguments);
-    ASSERT_TRUE(bus.waitForName(ListServiceNames::kService));
+    for (const Books& books : {hub->books(), Hub::instance().books()})
+      EXPECT_EQ(books.accepted, books.delivered + books.pending + books.superseded + books.dropped());
   }
 
   static bool settled(const Hub& hub) {
@@ -99,45 +71,13 @@ class ClientTest : public ::testing::Test {
     return names;
   }
 
-  bool isActive(const QString& alarmId) {
-    EXPECT_EQ(finish(hub->request(Request::Kind::AlarmState, alarmId)), 0) << cause;
-    return object[QStringLiteral("AlarmActive")].toBool();
-  }
-
-  PrivateBus bus;
-  std::optional<ChildProcess> service;
   std::optional<Hub> hub{std::in_place};  // ends before service and bus
   std::string cause;
   QJsonObject object;
 };
 
-TEST_F(ClientTest, LoadShowsEverythingThatWasLoggedBeforeIt) {
-  startService();
-  QStringList expected;
-  for (int i = 0; i < 500; ++i) {
-    hub->submit(event(QString::number(i)));
-    expected.prepend(QString::number(i));
-  }
-  EXPECT_EQ(modules(), expected);
-  EXPECT_EQ(finish(hub->request(Request::Kind::EventList, QString(), 3)), 0);
-  EXPECT_EQ(object[QStringLiteral("ListData")].toArray().size(), 3);
-}
-
-TEST_F(ClientTest, KilledServiceFailsTheLoadAndTheNextOneWorks) {
-  startService();
-  ASSERT_TRUE(modules().isEmpty());
-  service->pause();
-  const auto reply = hub->request(Request::Kind::EventList, QString());
-  service->kill();
-  EXPECT_EQ(finish(reply), 1);
-  EXPECT_NE(cause, "");
-  EXPECT_EQ(finish(hub->request(Request::Kind::EventList, QString())), 1);  // at once, there is no service
-  startService();
-  EXPECT_TRUE(eventually([&] { return finish(hub->request(Request::Kind::EventList, QString())) == 0; }));
-}
-
 TEST_F(ClientTest, MessagesOfAnOutageArriveOnceAndInOrder) {
-  const std::vector<std::string> stored = {"--db", bus.folder() + "/lists.db"};
+  const Strings stored = {"--db", file("lists.db")};
   QStringList expected;
   for (int round = 0; round < 4; ++round) {
     startService(stored);
@@ -157,25 +97,22 @@ TEST_F(ClientTest, MessagesOfAnOutageArriveOnceAndInOrder) {
 }
 
 TEST_F(ClientTest, FullQueueRefusesReportsTheGapAndKeepsAlarmEdges) {
-  pfLogAdd = keepRecord;
   for (std::size_t i = 0; i < Outbox::kMessages; ++i)
     EXPECT_TRUE(hub->submit(event(QString())));
   for (int i = 0; i < 10; ++i)
     EXPECT_FALSE(hub->submit(event(QString())));
   for (const auto state : {kOn, kOff, kOn, kOff, kOn})
     EXPECT_TRUE(hub->submit(edge(kAlarm, state)));
-  for (const auto state : {kOn, kOff})
-    EXPECT_TRUE(hub->submit(edge(kOther, state)));
   EXPECT_EQ(hub->books().superseded, 4U);
   EXPECT_EQ(hub->books().count(Loss::QueueFull), 10U);
-  expectBalance(hub->books());
-  EXPECT_TRUE(
-      eventually([] { return logHolds("10 message(s) lost, the queue is full: numbers 16385 to 16394"); }));
+  EXPECT_EQ(hub->books().pending, Outbox::kMessages + 1);
+  EXPECT_TRUE(eventually(
+      [&] { return fileHolds(log, "10 message(s) lost, the queue is full: numbers 16385 to 16394"); }));
   startService();
   ASSERT_TRUE(settled(*hub));
-  EXPECT_EQ(hub->books().delivered, Outbox::kMessages + 3);
-  EXPECT_TRUE(isActive(kAlarm));
-  EXPECT_FALSE(isActive(kOther));
+  EXPECT_EQ(hub->books().delivered, Outbox::kMessages + 1);
+  EXPECT_EQ(finish(hub->request(Request::Kind::AlarmState, kAlarm)), 0) << cause;
+  EXPECT_TRUE(object[QStringLiteral("AlarmActive")].toBool());
 }
 
 TEST_F(ClientTest, EdgesOfOneAlarmKeepTheirOrderBetweenQueueAndRoom) {
@@ -194,61 +131,31 @@ TEST_F(ClientTest, EdgesOfOneAlarmKeepTheirOrderBetweenQueueAndRoom) {
   ASSERT_TRUE(last.has_value());
   EXPECT_TRUE((*last)->turnsOn() && !outbox.takeWrite().has_value());
   EXPECT_EQ(outbox.books().superseded, 4U);
-  expectBalance(outbox.books());
 }
 
-TEST_F(ClientTest, WhatTheBusDoesNotCarryIsReplacedOrDropped) {
+TEST_F(ClientTest, WhatTheBusDoesNotCarryIsDroppedAndCounted) {
   startService();
-  const QChar invalid[] = {QChar(0xFFFE), QChar(0xFDD0), QChar(0xD800), QChar(0), QLatin1Char('x')};
-  EXPECT_TRUE(hub->submit(event(QString(invalid, 5))));
   EXPECT_TRUE(hub->submit(event(QString(), {{QStringLiteral("k"), QVariant(QDateTime::currentDateTime())}})));
   EXPECT_TRUE(hub->submit(event(QString(1 << 21, QLatin1Char('y')))));
   EXPECT_TRUE(hub->submit(event(QStringLiteral("last"))));
-  EXPECT_EQ(modules(), (QStringList{QStringLiteral("last"), QString(4, QChar(0xFFFD)) + QLatin1Char('x')}));
+  EXPECT_EQ(modules(), QStringList{QStringLiteral("last")});
   EXPECT_EQ(hub->books().count(Loss::Unsendable), 2U);
 }
 
-TEST_F(ClientTest, AlarmsThatAreOnAreRaisedAgainInAnEmptyService) {
-  hub->submit(edge(kAlarm, kOn));
-  hub->submit(edge(kOther, kOn));
-  startService();
-  EXPECT_TRUE(isActive(kAlarm));
-  hub->submit(edge(kOther, kOff));
-  ASSERT_TRUE(settled(*hub));
-  service->kill();
-  startService();
-  EXPECT_TRUE(eventually([&] { return isActive(kAlarm); }));
-  EXPECT_FALSE(isActive(kOther));
-  EXPECT_EQ(hub->books().accepted, 3U);
-  EXPECT_EQ(hub->books().delivered, 3U);
-}
-
-TEST_F(ClientTest, EachConnectorReportsEachDifferenceOnce) {
-  hub.reset();
-  const std::vector<std::string> stored = {"--db", bus.folder() + "/lists.db"};
+TEST_F(ClientTest, EachConnectorReportsEachChangeOnceAndNeitherTheFirstStateNorARestart) {
+  const Strings stored = {"--db", file("lists.db")};
   EventlistHandlerDBusConnectorRead one(true), two(true);
-  AlarmlistHandlerDBusConnectorRead alarms(true);
-  bool value = false;
-  EXPECT_FALSE(one.changedFlagEventlist());
+  const auto known = [&] { return finish(one.getCompleteEventlist(QString())) == 0; };
   startService(stored);
-  ASSERT_TRUE(eventually([] { return Hub::instance().listState().alarms.current() != 0; }));
-  EXPECT_FALSE(one.changedFlagEventlist());  // the first generation that is seen
-  Hub::instance().submit(edge(kAlarm, kOn));
+  ASSERT_TRUE(eventually(known));
+  EXPECT_FALSE(one.changedFlagEventlist());
+  Hub::instance().submit(event(QString()));
   EXPECT_TRUE(eventually([&] { return one.changedFlagEventlist(); }));
   EXPECT_TRUE(two.changedFlagEventlist());
-  EXPECT_TRUE(eventually([&] { return alarms.changedFlagCentralDetector(value); }));
-  EXPECT_TRUE(value);
-  service->kill();
   startService(stored);
-  const auto reply = one.getCompleteEventlist(QString());
-  finish(reply);
-  EXPECT_FALSE(one.changedFlagEventlist() || alarms.changedFlagCentralDetector(value));
-  AlarmlistHandlerDBusConnectorRead late(true);
-  EXPECT_FALSE(late.changedFlagAlarmlist());
-  EXPECT_TRUE(late.changedFlagActiveAlarmInAlarmlist(value) && value);
-  EXPECT_FALSE(late.changedFlagFaultInAlarmlist(value));
-  Hub::instance().submit(edge(kAlarm, kOff));  // or it would be raised again in the other tests
-  EXPECT_TRUE(settled(Hub::instance()));
+  ASSERT_TRUE(eventually(known));
+  EXPECT_FALSE(one.changedFlagEventlist() || two.changedFlagEventlist());
+  EXPECT_FALSE(EventlistHandlerDBusConnectorRead(true).changedFlagEventlist());
 }
 
 TEST_F(ClientTest, DeadlinesEndWhatIsNotAnswered) {
@@ -288,42 +195,9 @@ TEST_F(ClientTest, RequestsAreBoundedAndReleasedOnesAreNot) {
   EXPECT_EQ(hub->books().delivered, 1U);  // the bus did not refuse it for too many answers owed
 }
 
-TEST_F(ClientTest, UnloadRightAfterTheFirstUseStillConnectsAndSends) {
-  startService();
-  for (int round = 0; round < 20; ++round) {
-    hub.emplace();
-    for (const auto state : {kOn, kOff})
-      EXPECT_TRUE(hub->submit(edge(kAlarm, state)));
-    hub.reset();
-  }
-  hub.emplace();
-  EXPECT_EQ(modules().size(), 40);
-}
-
-TEST_F(ClientTest, UnloadIsShortWhateverStandsStill) {
-  const std::function<void()> outages[] = {[] {}, [&] { bus.pause(); }, [&] { service->pause(); },
-                                           [&] { service->kill(); }, [&] { bus.stop(); }};
-  for (std::size_t row = 0; row < std::size(outages); ++row) {
-    SCOPED_TRACE(row);
-    pfLogAdd = keepRecord;
-    hub.emplace();
-    startService();
-    EXPECT_FALSE(isActive(kAlarm));
-    outages[row]();
-    for (const auto state : {kOn, kOff})
-      EXPECT_TRUE(hub->submit(edge(kAlarm, state)));
-    const auto start = Clock::now();
-    hub.reset();
-    EXPECT_LT(Clock::now() - start, std::chrono::milliseconds(1000));
-    EXPECT_EQ(logHolds("2 message(s) lost, not sent before unload: numbers 1 to 2"), row != 0);
-    if (row == 1) bus.resume();
-    service.reset();
-  }
-}
-
 }  // namespace
 
-LogAddFunction pfLogAdd = nullptr;
+LogAddFunction pfLogAdd = reinterpret_cast<LogAddFunction>(RuntimeFunctions::find("LogAdd"));
 
 // The monotonic clock of this process can be moved forward, so that no test waits for a deadline.
 extern "C" __attribute__((visibility("default"))) int clock_gettime(clockid_t clock,

@@ -1,69 +1,25 @@
 #pragma once
 
-#include <algorithm>
 #include <map>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "BusTest.h"
 #include "ComponentManager.h"
-#include "ListServiceNames.h"
 #include "PeriodicThread.h"
-#include "PrivateBus.h"
 #include "tavroline/tavroline.h"
 
-/** The list service as a child; on the bus when the object is there. */
-class Service {
- public:
-  explicit Service(const PrivateBus& bus) : m_process(TAVROLINE_LISTD, {}) {
-    if (!bus.waitForName(ListServiceNames::kService)) throw std::runtime_error(m_process.output());
-  }
-  ChildProcess& process() { return m_process; }
-
- private:
-  ChildProcess m_process;
-};
-
-/** What one entry is made of; the memory that its parameter structure points to. */
-struct Message {
-  std::string icon;
-  std::string module = "Basin";
-  std::string object = "Valve";
-  RTS_IEC_INT textSource = 0;
-  std::u16string user;
-  RTS_IEC_DATE_AND_TIME time = 0;
-  stDataType data{};
-  char keywords[2][21] = {"water", "north"};
-  stDescriptionArgumentType argument{};
-  stDescriptionUrlArgumentType url{};
-
-  /** A logevent_struct or logalarm_struct of this message. */
-  template <typename Structure>
-  Structure parameters(RTS_IEC_INT type, RTS_IEC_INT state) {
-    data.iTextSource = textSource;
-    std::copy_n(object.c_str(), object.size() + 1, data.sObjectName);
-    Structure result{};
-    result.iEventType = type;
-    result.iState = state;
-    result.psIconType = icon.c_str();
-    result.psModuleName = module.c_str();
-    result.dtDateTime = time;
-    result.pstData = &data;
-    result.pwsUser = reinterpret_cast<const RTS_IEC_WSTRING*>(user.c_str());
-    result.iKeywordSize = sizeof keywords[0];
-    result.pasKeywords = keywords[0];
-    result.stKeywordsDimInfo = {0, 1};
-    result.pastArguments = &argument;
-    result.pastUrlArguments = &url;
-    result.stArgumentsDimInfo = result.stUrlArgumentsDimInfo = {0, -1};
-    return result;
-  }
-};
+constexpr RTS_IEC_INT kAlarm = 0, kFault = 2, kEvent = 3;
+constexpr RTS_IEC_INT kOn = 1, kOff = 2;
 
 /** A runtime in this process: the library, its functions by their registered names, its hook in a thread. */
 class Runtime {
  public:
+  static constexpr char kEventReader[] = "eventlistread";
+  static constexpr char kAlarmReader[] = "alarmlistread";
+  static constexpr char kAlarmHandler[] = "alarmlistwrite";
+
   Runtime()
       : m_component(TAVROLINE_LIBRARY), m_hook("hook", 5, [this] { m_component.communicationCycle(); }) {}
   ~Runtime() {
@@ -80,20 +36,20 @@ class Runtime {
     if (function == nullptr) throw std::runtime_error(name + " is not registered");
     reinterpret_cast<void (*)(Structure*)>(function)(&parameters);
   }
-
-  TavrolineHandle openEvents() {
-    return open<openeventlistreadhandle_struct>("eventlistread",
-                                                &openeventlistreadhandle_struct::hReadHandle);
-  }
-  TavrolineHandle openAlarms() {
-    return open<openalarmlistreadhandle_struct>("alarmlistread",
-                                                &openalarmlistreadhandle_struct::hReadHandle);
-  }
-  TavrolineHandle openAlarm() {
-    return open<openalarmlistwritehandle_struct>("alarmlistwrite",
-                                                 &openalarmlistwritehandle_struct::hWriteHandle);
+  /** Call it in cycles until it is no longer busy. @return its result */
+  template <typename Structure>
+  RTS_IEC_INT finish(const std::string& name, Structure parameters) const {
+    eventually([&] { return call(name, parameters), parameters.iResult != TAVROLINE_BUSY; });
+    return parameters.iResult;
   }
 
+  /** @param kind one of the three above; the handle stands in the same place of all their structures */
+  TavrolineHandle open(const std::string& kind) {
+    openalarmlistwritehandle_struct parameters{};
+    call("open" + kind + "handle", parameters);
+    m_open[parameters.hWriteHandle] = kind;
+    return parameters.hWriteHandle;
+  }
   /** Close a handle of any kind; what is still open at the end is closed then. */
   void close(TavrolineHandle handle) {
     closealarmlistwritehandle_struct parameters{handle};
@@ -101,36 +57,30 @@ class Runtime {
     m_open.erase(handle);
   }
 
-  void logEvent(RTS_IEC_INT type, RTS_IEC_INT state, Message message) const {
-    auto parameters = message.parameters<logevent_struct>(type, state);
-    call("logevent", parameters);
+  void logEvent(const std::string& object, RTS_IEC_INT textSource = 0,
+                logevent_struct parameters = {}) const {
+    parameters.iEventType = kEvent;
+    log("logevent", parameters, object, textSource);
   }
   void logAlarm(TavrolineHandle handle, RTS_IEC_INT type, RTS_IEC_INT state) const {
-    Message message;
-    auto parameters = message.parameters<logalarm_struct>(type, state);
+    logalarm_struct parameters{};
+    parameters.iEventType = type;
+    parameters.iState = state;
     parameters.hWriteHandle = handle;
-    call("logalarm", parameters);
+    log("logalarm", parameters, "Valve", 0);
   }
 
   /** Load to the end: 0 or 2. `count` 0 is the complete list. */
   RTS_IEC_INT load(TavrolineHandle handle, RTS_IEC_UINT count = 0) const {
-    loadpartofeventlist_struct step{handle, count, TAVROLINE_BUSY};
-    eventually([&] { return call("loadpartofeventlist", step), step.iResult != TAVROLINE_BUSY; });
-    return step.iResult;
+    return finish("loadpartofeventlist", loadpartofeventlist_struct{handle, count, TAVROLINE_BUSY});
   }
-
   std::vector<stEventlistEntryType> entries(TavrolineHandle handle) const {
-    std::vector<stEventlistEntryType> array(100);
-    stGetEventlistEntriesType request{handle, array.data(), 100, TAVROLINE_ERROR, 0};
+    std::vector<stEventlistEntryType> array(1000);
+    stGetEventlistEntriesType request{handle, array.data(), 1000, TAVROLINE_ERROR, 0};
     geteventlistentries_struct parameters{&request};
     call("geteventlistentries", parameters);
     array.resize(static_cast<std::size_t>(request.diNumberOfEntries));
     return array;
-  }
-
-  /** Load anew until the list holds so many entries. */
-  bool loadsEventually(TavrolineHandle handle, std::size_t count) const {
-    return eventually([&] { return load(handle) == TAVROLINE_DONE && entries(handle).size() == count; });
   }
 
   /** A flag that a function writes into the byte behind the handle. */
@@ -141,12 +91,23 @@ class Runtime {
   }
 
  private:
+  /** Complete the parameters and call; one keyword, no arguments. */
   template <typename Structure>
-  TavrolineHandle open(const std::string& kind, TavrolineHandle Structure::*field) {
-    Structure parameters{};
-    call("open" + kind + "handle", parameters);
-    m_open[parameters.*field] = kind;
-    return parameters.*field;
+  void log(const std::string& name, Structure& parameters, const std::string& object,
+           RTS_IEC_INT textSource) const {
+    stDataType data{};
+    stDescriptionArgumentType argument{};
+    stDescriptionUrlArgumentType url{};
+    data.iTextSource = textSource;
+    object.copy(data.sObjectName, sizeof data.sObjectName - 1);
+    parameters.psModuleName = "Basin";
+    parameters.pstData = &data;
+    parameters.iKeywordSize = 6;
+    parameters.pasKeywords = "water";
+    parameters.pastArguments = &argument;
+    parameters.pastUrlArguments = &url;
+    parameters.stArgumentsDimInfo = parameters.stUrlArgumentsDimInfo = {0, -1};
+    call(name, parameters);
   }
 
   ComponentManager m_component;

@@ -1,18 +1,18 @@
 // Unloading really unloads, whatever state the bus is in, and takes nothing with it that had to arrive.
-#include <gtest/gtest.h>
+#include <dlfcn.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <functional>
 
 #include "Runtime.h"
+#include "RuntimeFunctions.h"
 
 namespace {
 
+using Unload = BusTest;
+
 bool libraryIsMapped() {
-  std::ifstream maps("/proc/self/maps");
-  const std::string all{std::istreambuf_iterator<char>(maps), {}};
-  return all.find("libTavroline.so") != std::string::npos;
+  return fileHolds("/proc/self/maps", "libTavroline.so");
 }
 
 auto threads() {
@@ -20,83 +20,58 @@ auto threads() {
   return std::distance(Tasks("/proc/self/task"), Tasks());
 }
 
-enum class BusState { kServed, kStopped, kStoppedInUse, kNone };
-
-struct Row {
-  const char* name;
-  BusState bus;
-};
-
-class Unload : public testing::TestWithParam<Row> {};
-
-/** Use both roads and the hook, without waiting for an answer. */
-void use(Runtime& runtime) {
-  runtime.logEvent(3, 0, {});
-  loadcompleteeventlist_struct load{runtime.openEvents(), TAVROLINE_ERROR};
-  runtime.call("loadcompleteeventlist", load);
-  EXPECT_NE(load.iResult, TAVROLINE_DONE);
-  EXPECT_FALSE(runtime.flag("getcentraldetectorstate", runtime.openAlarms()));
-  const TavrolineHandle alarm = runtime.openAlarm();
-  runtime.logAlarm(alarm, 0, 1);
-  runtime.close(alarm);
-}
-
 }  // namespace
 
-TEST_P(Unload, LeavesNeitherTheLibraryNorItsThread) {
-  PrivateBus bus;
-  std::optional<Service> service;
-  const BusState state = GetParam().bus;
-  if (state == BusState::kServed || state == BusState::kStoppedInUse) service.emplace(bus);
-  if (state == BusState::kStopped) bus.pause();
-  if (state == BusState::kNone) bus.stop();
+TEST_F(Unload, LeavesNeitherTheLibraryNorItsThreadAndSendsTheOffOfAnOpenHandleOrReportsItLost) {
+  const struct {
+    const char* name;
+    bool inUse;
+    std::function<void()> disturb;
+    bool arrives;
+  } rows[] = {
+      {"first use", false, [] {}, true},
+      {"served", true, [] {}, true},
+      {"service stopped", true, [&] { service->pause(); }, false},
+      {"service killed", true, [&] { service->kill(); }, false},
+      {"bus stopped", true, [&] { bus.pause(); }, false},
+      {"first use, bus stopped", false, [&] { bus.pause(); }, false},
+      {"no bus", false, [&] { bus.stop(); }, false},
+  };
   const auto before = threads();
-
-  // Twice: a library that stayed would be found with its old state.
-  for (int round = 0; round < 2; ++round) {
+  // One process: a library that stayed would be found with its old state.
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    RuntimeFunctions::logToFile(file(row.name));
+    bus.resume();
+    startService();
     std::optional<Runtime> runtime(std::in_place);
-    const TavrolineHandle reader = runtime->openEvents();
-    if (service && round == 0) {
-      EXPECT_EQ(runtime->load(reader), TAVROLINE_DONE);
-    }
-    if (state == BusState::kStoppedInUse && round == 0) bus.pause();
-    runtime->close(reader);
-    use(*runtime);
+    EXPECT_TRUE(!row.inUse || runtime->load(runtime->open(Runtime::kEventReader)) == TAVROLINE_DONE);
+    row.disturb();
+    // both roads and the hook, without waiting for an answer
+    runtime->logEvent("Valve");
+    loadcompleteeventlist_struct load{runtime->open(Runtime::kEventReader), TAVROLINE_ERROR};
+    runtime->call("loadcompleteeventlist", load);
+    EXPECT_NE(load.iResult, TAVROLINE_DONE);
+    EXPECT_FALSE(runtime->flag("getcentraldetectorstate", runtime->open(Runtime::kAlarmReader)));
+    runtime->logAlarm(runtime->open(Runtime::kAlarmHandler), kFault, kOn);
     EXPECT_TRUE(libraryIsMapped());
     EXPECT_EQ(threads(), before + 2) << "the hook's and the client's own";
 
     const auto start = std::chrono::steady_clock::now();
     runtime.reset();
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
     EXPECT_FALSE(libraryIsMapped());
     // A joined thread may stay listed for a moment.
     EXPECT_TRUE(eventually([&] { return threads() == before; })) << threads() - before;
+    EXPECT_NE(fileHolds(file(row.name), "3 message(s) lost, not sent before unload: numbers 1 to 3"),
+              row.arrives);
+    if (!row.arrives) continue;
+    runtime.emplace();
+    const TavrolineHandle reader = runtime->open(Runtime::kEventReader);
+    ASSERT_EQ(runtime->load(reader), TAVROLINE_DONE);
+    const auto list = runtime->entries(reader);
+    ASSERT_EQ(list.size(), 3U);
+    EXPECT_STREQ(list[0].sIconType, "fault-off");
+    EXPECT_STREQ(list[1].sIconType, "fault-on");
   }
-  bus.resume();
-}
-
-INSTANTIATE_TEST_SUITE_P(Bus, Unload,
-                         testing::Values(Row{"Served", BusState::kServed}, Row{"Stopped", BusState::kStopped},
-                                         Row{"StoppedInUse", BusState::kStoppedInUse},
-                                         Row{"None", BusState::kNone}),
-                         [](const auto& row) { return std::string(row.param.name); });
-
-TEST(UnloadOrder, TheOffOfAFaultClosedWhileOnArrivesBeforeTheLibraryIsGone) {
-  const PrivateBus bus;
-  const Service service(bus);
-  {
-    Runtime runtime;
-    const TavrolineHandle fault = runtime.openAlarm();
-    runtime.logAlarm(fault, 2, 1);
-    runtime.close(fault);
-  }
-  ASSERT_FALSE(libraryIsMapped());
-
-  Runtime runtime;
-  const TavrolineHandle reader = runtime.openEvents();
-  ASSERT_EQ(runtime.load(reader), TAVROLINE_DONE);
-  const auto list = runtime.entries(reader);
-  ASSERT_EQ(list.size(), 2u);
-  EXPECT_STREQ(list[0].sIconType, "fault-off");
-  EXPECT_STREQ(list[1].sIconType, "fault-on");
 }

@@ -26,17 +26,14 @@ class PrivateBus {
   void pause() const;
   void resume() const;
 
-  /** Wait until somebody owns `name`. @return false at the deadline, or when the bus cannot be reached. */
-  bool waitForName(const std::string& name, Milliseconds deadline = kPatience) const;
-  /** Wait until nobody owns `name` any more; result as waitForName(). */
-  bool waitForNameGone(const std::string& name, Milliseconds deadline = kPatience) const;
+  /** Wait until somebody owns `name`, or nobody. @return false at the deadline, or when the bus is not there.
+   */
+  bool waitForName(const std::string& name, bool owned = true) const;
 
   /** The temporary folder, for files of the test. */
   const std::string& folder() const { return m_folder; }
 
  private:
-  bool waitForOwner(const std::string& name, bool owned, Milliseconds deadline) const;
-
   std::string m_folder;
   std::optional<ChildProcess> m_daemon;
 };
