@@ -3,6 +3,7 @@
 #include <QJsonDocument>
 #include <QUuid>
 
+#include <cerrno>
 #include <cstring>
 #include <string>
 
@@ -35,6 +36,7 @@ class BusError {
         sd_bus_error_has_name(&m_error, SD_BUS_ERROR_NO_REPLY) > 0) {
       throw NoService("no list service runs on this bus; start tavroline-listd");
     }
+    if (result == -ETIMEDOUT) throw ClientError("the service did not answer in time");
     throw ClientError(std::string("the service refused: ") +
                       (m_error.message != nullptr ? m_error.message : std::strerror(-result)));
   }
@@ -85,7 +87,10 @@ QJsonObject ListClient::readList(const Message& request) {
   const Message reply = call(request);
   const char* json = nullptr;
   check(sd_bus_message_read_basic(reply.get(), SD_BUS_TYPE_STRING, &json));
-  return QJsonDocument::fromJson(QByteArray::fromRawData(json, static_cast<int>(std::strlen(json)))).object();
+  const auto list =
+      QJsonDocument::fromJson(QByteArray::fromRawData(json, static_cast<int>(std::strlen(json))));
+  if (!list.isObject()) throw ClientError("the service answered with something that is no list");
+  return list.object();
 }
 
 QJsonObject ListClient::events(const QString& language, quint32 count) {

@@ -42,7 +42,7 @@ void declare(CLI::App& app, Options& options) {
   app.set_version_flag("--version", std::string(TAVROLINE_VERSION));
   app.footer(
       "Ends at SIGINT or SIGTERM, or when a program asks for it. The exit status is the one a program\n"
-      "asked for, otherwise 0; 2 when something could not be loaded or started.");
+      "asked for, otherwise 0; 2 for a wrong option, or when something could not be loaded or started.");
 }
 
 void printRegistered(const ComponentManager& component) {
@@ -93,7 +93,11 @@ int main(int argc, char** argv) {
   Options options;
   CLI::App app("Runs a component and PLC programs as a PLC runtime does.", "tavroline-host");
   declare(app, options);
-  CLI11_PARSE(app, argc, argv);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : kCannotStart;  // --help and --version are no errors
+  }
   try {
     return run(options);
   } catch (const std::exception& error) {

@@ -58,21 +58,24 @@ ListService::ListService(Database& database, qint64 capacity)
       m_setDetector(database, "UPDATE state SET detector = ?") {}
 
 void ListService::log(const Sender& sender, const ListEntry& entry) {
+  if (isRepetition(sender)) return;
   if (turnsOn(entry) && !m_alarms.hasRoomFor(entry.alarmId)) {
     throw CallError("the alarm list is full", ListServiceNames::kErrorStorage);
   }
-  if (!accept(sender)) return;
+  record(sender);
   applyEdge(entry, append(entry));
   ++m_changes.stored;
 }
 
 void ListService::deleteEvents(const Sender& sender) {
-  if (!accept(sender)) return;
+  if (isRepetition(sender)) return;
+  record(sender);
   m_changes.events = m_events.clear() || m_changes.events;
 }
 
 void ListService::acknowledgeAlarms(const Sender& sender, const QStringList& alarmIds, const QString& user) {
-  if (!accept(sender)) return;
+  if (isRepetition(sender)) return;
+  record(sender);
   for (const QString& alarmId : alarmIds) {
     QString moduleName;
     QByteArray description;
@@ -85,7 +88,8 @@ void ListService::acknowledgeAlarms(const Sender& sender, const QStringList& ala
 }
 
 void ListService::acknowledgeDetector(const Sender& sender, const QString& user) {
-  if (!accept(sender)) return;
+  if (isRepetition(sender)) return;
+  record(sender);
   setDetector(false);
   append(acknowledgementEntry(user, QString(),
                               DescriptionText::ofTable(DescriptionText::kDetectorAcknowledged, {})));
@@ -123,16 +127,18 @@ ListSnapshot ListService::snapshot() {
   return snapshot;
 }
 
-/** Open the transaction if need be; false for a message that was carried out before. */
-bool ListService::accept(const Sender& sender) {
-  if (m_sessions.seen(sender.session, sender.sequence)) {
-    ++m_duplicates;
-    return false;
-  }
+/** Whether a message was carried out before; counts it then. */
+bool ListService::isRepetition(const Sender& sender) {
+  const bool seen = m_sessions.seen(sender.session, sender.sequence);
+  if (seen) ++m_duplicates;
+  return seen;
+}
+
+/** Open the transaction if need be, and note the message in it. */
+void ListService::record(const Sender& sender) {
   m_database.begin();
   m_changes.open = true;
   m_sessions.record(sender.session, sender.sequence);
-  return true;
 }
 
 qint64 ListService::append(const ListEntry& entry) {

@@ -68,7 +68,8 @@ class ListService {
     quint64 overwritten = 0;
   };
 
-  bool accept(const Sender& sender);
+  bool isRepetition(const Sender& sender);
+  void record(const Sender& sender);
   qint64 append(const ListEntry& entry);
   void applyEdge(const ListEntry& entry, qint64 edge);
   void setDetector(bool on);
