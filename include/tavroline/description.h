@@ -9,8 +9,8 @@
 
 /** What describes an entry; 678 bytes. */
 typedef struct {
-  RTS_IEC_INT
-      iTextSource; /**< 0: the names below as they stand, 1: the service's text table; others count as 0 */
+  /** 0: the names below as they stand, 1: the service's text table; others count as 0 */
+  RTS_IEC_INT iTextSource;
   RTS_IEC_STRING sModuleName[TAVROLINE_TEXT_80];
   RTS_IEC_STRING sObjectName[TAVROLINE_TEXT_80];
   RTS_IEC_STRING sInstanceName[TAVROLINE_TEXT_255]; /**< may hold one integer directive, "Pump %d" */

@@ -32,9 +32,9 @@ typedef struct {
 
 typedef struct {
   TavrolineHandle hReadHandle; /**< in */
-  RTS_IEC_UINT
-      uiNumberOfEntries; /**< in: newest entries wanted, 0 means all; counts only when a load starts */
-  RTS_IEC_INT iResult;   /**< out: 0, 1 or 2 */
+  /** in: newest entries wanted, 0 means all; counts only when a load starts */
+  RTS_IEC_UINT uiNumberOfEntries;
+  RTS_IEC_INT iResult; /**< out: 0, 1 or 2 */
 } loadpartofeventlist_struct;
 
 typedef struct {
