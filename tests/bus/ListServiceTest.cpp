@@ -248,7 +248,6 @@ TEST_F(ListServiceTest, CarriesAnAlarmThroughItsLife) {
     const char* found;  // in the list; then alarm, active alarm, fault, active fault, detector
     int events;
   } rows[] = {
-      {"raised", 0, "1", "true false 11001", 1},
       {"raised fault, detector acknowledged", 2, "1d", "true false 00110", 2},
       {"off first, then acknowledged", 0, "10a", "00001", 3},
       {"acknowledged first, then off", 0, "1a0", "00001", 3},

@@ -39,15 +39,17 @@ class Road : public BusTest {
 
 }  // namespace
 
-TEST_F(Road, AnEventComesBackFieldByFieldWithTextsThatABusRefusesReplaced) {
+TEST_F(Road, AnEventIsToldToEachReaderAndComesBackWithTextsThatABusRefusesReplaced) {
   const TavrolineHandle reader = runtime.open(Runtime::kEventReader);
+  const TavrolineHandle other = runtime.open(Runtime::kEventReader);
   const std::u16string user = u"J\u00f6rg \U0001F4A7" + std::u16string{0xFFFE, 0xFDD0, 0xD800, u'x'};
   logevent_struct event{};
   event.psIconType = "valve";
   event.pwsUser = reinterpret_cast<const RTS_IEC_WSTRING*>(user.c_str());
   event.dtDateTime = 4000000000U;  // in 2096
   runtime.logEvent("PumpStarted", 1, event);
-  ASSERT_TRUE(eventually([&] { return runtime.flag("haslistchanged", reader); }));
+  for (const TavrolineHandle told : {reader, other})
+    ASSERT_TRUE(eventually([&] { return runtime.flag("haslistchanged", told); }));
 
   setlistreadlanguage_struct german{reader, "de"};
   runtime.call("setlistreadlanguage", german);

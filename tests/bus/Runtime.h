@@ -2,8 +2,6 @@
 
 #include <map>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 #include "BusTest.h"
 #include "ComponentManager.h"
@@ -26,8 +24,6 @@ class Runtime {
     while (!m_open.empty())
       close(m_open.begin()->first);
   }
-  Runtime(const Runtime&) = delete;
-  Runtime& operator=(const Runtime&) = delete;
 
   /** Call the function of that name, without its "_ext". */
   template <typename Structure>
