@@ -43,14 +43,12 @@ def main():
     variables = declared(source, "platform/include/CodesysRuntime.h", r"^extern RUNTIME_EXPORT \w+ (\w+);")
     surface = functions + ["ComponentEntry"] + variables
 
-    faults = []
-    for what, names in (
-        ("nm -D", exported(library)),
-        ("version script", listed(source)),
-        ("prototypes and variables of the headers", prototypes + variables),
-    ):
-        if sorted(names) != sorted(surface):
-            faults.append(f"{what}: differs in {sorted(set(names) ^ set(surface)) or 'names given twice'}")
+    sources = {"nm -D": exported(library), "version script": listed(source), "headers": prototypes + variables}
+    faults = [
+        f"{what}: differs in {sorted(set(names) ^ set(surface)) or 'names given twice'}"
+        for what, names in sources.items()
+        if sorted(names) != sorted(surface)
+    ]
     if len(functions) != FUNCTIONS or len(variables) != RUNTIME_FUNCTIONS:
         faults.append(f"{len(functions)} functions and {len(variables)} variables")
     print("\n".join(faults) or f"{len(surface)} names")

@@ -3,266 +3,205 @@
  * raw bytes by the table in OutsideTable.h and calls every registered function. It includes no header of the
  * library.
  *
- * Use: OutsideLayout LIBRARY [service]; with `service`, one with empty lists must be on the bus, otherwise no
- * bus.
+ * Use: OutsideLayout LIBRARY [service]; with `service`, one with empty lists is on the bus, otherwise no bus.
  */
 #include <dlfcn.h>
+#include <stdio.h>
 #include <time.h>
 
 #include "OutsideTable.h"
 
 static int failures;
-#define CHECK(condition) check((condition), #condition, __LINE__)
-static bool check(bool holds, const char* condition, int line) {
-  if (!holds) fprintf(stderr, "line %d: not true: %s\n", line, condition), ++failures;
-  return holds;
+#define CHECK(condition, where) check((condition), #condition, where, __LINE__)
+static void check(bool holds, const char* condition, const char* where, int line) {
+  if (!holds) fprintf(stderr, "line %d, %s: not true: %s\n", line, where, condition), ++failures;
 }
 
 static bool service;
-enum { EXPORT = 1, IMPORT = 2, VERSION = 3, HOOK = 6, REGISTER = 7, LOOK_UP = 13, WORDS = 14 };
-static uint32_t record[WORDS + 1], imports;
+enum { EXPORT = 1, HOOK = 6, REGISTER = 7, WORDS = 15 };
+static uint32_t record[WORDS];
 static const uint32_t* table;
 static bool called[FUNCTIONS];
 
-static uint32_t registerTable(const uint32_t* rows, uint32_t reserved, uint32_t external, uint32_t id) {
-  CHECK(reserved == 0 && external == (table == NULL ? 1 : 0) && id == record[0]);
-  if (table == NULL) table = rows;
+static uint32_t registerTable(const uint32_t* rows, uint32_t reserved, uint32_t external) {
+  if (reserved == 0 && external == 1) table = rows;
   return 0;
 }
 
-static uint32_t lookUp(const char* name, const uint32_t* variable, uint32_t option, uint32_t id,
-                       uint32_t version) {
-  CHECK(*variable == 0 && option == (strcmp(name, "CMUtlSafeStrCpy") == 0 ? 0 : 2) && id == 0 &&
-        version == 0);
-  ++imports;
-  return 1; /* not found: the library's log goes to the standard error */
-}
+#define COMPONENT(index) ((uint32_t(*)(uint32_t, uint32_t, uint32_t))(uintptr_t)record[index])
 
-static uint32_t component(int index, uint32_t argument) {
-  return ((uint32_t(*)(uint32_t, uint32_t, uint32_t))(uintptr_t)record[index])(argument, 0, 0);
-}
-
-/** Play the component manager: entry, import, export; then compare the table row by row. */
+/** Play the component manager, then compare the registered table row by row. */
 static void enter(void* library) {
-  uint32_t before[WORDS + 1];
-  memset(record, UNTOUCHED, sizeof record);
-  record[REGISTER] = (uint32_t)(uintptr_t)registerTable;
-  record[LOOK_UP] = (uint32_t)(uintptr_t)lookUp;
-  memcpy(before, record, sizeof record);
-  CHECK(((int (*)(uint32_t*))(uintptr_t)dlsym(library, "ComponentEntry"))(record) == 0);
-  CHECK((record[0] & 0xFFFF3000) == 0x1B4E3000 && record[4] == 0 && record[5] == 0);
-  CHECK(memcmp(record + REGISTER, before + REGISTER, (WORDS + 1 - REGISTER) * 4) == 0);
-  CHECK(component(VERSION, 0) == 0x01000104);
-  CHECK(component(IMPORT, 0) == 1 && imports == 7);
-  CHECK(component(EXPORT, 0) == 0);
-  for (uint32_t i = 0; i <= FUNCTIONS; ++i) {
-    const uint32_t* row = table + 4 * i;
-    const Layout end = {"", 0, 0, NULL}, *expected = i < FUNCTIONS ? &kFunctions[i] : &end;
-    CHECK(row[0] == (i < FUNCTIONS ? word(dlsym(library, expected->name)) : 0));
-    CHECK(strcmp((const char*)(uintptr_t)row[1], expected->name) == 0);
-    CHECK(row[2] == expected->signature && row[3] == (i < FUNCTIONS ? 0x01000105 : 0));
+  record[REGISTER] = WORD(registerTable);
+  ((int (*)(uint32_t*))(uintptr_t)dlsym(library, "ComponentEntry"))(record);
+  COMPONENT(EXPORT)(0, 0, 0);
+  for (const Layout* function = kLayouts; function < kLayouts + FUNCTIONS; ++function) {
+    const uint32_t* row = table + 4 * (function - kLayouts);
+    CHECK(row[0] == WORD(dlsym(library, function->name)), function->name);
+    CHECK(strcmp((const char*)(uintptr_t)row[1], function->name) == 0, function->name);
+    CHECK(row[2] == function->signature && row[3] == 0x01000105, function->name);
   }
 }
 
 /** Call through the registered table: nothing but the outputs may differ afterwards. */
 static Memory call(Memory m) {
   const Memory before = m;
-  const size_t row = (size_t)(m.layout - kFunctions);
+  const size_t row = (size_t)(m.layout - kLayouts);
   called[row] = true;
-  ((void (*)(void*))(uintptr_t)table[4 * row])(m.layout->size == 0 ? NULL : m.bytes);
-  for (uint32_t i = 0; i < sizeof m.bytes; ++i)
-    if (!CHECK(m.bytes[i] == before.bytes[i] || written(m.layout, i)))
-      fprintf(stderr, "%s, byte %u\n", m.layout->name, i);
+  ((void (*)(void*))(uintptr_t)table[4 * row])(m.bytes);
+  CHECK(onlyOutputs(before, m), m.layout->name);
   return m;
 }
 #define CALL(...) call(FILLED(__VA_ARGS__))
-/** Call again and again, with the hook between, until the output is `wanted`; half a minute at most. */
-static bool comes(const char* function, uint32_t handle, const char* output, uint32_t wanted) {
-  const struct timespec pause = {0, 2000000};
-  for (const time_t end = time(NULL) + 30; time(NULL) < end; nanosleep(&pause, NULL))
-    if (CHECK(component(HOOK, 20) == 0) && get(CALL(function, "hReadHandle", handle), output) == wanted)
-      return true;
-  return false;
+
+/** What is logged and, with the German text, read again, by the type. */
+static const struct {
+  uint32_t time;
+  const char *object, *description;
+} kLogged[] = {{4102444800u, "LevelHigh", "Station: Pegel hoch P7 <u://North: gate -2>"},
+               {2000000000u, "SetpointChanged", "Station: Sollwert ge\xe4ndert P7 <u://North: gate -2>"},
+               [3] = {4102444800u, "PumpStarted", "Station: Pumpe gestartet P7 <u://North: gate -2>"}};
+static const uint16_t kUser[] = u"J\u00fcrgen";
+
+/** Log an entry of the event list, or the state of an alarm when there is a handle. */
+static void logEntry(uint32_t handle, uint32_t type, uint32_t state) {
+  static const char keywords[2][81] = {"", "pump"};
+  const Memory data = FILLED("stDataType", 1, WORD("Station"), WORD(kLogged[type].object), WORD("{what}%d"),
+                             7, WORD("u://{where}"));
+  const Memory argument = FILLED("stDescriptionArgumentType", WORD("{what}"), WORD("P"));
+  const Memory url = FILLED("stDescriptionUrlArgumentType", WORD("{where}"), 0, WORD("North"), WORD("gate"),
+                            WORD("%d"), (uint32_t)-2, WORD(""));
+  /* An audit entry carries no keyword. */
+  const uint32_t* values = VALUES(handle, type, state, WORD("valve"), WORD("Pumps"), kLogged[type].time,
+                                  WORD(data.bytes), WORD(kUser), 81, WORD(keywords), WORD(argument.bytes),
+                                  WORD(url.bytes), 5, type == 1 ? 4 : 6, (uint32_t)-3, (uint32_t)-3, 0, 0);
+  call(handle == 0 ? fill("logevent_ext", values + 1) : fill("logalarm_ext", values));
 }
 
 enum { ROOM = 3 };
 static _Alignas(8) unsigned char entries[ROOM * 856];
-typedef struct {
-  const char *function, *request, *entry;
-} List;
-static const List kEvents = {"geteventlistentries_ext", "stGetEventlistEntriesType", "stEventlistEntryType"};
-static const List kAlarms = {"getalarmlistentries_ext", "stGetAlarmlistEntriesType", "stAlarmlistEntryType"};
+static const char* const kEvents[] = {"geteventlistentries_ext", "stGetEventlistEntriesType",
+                                      "stEventlistEntryType"};
+static const char* const kAlarms[] = {"getalarmlistentries_ext", "stGetAlarmlistEntriesType",
+                                      "stAlarmlistEntryType"};
 
-/** Copy into `entries` and check that nothing but fields of the counted entries was written. @return their
- * number. */
-static uint32_t copy(List list, uint32_t handle) {
-  const Layout* layout = layoutOf(list.entry);
-  Memory request =
-      FILLED(list.request, "hReadHandle", handle, "pastEntries", word(entries), "diMaxEntries", ROOM);
-  const Memory before = request;
+static void checkEntry(Memory m) {
+  const uint64_t type = get(m, "iEventType") & 3;
+  CHECK(get(m, "dtTimestamp") == kLogged[type].time, m.layout->name);
+  CHECK(holds(m, "sIconType", "valve") && holds(m, "sModuleName", "Pumps"), m.layout->name);
+  CHECK(holds(m, "wsDescription", kLogged[type].description), m.layout->name);
+  if (type == 0)
+    CHECK(get(m, "xAlarmAcknowledgment") == 0 && get(m, "xAlarmActive") == 1, m.layout->name);
+  else
+    CHECK(get(m, "uliEventlistId") == (type == 3 ? 1 : 2) && holds(m, "wsUser", "J\xfcrgen"), m.layout->name);
+}
+
+/** Copy into `entries`; nothing but fields of the counted ones is written. @return their number. */
+static uint32_t copy(const char* const* list, uint32_t handle) {
+  const Memory empty = fill(list[2], NULL), filled = FILLED(list[1], handle, WORD(entries), ROOM);
+  Memory request = filled;
   memset(entries, UNTOUCHED, sizeof entries);
-  CALL(list.function, "pstRequest", word(request.bytes));
-  const uint32_t count = get(request, "diNumberOfEntries");
-  CHECK(get(request, "iResult") == 0 && count <= ROOM);
-  for (uint32_t i = 0; i < sizeof request.bytes; ++i)
-    CHECK(request.bytes[i] == before.bytes[i] || written(request.layout, i));
-  for (uint32_t i = 0; i < sizeof entries; ++i)
-    CHECK(entries[i] == UNTOUCHED || (i < count * layout->size && written(layout, i % layout->size)));
+  CALL(list[0], WORD(request.bytes));
+  CHECK(onlyOutputs(filled, request) && get(request, "iResult") == 0, list[1]);
+  const uint32_t count = (uint32_t)get(request, "diNumberOfEntries"), size = empty.layout->size;
+  for (size_t i = 0; i < ROOM; ++i) {
+    Memory entry = empty;
+    memcpy(entry.bytes, entries + i * size, size);
+    if (i < count) checkEntry(entry);
+    CHECK(i < count ? onlyOutputs(empty, entry) : memcmp(entry.bytes, empty.bytes, size) == 0, list[2]);
+  }
   return count;
 }
 
+/** A call with a handle; then `output` comes to be `wanted`, or without one as many entries pass. */
 typedef struct {
-  const char *function, *field;
-  uint32_t value, left; /* entries that pass afterwards */
+  const char* function;
+  uint32_t values[2];
+  const char* output;
+  uint32_t wanted;
 } Step;
 
 // clang-format off
-/* Of an event of type 3 with the keyword "pump" in 2100 and an audit entry in 2033. A bound of setfiltertime_ext that a
- * step leaves alone lies in 2058. */
+/* Of an event of type 3 with the keyword "pump" in 2100 and an audit entry in 2033. */
 static const Step kEventSteps[] = {
-    {"addfiltereventtype_ext", "iEventType", 3, 1}, {"clearfiltereventtype_ext", "iEventType", 3, 2},
-    {"addfiltereventtype_ext", "iEventType", 2, 0}, {"resetfiltereventtype_ext", NULL, 0, 2},
-    {"addfilterkeyword_ext", "iFilterType", 0, 1},  {"clearfilterkeyword_ext", "iFilterType", 0, 2},
-    {"addfilterkeyword_ext", "iFilterType", 1, 1},  {"resetfilterkeyword_ext", "iFilterType", 0, 1},
-    {"resetfilterall_ext", NULL, 0, 2},             {"setfiltertime_ext", "dtEarliest", 1, 1},
-    {"resetfiltertime_ext", NULL, 0, 2},            {"setfiltertime_ext", "dtLatest", 1, 0},
-    {"resetfilterall_ext", NULL, 0, 2}};
-/* Of one active, unacknowledged alarm. */
+    {"addfiltereventtype_ext", {2}, NULL, 0},               {"loadpartofeventlist_ext", {1}, "iResult", 0},
+    {"resetfilterall_ext", {0}, NULL, 1},                   {"loadcompleteeventlist_ext", {0}, "iResult", 0},
+    {"addfiltereventtype_ext", {3}, NULL, 1},               {"clearfiltereventtype_ext", {3}, NULL, 2},
+    {"addfiltereventtype_ext", {2}, NULL, 0},               {"resetfiltereventtype_ext", {0}, NULL, 2},
+    {"addfilterkeyword_ext", {0, WORD("pump")}, NULL, 1},   {"clearfilterkeyword_ext", {0, WORD("pump")}, NULL, 2},
+    {"addfilterkeyword_ext", {1, WORD("pump")}, NULL, 1},   {"resetfilterkeyword_ext", {1}, NULL, 2},
+    {"setfiltertime_ext", {3000000000u, 1}, NULL, 1},       {"resetfiltertime_ext", {0}, NULL, 2},
+    {"haslistchanged_ext", {0}, "xListChanged", 1},         {"resetlistchanged_ext", {0}, NULL, 2},
+    {"haslistchanged_ext", {0}, "xListChanged", 0},         {"deleteeventlist_ext", {0}, NULL, 2},
+    {"loadcompleteeventlist_ext", {0}, "iResult", 0},       {"resetfilterall_ext", {0}, NULL, 0}};
+/* Of one active, unacknowledged alarm, and after its acknowledgement. */
 static const Step kAlarmSteps[] = {
-    {"setfilterstatealarm_ext", "xActive", 0, 0},             {"setfilterstatealarm_ext", "xActive", 0x80, 1},
-    {"setfilterstateacknowledge_ext", "xAcknowledged", 1, 0}, {"resetfilterstatealarm_ext", NULL, 0, 0},
-    {"resetfilterstateacknowledge_ext", NULL, 0, 1},          {"addfiltereventtype_ext", "iEventType", 2, 0},
-    {"resetfilterall_ext", NULL, 0, 1}};
+    {"isalarminalarmlist_ext", {0}, "xAlarmInAlarmlist", 1}, {"isfaultinalarmlist_ext", {0}, "xFaultInAlarmlist", 0},
+    {"isactivealarminalarmlist_ext", {0}, "xActiveAlarmInAlarmlist", 1},
+    {"isactivefaultinalarmlist_ext", {0}, "xActiveFaultInAlarmlist", 0},
+    {"getcentraldetectorstate_ext", {0}, "xCentralDetectorState", 1},
+    {"loadcompletealarmlist_ext", {0}, "iResult", 0},     {"setfilterstatealarm_ext", {0}, NULL, 0},
+    {"setfilterstatealarm_ext", {0x80}, NULL, 1},         {"setfilterstateacknowledge_ext", {1}, NULL, 0},
+    {"resetfilterstatealarm_ext", {0}, NULL, 0},          {"resetfilterstateacknowledge_ext", {0}, NULL, 1}};
+static const Step kAcknowledgedSteps[] = {{"getcentraldetectorstate_ext", {0}, "xCentralDetectorState", 0}};
 // clang-format on
 
-static void filter(const Step* step, size_t count, List list, uint32_t handle) {
+/** Without a service results are 2, flags false and lists empty. An output has half a minute to come. */
+static void run(const char* const* list, uint32_t handle, const Step* step, size_t count) {
+  const struct timespec pause = {0, 2000000};
   for (; count > 0; --count, ++step) {
-    const char* keyword =
-        strstr(step->function, "rkeyword") != NULL && step->function[0] != 'r' ? "psKeyword" : NULL;
-    if (step->field == NULL)
-      CALL(step->function, "hReadHandle", handle);
-    else
-      CALL(step->function, "hReadHandle", handle, step->field, step->value, keyword, word("pump"));
-    if (!CHECK(copy(list, handle) == (service ? step->left : 0)))
-      fprintf(stderr, "after %s\n", step->function);
+    const bool result = step->output != NULL && strcmp(step->output, "iResult") == 0;
+    const uint32_t wanted = service ? step->wanted : result ? 2 : 0;
+    uint32_t found = wanted + 1;
+    for (const time_t end = time(NULL) + 30; found != wanted && time(NULL) < end; nanosleep(&pause, NULL)) {
+      const Memory answer = CALL(step->function, handle, step->values[0], step->values[1]);
+      found = step->output != NULL ? (uint32_t)get(answer, step->output) : copy(list, handle);
+      if (found != wanted) COMPONENT(HOOK)(20, 0, 0);
+    }
+    CHECK(found == wanted, step->function);
   }
 }
+#define RUN(list, handle, steps) run(list, handle, steps, sizeof(steps) / sizeof *(steps))
 
-static const uint32_t kIn2100 = 4102444800u, kIn2033 = 2000000000u;
-static const uint16_t kUser[] = u"J\u00fcrgen";
-
-/** Log an entry of the event list, or the state of an alarm when there is a handle. */
-static void logEntry(uint32_t handle, uint32_t type, uint32_t state, uint32_t time, const char* object) {
-  static const char keywords[2][81] = {"", "pump"};
-  const Memory data =
-      FILLED("stDataType", "iTextSource", 1, "sModuleName", word("Station"), "sObjectName", word(object),
-             "sInstanceName", word("{what}%d"), "iInstanceNumber", 7, "sUrl", word("u://{where}"));
-  const Memory argument =
-      FILLED("stDescriptionArgumentType", "wsPlaceholder", word(u"{what}"), "wsArgument", word(u"P"));
-  const Memory url = FILLED("stDescriptionUrlArgumentType", "wsPlaceholder", word(u"{where}"), "iTextSource",
-                            0, "sModuleName", word("North"), "sObjectName", word("gate"), "sInstanceName",
-                            word("%d"), "iInstanceNumber", -2, "sUrl", word(""));
-  /* An audit entry carries no keyword. */
-  CALL(handle == 0 ? "logevent_ext" : "logalarm_ext", "iEventType", type, "iState", state, "psIconType",
-       word("valve"), "psModuleName", word("Pumps"), "dtDateTime", time, "pstData", word(data.bytes),
-       "pwsUser", word(kUser), "iKeywordSize", 81, "pasKeywords", word(keywords), "pastArguments",
-       word(argument.bytes), "pastUrlArguments", word(url.bytes), "keywords.lower", 5, "keywords.upper",
-       type == 1 ? 4 : 6, "arguments.lower", -3, "arguments.upper", -3, "urls.lower", 0, "urls.upper", 0,
-       handle == 0 ? NULL : "hWriteHandle", handle);
-}
-
-#define HOLDS(entry, layout, field, text) \
-  CHECK(memcmp((entry) + fieldOf(layout, field).offset, text, sizeof(text)) == 0)
-static void checkEntry(const Layout* layout, const unsigned char* entry, uint32_t type, uint32_t time) {
-  CHECK(number(entry, layout, "iEventType") == type && number(entry, layout, "dtTimestamp") == time);
-  HOLDS(entry, layout, "sIconType", "valve");
-  HOLDS(entry, layout, "sModuleName", "Pumps");
-}
-
-static void eventRoad(void) {
-  const Layout* layout = layoutOf(kEvents.entry);
-  const Memory opened = CALL("openeventlistreadhandle_ext");
-  const uint32_t reader = get(opened, "hReadHandle");
-  CHECK(get(opened, "xSuccess") == 1 && reader != 0 && reader % 4 == 0);
-  CALL("setlistreadlanguage_ext", "hReadHandle", reader, "psLanguage", word("de"));
-  logEntry(0, 3, 1, kIn2100, "PumpStarted");
-  logEntry(0, 1, 0, kIn2033, "SetpointChanged");
-  CHECK(comes("loadcompleteeventlist_ext", reader, "iResult", service ? 0 : 2));
-  CHECK(copy(kEvents, reader) == (service ? 2 : 0));
-  if (service) {
-    const unsigned char* older = entries + layout->size;
-    checkEntry(layout, entries, 1, kIn2033);
-    checkEntry(layout, older, 3, kIn2100);
-    HOLDS(entries, layout, "wsDescription", u"Station: Sollwert ge\u00e4ndert P7 <u://North: gate -2>");
-    HOLDS(older, layout, "wsDescription", u"Station: Pumpe gestartet P7 <u://North: gate -2>");
-    HOLDS(older, layout, "wsUser", kUser);
-    const uint64_t id = number(older, layout, "uliEventlistId");
-    CHECK(id < 0x10000 && number(entries, layout, "uliEventlistId") == id + 1);
-  }
-  filter(kEventSteps, sizeof kEventSteps / sizeof *kEventSteps, kEvents, reader);
-
-  /* The count of the call that starts the load holds; comes() gives another one. */
-  CALL("loadpartofeventlist_ext", "hReadHandle", reader, "uiNumberOfEntries", 1);
-  CHECK(comes("loadpartofeventlist_ext", reader, "iResult", service ? 0 : 2));
-  CHECK(copy(kEvents, reader) == (service ? 1 : 0));
-  CALL("deleteeventlist_ext");
-  CHECK(comes("haslistchanged_ext", reader, "xListChanged", service));
-  CALL("resetlistchanged_ext", "hReadHandle", reader);
-  CHECK(get(CALL("haslistchanged_ext", "hReadHandle", reader), "xListChanged") == 0);
-  CALL("closeeventlistreadhandle_ext", "hReadHandle", reader);
+static uint32_t openReader(const char* function) {
+  const Memory opened = CALL(function, 0);
+  const uint32_t handle = (uint32_t)get(opened, "hReadHandle");
+  CHECK(get(opened, "xSuccess") == 1 && handle != 0, function);
+  CALL("setlistreadlanguage_ext", handle, WORD("de"));
+  return handle;
 }
 
 /** Query the alarm until there is an answer, then compare the two bytes and their neighbours. */
-static void query(uint32_t handle, unsigned char active, unsigned char acknowledged) {
-  const unsigned char untouched[4] = {UNTOUCHED, UNTOUCHED, UNTOUCHED, UNTOUCHED};
-  const unsigned char answered[4] = {UNTOUCHED, active, acknowledged, UNTOUCHED};
-  const struct timespec pause = {0, 2000000};
-  unsigned char bytes[4];
-  memcpy(bytes, untouched, sizeof bytes);
-  uint32_t result = 1;
-  for (const time_t end = time(NULL) + 30; result == 1 && time(NULL) < end; nanosleep(&pause, NULL))
-    result = get(CALL("getalarmstatefromalarmhandler_ext", "hWriteHandle", handle, "pxActive",
-                      word(bytes + 1), "pxAcknowledged", word(bytes + 2)),
-                 "iResult");
-  CHECK(result == (service ? 0 : 2) && memcmp(bytes, service ? answered : untouched, sizeof bytes) == 0);
+static void query(uint32_t handle, uint32_t acknowledged) {
+  uint32_t bytes = 0xA5A5A5A5;
+  const Step step = {"getalarmstatefromalarmhandler_ext", {WORD(&bytes) + 1, WORD(&bytes) + 2}, "iResult", 0};
+  run(kAlarms, handle, &step, 1);
+  CHECK(bytes == (service ? 0xA50001A5 | acknowledged << 16 : 0xA5A5A5A5), step.function);
+}
+
+static void eventRoad(void) {
+  const uint32_t reader = openReader("openeventlistreadhandle_ext");
+  logEntry(0, 3, 1);
+  logEntry(0, 1, 0);
+  RUN(kEvents, reader, kEventSteps);
+  CALL("closeeventlistreadhandle_ext", reader);
 }
 
 static void alarmRoad(void) {
-  const Layout* layout = layoutOf(kAlarms.entry);
-  const Memory opened = CALL("openalarmlistreadhandle_ext");
-  const uint32_t reader = get(opened, "hReadHandle");
-  const uint32_t handle = get(CALL("openalarmlistwritehandle_ext"), "hWriteHandle");
-  CHECK(get(opened, "xSuccess") == 1 && reader != 0 && handle != 0);
-  CALL("setlistreadlanguage_ext", "hReadHandle", reader, "psLanguage", word("de"));
-  logEntry(handle, 0, 1, kIn2100, "LevelHigh");
-  query(handle, 1, 0);
-  CHECK(comes("isalarminalarmlist_ext", reader, "xAlarmInAlarmlist", service));
-  CHECK(comes("isactivealarminalarmlist_ext", reader, "xActiveAlarmInAlarmlist", service));
-  CHECK(comes("getcentraldetectorstate_ext", reader, "xCentralDetectorState", service));
-  CHECK(comes("isfaultinalarmlist_ext", reader, "xFaultInAlarmlist", 0));
-  CHECK(comes("isactivefaultinalarmlist_ext", reader, "xActiveFaultInAlarmlist", 0));
-  CHECK(comes("loadcompletealarmlist_ext", reader, "iResult", service ? 0 : 2));
-  CHECK(copy(kAlarms, reader) == service);
+  const uint32_t reader = openReader("openalarmlistreadhandle_ext");
+  const uint32_t handle = (uint32_t)get(CALL("openalarmlistwritehandle_ext", 0), "hWriteHandle");
+  logEntry(handle, 0, 1);
+  query(handle, 0);
+  RUN(kAlarms, reader, kAlarmSteps);
   char ids[2][81] = {"", "nobody"};
-  if (service) {
-    checkEntry(layout, entries, 0, kIn2100);
-    HOLDS(entries, layout, "wsDescription", u"Station: Pegel hoch P7 <u://North: gate -2>");
-    CHECK(number(entries, layout, "xAlarmActive") == 1 &&
-          number(entries, layout, "xAlarmAcknowledgment") == 0);
-    memcpy(ids[1], entries + fieldOf(layout, "sAlarmID").offset, sizeof ids[1]);
-  }
-  filter(kAlarmSteps, sizeof kAlarmSteps / sizeof *kAlarmSteps, kAlarms, reader);
-
-  CALL("acknowledgevisualalarm_ext", "iAlarmIdSize", 81, "pwsUser", word(kUser), "pasAlarmIds", word(ids),
-       "alarmIds.lower", -1, "alarmIds.upper", 0);
-  CALL("acknowledgecentraldetector_ext", "pwsUser", word(kUser));
-  query(handle, 1, 1);
-  CHECK(comes("getcentraldetectorstate_ext", reader, "xCentralDetectorState", 0));
-  logEntry(handle, 0, 2, 0, "LevelHigh");
-  CHECK(comes("isalarminalarmlist_ext", reader, "xAlarmInAlarmlist", 0));
-  CHECK(comes("loadcompletealarmlist_ext", reader, "iResult", service ? 0 : 2) && copy(kAlarms, reader) == 0);
-  CHECK(get(CALL("closealarmlistwritehandle_ext", "hWriteHandle", handle), "hWriteHandle") == 0);
-  CALL("closealarmlistreadhandle_ext", "hReadHandle", reader);
+  if (service)
+    memcpy(ids[1], entries + fieldOf(fill(kAlarms[2], NULL).layout, "sAlarmID")->offset, sizeof ids[1]);
+  CALL("acknowledgevisualalarm_ext", 81, WORD(kUser), WORD(ids), (uint32_t)-1, 0);
+  CALL("acknowledgecentraldetector_ext", WORD(kUser));
+  query(handle, 1);
+  RUN(kAlarms, reader, kAcknowledgedSteps);
+  CHECK(get(CALL("closealarmlistwritehandle_ext", handle), "hWriteHandle") == 0, "close");
+  CALL("closealarmlistreadhandle_ext", reader);
 }
 
 int main(int count, char** arguments) {
@@ -273,6 +212,6 @@ int main(int count, char** arguments) {
   eventRoad();
   alarmRoad();
   for (size_t i = 0; i < FUNCTIONS; ++i)
-    if (!CHECK(called[i])) fprintf(stderr, "%s\n", kFunctions[i].name);
+    CHECK(called[i], kLayouts[i].name);
   return failures == 0 ? 0 : 1;
 }
