@@ -7,6 +7,8 @@
 
 #include "tavroline/tavroline.h"
 
+// Types and members take no parentheses.
+// NOLINTBEGIN(bugprone-macro-parentheses)
 #define SIZE(type, size, alignment)                   \
   static_assert(sizeof(type) == (size), #type);       \
   static_assert(alignof(type) == (alignment), #type); \
@@ -14,6 +16,7 @@
 #define FIELD(type, field, offset, width)                             \
   static_assert(offsetof(type, field) == (offset), #type "." #field); \
   static_assert(sizeof(std::declval<type&>().field) == (width), #type "." #field)
+// NOLINTEND(bugprone-macro-parentheses)
 
 static_assert(std::is_signed<RTS_IEC_BOOL>::value && sizeof(RTS_IEC_BOOL) == 1, "BOOL is one signed byte");
 
