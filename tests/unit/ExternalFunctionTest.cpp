@@ -130,9 +130,9 @@ TEST_P(CopyFunctions, CheckTheirRequestAndItsArray) {
   EXPECT_EQ(request.iResult, TAVROLINE_ERROR);
   EXPECT_EQ(request.diNumberOfEntries, -7);
   EXPECT_EQ(items(), (Lines{kNullStructure, "DBusPendingReply nullpointer"}));
-  EXPECT_EQ(records()[1], kind.className() + ": int16_t " + kind.className() + "::convert" + kind.list +
-                              "(int&, st" + kind.list + "EntryType*, int) const: convert" + kind.list +
-                              ": DBusPendingReply nullpointer");
+  EXPECT_EQ(records().at(1), kind.className() + ": int16_t " + kind.className() + "::convert" + kind.list +
+                                 "(int&, st" + kind.list + "EntryType*, int) const: convert" + kind.list +
+                                 ": DBusPendingReply nullpointer");
 }
 
 }  // namespace

@@ -17,7 +17,7 @@ TEST_F(ComponentTest, TextSourcesBeyondOneBecomeZeroWithAWarning) {
                                 "EventsDBusDefinitions::TextSource TavrolineConvenienceFunctions::"
                                 "convertIntToTextSource(RTS_IEC_INT): Text source unknown: " +
                                 std::to_string(value)});
-    EXPECT_EQ(fake::calls("qWarning")[0].arguments[4], 268);
+    EXPECT_EQ(fake::calls("qWarning").at(0).arguments[4], 268);
   }
 }
 
@@ -84,7 +84,7 @@ TEST_F(ComponentTest, ADescriptionMapHoldsEveryFieldAndBothLists) {
               QVariantMap());
     EXPECT_EQ(records(), Lines{"TavrolineConvenienceFunctions: static bool TavrolineConvenienceFunctions::"
                                "checkStructPointer(const void*): codesys struct nullpointer"});
-    EXPECT_EQ(fake::calls("CodesysLog")[0].arguments[8], "76"_q);
+    EXPECT_EQ(fake::calls("CodesysLog").at(0).arguments[8], "76"_q);
   }
 }
 

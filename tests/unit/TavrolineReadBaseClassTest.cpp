@@ -51,7 +51,7 @@ TEST_P(LoadProtocol, TakesOneStepPerCallAndIsIdleAndFreeAfterwards) {
     }
     EXPECT_EQ(reader.count(), count);
     EXPECT_EQ(requests(), 2U);
-    EXPECT_EQ(fake::calls(kind.request())[1].arguments, QVariantList{answers.empty() ? ""_q : "dä"_q});
+    EXPECT_EQ(fake::calls(kind.request()).at(1).arguments, QVariantList{answers.empty() ? ""_q : "dä"_q});
     EXPECT_EQ(records(), expected);
     expectFreeAndIdle(reader);
   }

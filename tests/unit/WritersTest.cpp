@@ -25,7 +25,7 @@ TEST_F(ComponentTest, AnEventIsSentWithItsIconOrTheDefaultOneAndAnAlarmIsRefused
                       "EventlistHandlerEnums::EventType, EventlistHandlerEnums::State, const QString&, "
                       "const QString&, const QDateTime&, const QVariantMap&, const QStringList&, "
                       "const QString&) const: Can't set alarm or fault"});
-      EXPECT_EQ(fake::calls("qWarning")[0].arguments[4], 49);
+      EXPECT_EQ(fake::calls("qWarning").at(0).arguments[4], 49);
     } else {
       EXPECT_EQ(sent.takeAt(5).toMap().size(), 7);
       EXPECT_EQ(sent, (QVariantList{type, state, QString::fromUtf8(sentIcon), "Mödule"_q,
