@@ -15,7 +15,7 @@ QDateTime CodesysTimeConversion::IECUtcDateTimeToQDateTime(unsigned int value) {
 
 QDateTime CodesysTimeConversion::IECDateTimeToQDateTime(unsigned int value) {
   const QDateTime utc = IECUtcDateTimeToQDateTime(value);
-  const QDateTime local(utc.date(), utc.time(), Qt::LocalTime);
+  QDateTime local(utc.date(), utc.time(), Qt::LocalTime);
   if (local.isValid()) return local;
   // An hour that a zone change skips has no instant: counted on from the hour before.
   const QDateTime before = utc.addSecs(-kSecondsPerHour);
