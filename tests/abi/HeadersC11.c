@@ -10,7 +10,7 @@
 #include "tavroline/tavroline.h"
 
 /* What dlsym gives, as the type that the header declares. */
-#define CALL(name, parameters) ((__typeof__(&name))(uintptr_t)dlsym(library, #name))(parameters)
+#define CALL(name, parameters) ((__typeof__(&(name)))(uintptr_t)dlsym(library, #name))(parameters)
 
 int main(int argc, char** argv) {
   void* library = argc == 2 ? dlopen(argv[1], RTLD_NOW | RTLD_LOCAL) : NULL;
