@@ -5,7 +5,6 @@
 
 #include <QString>
 
-#include <algorithm>
 #include <cstring>
 
 /** What the fuzz targets share: memory that ends where it says, and the checks that a finding is made of. */
@@ -19,33 +18,26 @@ inline void check(bool condition, const char* what) {
 /** Memory in front of pages that must not be touched; what is handed out ends there. */
 class GuardedMemory {
  public:
-  GuardedMemory() {
-    void* const start = mmap(nullptr, 2 * kCapacity, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    check(mprotect(start, kCapacity, PROT_READ | PROT_WRITE) == 0, "no memory");
-    m_start = static_cast<char*>(start);
-  }
+  GuardedMemory() { check(mprotect(m_start, kCapacity, PROT_READ | PROT_WRITE) == 0, "no memory"); }
 
   template <typename Element>
   Element* last(std::size_t count) {
     const std::size_t size = count * sizeof(Element);
-    return static_cast<Element*>(std::memset(m_start + kCapacity - size, 0xA5, size));
+    return static_cast<Element*>(std::memset(static_cast<char*>(m_start) + kCapacity - size, 0xA5, size));
   }
 
  private:
   static constexpr std::size_t kCapacity = std::size_t{128} * 1024;
-  char* m_start;
+  void* const m_start = mmap(nullptr, 2 * kCapacity, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
 };
 
-/** Terminated within the field, and whole characters up to there. */
-template <typename Character>
-void checkText(const Character* field, std::size_t capacity) {
-  check(std::find(field, field + capacity, 0) != field + capacity, "a text without a terminator");
-  if constexpr (sizeof(Character) == 1) {
-    const QByteArray marked = "x" + QByteArray(field);  // a byte order mark in front would be swallowed
-    check(QString::fromUtf8(marked).toUtf8() == marked, "a STRING with part of a character");
-  } else {
-    check(QString::fromUtf16(field).isValidUtf16(), "a WSTRING with part of a character");
-  }
-}
+/** What a target does with one input. */
+void run(FuzzedDataProvider& input);
 
 }  // namespace fuzz
+
+extern "C" [[gnu::used]] inline int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  FuzzedDataProvider input(data, size);
+  fuzz::run(input);
+  return 0;
+}
