@@ -34,7 +34,7 @@ void append(sd_bus_message* message, const char* type, FuzzedDataProvider& input
   if (std::strchr("av{", *type) == nullptr)
     return checkBus(sd_bus_message_append_basic(message, *type, &number));
   const char* contents = *type == '{' ? "sv" : type + 1;
-  if (*type == 'v') contents = depth < 20 ? input.PickValueInArray({"s", "i", "as", "a{sv}", "d"}) : "s";
+  if (*type == 'v') contents = depth < 20 ? input.PickValueInArray({"s", "i", "aas", "aaa{sv}", "d"}) : "s";
   checkBus(sd_bus_message_open_container(message, *type == '{' ? 'e' : *type, contents));
   if (*type == '{') append(message, "s", input);
   for (int count = *type == 'a' ? input.ConsumeIntegralInRange(0, 3) : 1; count > 0; --count)
