@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "CallReader.h"
+#include "ClientBooks.h"
 #include "ListService.h"
 
 /**
@@ -37,6 +38,8 @@ class CallBatch {
 
   ListService& service() { return m_service; }
 
+  ClientBooks& clientBooks() { return m_clientBooks; }
+
   /** Calls that were answered with an error. */
   quint64 rejected() const { return m_rejected; }
 
@@ -52,6 +55,7 @@ class CallBatch {
 
   sd_bus* m_bus;
   ListService& m_service;
+  ClientBooks m_clientBooks;
   std::vector<Message> m_calls;
   ListSnapshot m_reported;
   quint64 m_rejected = 0;

@@ -4,10 +4,13 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <algorithm>
 #include <limits>
+#include <string_view>
 
 #include "BusText.h"
 #include "CallError.h"
+#include "ListServiceNames.h"
 
 namespace {
 
@@ -114,9 +117,14 @@ QString CallReader::identifier() {
   return text;
 }
 
+QString CallReader::session() {
+  QString text = identifier();
+  if (text.isEmpty()) throw CallError("a message needs a session");
+  return text;
+}
+
 Sender CallReader::sender() {
-  const QString session = identifier();
-  if (session.isEmpty()) throw CallError("a message needs a session");
+  const QString session = this->session();
   const auto number = readBasic<quint64>(m_call, SD_BUS_TYPE_UINT64);
   if (number == 0 || number > static_cast<quint64>(std::numeric_limits<qint64>::max())) {
     throw CallError("a sequence number lies between 1 and 2^63-1");
@@ -154,4 +162,19 @@ QByteArray CallReader::keywords() {
 
 QByteArray CallReader::description() {
   return bounded(QJsonDocument(readMap(m_call, 0)));
+}
+
+ClientBooks::Figures CallReader::figures() {
+  using ListServiceNames::kBookFigures;
+  ClientBooks::Figures figures{};
+  readContainer(m_call, SD_BUS_TYPE_ARRAY, "{st}", [&] {
+    readContainer(m_call, SD_BUS_TYPE_DICT_ENTRY, "st", [&] {
+      const std::string_view name = readBasic<const char*>(m_call, SD_BUS_TYPE_STRING);
+      const auto value = readBasic<quint64>(m_call, SD_BUS_TYPE_UINT64);
+      const auto* figure = std::find(kBookFigures.begin(), kBookFigures.end(), name);
+      if (figure != kBookFigures.end())
+        figures.at(static_cast<std::size_t>(figure - kBookFigures.begin())) = value;
+    });
+  });
+  return figures;
 }

@@ -6,6 +6,7 @@
 #include <QString>
 #include <QStringList>
 
+#include "ClientBooks.h"
 #include "ListService.h"
 
 /**
@@ -33,7 +34,10 @@ class CallReader {
   /** An alarm identifier, or a session; refused when it is longer than kMaxIdentifier. */
   QString identifier();
 
-  /** Session, which must not be empty, and sequence number, 1 to 2^63-1. */
+  /** A session, which must not be empty. */
+  QString session();
+
+  /** Session and sequence number, which lies between 1 and 2^63-1. */
   Sender sender();
 
   int number();
@@ -48,6 +52,9 @@ class CallReader {
   /** Keywords as a JSON array, and the description map (a{sv}) as a JSON object. */
   QByteArray keywords();
   QByteArray description();
+
+  /** The figures of a client's books (a{st}). */
+  ClientBooks::Figures figures();
 
  private:
   sd_bus_message* m_call;

@@ -1,8 +1,11 @@
 #include "EventListObject.h"
 
-#include "CallError.h"
+#include <QDateTime>
+
 #include "DescriptionText.h"
 #include "ListServiceNames.h"
+
+using ListServiceNames::kBookFigures;
 
 namespace {
 
@@ -70,6 +73,29 @@ int onGetStatistics(sd_bus_message* call, void* userdata, sd_bus_error* error) {
   });
 }
 
+int onReportBooks(sd_bus_message* call, void* userdata, sd_bus_error* error) {
+  return batchOf(userdata).change(call, error, [userdata](CallReader& arguments) {
+    const QString session = arguments.session();
+    batchOf(userdata).clientBooks().keep({session, QDateTime::currentMSecsSinceEpoch(), arguments.figures()});
+  });
+}
+
+int onGetBooks(sd_bus_message* call, void* userdata, sd_bus_error* error) {
+  return batchOf(userdata).answer(call, error, [userdata](CallReader&, sd_bus_message* reply) {
+    checkBus(sd_bus_message_open_container(reply, SD_BUS_TYPE_ARRAY, "(sxa{st})"));
+    for (const ClientBooks::Report& report : batchOf(userdata).clientBooks().reports()) {
+      checkBus(sd_bus_message_open_container(reply, SD_BUS_TYPE_STRUCT, "sxa{st}"));
+      checkBus(sd_bus_message_append(reply, "sx", report.session.toUtf8().constData(), report.time));
+      checkBus(sd_bus_message_open_container(reply, SD_BUS_TYPE_ARRAY, "{st}"));
+      for (std::size_t i = 0; i < kBookFigures.size(); ++i)
+        checkBus(sd_bus_message_append(reply, "{st}", kBookFigures.at(i), report.figures.at(i)));
+      checkBus(sd_bus_message_close_container(reply));
+      checkBus(sd_bus_message_close_container(reply));
+    }
+    checkBus(sd_bus_message_close_container(reply));
+  });
+}
+
 // The table's macros are written for C.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wpedantic"
@@ -90,6 +116,10 @@ constexpr sd_bus_vtable kMethods[] = {
                             SD_BUS_VTABLE_UNPRIVILEGED),
     SD_BUS_METHOD_WITH_ARGS("GetStatistics", SD_BUS_NO_ARGS, SD_BUS_RESULT("a{st}", counters),
                             onGetStatistics, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD_WITH_ARGS("ReportBooks", SD_BUS_ARGS("s", session, "a{st}", figures), SD_BUS_NO_RESULT,
+                            onReportBooks, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD_WITH_ARGS("GetBooks", SD_BUS_NO_ARGS, SD_BUS_RESULT("a(sxa{st})", books), onGetBooks,
+                            SD_BUS_VTABLE_UNPRIVILEGED),
     SD_BUS_SIGNAL_WITH_ARGS("Changed", SD_BUS_ARGS("t", generation), 0),
     SD_BUS_VTABLE_END,
 };
