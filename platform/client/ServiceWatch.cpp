@@ -118,8 +118,9 @@ void ServiceWatch::onNameOwnerChanged(sd_bus_message* signal) {
 }
 
 bool ServiceWatch::isFromOwner(sd_bus_message* signal) const {
+  // What is told before the owner is known comes again with the answer to the first state query.
   const char* sender = sd_bus_message_get_sender(signal);
-  return m_owner.isEmpty() || (sender != nullptr && m_owner == sender);
+  return sender != nullptr && m_owner == sender;
 }
 
 void ServiceWatch::onEventListSignal(sd_bus_message* signal) {
