@@ -1,0 +1,92 @@
+// The list path: load and copy, and the yardsticks beside them. A cost is that of one entry.
+
+#include <benchmark/benchmark.h>
+
+#include <QJsonDocument>
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "ListCase.h"
+
+namespace {
+
+/** One case per size and spacing serves all benchmarks of it. */
+template <typename Case>
+Case& sharedCase(int entries, int secondsApart) {
+  static std::map<std::pair<int, int>, std::unique_ptr<Case>> cases;
+  auto& place = cases[{entries, secondsApart}];
+  if (!place) place = std::make_unique<Case>(entries, secondsApart);
+  return *place;
+}
+
+template <typename Case>
+void copy(benchmark::State& state, int entries, int secondsApart) {
+  Case& list = sharedCase<Case>(entries, secondsApart);
+  for ([[maybe_unused]] auto _ : state)
+    benchmark::DoNotOptimize(list.copy());
+  state.SetItemsProcessed(state.iterations() * entries);
+}
+
+template <typename Case>
+void copyPlainly(benchmark::State& state, int entries, int secondsApart) {
+  Case& list = sharedCase<Case>(entries, secondsApart);
+  for ([[maybe_unused]] auto _ : state)
+    benchmark::DoNotOptimize(list.copyPlainly());
+  state.SetItemsProcessed(state.iterations() * entries);
+}
+
+void load(benchmark::State& state, int entries) {
+  auto& list = sharedCase<EventCase>(entries, kMinute);
+  for ([[maybe_unused]] auto _ : state) {
+    state.PauseTiming();
+    list.request();
+    state.ResumeTiming();
+    list.load();
+  }
+  state.SetItemsProcessed(state.iterations() * entries);
+}
+
+void loadAndCopy(benchmark::State& state, int entries) {
+  auto& list = sharedCase<EventCase>(entries, kMinute);
+  for ([[maybe_unused]] auto _ : state) {
+    state.PauseTiming();
+    list.request();
+    state.ResumeTiming();
+    list.load();
+    benchmark::DoNotOptimize(list.copy());
+  }
+  state.SetItemsProcessed(state.iterations() * entries);
+}
+
+void fromJson(benchmark::State& state, int entries) {
+  const QByteArray& json = sharedCase<EventCase>(entries, kMinute).json();
+  QJsonDocument document;
+  for ([[maybe_unused]] auto _ : state)
+    document = QJsonDocument::fromJson(json);
+  state.SetItemsProcessed(state.iterations() * entries);
+}
+
+void enroll() {
+  for (const int entries : {100, 1000, 10000, 100000}) {
+    const std::string size = "/" + std::to_string(entries);
+    benchmark::RegisterBenchmark(("copy" + size).c_str(), copy<EventCase>, entries, kMinute);
+    benchmark::RegisterBenchmark(("copyPlainly" + size).c_str(), copyPlainly<EventCase>, entries, kMinute);
+    benchmark::RegisterBenchmark(("load" + size).c_str(), load, entries);
+    benchmark::RegisterBenchmark(("loadAndCopy" + size).c_str(), loadAndCopy, entries);
+    benchmark::RegisterBenchmark(("fromJson" + size).c_str(), fromJson, entries);
+  }
+  benchmark::RegisterBenchmark("copy/year", copy<EventCase>, kHoursOfAYear, kHour);
+  benchmark::RegisterBenchmark("copyPlainly/year", copyPlainly<EventCase>, kHoursOfAYear, kHour);
+  benchmark::RegisterBenchmark("copyAlarms/10000", copy<AlarmCase>, 10000, kMinute);
+  benchmark::RegisterBenchmark("copyAlarmsPlainly/10000", copyPlainly<AlarmCase>, 10000, kMinute);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  enroll();
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+}
