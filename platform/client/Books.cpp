@@ -40,6 +40,31 @@ quint64 Books::dropped() const {
   return std::accumulate(lost.begin() + kFirstDropping, lost.end(), quint64{0});
 }
 
+Books::Figures Books::figures() const {
+  return {accepted,
+          delivered,
+          pending,
+          superseded,
+          dropped(),
+          refused(),
+          count(Loss::Unsendable),
+          count(Loss::Rejected),
+          count(Loss::Unanswered),
+          count(Loss::Unload),
+          count(Loss::QueueFull),
+          count(Loss::NoMemory)};
+}
+
+QString Books::text() const {
+  QString text = QStringLiteral(
+      "Books: accepted %1, delivered %2, pending %3, superseded %4,"
+      " dropped %5 (unsendable %7, rejected %8, unanswered %9, unload %10),"
+      " refused %6 (queue full %11, out of memory %12)");
+  for (const quint64 figure : figures())
+    text = text.arg(figure);
+  return text;
+}
+
 void Gap::add(const Message& message, Clock::time_point now) {
   firstSequence = count == 0 ? message.sequence : std::min(firstSequence, message.sequence);
   firstTime = count == 0 ? message.handedOverAt : std::min(firstTime, message.handedOverAt);

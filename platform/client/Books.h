@@ -3,13 +3,14 @@
 #include <QString>
 #include <array>
 
+#include "ListServiceNames.h"
 #include "Message.h"
 
 /**
  * The books of the hub: what became of every message that was handed over.
  *
  * At every moment accepted = delivered + pending + superseded + dropped(). Refused messages never were
- * accepted and stand beside that equation.
+ * accepted and stand beside that equation. Alarms that are raised again are in no books.
  */
 enum class Loss {
   QueueFull,   ///< refused: no room
@@ -32,6 +33,14 @@ struct Books {
   quint64 refused() const;
   quint64 dropped() const;
   quint64 count(Loss cause) const { return lost[static_cast<std::size_t>(cause)]; }
+
+  using Figures = std::array<quint64, ListServiceNames::kBookFigures.size()>;
+
+  /** All of them in the order of their names, ListServiceNames::kBookFigures. [any-thread] */
+  Figures figures() const;
+
+  /** The text of their record. [any-thread] */
+  QString text() const;
 };
 
 /** One gap: messages lost for one cause without a pause in between, reported as one record. */

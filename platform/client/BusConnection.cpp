@@ -52,6 +52,10 @@ std::unique_ptr<BusSlot> BusConnection::call(sd_bus_message* message, BusSlot::H
   return slot;
 }
 
+void BusConnection::send(sd_bus_message* message) {
+  check(sd_bus_send(m_bus, message, nullptr));
+}
+
 std::unique_ptr<BusSlot> BusConnection::match(const char* rule, BusSlot::Handler handler) {
   auto slot = std::make_unique<BusSlot>(*this, std::move(handler));
   check(sd_bus_add_match_async(m_bus, &slot->m_slot, rule, dispatch, nullptr, slot.get()));

@@ -67,6 +67,9 @@ class BusConnection {
    */
   std::unique_ptr<BusSlot> call(sd_bus_message* message, BusSlot::Handler handler);
 
+  /** Send what nobody answers. @throws as call(). */
+  void send(sd_bus_message* message);
+
   /** Install a match; a bus that refuses it ends the connection. @throws as call(). */
   std::unique_ptr<BusSlot> match(const char* rule, BusSlot::Handler handler);
 

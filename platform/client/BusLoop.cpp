@@ -12,6 +12,7 @@ namespace {
 constexpr std::chrono::milliseconds kTick{5};
 constexpr std::chrono::milliseconds kFirstPause{100};
 constexpr std::chrono::milliseconds kLongestPause{2000};
+constexpr std::chrono::seconds kReportPause{1};
 constexpr std::chrono::milliseconds kDrainTime{500};
 // So much of it is kept for the edges that turn alarms off, should the rest take too long.
 constexpr std::chrono::milliseconds kOffEdgesTime{150};
@@ -35,9 +36,10 @@ void BusLoop::run(const std::atomic<bool>& stop) noexcept {
     m_connection.wait(m_wakeFd, kTick);
   }
   guarded([this] { drain(); });
-  guarded([this] { breakOff(QStringLiteral("the library is being unloaded")); });
+  guarded([this] { m_courier.interrupt(QStringLiteral("the library is being unloaded")); });
   m_outbox.dropUnsent(false);
   guarded([this] { reportGaps(true); });
+  guarded([this] { reportBooks(true); });
 }
 
 // The one place where exceptions of this thread end; the state they leave goes with the connection.
@@ -76,6 +78,7 @@ void BusLoop::turn() {
     m_courier.refuse(QStringLiteral("the list service is not running"));
   }
   reportGaps(false);
+  reportBooks(false);
 }
 
 void BusLoop::connect(Clock::time_point now) {
@@ -89,7 +92,9 @@ void BusLoop::connect(Clock::time_point now) {
 void BusLoop::followOwner() {
   if (m_watch.owner() == m_courier.owner()) return;
   m_courier.interrupt(QStringLiteral("the list service has gone"));
-  if (!m_watch.owner().isEmpty()) m_courier.begin(m_watch.owner());
+  if (m_watch.owner().isEmpty()) return;
+  m_courier.begin(m_watch.owner());
+  if (m_nextReport != Clock::time_point()) m_courier.tell(m_watch.owner(), m_reported);
 }
 
 void BusLoop::breakOff(const QString& cause) {
@@ -126,4 +131,16 @@ void BusLoop::reportGaps(bool all) {
   for (const auto& [cause, gap] : m_outbox.takeGaps(Clock::now(), all)) {
     clientLog(CLIENT_LOG_ORIGIN("BusLoop"), gap.text(cause));
   }
+}
+
+// The last report is made whatever was reported before, unless there is nothing to tell at all.
+void BusLoop::reportBooks(bool last) {
+  const Books books = m_outbox.books();
+  const auto now = Clock::now();
+  const Books::Figures known = last ? Books().figures() : m_reported.figures();
+  if (books.figures() == known || (!last && now < m_nextReport)) return;
+  m_nextReport = now + kReportPause;
+  m_reported = books;
+  clientLog(CLIENT_LOG_ORIGIN("BusLoop"), books.text());
+  if (!m_watch.owner().isEmpty()) m_courier.tell(m_watch.owner(), books);
 }

@@ -30,6 +30,7 @@ class BusLoop {
   void followOwner();
   void breakOff(const QString& cause);
   void reportGaps(bool all);
+  void reportBooks(bool last);
 
   Outbox& m_outbox;
   const int m_wakeFd;
@@ -38,5 +39,7 @@ class BusLoop {
   Courier m_courier;
   Clock::time_point m_nextAttempt;
   Clock::duration m_pause;
+  Books m_reported;
+  Clock::time_point m_nextReport;
   QString m_sCause;  ///< why there is no connection
 };

@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringList>
 #include <QVariant>
+#include <array>
 
 /**
  * One method call being written: Qt values to the bus's types.
@@ -33,6 +34,25 @@ class CallWriter {
 
   /** As a{sv}: int, bool, double and QString by their bus types, lists as av, maps as a{sv}. */
   CallWriter& map(const QVariantMap& values) { return map(values, 0); }
+
+  /** As a{st}: each value under the name in the same place. */
+  template <std::size_t Count>
+  CallWriter& counters(const std::array<const char*, Count>& names,
+                       const std::array<quint64, Count>& values) {
+    open('a', "{st}");
+    for (std::size_t i = 0; i < Count; ++i) {
+      open('e', "st");
+      text(QLatin1String(names[i])).uint64(values[i]);
+      close();
+    }
+    close();
+    return *this;
+  }
+
+  /** Nobody waits for the answer of this call, and the bus does not count it. */
+  void expectNoReply() {
+    if (m_error == 0) note(sd_bus_message_set_expect_reply(m_message, 0));
+  }
 
   /** 0, or the negative errno of the first failure. */
   int error() const { return m_error; }

@@ -20,3 +20,10 @@ void clientLog(const char* file, const char* function, int line, const QString& 
   } catch (...) {  // NOLINT(bugprone-empty-catch)
   }
 }
+
+void clientLog(const char* file, const char* function, int line, QLatin1String text) noexcept {
+  try {
+    clientLog(file, function, line, QString(text));
+  } catch (...) {  // NOLINT(bugprone-empty-catch)
+  }
+}

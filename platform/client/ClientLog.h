@@ -12,5 +12,8 @@
  */
 void clientLog(const char* file, const char* function, int line, const QString& text) noexcept;
 
+/** The same for a text that still has to be copied, which may fail. */
+void clientLog(const char* file, const char* function, int line, QLatin1String text) noexcept;
+
 /** Origin of a record, for the first three arguments above. */
 #define CLIENT_LOG_ORIGIN(file) file, static_cast<const char*>(__func__), __LINE__

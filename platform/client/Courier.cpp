@@ -162,6 +162,11 @@ bool Courier::expire(Clock::time_point now) {
   return bAnswering;
 }
 
+void Courier::tell(const QByteArray& owner, const Books& books) {
+  const auto report = marshal({m_connection.get(), owner.constData()}, m_session, books);
+  if (report->error() == 0) m_connection.send(report->message());
+}
+
 void Courier::refuse(const QString& cause) {
   for (const Request& request : m_outbox.takeUnsentRequests())
     request.reply->fail(cause);

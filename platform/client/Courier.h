@@ -39,6 +39,9 @@ class Courier {
    */
   bool expire(Clock::time_point now);
 
+  /** Tell this owner the books; what becomes of it is in no books. */
+  void tell(const QByteArray& owner, const Books& books);
+
   /** Fail all requests that wait to be sent. */
   void refuse(const QString& cause);
 

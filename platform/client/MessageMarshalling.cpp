@@ -86,3 +86,9 @@ std::unique_ptr<CallWriter> marshal(const CallTarget& target, const Request& req
   call->text(request.text);
   return call;
 }
+
+std::unique_ptr<CallWriter> marshal(const CallTarget& target, const QByteArray& session, const Books& books) {
+  auto call = begin(target, {kEventListPath, kEventListInterface, "ReportBooks"});
+  call->text(QString::fromLatin1(session)).counters(kBookFigures, books.figures()).expectNoReply();
+  return call;
+}

@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <memory>
 
+#include "Books.h"
 #include "CallWriter.h"
 #include "Message.h"
 
@@ -22,3 +23,6 @@ std::unique_ptr<CallWriter> marshal(const CallTarget& target, const QByteArray& 
 
 /** A request's call. [hub] */
 std::unique_ptr<CallWriter> marshal(const CallTarget& target, const Request& request);
+
+/** The report of a session's books, to which no reply is expected. [hub] */
+std::unique_ptr<CallWriter> marshal(const CallTarget& target, const QByteArray& session, const Books& books);

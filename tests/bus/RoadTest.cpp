@@ -154,6 +154,7 @@ TEST_F(Road, TheDemonstrationFindsInBothListsWhatTheyMustHoldAndFailsWithoutASer
   for (const int status : {0, 1}) {
     ChildProcess host(TAVROLINE_HOST, {TAVROLINE_LIBRARY, TAVROLINE_DEMO});
     EXPECT_EQ(host.wait(), status) << host.output();
+    EXPECT_GT(expectBalance(host.output()), 0U);
     service.reset();
   }
 }
