@@ -1,4 +1,5 @@
 #include <sys/syscall.h>
+#include <systemd/sd-bus.h>
 #include <unistd.h>
 
 #include <QJsonArray>
