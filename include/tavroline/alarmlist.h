@@ -13,96 +13,149 @@ extern "C" {
 
 /** One entry of the alarm list as IEC code receives it; 768 bytes. */
 typedef struct {
-  RTS_IEC_BOOL xAlarmAcknowledgment;
-  RTS_IEC_BOOL xAlarmActive;
-  RTS_IEC_STRING sAlarmID[TAVROLINE_TEXT_80]; /**< the identifier that an acknowledgement names */
-  RTS_IEC_INT iEventType;                     /**< 0 alarm, 2 fault */
-  RTS_IEC_STRING sIconType[TAVROLINE_TEXT_80];
-  RTS_IEC_DATE_AND_TIME dtTimestamp; /**< UTC; 0 when the entry has no valid time */
-  RTS_IEC_STRING sModuleName[TAVROLINE_TEXT_80];
-  RTS_IEC_WSTRING wsDescription[TAVROLINE_TEXT_255];
+  RTS_IEC_BOOL xAlarmAcknowledgment;                 /**< out [flag]: it has been acknowledged */
+  RTS_IEC_BOOL xAlarmActive;                         /**< out [flag]: it is on */
+  RTS_IEC_STRING sAlarmID[TAVROLINE_TEXT_80];        /**< out [UTF-8]: what an acknowledgement names */
+  RTS_IEC_INT iEventType;                            /**< out [code]: 0 alarm, 2 fault */
+  RTS_IEC_STRING sIconType[TAVROLINE_TEXT_80];       /**< out [UTF-8]: name of the icon */
+  RTS_IEC_DATE_AND_TIME dtTimestamp;                 /**< out [s UTC]: 0 when the entry has no valid time */
+  RTS_IEC_STRING sModuleName[TAVROLINE_TEXT_80];     /**< out [UTF-8]: which module it concerns */
+  RTS_IEC_WSTRING wsDescription[TAVROLINE_TEXT_255]; /**< out [UTF-16]: in the handle's language */
 } stAlarmlistEntryType;
 
 typedef struct {
-  TavrolineHandle hReadHandle; /**< in */
-  RTS_IEC_INT iResult;         /**< out: 0, 1 or 2 */
+  TavrolineHandle hReadHandle; /**< in [handle]: a reader of the alarm list */
+  RTS_IEC_INT iResult;         /**< out [code]: 0, 1 or 2 */
 } loadcompletealarmlist_struct;
 
 typedef struct {
-  TavrolineHandle hReadHandle;       /**< in */
-  stAlarmlistEntryType* pastEntries; /**< in: first element of the caller's array */
-  RTS_IEC_DINT diMaxEntries;         /**< in: its number of elements; 0 or less copies nothing */
-  RTS_IEC_INT iResult;               /**< out: 0 or 2 */
-  RTS_IEC_DINT diNumberOfEntries; /**< out: elements filled; unchanged when the handle or the array is null */
+  TavrolineHandle hReadHandle;       /**< in [handle]: a reader of the alarm list */
+  stAlarmlistEntryType* pastEntries; /**< in [address]: first element of the caller's array */
+  RTS_IEC_DINT diMaxEntries;         /**< in [count]: its elements; 0 or less copies nothing */
+  RTS_IEC_INT iResult;               /**< out [code]: 0 or 2 */
+  RTS_IEC_DINT diNumberOfEntries;    /**< out [count]: elements filled */
 } stGetAlarmlistEntriesType;
 
 typedef struct {
-  stGetAlarmlistEntriesType* pstRequest; /**< in */
+  stGetAlarmlistEntriesType* pstRequest; /**< in [address]: where the parameters stand */
 } getalarmlistentries_struct;
 
 typedef struct {
-  TavrolineHandle hReadHandle;        /**< in */
-  RTS_IEC_BOOL xCentralDetectorState; /**< out */
+  TavrolineHandle hReadHandle;        /**< in [handle]: a reader of the alarm list */
+  RTS_IEC_BOOL xCentralDetectorState; /**< out [flag]: TRUE while the service has it on */
 } getcentraldetectorstate_struct;
 
 typedef struct {
-  TavrolineHandle hReadHandle;    /**< in */
-  RTS_IEC_BOOL xAlarmInAlarmlist; /**< out */
+  TavrolineHandle hReadHandle;    /**< in [handle]: a reader of the alarm list */
+  RTS_IEC_BOOL xAlarmInAlarmlist; /**< out [flag]: TRUE while there is one */
 } isalarminalarmlist_struct;
 
 typedef struct {
-  TavrolineHandle hReadHandle;          /**< in */
-  RTS_IEC_BOOL xActiveAlarmInAlarmlist; /**< out */
+  TavrolineHandle hReadHandle;          /**< in [handle]: a reader of the alarm list */
+  RTS_IEC_BOOL xActiveAlarmInAlarmlist; /**< out [flag]: TRUE while there is one */
 } isactivealarminalarmlist_struct;
 
 typedef struct {
-  TavrolineHandle hReadHandle;    /**< in */
-  RTS_IEC_BOOL xFaultInAlarmlist; /**< out */
+  TavrolineHandle hReadHandle;    /**< in [handle]: a reader of the alarm list */
+  RTS_IEC_BOOL xFaultInAlarmlist; /**< out [flag]: TRUE while there is one */
 } isfaultinalarmlist_struct;
 
 typedef struct {
-  TavrolineHandle hReadHandle;          /**< in */
-  RTS_IEC_BOOL xActiveFaultInAlarmlist; /**< out */
+  TavrolineHandle hReadHandle;          /**< in [handle]: a reader of the alarm list */
+  RTS_IEC_BOOL xActiveFaultInAlarmlist; /**< out [flag]: TRUE while there is one */
 } isactivefaultinalarmlist_struct;
 
 typedef struct {
-  TavrolineHandle hReadHandle; /**< in */
-  RTS_IEC_BOOL xActive;        /**< in: TRUE keeps active entries, FALSE inactive ones */
+  TavrolineHandle hReadHandle; /**< in [handle]: a reader of the alarm list */
+  RTS_IEC_BOOL xActive;        /**< in [flag]: TRUE keeps active entries, FALSE inactive ones */
 } setfilterstatealarm_struct;
 
 typedef struct {
-  TavrolineHandle hReadHandle; /**< in */
-  RTS_IEC_BOOL xAcknowledged;  /**< in: TRUE keeps acknowledged entries, FALSE unacknowledged ones */
+  TavrolineHandle hReadHandle; /**< in [handle]: a reader of the alarm list */
+  RTS_IEC_BOOL xAcknowledged;  /**< in [flag]: TRUE keeps acknowledged entries, FALSE unacknowledged ones */
 } setfilterstateacknowledge_struct;
 
 typedef struct {
-  TavrolineHandle hReadHandle; /**< in */
+  TavrolineHandle hReadHandle; /**< in [handle]: a reader of the alarm list */
 } resetfilterstatealarm_struct;
 
 typedef resetfilterstatealarm_struct resetfilterstateacknowledge_struct;
 
-/** One step of loading the complete list. [plc-task] */
+/**
+ * One step of loading the complete list.
+ * @result iResult 1 while a request runs, this reader's or another one's; 0 once the list is stored
+ * @failure structure null: nothing written; handle refused or request failed: iResult 2, the list loaded
+ * before stays; all logged
+ * @blocks briefly, for the alarm-list readers
+ * [plc-task]
+ */
 TAVROLINE_EXPORT void loadcompletealarmlist_ext(loadcompletealarmlist_struct* parameters);
 
-/** Copy the entries of the last loaded list that pass the handle's filters, in list order. [plc-task] */
+/**
+ * Copy the entries of the last loaded list that pass the handle's filters, in list order.
+ * @result iResult 0, diNumberOfEntries and that many elements; the array's other elements stay as they are
+ * @failure structure or request null: nothing written; handle refused or array null: iResult 2,
+ * diNumberOfEntries unchanged; all logged
+ * @blocks briefly, for the alarm-list readers; the copying itself holds no lock
+ * [plc-task]
+ */
 TAVROLINE_EXPORT void getalarmlistentries_ext(getalarmlistentries_struct* parameters);
 
-/** Last state of the central detector that was reported while this handle was open; starts FALSE. [plc-task]
+/**
+ * The last state of the central detector that was reported while this handle was open; starts FALSE.
+ * @result the state, kept up to date by the hook @failure refused: it keeps its value
+ * @blocks never [plc-task]
  */
 TAVROLINE_EXPORT void getcentraldetectorstate_ext(getcentraldetectorstate_struct* parameters);
 
-/** What the list holds, the same through every handle; FALSE until the service first reports it. [plc-task]
+/**
+ * Whether the list holds an alarm. The same through every handle; FALSE until the service first reports it.
+ * @result the flag, kept up to date by the hook @failure refused: it keeps its value @blocks never [plc-task]
  */
 TAVROLINE_EXPORT void isalarminalarmlist_ext(isalarminalarmlist_struct* parameters);
+
+/**
+ * Whether the list holds an active alarm. The same through every handle; FALSE until the service first
+ * reports it.
+ * @result the flag, kept up to date by the hook @failure refused: it keeps its value @blocks never [plc-task]
+ */
 TAVROLINE_EXPORT void isactivealarminalarmlist_ext(isactivealarminalarmlist_struct* parameters);
+
+/**
+ * Whether the list holds a fault. The same through every handle; FALSE until the service first reports it.
+ * @result the flag, kept up to date by the hook @failure refused: it keeps its value @blocks never [plc-task]
+ */
 TAVROLINE_EXPORT void isfaultinalarmlist_ext(isfaultinalarmlist_struct* parameters);
+
+/**
+ * Whether the list holds an active fault. The same through every handle; FALSE until the service first
+ * reports it.
+ * @result the flag, kept up to date by the hook @failure refused: it keeps its value @blocks never [plc-task]
+ */
 TAVROLINE_EXPORT void isactivefaultinalarmlist_ext(isactivefaultinalarmlist_struct* parameters);
 
-/** Set or remove the filter on the alarm state and the one on the acknowledgement; both must hold. [plc-task]
+/**
+ * Set the filter on the alarm state; it and the one on the acknowledgement must both hold.
+ * @result none @failure refused: nothing happens @blocks never [plc-task]
  */
 TAVROLINE_EXPORT void setfilterstatealarm_ext(setfilterstatealarm_struct* parameters);
+
+/**
+ * Set the filter on the acknowledgement; it and the one on the alarm state must both hold.
+ * @result none @failure refused: nothing happens @blocks never [plc-task]
+ */
 TAVROLINE_EXPORT void setfilterstateacknowledge_ext(setfilterstateacknowledge_struct* parameters);
+
+/**
+ * Remove the filter on the alarm state.
+ * @result none @failure refused: nothing happens @blocks never [plc-task]
+ */
 TAVROLINE_EXPORT void resetfilterstatealarm_ext(resetfilterstatealarm_struct* parameters);
+
+/**
+ * Remove the filter on the acknowledgement.
+ * @result none @failure refused: nothing happens @blocks never [plc-task]
+ */
 TAVROLINE_EXPORT void resetfilterstateacknowledge_ext(resetfilterstateacknowledge_struct* parameters);
 
 #ifdef __cplusplus

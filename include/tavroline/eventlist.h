@@ -16,46 +16,68 @@ extern "C" {
 
 /** One entry of the event list as IEC code receives it; 856 bytes, alignment 8 on every ABI. */
 typedef struct {
-  RTS_IEC_ULINT uliEventlistId __attribute__((aligned(8))); /**< the low 16 bits of the service's number */
-  RTS_IEC_INT iEventType;                                   /**< 0 alarm, 1 audit trail, 2 fault, 3 event */
-  RTS_IEC_STRING sIconType[TAVROLINE_TEXT_80];
-  RTS_IEC_DATE_AND_TIME dtTimestamp; /**< UTC; 0 when the entry has no valid time */
-  RTS_IEC_STRING sModuleName[TAVROLINE_TEXT_80];
-  RTS_IEC_WSTRING wsDescription[TAVROLINE_TEXT_255];
-  RTS_IEC_WSTRING wsUser[TAVROLINE_TEXT_80];
+  /** out [number]: the low 16 bits of the service's number */
+  RTS_IEC_ULINT uliEventlistId __attribute__((aligned(8)));
+  RTS_IEC_INT iEventType;                        /**< out [code]: 0 alarm, 1 audit trail, 2 fault, 3 event */
+  RTS_IEC_STRING sIconType[TAVROLINE_TEXT_80];   /**< out [UTF-8]: name of the icon */
+  RTS_IEC_DATE_AND_TIME dtTimestamp;             /**< out [s UTC]: 0 when the entry has no valid time */
+  RTS_IEC_STRING sModuleName[TAVROLINE_TEXT_80]; /**< out [UTF-8]: which module it concerns */
+  RTS_IEC_WSTRING wsDescription[TAVROLINE_TEXT_255]; /**< out [UTF-16]: in the handle's language */
+  RTS_IEC_WSTRING wsUser[TAVROLINE_TEXT_80];         /**< out [UTF-16]: who caused it */
 } stEventlistEntryType;
 
 typedef struct {
-  TavrolineHandle hReadHandle; /**< in */
-  RTS_IEC_INT iResult;         /**< out: 0, 1 or 2 */
+  TavrolineHandle hReadHandle; /**< in [handle]: an event-list reader */
+  RTS_IEC_INT iResult;         /**< out [code]: 0, 1 or 2 */
 } loadcompleteeventlist_struct;
 
 typedef struct {
-  TavrolineHandle hReadHandle; /**< in */
-  /** in: newest entries wanted, 0 means all; counts only when a load starts */
+  TavrolineHandle hReadHandle; /**< in [handle]: an event-list reader */
+  /** in [count]: newest entries wanted, 0 means all; counts only when a load starts */
   RTS_IEC_UINT uiNumberOfEntries;
-  RTS_IEC_INT iResult; /**< out: 0, 1 or 2 */
+  RTS_IEC_INT iResult; /**< out [code]: 0, 1 or 2 */
 } loadpartofeventlist_struct;
 
 typedef struct {
-  TavrolineHandle hReadHandle;       /**< in */
-  stEventlistEntryType* pastEntries; /**< in: first element of the caller's array */
-  RTS_IEC_DINT diMaxEntries;         /**< in: its number of elements; 0 or less copies nothing */
-  RTS_IEC_INT iResult;               /**< out: 0 or 2 */
-  RTS_IEC_DINT diNumberOfEntries; /**< out: elements filled; unchanged when the handle or the array is null */
+  TavrolineHandle hReadHandle;       /**< in [handle]: an event-list reader */
+  stEventlistEntryType* pastEntries; /**< in [address]: first element of the caller's array */
+  RTS_IEC_DINT diMaxEntries;         /**< in [count]: its elements; 0 or less copies nothing */
+  RTS_IEC_INT iResult;               /**< out [code]: 0 or 2 */
+  RTS_IEC_DINT diNumberOfEntries;    /**< out [count]: elements filled */
 } stGetEventlistEntriesType;
 
 typedef struct {
-  stGetEventlistEntriesType* pstRequest; /**< in */
+  stGetEventlistEntriesType* pstRequest; /**< in [address]: where the parameters stand */
 } geteventlistentries_struct;
 
-/** One step of loading the complete list. [plc-task] */
+/**
+ * One step of loading the complete list.
+ * @result iResult 1 while a request runs, this reader's or another one's; 0 once the list is stored
+ * @failure structure null: nothing written; handle refused or request failed: iResult 2, the list loaded
+ * before stays; all logged
+ * @blocks briefly, for the event-list readers
+ * [plc-task]
+ */
 TAVROLINE_EXPORT void loadcompleteeventlist_ext(loadcompleteeventlist_struct* parameters);
 
-/** One step of loading the newest entries. [plc-task] */
+/**
+ * One step of loading the newest entries.
+ * @result iResult 1 while a request runs, this reader's or another one's; 0 once the list is stored
+ * @failure structure null: nothing written; handle refused or request failed: iResult 2, the list loaded
+ * before stays; all logged
+ * @blocks briefly, for the event-list readers
+ * [plc-task]
+ */
 TAVROLINE_EXPORT void loadpartofeventlist_ext(loadpartofeventlist_struct* parameters);
 
-/** Copy the entries of the last loaded list that pass the handle's filter, in list order. [plc-task] */
+/**
+ * Copy the entries of the last loaded list that pass the handle's filter, in list order.
+ * @result iResult 0, diNumberOfEntries and that many elements; the array's other elements stay as they are
+ * @failure structure or request null: nothing written; handle refused or array null: iResult 2,
+ * diNumberOfEntries unchanged; all logged
+ * @blocks briefly, for the event-list readers; the copying itself holds no lock
+ * [plc-task]
+ */
 TAVROLINE_EXPORT void geteventlistentries_ext(geteventlistentries_struct* parameters);
 
 #ifdef __cplusplus

@@ -11,30 +11,43 @@ extern "C" {
 #endif
 
 typedef struct {
-  RTS_IEC_INT iEventType;             /**< 1 audit trail, 3 event; 0 and 2 are refused with a warning */
-  RTS_IEC_INT iState;                 /**< 0 neutral, 1 on, 2 off */
-  const RTS_IEC_STRING* psIconType;   /**< pointer to STRING; empty selects the default of type and state */
-  const RTS_IEC_STRING* psModuleName; /**< pointer to STRING */
-  RTS_IEC_DATE_AND_TIME dtDateTime;   /**< UTC; 0 takes the time at which the call hands the entry over */
-  const stDataType* pstData;          /**< null, like the two below: the entry carries no description */
-  const RTS_IEC_WSTRING* pwsUser;     /**< pointer to WSTRING */
-  RTS_IEC_INT iKeywordSize;           /**< bytes of one keyword element, n + 1 for STRING(n) */
-  const RTS_IEC_STRING* pasKeywords;  /**< first keyword; empty ones are skipped; null: no keywords */
-  const stDescriptionArgumentType* pastArguments;
-  const stDescriptionUrlArgumentType* pastUrlArguments;
-  __ARRAY__DIM__INFO stKeywordsDimInfo;
-  __ARRAY__DIM__INFO stArgumentsDimInfo;
-  __ARRAY__DIM__INFO stUrlArgumentsDimInfo;
+  RTS_IEC_INT iEventType; /**< in [code]: 1 audit trail, 3 event; 0 and 2 are refused with a warning */
+  RTS_IEC_INT iState;     /**< in [code]: 0 neutral, 1 on, 2 off */
+  const RTS_IEC_STRING* psIconType;   /**< in [UTF-8]: empty selects the default of type and state */
+  const RTS_IEC_STRING* psModuleName; /**< in [UTF-8]: which module it concerns */
+  RTS_IEC_DATE_AND_TIME dtDateTime;   /**< in [s UTC]: 0 takes the time at which the entry is handed over */
+  const stDataType* pstData;          /**< in [address]: the description */
+  const RTS_IEC_WSTRING* pwsUser;     /**< in [UTF-16]: who caused it */
+  RTS_IEC_INT iKeywordSize;           /**< in [bytes]: one keyword element, n + 1 for STRING(n) */
+  const RTS_IEC_STRING* pasKeywords;  /**< in [UTF-8]: first keyword; empty ones are skipped */
+  const stDescriptionArgumentType* pastArguments;       /**< in [address]: first argument */
+  const stDescriptionUrlArgumentType* pastUrlArguments; /**< in [address]: first argument of the URL */
+  __ARRAY__DIM__INFO stKeywordsDimInfo;                 /**< in [bounds]: of pasKeywords */
+  __ARRAY__DIM__INFO stArgumentsDimInfo;                /**< in [bounds]: of pastArguments */
+  __ARRAY__DIM__INFO stUrlArgumentsDimInfo;             /**< in [bounds]: of pastUrlArguments */
 } logevent_struct;
 
 typedef struct {
-  RTS_IEC_DINT diReserved; /**< never read */
+  RTS_IEC_DINT diReserved; /**< unused [number]: never read */
 } deleteeventlist_struct;
 
-/** Hand one entry over to the event list; nothing is reported back. [plc-task] */
+/**
+ * Hand one entry over to the event list.
+ * @result none; what becomes of the entry is not reported back
+ * @failure structure null: nothing handed over; pstData, pastArguments or pastUrlArguments null: an entry
+ * without description; pasKeywords null: one without keywords; all logged, nothing written
+ * @blocks never
+ * [plc-task]
+ */
 TAVROLINE_EXPORT void logevent_ext(logevent_struct* parameters);
 
-/** Ask the service to delete the event list; the pointer is never read and may be null. [plc-task] */
+/**
+ * Ask the service to delete the event list.
+ * @result none; what becomes of it is not reported back
+ * @failure none: the pointer is never read and may be null
+ * @blocks never
+ * [plc-task]
+ */
 TAVROLINE_EXPORT void deleteeventlist_ext(deleteeventlist_struct* parameters);
 
 #ifdef __cplusplus
