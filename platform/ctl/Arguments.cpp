@@ -6,59 +6,104 @@ namespace {
 
 /** What CLI11 fills; the texts become Arguments afterwards. Command lines and output are UTF-8. */
 struct Raw {
-  std::string language;
-  std::string user;
-  std::vector<std::string> alarmIds;
+  using Texts = std::vector<std::string>;
+
+  std::string language, user, since, until;
+  Texts alarmIds, types, keywords, excludedKeywords;
   bool active = false;
   bool inactive = false;
   bool acknowledged = false;
   bool unacknowledged = false;
 };
 
-QString textOf(const std::string& utf8) {
-  return QString::fromStdString(utf8);
+constexpr char kTime[] = "TIME";
+
+QStringList textsOf(const Raw::Texts& utf8) {
+  QStringList texts;
+  for (const std::string& text : utf8)
+    texts.append(QString::fromStdString(text));
+  return texts;
 }
 
 std::optional<bool> stateOf(bool yes, bool no) {
   return yes || no ? std::optional<bool>(yes) : std::nullopt;
 }
 
-/** Options that both lists have. */
-CLI::App* addList(CLI::App& app, const char* name, const char* help, Arguments& arguments, Raw& raw) {
-  CLI::App* command = app.add_subcommand(name, help);
-  command->add_option("--language", raw.language, "language of the descriptions, for example de");
-  command->add_flag("--json", arguments.json, "JSON instead of a table");
-  command->add_flag("--follow", arguments.follow, "go on with every change, until SIGINT");
-  return command;
+std::string complaintAboutTime(const std::string& text) {
+  if (EntryFilter::time(text, false).isValid()) return {};
+  return "'" + text +
+         "' is no time; use 2026-11-23, 2026-11-23T13:00, 13:00 (today) or 15m (ago; s, m, h, d)";
 }
 
-void addCommands(CLI::App& app, Arguments& arguments, Raw& raw) {
-  using Command = Arguments::Command;
-  const auto choose = [&arguments](CLI::App* command, Command value) {
-    command->parse_complete_callback([&arguments, value] { arguments.command = value; });
-    return command;
-  };
-  CLI::App* events = choose(addList(app, "events", "Show the event list, the newest first", arguments, raw),
-                            Command::Events);
-  events->add_option("--count", arguments.count, "newest entries only; 0 for all");
-  choose(app.add_subcommand("delete-events", "Delete the event list"), Command::DeleteEvents);
+/** Options that both lists have. */
+void addListOptions(CLI::App* command, Arguments& arguments, Raw& raw) {
+  static const Raw::Texts kTypes = [] {
+    Raw::Texts names;
+    for (const QString& name : EntryFilter::typeNames())
+      names.push_back(name.toStdString());
+    return names;
+  }();
+  command->add_option("--language", raw.language, "language of the descriptions, for example de");
+  command
+      ->add_option("--type", raw.types, "these types only, separated by commas: alarm, audit, fault, event")
+      ->type_name("TYPE")
+      ->delimiter(',')
+      ->allow_extra_args(false)
+      ->check(CLI::IsMember(kTypes).description(""));
+  command->add_option("--since", raw.since, "from this time on: a date, a time, both with T between, or 15m")
+      ->type_name(kTime)
+      ->check(complaintAboutTime);
+  command->add_option("--until", raw.until, "up to this time; a date alone is its whole day")
+      ->type_name(kTime)
+      ->check(complaintAboutTime);
+  command->add_option("--keyword", raw.keywords, "entries with this keyword; given again, with either")
+      ->type_name("WORD")
+      ->allow_extra_args(false);
+  command->add_option("--without", raw.excludedKeywords, "entries without this keyword; may be given again")
+      ->type_name("WORD")
+      ->allow_extra_args(false);
+  command->add_option("--count", arguments.count, "the newest of these only; 0 for all")->type_name("N");
+  command->add_flag("--follow", arguments.follow, "go on with every change, until SIGINT");
+}
 
-  CLI::App* alarms = choose(addList(app, "alarms", "Show the alarm list", arguments, raw), Command::Alarms);
+void addLists(CLI::App* events, CLI::App* alarms, Arguments& arguments, Raw& raw) {
+  addListOptions(events, arguments, raw);
+  addListOptions(alarms, arguments, raw);
   CLI::Option* active = alarms->add_flag("--active", raw.active, "active ones only");
   alarms->add_flag("--inactive", raw.inactive, "inactive ones only")->excludes(active);
   CLI::Option* acknowledged = alarms->add_flag("--acknowledged", raw.acknowledged, "acknowledged ones only");
   alarms->add_flag("--unacknowledged", raw.unacknowledged, "others only")->excludes(acknowledged);
+}
 
-  CLI::App* ack = choose(app.add_subcommand("ack", "Acknowledge alarms"), Command::Acknowledge);
-  ack->add_option("ID", raw.alarmIds, "identifiers as the alarm list shows them")->required();
-  ack->add_option("--user", raw.user, "who acknowledges")->required();
-  CLI::App* detector = choose(app.add_subcommand("ack-detector", "Acknowledge the central detector"),
-                              Command::AcknowledgeDetector);
-  detector->add_option("--user", raw.user, "who acknowledges")->required();
+void addCommands(CLI::App& app, Arguments& arguments, Raw& raw) {
+  using Command = Arguments::Command;
+  const auto add = [&](const char* name, Command value, const char* help) {
+    CLI::App* command = app.add_subcommand(name, help);
+    command->parse_complete_callback([&arguments, value] { arguments.command = value; });
+    command->add_flag("--json", arguments.json, "JSON instead of text");
+    return command;
+  };
+  CLI::App* events = add("events", Command::Events, "Show the event list, the newest first");
+  CLI::App* alarms = add("alarms", Command::Alarms, "Show the alarm list, the newest change first");
+  addLists(events, alarms, arguments, raw);
+  add("delete-events", Command::DeleteEvents, "Delete the event list");
 
-  CLI::App* stats =
-      choose(app.add_subcommand("stats", "Show the counters and flags of the service"), Command::Statistics);
-  stats->add_flag("--json", arguments.json, "JSON instead of a table");
+  CLI::App* ack = add("ack", Command::Acknowledge, "Acknowledge alarms");
+  ack->add_option("ID", raw.alarmIds, "identifiers as the alarm list shows them, or their first 9 characters")
+      ->type_name("")
+      ->required();
+  CLI::App* detector = add("ack-detector", Command::AcknowledgeDetector, "Acknowledge the central detector");
+  for (CLI::App* command : {ack, detector})
+    command->add_option("--user", raw.user, "who acknowledges")->type_name("NAME")->required();
+
+  CLI::App* stats = add("stats", Command::Statistics,
+                        "Show the counters and flags of the service and the books of its clients");
+  stats->add_option("--interval", arguments.interval, "read again after so many seconds and show rates")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(1, 3600).description(""));
+  stats->add_flag("--follow", arguments.follow, "go on reading, until SIGINT")->needs("--interval");
+
+  add("doctor", Command::Doctor, "Check bus, service, interface version, policy and clock");
 }
 
 }  // namespace
@@ -66,8 +111,12 @@ void addCommands(CLI::App& app, Arguments& arguments, Raw& raw) {
 std::optional<Arguments> Arguments::parse(int argc, char** argv, int& exitCode) {
   CLI::App app("Shows and acknowledges what the list services hold.", "tavroline-ctl");
   app.footer(
-      "The bus is that of DBUS_SYSTEM_BUS_ADDRESS where that is set.\n"
-      "Exit codes: 0 done; 1 bus or service unreachable, or the service refused; 2 wrong usage.");
+      "The bus is that of DBUS_SYSTEM_BUS_ADDRESS where that is set. Tables fit the terminal; colours come "
+      "on a\n"
+      "terminal only, and not where NO_COLOR is set. Each command has a --help of its own.\n"
+      "Exit codes: 0 done; 1 the service refused, or the doctor found a fault; 2 wrong usage; 3 the bus "
+      "cannot\n"
+      "be reached; 4 no list service on the bus.");
   app.set_version_flag("--version", TAVROLINE_VERSION);
   app.require_subcommand(1);
   Arguments arguments;
@@ -79,11 +128,22 @@ std::optional<Arguments> Arguments::parse(int argc, char** argv, int& exitCode) 
     exitCode = app.exit(error) == 0 ? ExitDone : ExitUsage;
     return std::nullopt;
   }
-  arguments.language = textOf(raw.language);
-  arguments.user = textOf(raw.user);
-  for (const std::string& id : raw.alarmIds)
-    arguments.alarmIds.append(textOf(id));
-  arguments.active = stateOf(raw.active, raw.inactive);
-  arguments.acknowledged = stateOf(raw.acknowledged, raw.unacknowledged);
+  arguments.language = QString::fromStdString(raw.language);
+  arguments.user = QString::fromStdString(raw.user);
+  arguments.alarmIds = textsOf(raw.alarmIds);
+  EntryFilter& filter = arguments.filter;
+  for (const QString& name : textsOf(raw.types))
+    filter.types.append(EntryFilter::typeNames().indexOf(name));
+  filter.keywords = textsOf(raw.keywords);
+  filter.excludedKeywords = textsOf(raw.excludedKeywords);
+  filter.since = EntryFilter::time(raw.since, false);
+  filter.until = EntryFilter::time(raw.until, true);
+  filter.active = stateOf(raw.active, raw.inactive);
+  filter.acknowledged = stateOf(raw.acknowledged, raw.unacknowledged);
+  if (filter.since.isValid() && filter.until.isValid() && filter.since > filter.until) {
+    std::fputs("--since lies after --until: no entry can pass\n", stderr);
+    exitCode = ExitUsage;
+    return std::nullopt;
+  }
   return arguments;
 }

@@ -5,20 +5,22 @@
 
 #include <optional>
 
+#include "EntryFilter.h"
+
 /** The command line of tavroline-ctl: one command with its options. */
 struct Arguments {
-  enum class Command { Events, DeleteEvents, Alarms, Acknowledge, AcknowledgeDetector, Statistics };
+  enum class Command { Events, DeleteEvents, Alarms, Acknowledge, AcknowledgeDetector, Statistics, Doctor };
 
   /** Exit codes, as --help documents them. */
-  enum Exit { ExitDone = 0, ExitFailed = 1, ExitUsage = 2 };
+  enum Exit { ExitDone = 0, ExitFailed = 1, ExitUsage = 2, ExitNoBus = 3, ExitNoService = 4 };
 
   Command command = Command::Events;
   QString language;   ///< empty: the service's default
   quint32 count = 0;  ///< newest entries wanted, 0 for all
   bool json = false;
   bool follow = false;
-  std::optional<bool> active;        ///< alarms in this state only
-  std::optional<bool> acknowledged;  ///< alarms in this state only
+  EntryFilter filter;
+  quint32 interval = 0;  ///< seconds from one reading of the statistics to the next, 0 for a single one
   QStringList alarmIds;
   QString user;
 

@@ -1,11 +1,9 @@
 #pragma once
 
 #include "Arguments.h"
-#include "ListClient.h"
 
 /**
  * Carry out one command of tavroline-ctl; what it shows goes to stdout. Following a list ends with the
- * process.
- * @throws ClientError. [any-thread]
+ * process. Throws ClientError. [any-thread]
  */
-void runCommand(ListClient& client, const Arguments& arguments);
+void runCommand(const Arguments& arguments);

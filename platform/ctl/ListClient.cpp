@@ -22,6 +22,19 @@ QByteArray bytes(const QString& text) {
   return busText(text).toUtf8();
 }
 
+const char* pathOf(ListClient::List list) {
+  return list == ListClient::List::Events ? kEventListPath : kAlarmListPath;
+}
+
+const char* interfaceOf(ListClient::List list) {
+  return list == ListClient::List::Events ? kEventListInterface : kAlarmListInterface;
+}
+
+QString busAddress() {
+  return qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS",
+                              QStringLiteral("unix:path=/run/dbus/system_bus_socket"));
+}
+
 class BusError {
  public:
   BusError() = default;
@@ -56,17 +69,51 @@ ListClient::ListClient() : m_session(QUuid::createUuid().toByteArray()) {
   sd_bus* bus = nullptr;
   const int result = sd_bus_open_system(&bus);
   if (result < 0)
-    throw ClientError(std::string("no connection to the system bus: ") + std::strerror(-result));
+    throw NoBus("no connection to the bus at " + busAddress().toStdString() + ": " + std::strerror(-result) +
+                "; start it, or set DBUS_SYSTEM_BUS_ADDRESS");
   m_bus.reset(bus);
 }
 
-ListClient::Message ListClient::newCall(List list, const char* method) {
-  const bool events = list == List::Events;
+QString ListClient::address() {
+  return busAddress();
+}
+
+QString ListClient::owner() {
+  const Message request =
+      newMessage("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetNameOwner");
+  check(sd_bus_message_append(request.get(), "s", kService));
+  try {
+    return QString::fromUtf8(readText(call(request)));
+  } catch (const NoService&) {
+    return {};
+  }
+}
+
+QString ListClient::introspect(List list) {
+  return QString::fromUtf8(readText(
+      call(newMessage(kService, pathOf(list), "org.freedesktop.DBus.Introspectable", "Introspect"))));
+}
+
+bool ListClient::mayCall(List list, const char* method) {
+  const Message request = newCall(list, method);
+  // No method takes a lone byte: the call is refused before it is carried out.
+  check(sd_bus_message_append(request.get(), "y", 0));
+  BusError error;
+  sd_bus_message* reply = nullptr;
+  const int result = sd_bus_call(m_bus.get(), request.get(), 0, error.get(), &reply);
+  const Message received(reply);
+  return result >= 0 || sd_bus_error_has_name(error.get(), SD_BUS_ERROR_ACCESS_DENIED) == 0;
+}
+
+ListClient::Message ListClient::newMessage(const char* destination, const char* path, const char* interface,
+                                           const char* method) {
   sd_bus_message* request = nullptr;
-  check(sd_bus_message_new_method_call(m_bus.get(), &request, kService,
-                                       events ? kEventListPath : kAlarmListPath,
-                                       events ? kEventListInterface : kAlarmListInterface, method));
+  check(sd_bus_message_new_method_call(m_bus.get(), &request, destination, path, interface, method));
   return Message(request);
+}
+
+ListClient::Message ListClient::newCall(List list, const char* method) {
+  return newMessage(kService, pathOf(list), interfaceOf(list), method);
 }
 
 ListClient::Message ListClient::newChange(List list, const char* method) {
@@ -83,14 +130,28 @@ ListClient::Message ListClient::call(const Message& request) {
   return Message(reply);
 }
 
+QByteArray ListClient::readText(const Message& reply) {
+  const char* text = nullptr;
+  check(sd_bus_message_read_basic(reply.get(), SD_BUS_TYPE_STRING, &text));
+  return text;
+}
+
 QJsonObject ListClient::readList(const Message& request) {
-  const Message reply = call(request);
-  const char* json = nullptr;
-  check(sd_bus_message_read_basic(reply.get(), SD_BUS_TYPE_STRING, &json));
-  const auto list =
-      QJsonDocument::fromJson(QByteArray::fromRawData(json, static_cast<int>(std::strlen(json))));
+  const auto list = QJsonDocument::fromJson(readText(call(request)));
   if (!list.isObject()) throw ClientError("the service answered with something that is no list");
   return list.object();
+}
+
+/** A dictionary of numbers. */
+QJsonObject ListClient::readFigures(const Message& reply) {
+  QJsonObject figures;
+  const char* name = nullptr;
+  quint64 value = 0;
+  check(sd_bus_message_enter_container(reply.get(), SD_BUS_TYPE_ARRAY, "{st}"));
+  while (sd_bus_message_read(reply.get(), "{st}", &name, &value) > 0)
+    figures.insert(QString::fromUtf8(name), static_cast<double>(value));
+  check(sd_bus_message_exit_container(reply.get()));
+  return figures;
 }
 
 QJsonObject ListClient::events(const QString& language, quint32 count) {
@@ -106,14 +167,8 @@ QJsonObject ListClient::alarms(const QString& language) {
 }
 
 QJsonObject ListClient::statistics() {
-  QJsonObject statistics;
-  const Message counters = call(newCall(List::Events, "GetStatistics"));
-  check(sd_bus_message_enter_container(counters.get(), SD_BUS_TYPE_ARRAY, "{st}"));
-  const char* name = nullptr;
+  QJsonObject statistics = readFigures(call(newCall(List::Events, "GetStatistics")));
   quint64 value = 0;
-  while (sd_bus_message_read(counters.get(), "{st}", &name, &value) > 0) {
-    statistics.insert(QString::fromUtf8(name), static_cast<double>(value));
-  }
   const Message state = call(newCall(List::Alarms, "GetState"));
   int alarm = 0;
   int activeAlarm = 0;
@@ -128,6 +183,23 @@ QJsonObject ListClient::statistics() {
   statistics.insert(QStringLiteral("active fault"), activeFault != 0);
   statistics.insert(QStringLiteral("detector"), detector != 0);
   return statistics;
+}
+
+QJsonArray ListClient::books() {
+  const Message reply = call(newCall(List::Events, "GetBooks"));
+  QJsonArray books;
+  check(sd_bus_message_enter_container(reply.get(), SD_BUS_TYPE_ARRAY, "(sxa{st})"));
+  while (sd_bus_message_enter_container(reply.get(), SD_BUS_TYPE_STRUCT, "sxa{st}") > 0) {
+    const char* session = nullptr;
+    int64_t time = 0;
+    check(sd_bus_message_read(reply.get(), "sx", &session, &time));
+    QJsonObject book = readFigures(reply);
+    book.insert(QStringLiteral("session"), QString::fromUtf8(session));
+    book.insert(QStringLiteral("time"), static_cast<double>(time));
+    books.append(book);
+    check(sd_bus_message_exit_container(reply.get()));
+  }
+  return books;
 }
 
 void ListClient::deleteEvents() {
@@ -151,10 +223,8 @@ void ListClient::acknowledgeDetector(const QString& user) {
 }
 
 void ListClient::subscribe(List list) {
-  const bool events = list == List::Events;
-  check(sd_bus_match_signal(m_bus.get(), nullptr, kService, events ? kEventListPath : kAlarmListPath,
-                            events ? kEventListInterface : kAlarmListInterface, "Changed", onChange,
-                            &m_changed));
+  check(sd_bus_match_signal(m_bus.get(), nullptr, kService, pathOf(list), interfaceOf(list), "Changed",
+                            onChange, &m_changed));
   const std::string comingAndGoing =
       std::string("type='signal',sender='org.freedesktop.DBus',member='NameOwnerChanged',arg0='") + kService +
       "'";

@@ -15,6 +15,12 @@ class ClientError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/** There is no connection to the bus. */
+class NoBus : public ClientError {
+ public:
+  using ClientError::ClientError;
+};
+
 /** Nobody owns the service's name now. */
 class NoService : public ClientError {
  public:
@@ -29,8 +35,17 @@ class ListClient {
  public:
   enum class List { Events, Alarms };
 
-  /** Connect to the system bus. */
+  /** Connect to the system bus; throws NoBus. */
   ListClient();
+
+  /** Where the bus is. */
+  static QString address();
+  /** The connection that owns the service's name, empty for nobody; starts no service. */
+  QString owner();
+  /** The service's own description of a list's object, XML. */
+  QString introspect(List list);
+  /** Whether the bus lets this user call the method; the call itself is malformed and changes nothing. */
+  bool mayCall(List list, const char* method);
 
   /** A list reply, a JSON object as ListService1 describes it; `count` 0 for all. */
   QJsonObject events(const QString& language, quint32 count);
@@ -38,6 +53,9 @@ class ListClient {
 
   /** Counters and flags by name. */
   QJsonObject statistics();
+  /** What clients last reported of their messages, the newest report first: session, time (milliseconds
+   * since 1970-01-01 00:00:00 UTC), and figures by name. */
+  QJsonArray books();
 
   void deleteEvents();
   void acknowledgeAlarms(const QStringList& alarmIds, const QString& user);
@@ -55,10 +73,13 @@ class ListClient {
   };
   using Message = std::unique_ptr<sd_bus_message, Unref>;
 
+  Message newMessage(const char* destination, const char* path, const char* interface, const char* method);
   Message newCall(List list, const char* method);
   Message newChange(List list, const char* method);
   Message call(const Message& request);
   QJsonObject readList(const Message& request);
+  static QByteArray readText(const Message& reply);
+  static QJsonObject readFigures(const Message& reply);
 
   std::unique_ptr<sd_bus, Unref> m_bus;
   QByteArray m_session;

@@ -1,42 +1,113 @@
 #include "ListView.h"
 
 #include <QJsonDocument>
-#include <QJsonObject>
 
 #include <cstdio>
 
+#include "EntryFilter.h"
 #include "EventlistHandlerDefinitions.h"
+#include "EventlistHandlerEnums.h"
 
 namespace {
 
-void print(const QByteArray& text) {
-  std::fwrite(text.constData(), 1, static_cast<std::size_t>(text.size()), stdout);
-  std::fflush(stdout);
+using Keys = EventlistHandlerDefinitions;
+
+struct Column {
+  TextTable::Column head;
+  QString (*cell)(const QJsonObject& entry);
+};
+
+QString time(const QJsonObject& entry) {
+  constexpr int kToTheSecond = 19;
+  return entry.value(Keys::getListColumnNameLocalTime())
+      .toString()
+      .left(kToTheSecond)
+      .replace(QLatin1Char('T'), QLatin1Char(' '));
 }
 
-QString typeName(int type) {
-  static const QStringList kNames{QStringLiteral("alarm"), QStringLiteral("audit"), QStringLiteral("fault"),
-                                  QStringLiteral("event")};
-  return kNames.value(type, QString::number(type));
+QString type(const QJsonObject& entry) {
+  const int number = entry.value(Keys::getListColumnNameEventType()).toInt();
+  return EntryFilter::typeNames().value(number, QString::number(number));
 }
 
-QString cell(const QJsonObject& entry, const QString& column) {
-  const QJsonValue value = entry.value(column);
-  if (column == EventlistHandlerDefinitions::getListColumnNameEventType()) return typeName(value.toInt());
-  if (value.isBool()) return value.toBool() ? QStringLiteral("yes") : QStringLiteral("no");
-  return value.isDouble() ? QString::number(value.toDouble(), 'f', 0) : value.toString();
+bool isActive(const QJsonObject& alarm) {
+  return alarm.value(Keys::getListColumnNameAlarmActive()).toBool();
+}
+
+QString state(const QJsonObject& alarm) {
+  const bool acknowledged = alarm.value(Keys::getListColumnNameAlarmAcknowledgment()).toBool();
+  return QLatin1String(isActive(alarm) ? "on" : "off") + QLatin1String(acknowledged ? ", ack" : "");
+}
+
+template <QString (*key)()>
+QString text(const QJsonObject& entry) {
+  return entry.value(key()).toVariant().toString();
+}
+
+const QVector<Column>& columnsOf(ListClient::List list) {
+  static const QVector<Column> kEvents{
+      {{QStringLiteral("ID")}, text<Keys::getListColumnNameEventlistId>},
+      {{QStringLiteral("TIME")}, time},
+      {{QStringLiteral("TYPE")}, type},
+      {{QStringLiteral("ICON"), 5}, text<Keys::getListColumnNameIconType>},
+      {{QStringLiteral("MODULE"), 6}, text<Keys::getListColumnNameModuleName>},
+      {{QStringLiteral("USER"), 6}, text<Keys::getListColumnNameUser>},
+      {{QStringLiteral("DESCRIPTION"), 12}, text<Keys::getListColumnNameDescription>}};
+  static const QVector<Column> kAlarms{
+      {{QStringLiteral("TIME")}, time},
+      {{QStringLiteral("STATE")}, state},
+      {{QStringLiteral("TYPE")}, type},
+      {{QStringLiteral("MODULE"), 6}, text<Keys::getListColumnNameModuleName>},
+      {{QStringLiteral("ID"), 10}, text<Keys::getListColumnNameAlarmID>},
+      {{QStringLiteral("DESCRIPTION"), 12}, text<Keys::getListColumnNameDescription>}};
+  return list == ListClient::List::Events ? kEvents : kAlarms;
+}
+
+TextTable tableOf(ListClient::List list) {
+  QVector<TextTable::Column> heads;
+  for (const Column& column : columnsOf(list))
+    heads += column.head;
+  return {heads, Terminal::ofStandardOutput()};
+}
+
+Terminal::Colour colourOf(const QJsonObject& entry, ListClient::List list) {
+  if (list == ListClient::List::Alarms && !isActive(entry)) return Terminal::Colour::None;
+  switch (entry.value(Keys::getListColumnNameEventType()).toInt()) {
+    case EventlistHandlerEnums::EventTypeAlarm:
+      return Terminal::Colour::Red;
+    case EventlistHandlerEnums::EventTypeFault:
+      return Terminal::Colour::Yellow;
+    case EventlistHandlerEnums::EventTypeAuditTrail:
+      return Terminal::Colour::Cyan;
+    default:
+      return Terminal::Colour::None;
+  }
+}
+
+QByteArray document(const QJsonArray& entries, QJsonDocument::JsonFormat format) {
+  return QJsonDocument(QJsonObject{{Keys::getListDataName(), entries}}).toJson(format);
 }
 
 }  // namespace
 
+ListView::ListView(ListClient::List list, bool json) : m_json(json), m_list(list), m_table(tableOf(list)) {}
+
 void ListView::showAll(const QJsonArray& entries) {
   if (m_json) {
-    const QJsonObject document{{EventlistHandlerDefinitions::getListDataName(), entries}};
-    print(QJsonDocument(document).toJson());
+    printPiece(document(entries, QJsonDocument::Indented));
     return;
   }
-  m_table = TextTable(m_columns);
+  m_table = tableOf(m_list);
   addRows(entries);
+}
+
+void ListView::showAgain(const QJsonArray& entries) {
+  if (m_json) {
+    printPiece(document(entries, QJsonDocument::Compact) + '\n');
+    return;
+  }
+  printPiece("\n");
+  showAll(entries);
 }
 
 void ListView::showMore(const QJsonArray& entries) {
@@ -44,18 +115,22 @@ void ListView::showMore(const QJsonArray& entries) {
     addRows(entries);
     return;
   }
-  for (const QJsonValue& entry : entries) {
-    print(QJsonDocument(entry.toObject()).toJson(QJsonDocument::Compact) + '\n');
-  }
+  for (const QJsonValue& entry : entries)
+    printPiece(QJsonDocument(entry.toObject()).toJson(QJsonDocument::Compact) + '\n');
 }
 
 void ListView::addRows(const QJsonArray& entries) {
   for (const QJsonValue& value : entries) {
     const QJsonObject entry = value.toObject();
     QStringList row;
-    for (const QString& column : qAsConst(m_columns))
-      row += cell(entry, column);
-    m_table.addRow(row);
+    for (const Column& column : columnsOf(m_list))
+      row += column.cell(entry);
+    m_table.addRow(row, colourOf(entry, m_list));
   }
-  print(m_table.takeUtf8());
+  printPiece(m_table.takeUtf8());
+}
+
+void printPiece(const QByteArray& text) {
+  std::fwrite(text.constData(), 1, static_cast<std::size_t>(text.size()), stdout);
+  std::fflush(stdout);
 }

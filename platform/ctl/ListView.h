@@ -1,20 +1,21 @@
 #pragma once
 
 #include <QJsonArray>
-#include <QStringList>
 
+#include "ListClient.h"
 #include "TextTable.h"
 
-/**
- * Shows entries of a list on stdout, as a table or as JSON. Which entries those are is the caller's choice.
- */
+/** Shows entries of one list on stdout, as a table or as JSON. Which entries those are is the caller's
+ * choice. */
 class ListView {
  public:
-  /** @param columns keys of the members that a table shows; JSON shows all */
-  ListView(const QStringList& columns, bool json) : m_columns(columns), m_json(json), m_table(columns) {}
+  ListView(ListClient::List list, bool json);
 
-  /** A complete list: a table with its header, or one indented document. [any-thread] */
+  /** A complete list: a table with its header, or one document. [any-thread] */
   void showAll(const QJsonArray& entries);
+
+  /** The list as it is now, once more: a table after an empty line, or one line of JSON. [any-thread] */
+  void showAgain(const QJsonArray& entries);
 
   /** More of a list: further rows of the same table, or one line of JSON for each entry. [any-thread] */
   void showMore(const QJsonArray& entries);
@@ -22,7 +23,10 @@ class ListView {
  private:
   void addRows(const QJsonArray& entries);
 
-  QStringList m_columns;
   bool m_json;
+  ListClient::List m_list;
   TextTable m_table;
 };
+
+/** Write to stdout what is one piece, so that whoever reads along gets it at once. [any-thread] */
+void printPiece(const QByteArray& text);

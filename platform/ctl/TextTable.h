@@ -4,21 +4,41 @@
 #include <QStringList>
 #include <QVector>
 
+#include "Terminal.h"
+
 /**
- * Rows of texts as plain text with aligned columns. Characters that would move the cursor or steer a terminal
- * are shown as blanks. It counts characters, not the columns that wide ones take. [any-thread]
+ * Rows of texts as plain text with aligned columns, cut to the width of a terminal. Characters that would
+ * move the cursor or steer a terminal are shown as blanks. It counts characters, not the columns that wide
+ * ones take. [any-thread]
  */
 class TextTable {
  public:
-  explicit TextTable(const QStringList& header) : m_widths(header.size()) { addRow(header); }
+  /** A column and how narrow it may become, 0 for never narrower than its cells. */
+  struct Column {
+    QString title;
+    int least = 0;
+  };
 
-  /** @param cells as many as the header has */
-  void addRow(const QStringList& cells);
+  /** Where there is a lack of room the columns give way from left to right, each down to its least width. */
+  TextTable(const QVector<Column>& columns, const Terminal& terminal);
 
-  /** The lines since the last call in UTF-8, without blanks at their ends; columns never become narrower. */
+  /** @param cells as many as there are columns */
+  void addRow(const QStringList& cells, Terminal::Colour colour = Terminal::Colour::None);
+
+  /** The lines since the last call in UTF-8, without blanks at their ends; columns never become narrower
+   * than they were, except to fit. */
   QByteArray takeUtf8();
 
  private:
-  QVector<int> m_widths;  ///< characters
-  QVector<QStringList> m_rows;
+  struct Row {
+    QStringList cells;
+    Terminal::Colour colour;
+  };
+
+  QVector<int> fittingWidths() const;
+
+  QVector<Column> m_columns;
+  Terminal m_terminal;
+  QVector<int> m_widths;  ///< characters, of the longest cell so far
+  QVector<Row> m_rows;
 };

@@ -8,12 +8,18 @@ int main(int argc, char** argv) {
   int exitCode = Arguments::ExitDone;
   const auto arguments = Arguments::parse(argc, argv, exitCode);
   if (!arguments) return exitCode;
-  try {
-    ListClient client;
-    runCommand(client, *arguments);
-  } catch (const std::exception& error) {
+  const auto complain = [](const std::exception& error, Arguments::Exit code) {
     std::fprintf(stderr, "tavroline-ctl: %s\n", error.what());
-    return Arguments::ExitFailed;
+    return code;
+  };
+  try {
+    runCommand(*arguments);
+  } catch (const NoBus& error) {
+    return complain(error, Arguments::ExitNoBus);
+  } catch (const NoService& error) {
+    return complain(error, Arguments::ExitNoService);
+  } catch (const std::exception& error) {
+    return complain(error, Arguments::ExitFailed);
   }
   return Arguments::ExitDone;
 }

@@ -1,0 +1,136 @@
+#include "Doctor.h"
+
+#include <sys/timex.h>
+
+#include <QDateTime>
+#include <QJsonDocument>
+#include <QRegularExpression>
+
+#include <functional>
+#include <optional>
+
+#include "ListClient.h"
+#include "ListServiceNames.h"
+#include "ListView.h"
+#include "TextTable.h"
+
+namespace {
+
+using List = ListClient::List;
+
+/** What a check found well; what it did not is thrown as ClientError. */
+using Check = std::function<QString()>;
+
+struct Finding {
+  const char* name;
+  bool well;
+  QString text;
+};
+
+QString examineService(ListClient& client) {
+  const QString owner = client.owner();
+  if (owner.isEmpty())
+    throw ClientError("nobody owns " + std::string(ListServiceNames::kService) +
+                      ": start tavroline-listd on this bus");
+  return QStringLiteral("%1 is owned by %2").arg(QLatin1String(ListServiceNames::kService), owner);
+}
+
+/** The names carry the version: the digits at their end. */
+QString examineVersion(ListClient& client) {
+  static const QRegularExpression offered(
+      QStringLiteral("<interface name=\"(org\\.tavroline\\.[A-Za-z]+[0-9]+)\""));
+  QStringList found;
+  for (const List list : {List::Events, List::Alarms}) {
+    auto match = offered.globalMatch(client.introspect(list));
+    while (match.hasNext())
+      found += match.next().captured(1);
+  }
+  const QString spoken = QLatin1String(ListServiceNames::kEventListInterface) + QStringLiteral(", ") +
+                         QLatin1String(ListServiceNames::kAlarmListInterface);
+  const QString names = found.join(QStringLiteral(", "));
+  if (names != spoken)
+    throw ClientError("the service offers " + names.toStdString() + ", this program speaks " +
+                      spoken.toStdString() + ": use programs of the same version");
+  return names;
+}
+
+QString examinePolicy(ListClient& client) {
+  for (const List list : {List::Events, List::Alarms}) {
+    const std::string name = list == List::Events ? "event list" : "alarm list";
+    if (!client.mayCall(list, "GetState"))
+      throw ClientError("the bus forbids this user to read the " + name +
+                        ": allow send_interface in the bus's policy for the service");
+    if (!client.mayCall(list, list == List::Events ? "Log" : "AcknowledgeAlarms"))
+      throw ClientError("the bus forbids this user to change the " + name +
+                        ": allow send_interface in the bus's policy for the service");
+  }
+  return QStringLiteral("this user may read and change both lists");
+}
+
+/** Entries that come without a time of their own are stamped from this clock. */
+QString examineClock() {
+  const QDateTime now = QDateTime::currentDateTime();
+  // No machine that runs this stood before 2026; from 2106 on a DATE_AND_TIME of the PLC starts anew.
+  if (now.date().year() < 2026 || now.date().year() >= 2106)
+    throw ClientError("the clock says " + now.toString(Qt::ISODate).toStdString() + ": set it");
+  timex state{};
+  const bool synchronised = adjtimex(&state) != TIME_ERROR;
+  return now.toOffsetFromUtc(now.offsetFromUtc()).toString(Qt::ISODate) +
+         QLatin1String(synchronised ? ", synchronised" : ", not synchronised with any time source");
+}
+
+std::vector<Finding> examineAll() {
+  std::optional<ListClient> client;
+  const std::pair<const char*, Check> checks[] = {
+      {"bus",
+       [&client] {
+         client.emplace();
+         return client->address();
+       }},
+      {"service", [&client] { return examineService(*client); }},
+      {"interface", [&client] { return examineVersion(*client); }},
+      {"policy", [&client] { return examinePolicy(*client); }}};
+  std::vector<Finding> findings;
+  // Each of these needs the one before it.
+  for (const auto& [name, check] : checks) {
+    const bool possible = findings.empty() || findings.back().well;
+    Finding finding{name, possible, QStringLiteral("not examined, because of the line above")};
+    try {
+      if (possible) finding.text = check();
+    } catch (const ClientError& error) {
+      finding.well = false;
+      finding.text = QString::fromUtf8(error.what());
+    }
+    findings.push_back(finding);
+  }
+  try {
+    findings.push_back({"clock", true, examineClock()});
+  } catch (const ClientError& error) {
+    findings.push_back({"clock", false, QString::fromUtf8(error.what())});
+  }
+  return findings;
+}
+
+}  // namespace
+
+void Doctor::examine(bool json) {
+  bool well = true;
+  QJsonArray document;
+  const Terminal terminal = Terminal::ofStandardOutput();
+  QByteArray lines;
+  for (const Finding& finding : examineAll()) {
+    well = well && finding.well;
+    document.append(QJsonObject{{QStringLiteral("check"), QLatin1String(finding.name)},
+                                {QStringLiteral("ok"), finding.well},
+                                {QStringLiteral("text"), finding.text}});
+    // Never cut: what to do stands at the end.
+    const QString line = QStringLiteral("%1  %2  %3")
+                             .arg(QLatin1String(finding.name), -9)
+                             .arg(QLatin1String(finding.well ? "OK" : "BAD"), -3)
+                             .arg(finding.text);
+    lines += terminal.coloured(line.toUtf8(), finding.well ? Terminal::Colour::None : Terminal::Colour::Red) +
+             '\n';
+  }
+  printPiece(json ? QJsonDocument(document).toJson() : lines);
+  if (!well) throw ClientError("not everything is well");
+}

@@ -1,0 +1,72 @@
+#include "EntryFilter.h"
+
+#include <QRegularExpression>
+
+#include <algorithm>
+
+#include "EventlistHandlerDefinitions.h"
+
+namespace {
+
+using Keys = EventlistHandlerDefinitions;
+
+QDateTime ago(const QString& text) {
+  static const QRegularExpression form(QStringLiteral("^([0-9]{1,6})([smhd])$"));
+  const auto match = form.match(text);
+  if (!match.hasMatch()) return {};
+  const char unit = match.captured(2).at(0).toLatin1();
+  const qint64 seconds = unit == 's' ? 1 : unit == 'm' ? 60 : unit == 'h' ? 3600 : 86400;
+  return QDateTime::currentDateTime().addSecs(-match.captured(1).toLongLong() * seconds);
+}
+
+bool sharesOne(const QJsonArray& carried, const QStringList& wanted) {
+  return std::any_of(wanted.begin(), wanted.end(),
+                     [&carried](const QString& keyword) { return carried.contains(keyword); });
+}
+
+bool agrees(const QJsonObject& entry, const std::optional<bool>& wanted, const QString& column) {
+  return !wanted || entry.value(column).toBool() == *wanted;
+}
+
+}  // namespace
+
+bool EntryFilter::isEmpty() const {
+  return types.isEmpty() && keywords.isEmpty() && excludedKeywords.isEmpty() && !since.isValid() &&
+         !until.isValid() && !active && !acknowledged;
+}
+
+bool EntryFilter::passes(const QJsonObject& entry) const {
+  const QDateTime time =
+      QDateTime::fromString(entry.value(Keys::getListColumnNameLocalTime()).toString(), Qt::ISODateWithMs);
+  const QJsonArray carried = entry.value(Keys::getListColumnNameKeywords()).toArray();
+  return (types.isEmpty() || types.contains(entry.value(Keys::getListColumnNameEventType()).toInt())) &&
+         (keywords.isEmpty() || sharesOne(carried, keywords)) && !sharesOne(carried, excludedKeywords) &&
+         (!since.isValid() || time >= since) && (!until.isValid() || time <= until) &&
+         agrees(entry, active, Keys::getListColumnNameAlarmActive()) &&
+         agrees(entry, acknowledged, Keys::getListColumnNameAlarmAcknowledgment());
+}
+
+QJsonArray EntryFilter::passing(const QJsonArray& entries, quint32 count) const {
+  QJsonArray result;
+  for (const QJsonValue& entry : entries) {
+    if (count != 0 && static_cast<quint32>(result.size()) == count) break;
+    if (passes(entry.toObject())) result.append(entry);
+  }
+  return result;
+}
+
+const QStringList& EntryFilter::typeNames() {
+  static const QStringList kNames{QStringLiteral("alarm"), QStringLiteral("audit"), QStringLiteral("fault"),
+                                  QStringLiteral("event")};
+  return kNames;
+}
+
+QDateTime EntryFilter::time(const std::string& text, bool atEnd) {
+  const QString words = QString::fromStdString(text).trimmed().replace(QLatin1Char(' '), QLatin1Char('T'));
+  const QDate day = QDate::fromString(words, Qt::ISODate);
+  if (day.isValid()) return atEnd ? day.endOfDay() : day.startOfDay();
+  const QTime clock = QTime::fromString(words, Qt::ISODate);
+  if (clock.isValid()) return {QDate::currentDate(), clock};
+  const QDateTime both = QDateTime::fromString(words, Qt::ISODateWithMs);
+  return both.isValid() ? both : ago(words);
+}
