@@ -29,6 +29,9 @@ ComponentManager::ComponentManager(const std::string& path) : m_library(path) {
   std::fill(std::begin(m_record.pfServices), std::end(m_record.pfServices), unusedService);
   m_record.pfGetApi = getApi;
   check("its entry", static_cast<RTS_RESULT>(enter(&m_record)));
+  if (m_record.pfImportFunctions == nullptr || m_record.pfExportFunctions == nullptr ||
+      m_record.pfHookFunction == nullptr || m_record.pfGetVersion == nullptr)
+    throw std::runtime_error("the component left a function of its init record empty");
   check("import", m_record.pfImportFunctions());
 
   s_entering = this;

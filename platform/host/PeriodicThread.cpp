@@ -3,37 +3,18 @@
 #include <pthread.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <ctime>
 #include <utility>
 
 namespace {
 
-constexpr std::uint64_t kNanosecondsPerSecond = 1000000000;
 constexpr std::size_t kThreadNameLength = 15;  // the kernel keeps no more
-
-std::uint64_t now() {
-  timespec time{};
-  clock_gettime(CLOCK_MONOTONIC, &time);
-  return static_cast<std::uint64_t>(time.tv_sec) * kNanosecondsPerSecond +
-         static_cast<std::uint64_t>(time.tv_nsec);
-}
-
-/** Absolute, so that the time a cycle takes does not add up to a drift. */
-void sleepUntil(std::uint64_t due) {
-  timespec time{};
-  time.tv_sec = static_cast<time_t>(due / kNanosecondsPerSecond);
-  time.tv_nsec = static_cast<long>(due % kNanosecondsPerSecond);
-  while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &time, nullptr) == EINTR) {
-  }
-}
 
 }  // namespace
 
 PeriodicThread::PeriodicThread(std::string name, std::uint32_t periodMilliseconds,
                                std::function<void()> cycle)
     : m_name(std::move(name)),
-      m_period(std::max<std::uint64_t>(periodMilliseconds, 1) * 1000000),
+      m_period(std::chrono::milliseconds(std::max<std::uint32_t>(periodMilliseconds, 1))),
       m_cycle(std::move(cycle)),
       m_thread(&PeriodicThread::run, this) {
   pthread_setname_np(m_thread.native_handle(), m_name.substr(0, kThreadNameLength).c_str());
@@ -44,23 +25,35 @@ PeriodicThread::~PeriodicThread() {
   join();
 }
 
+void PeriodicThread::requestStop() {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_stop = true;
+  m_wake.notify_one();
+}
+
 void PeriodicThread::join() {
   if (m_thread.joinable()) m_thread.join();
 }
 
+bool PeriodicThread::waitUntil(Clock::time_point due) {
+  std::unique_lock<std::mutex> lock(m_mutex);
+  return !m_wake.wait_until(lock, due, [this] { return m_stop; });
+}
+
 void PeriodicThread::run() {
-  std::uint64_t due = now();
-  while (!m_stop) {
-    const std::uint64_t start = now();
+  // Absolute times, so that what a cycle takes does not add up to a drift.
+  auto due = Clock::now();
+  while (waitUntil(due)) {
+    const auto start = Clock::now();
     m_cycle();
-    const std::uint64_t end = now();
+    const auto end = Clock::now();
     ++m_record.cycles;
-    m_record.longestMicroseconds = std::max(m_record.longestMicroseconds, (end - start) / 1000);
+    const auto taken = std::chrono::duration_cast<std::chrono::microseconds>(end - start).count();
+    m_record.longestMicroseconds = std::max(m_record.longestMicroseconds, static_cast<std::uint64_t>(taken));
     if (end > due + m_period) {
       ++m_record.overruns;
       due += (end - due) / m_period * m_period;
     }
     due += m_period;
-    sleepUntil(due);
   }
 }

@@ -1,8 +1,10 @@
 #pragma once
 
-#include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <functional>
+#include <mutex>
 #include <string>
 #include <thread>
 
@@ -26,21 +28,27 @@ class PeriodicThread {
   PeriodicThread& operator=(const PeriodicThread&) = delete;
 
   /** Let the present cycle be the last. Returns at once. [any-thread] */
-  void requestStop() { m_stop = true; }
+  void requestStop();
 
-  /** Wait for the end after requestStop(): at most one period and one cycle. [init] */
+  /** Wait for the end after requestStop(): the present cycle, however long it takes. [init] */
   void join();
 
   const std::string& name() const { return m_name; }
   const Record& record() const { return m_record; }
 
  private:
+  using Clock = std::chrono::steady_clock;
+
   void run();
+  /** Sleep until that time. @return false when the thread has to end. */
+  bool waitUntil(Clock::time_point due);
 
   std::string m_name;
-  std::uint64_t m_period;  ///< nanoseconds
+  Clock::duration m_period;
   std::function<void()> m_cycle;
-  std::atomic<bool> m_stop{false};
+  std::mutex m_mutex;
+  std::condition_variable m_wake;
+  bool m_stop = false;  ///< under the mutex
   Record m_record;
   std::thread m_thread;
 };

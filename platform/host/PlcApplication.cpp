@@ -2,14 +2,15 @@
 
 #include <stdexcept>
 
-PlcApplication::PlcApplication(const std::string& path, const ComponentManager& component, EndRequest& end)
-    : m_component(component), m_end(end), m_runtime{this, findFunction, finish}, m_library(path) {
+PlcApplication::PlcApplication(const std::string& path, CallMonitor& monitor, EndRequest& end)
+    : m_monitor(monitor), m_end(end), m_runtime{this, findFunction, finish}, m_library(path) {
   const auto entry = m_library.function<PlcProgramMainFunction>("PlcProgramMain");
   if (const int refused = entry(&m_runtime, &m_program))
     throw std::runtime_error(path + " refuses to start: " + std::to_string(refused));
   for (std::size_t i = 0; i < m_program.taskCount; ++i)
-    if (m_program.tasks[i].cycle == nullptr || m_program.tasks[i].periodMilliseconds == 0)
-      throw std::runtime_error(path + ": a task needs a function and a period");
+    if (const PlcTask& task = m_program.tasks[i];
+        task.name == nullptr || task.cycle == nullptr || task.periodMilliseconds == 0)
+      throw std::runtime_error(path + ": a task needs a name, a function and a period");
 }
 
 PlcApplication::~PlcApplication() {
@@ -19,7 +20,11 @@ PlcApplication::~PlcApplication() {
 void PlcApplication::start() {
   for (std::size_t i = 0; i < m_program.taskCount; ++i) {
     const PlcTask& task = m_program.tasks[i];
-    m_tasks.emplace_back(task.name, task.periodMilliseconds, [&task] { task.cycle(task.state); });
+    CallMeter& meter = m_monitor.addTask(task.name, task.periodMilliseconds);
+    m_tasks.emplace_back(task.name, task.periodMilliseconds, [&task, &meter] {
+      meter.use();
+      task.cycle(task.state);
+    });
   }
 }
 
@@ -34,7 +39,7 @@ void PlcApplication::stop() {
 }
 
 ExternalFunction PlcApplication::findFunction(void* context, const char* name) {
-  return static_cast<PlcApplication*>(context)->m_component.find(name);
+  return static_cast<PlcApplication*>(context)->m_monitor.find(name);
 }
 
 void PlcApplication::finish(void* context, int status) {

@@ -3,7 +3,7 @@
 #include <list>
 #include <string>
 
-#include "ComponentManager.h"
+#include "CallMonitor.h"
 #include "EndRequest.h"
 #include "PeriodicThread.h"
 #include "PlcProgram.h"
@@ -14,10 +14,10 @@ class PlcApplication {
  public:
   /**
    * Load the program and let it describe its tasks; none runs yet. Throws std::runtime_error when it cannot
-   * be loaded, refuses to start, or names a task without a function or period.
-   * @param component, end must outlive this object. [init]
+   * be loaded, refuses to start, or describes a task without a name, function or period.
+   * @param monitor, end must outlive this object. [init]
    */
-  PlcApplication(const std::string& path, const ComponentManager& component, EndRequest& end);
+  PlcApplication(const std::string& path, CallMonitor& monitor, EndRequest& end);
   /** Stop, if that has not been done, and unload. */
   ~PlcApplication();
   PlcApplication(const PlcApplication&) = delete;
@@ -36,7 +36,7 @@ class PlcApplication {
   static ExternalFunction findFunction(void* context, const char* name);
   static void finish(void* context, int status);
 
-  const ComponentManager& m_component;
+  CallMonitor& m_monitor;
   EndRequest& m_end;
   PlcRuntime m_runtime;
   SharedLibrary m_library;

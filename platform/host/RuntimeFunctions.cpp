@@ -7,6 +7,7 @@
 #include <ctime>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <stdexcept>
 
 #include "CodesysRuntime.h"
@@ -26,6 +27,24 @@ std::unique_ptr<FILE, FileCloser>& logFile() {
   return file;
 }
 
+/** What keepRecord() asked for. */
+struct Kept {
+  std::mutex mutex;
+  std::string mark;
+  std::string record;
+};
+
+Kept& kept() {
+  static Kept kept;
+  return kept;
+}
+
+void keep(const char* text) {
+  Kept& wanted = kept();
+  const std::lock_guard<std::mutex> lock(wanted.mutex);
+  if (!wanted.mark.empty() && std::strstr(text, wanted.mark.c_str()) != nullptr) wanted.record = text;
+}
+
 /** One record is one line and one write, so that records of several threads do not mix. */
 __attribute__((format(printf, 6, 7))) RTS_RESULT logAdd(void*, uint32_t componentId, int32_t logClass,
                                                         int32_t errorId, int32_t infoId, const char* format,
@@ -36,6 +55,11 @@ __attribute__((format(printf, 6, 7))) RTS_RESULT logAdd(void*, uint32_t componen
   const int length = std::vsnprintf(text, sizeof text, format, arguments);
   va_end(arguments);
   if (length < 0) return kFailed;
+  // A component that passes a text with line feeds on cannot make two records of one.
+  std::replace_if(
+      std::begin(text), std::begin(text) + std::strlen(text),
+      [](char c) { return (c >= 0 && c < ' ') || c == '\x7f'; }, ' ');
+  keep(text);
 
   timespec now{};
   clock_gettime(CLOCK_REALTIME, &now);
@@ -116,4 +140,14 @@ void* RuntimeFunctions::find(const std::string& name) {
 void RuntimeFunctions::logToFile(const std::string& path) {
   logFile().reset(std::fopen(path.c_str(), "ae"));
   if (!logFile()) throw std::runtime_error("cannot open the log file " + path);
+}
+
+void RuntimeFunctions::keepRecord(const std::string& mark) {
+  const std::lock_guard<std::mutex> lock(kept().mutex);
+  kept().mark = mark;
+}
+
+std::string RuntimeFunctions::keptRecord() {
+  const std::lock_guard<std::mutex> lock(kept().mutex);
+  return kept().record;
 }

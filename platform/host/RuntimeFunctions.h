@@ -17,4 +17,10 @@ void* find(const std::string& name);
  */
 void logToFile(const std::string& path);
 
+/** Keep the last of the records that contain `mark` from now on. [init] */
+void keepRecord(const std::string& mark);
+
+/** The record kept, empty when none has come. [any-thread] */
+std::string keptRecord();
+
 }  // namespace RuntimeFunctions

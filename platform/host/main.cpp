@@ -9,10 +9,12 @@
 #include <string>
 #include <vector>
 
+#include "CallMonitor.h"
 #include "ComponentManager.h"
 #include "EndRequest.h"
 #include "PeriodicThread.h"
 #include "PlcApplication.h"
+#include "Report.h"
 #include "RuntimeFunctions.h"
 
 namespace {
@@ -25,6 +27,9 @@ struct Options {
   std::uint32_t cycleMilliseconds = 10;
   std::optional<unsigned> seconds;
   std::string logFile;
+  std::string traceFile;
+  bool report = false;
+  bool stats = false;
   bool list = false;
   bool verbose = false;
 };
@@ -36,12 +41,19 @@ void declare(CLI::App& app, Options& options) {
       ->check(CLI::Range(1, 1000))
       ->capture_default_str();
   app.add_option("--seconds", options.seconds, "end after so many seconds");
-  app.add_option("--log", options.logFile, "append log records to this file instead of standard error");
+  app.add_option("--log", options.logFile, "append log records to this file instead of standard error")
+      ->type_name("FILE");
+  app.add_option("--trace", options.traceFile, "write every call with its structure's fields to this file")
+      ->type_name("FILE");
+  app.add_flag("--report", options.report, "print calls, overruns and longest time per task and function");
+  app.add_flag("--stats", options.stats, "print what became of the messages handed over: the client's books");
   app.add_flag("--list", options.list, "print what the component registers, and end");
   app.add_flag("--verbose", options.verbose, "print what the component registers, and run");
   app.set_version_flag("--version", std::string(TAVROLINE_VERSION));
   app.footer(
-      "Ends at SIGINT or SIGTERM, or when a program asks for it. The exit status is the one a program\n"
+      "A cycle overruns when it ends after its period, a call when it alone takes longer than that.\n"
+      "Ends at SIGINT or SIGTERM, or when a program asks for it; a second signal ends it at once. The exit "
+      "status is the one a program\n"
       "asked for, otherwise 0; 2 for a wrong option, or when something could not be loaded or started.");
 }
 
@@ -52,24 +64,26 @@ void printRegistered(const ComponentManager& component) {
     std::printf("  %-34s %08" PRIX32 "  %08" PRIx32 "\n", row.name.c_str(), row.signatureId, row.version);
 }
 
-void report(const PeriodicThread& thread) {
-  const PeriodicThread::Record& record = thread.record();
-  std::fprintf(stderr,
-               "%s: %" PRIu64 " cycles, %" PRIu64 " overruns, longest cycle %" PRIu64 " microseconds\n",
-               thread.name().c_str(), record.cycles, record.overruns, record.longestMicroseconds);
+using Threads = std::list<const PeriodicThread*>;
+
+void printCycles(const Threads& threads) {
+  for (const PeriodicThread* thread : threads)
+    std::fprintf(stderr,
+                 "%s: %" PRIu64 " cycles, %" PRIu64 " overruns, longest cycle %" PRIu64 " microseconds\n",
+                 thread->name().c_str(), thread->record().cycles, thread->record().overruns,
+                 thread->record().longestMicroseconds);
 }
 
 /** Everything goes in the reverse order in which it came: tasks, programs, hook, library. */
-int run(const Options& options) {
-  EndRequest end;
-  if (!options.logFile.empty()) RuntimeFunctions::logToFile(options.logFile);
+int runComponent(const Options& options, EndRequest& end) {
   const ComponentManager component(options.library);
   if (options.list || options.verbose) printRegistered(component);
   if (options.list) return 0;
 
+  CallMonitor monitor(component, options.report, options.traceFile);
   std::list<PlcApplication> applications;
   for (const std::string& program : options.programs)
-    applications.emplace_back(program, component, end);
+    applications.emplace_back(program, monitor, end);
   PeriodicThread hook("hook", options.cycleMilliseconds, [&component] { component.communicationCycle(); });
   for (PlcApplication& application : applications)
     application.start();
@@ -80,10 +94,27 @@ int run(const Options& options) {
     application.stop();
   hook.requestStop();
   hook.join();
+  Threads threads;
   for (const PlcApplication& application : applications)
     for (const PeriodicThread& task : application.tasks())
-      report(task);
-  report(hook);
+      threads.push_back(&task);
+  threads.push_back(&hook);
+  if (options.report) {
+    Report::printTasks(threads);
+    Report::printCalls(monitor);
+  } else {
+    printCycles(threads);
+  }
+  return status;
+}
+
+int run(const Options& options) {
+  EndRequest end;
+  if (!options.logFile.empty()) RuntimeFunctions::logToFile(options.logFile);
+  if (options.stats) RuntimeFunctions::keepRecord(Report::kBooksMark);
+  const int status = runComponent(options, end);
+  // The last record is written when the library goes.
+  if (options.stats) Report::printBooks(RuntimeFunctions::keptRecord());
   return status;
 }
 

@@ -1,0 +1,92 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <cstdio>
+#include <list>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ComponentManager.h"
+
+/** What the calls of one task came to, function by function. Any thread may write it. */
+class CallMeter {
+ public:
+  /** More functions than that a component may register, but not have watched. */
+  static constexpr std::size_t kFunctions = 64;
+
+  struct Record {
+    std::atomic<std::uint64_t> calls{0};
+    std::atomic<std::uint64_t> overruns{0};  ///< calls that alone took longer than the task's period
+    std::atomic<std::uint64_t> longestNanoseconds{0};
+  };
+
+  /** @param periodMilliseconds 0 for calls without a period, which overrun nothing. */
+  CallMeter(std::string task, std::uint32_t periodMilliseconds)
+      : m_task(std::move(task)), m_period(std::uint64_t{periodMilliseconds} * 1000000) {}
+
+  /** Count the calls of the calling thread here from now on. [plc-task] */
+  void use();
+
+  /** Count one call. [any-thread] */
+  void note(std::size_t function, std::uint64_t nanoseconds);
+
+  const std::string& task() const { return m_task; }
+  const Record& record(std::size_t function) const { return m_records[function]; }
+
+ private:
+  std::string m_task;
+  std::uint64_t m_period;  ///< nanoseconds
+  std::array<Record, kFunctions> m_records;
+};
+
+/**
+ * Stands between the programs and the component: hands out the external functions, and where that is wanted
+ * wrappers in their place, which count, time and trace each call. It never changes what a call does.
+ *
+ * One at a time, since an external function carries no context; it outlives the programs.
+ */
+class CallMonitor {
+ public:
+  /**
+   * @param component must outlive this object
+   * @param metering whether calls are counted and timed
+   * @param traceFile where each call is written as a line, empty for no trace. Throws std::runtime_error when
+   * the file cannot be opened. [init]
+   */
+  CallMonitor(const ComponentManager& component, bool metering, const std::string& traceFile);
+  ~CallMonitor();
+  CallMonitor(const CallMonitor&) = delete;
+  CallMonitor& operator=(const CallMonitor&) = delete;
+
+  /** The function of that name as programs get it, null if there is none. [any-thread] */
+  ExternalFunction find(const std::string& name) const;
+
+  /** A meter for one more task, valid as long as the monitor. [init] */
+  CallMeter& addTask(const std::string& name, std::uint32_t periodMilliseconds);
+
+  /** The meters, the first one for calls outside all tasks. [init] */
+  const std::list<CallMeter>& meters() const { return m_meters; }
+  /** The component whose functions the records stand for, in its order. */
+  const ComponentManager& component() const { return m_component; }
+
+ private:
+  struct FileCloser {
+    void operator()(FILE* file) const { std::fclose(file); }
+  };
+  template <std::size_t index>
+  static void wrapper(void* parameters);
+  template <std::size_t... index>
+  static ExternalFunction wrapperAt(std::size_t wanted, std::index_sequence<index...>);
+
+  void call(std::size_t index, void* parameters);
+  void trace(const std::string& task, const std::string& function, std::uint64_t nanoseconds,
+             const void* parameters);
+
+  const ComponentManager& m_component;
+  bool m_metering;
+  std::unique_ptr<FILE, FileCloser> m_traceFile;
+  std::list<CallMeter> m_meters;
+};

@@ -1,0 +1,45 @@
+# cmake -DHEADERS=a.h;b.h -DOUTPUT=file -P ParameterFields.cmake
+# Lists the fields of every structure in the headers and the structure of every external function, as rows of macros
+# for ParameterText.cpp. The headers stay the only place where structures are described.
+cmake_minimum_required(VERSION 3.25)
+set(rows "")
+foreach(header IN LISTS HEADERS)
+  file(READ ${header} text)
+  string(REGEX REPLACE "/\\*[^*]*\\*+([^/*][^*]*\\*+)*/" "" text "${text}")
+  string(REGEX REPLACE " __attribute__\\(\\([a-z]+\\([0-9]+\\)\\)\\)" "" text "${text}")
+  # Characters that mean something in CMake's lists.
+  string(REGEX REPLACE "\\[[A-Z_0-9]+\\]" "" text "${text}")
+  string(REPLACE ";" "@" text "${text}")
+
+  string(REGEX MATCHALL "typedef struct {[^}]*} [A-Za-z_]+@" structures "${text}")
+  foreach(structure IN LISTS structures)
+    string(REGEX REPLACE "^.*} ([A-Za-z_]+)@$" "\\1" name "${structure}")
+    string(APPEND rows "STRUCTURE(${name})\n")
+    string(REGEX REPLACE "}.*" "" body "${structure}")
+    string(REGEX MATCHALL "[A-Za-z]+@" fields "${body}")
+    list(TRANSFORM fields REPLACE "@" "")
+    foreach(field IN LISTS fields)
+      # An array stands beside its bounds, and one of texts beside the size of its elements too; one that a function
+      # fills beside the number of elements filled.
+      string(REGEX REPLACE "^past?([A-Z])" "st\\1" bounds "${field}DimInfo")
+      string(REGEX MATCH "i[A-Za-z]+Size" size "${body}")
+      if(bounds IN_LIST fields AND field MATCHES "^past")
+        string(APPEND rows "ARRAY(${field}, ${bounds})\n")
+      elseif(bounds IN_LIST fields)
+        string(APPEND rows "TEXTS(${field}, ${bounds}, ${size})\n")
+      elseif(field MATCHES "^past")
+        string(APPEND rows "FILLED(${field}, diNumberOfEntries)\n")
+      else()
+        string(APPEND rows "FIELD(${field})\n")
+      endif()
+    endforeach()
+    string(APPEND rows "END_STRUCTURE\n")
+  endforeach()
+
+  string(REGEX MATCHALL "[a-z]+_ext\\([a-z]+_struct" functions "${text}")
+  foreach(function IN LISTS functions)
+    string(REPLACE "(" ", " row "${function}")
+    string(APPEND rows "FUNCTION(${row})\n")
+  endforeach()
+endforeach()
+file(WRITE ${OUTPUT} "${rows}")
