@@ -20,8 +20,7 @@ QString identifierOf(const QJsonArray& list, const QString& given) {
   constexpr int kShortest = 9;
   QStringList beginning;
   for (const QJsonValue& alarm : list) {
-    const QString id =
-        alarm.toObject().value(EventlistHandlerDefinitions::getListColumnNameAlarmID()).toString();
+    QString id = alarm.toObject().value(EventlistHandlerDefinitions::getListColumnNameAlarmID()).toString();
     if (id == given) return id;
     if (given.size() >= kShortest && id.startsWith(given)) beginning += id;
   }

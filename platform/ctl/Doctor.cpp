@@ -47,7 +47,7 @@ QString examineVersion(ListClient& client) {
   }
   const QString spoken = QLatin1String(ListServiceNames::kEventListInterface) + QStringLiteral(", ") +
                          QLatin1String(ListServiceNames::kAlarmListInterface);
-  const QString names = found.join(QStringLiteral(", "));
+  QString names = found.join(QStringLiteral(", "));
   if (names != spoken)
     throw ClientError("the service offers " + names.toStdString() + ", this program speaks " +
                       spoken.toStdString() + ": use programs of the same version");

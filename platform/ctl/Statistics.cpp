@@ -47,9 +47,11 @@ void addRates(QJsonObject& now, const QJsonObject& before, double seconds) {
 void addRates(Reading& now, const Reading& before) {
   const double seconds = std::chrono::duration<double>(now.at - before.at).count();
   QJsonArray books;
-  for (const QJsonValue& value : now.figures.value(kBooks).toArray()) {
+  const QJsonArray present = now.figures.value(kBooks).toArray();
+  const QJsonArray past = before.figures.value(kBooks).toArray();
+  for (const QJsonValue value : present) {
     QJsonObject book = value.toObject();
-    for (const QJsonValue& earlier : before.figures.value(kBooks).toArray())
+    for (const QJsonValue earlier : past)
       if (earlier.toObject().value(kSession) == book.value(kSession))
         addRates(book, earlier.toObject(), seconds);
     books.append(book);
@@ -78,23 +80,24 @@ QByteArray counterTable(const QJsonObject& figures) {
 }
 
 /** What became of the messages of each client; a session's first characters tell it from the others. */
-QByteArray bookTable(const QJsonArray& books) {
+QByteArray bookTable(const QJsonArray& books, bool rates) {
   static const QStringList kShown{QStringLiteral("accepted"), QStringLiteral("delivered"),
                                   QStringLiteral("pending"),  QStringLiteral("superseded"),
                                   QStringLiteral("dropped"),  QStringLiteral("refused")};
-  QVector<TextTable::Column> columns{{QStringLiteral("SESSION"), 10}, {QStringLiteral("REPORTED"), 8}};
+  // 80 characters are enough for either of the two.
+  QVector<TextTable::Column> columns{{QStringLiteral("SESSION"), 10},
+                                     {rates ? QStringLiteral("DELIV./S") : QStringLiteral("REPORTED"), 0}};
   for (const QString& name : kShown)
     columns.append({name.toUpper(), 0});
-  columns.append({QStringLiteral("DELIVERED/S"), 0});
   TextTable table(columns, Terminal::ofStandardOutput());
-  for (const QJsonValue& value : books) {
+  for (const QJsonValue value : books) {
     const QJsonObject book = value.toObject();
-    const auto reported = static_cast<qint64>(book.value(kReported).toDouble());
+    const auto reported =
+        QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(book.value(kReported).toDouble()));
     QStringList row{book.value(kSession).toString(),
-                    QDateTime::fromMSecsSinceEpoch(reported).toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"))};
+                    rates ? rate(book, kShown.at(1)) : reported.toString(QStringLiteral("HH:mm:ss"))};
     for (const QString& name : kShown)
       row += figure(book.value(name));
-    row += rate(book, QStringLiteral("delivered"));
     const bool lost = book.value(kShown.at(4)).toDouble() + book.value(kShown.at(5)).toDouble() > 0;
     table.addRow(row, lost ? Terminal::Colour::Yellow : Terminal::Colour::None);
   }
@@ -108,7 +111,8 @@ void show(const Reading& reading, const Arguments& arguments) {
     return;
   }
   const QJsonArray books = reading.figures.value(kBooks).toArray();
-  printPiece(counterTable(reading.figures) + (books.isEmpty() ? QByteArray() : '\n' + bookTable(books)) +
+  printPiece(counterTable(reading.figures) +
+             (books.isEmpty() ? QByteArray() : '\n' + bookTable(books, arguments.interval != 0)) +
              (arguments.follow ? "\n" : ""));
 }
 

@@ -30,12 +30,6 @@ static void add(std::string& text, RTS_IEC_DATE_AND_TIME value) {
   text += value == 0 ? "0" : time;
 }
 
-static void add(std::string& text, const void* address) {
-  char hex[24];
-  std::snprintf(hex, sizeof hex, "0x%" PRIxPTR, reinterpret_cast<std::uintptr_t>(address));
-  text += hex;
-}
-
 static void add(std::string& text, const __ARRAY__DIM__INFO& bounds) {
   text += std::to_string(bounds.lower) + ".." + std::to_string(bounds.upper);
 }
@@ -86,19 +80,35 @@ static std::enable_if_t<std::is_integral_v<Character>> add(std::string& text,
   addQuoted(text, field, capacity);
 }
 
-/** A pointer: to a text, to one value, to a structure; a handle is the only pointer to nothing known. */
+/** A pointer shows what is behind it, a handle itself. */
+static void addPointer(std::string& text, void* handle) {
+  char hex[24];
+  std::snprintf(hex, sizeof hex, "0x%" PRIxPTR, reinterpret_cast<std::uintptr_t>(handle));
+  text += hex;
+}
+
 template <typename Target>
-static void addPointer(std::string& text, Target* target) {
-  if (target == nullptr) {
+static void addPointer(std::string& text, const Target* target) {
+  if (target == nullptr)
     text += "null";
-  } else if constexpr (std::is_same_v<std::remove_cv_t<Target>, RTS_IEC_STRING> ||
-                       std::is_same_v<std::remove_cv_t<Target>, RTS_IEC_WSTRING>) {
-    addQuoted(text, target, SIZE_MAX);
-  } else if constexpr (std::is_void_v<Target>) {
-    add(text, static_cast<const void*>(target));
-  } else {
+  else
     add(text, *target);
-  }
+}
+
+template <typename Character>
+static void addText(std::string& text, const Character* characters) {
+  if (characters == nullptr)
+    text += "null";
+  else
+    addQuoted(text, characters, SIZE_MAX);
+}
+
+static void addPointer(std::string& text, const RTS_IEC_STRING* characters) {
+  addText(text, characters);
+}
+
+static void addPointer(std::string& text, const RTS_IEC_WSTRING* units) {
+  addText(text, units);
 }
 
 template <typename Field>

@@ -52,9 +52,9 @@ void declare(CLI::App& app, Options& options) {
   app.set_version_flag("--version", std::string(TAVROLINE_VERSION));
   app.footer(
       "A cycle overruns when it ends after its period, a call when it alone takes longer than that.\n"
-      "Ends at SIGINT or SIGTERM, or when a program asks for it; a second signal ends it at once. The exit "
-      "status is the one a program\n"
-      "asked for, otherwise 0; 2 for a wrong option, or when something could not be loaded or started.");
+      "Ends at SIGINT or SIGTERM, or when a program asks for it; a second signal ends it at once.\n"
+      "Exit codes: the one a program asked for, otherwise 0; 2 for a wrong option, or when something could\n"
+      "not be loaded or started.");
 }
 
 void printRegistered(const ComponentManager& component) {
