@@ -1,0 +1,113 @@
+/*
+ * A PLC program in one file, to be copied and changed: a boiler that heats up once and cools down again. It
+ * logs an event when its burner starts and stops, and raises an alarm while the water is too hot.
+ *
+ *   cc -shared -fPIC -Iinclude -Iplatform/include -Iplatform/host -o boiler.so demo/boiler.c
+ *   tavroline-host libTavroline.so ./boiler.so
+ */
+#include <stdbool.h>
+#include <stdio.h>
+
+#include "PlcProgram.h"
+#include "tavroline/tavroline.h"
+
+#define MODULE "Boiler"
+
+enum { kAlarm = 0, kEvent = 3 };              /* types of an entry */
+enum { kOn = 1, kOff = 2 };                   /* states of an entry */
+enum { kHot = 90, kTooHot = 80, kWarm = 60 }; /* degrees */
+
+/* The external functions: found by name at the start, never linked. */
+static void (*logEvent)(logevent_struct*);
+static void (*logAlarm)(logalarm_struct*);
+static void (*openAlarm)(openalarmlistwritehandle_struct*);
+static void (*closeAlarm)(closealarmlistwritehandle_struct*);
+
+static const PlcRuntime* runtime;
+static TavrolineHandle overheated; /* one handle stands for one alarm */
+static int temperature = 20;
+static bool burns = false;
+static bool cooling = false;
+
+/* Nothing to put in the place of anything; a null pointer instead would be written to the runtime log. */
+static const stDescriptionArgumentType noArgument;
+static const stDescriptionUrlArgumentType noUrlArgument;
+static const __ARRAY__DIM__INFO none = {0, -1};
+
+/* What is described in the list as "module: object state". */
+static stDataType description(const char* object, const char* state) {
+  stDataType data = {0};
+  snprintf(data.sModuleName, sizeof data.sModuleName, "%s", MODULE);
+  snprintf(data.sObjectName, sizeof data.sObjectName, "%s", object);
+  snprintf(data.sInstanceName, sizeof data.sInstanceName, "%s", state);
+  return data;
+}
+
+static void logBurner(void) {
+  const stDataType data = description("burner", burns ? "started" : "stopped");
+  logevent_struct event = {.iEventType = kEvent,
+                           .iState = burns ? kOn : kOff,
+                           .psModuleName = MODULE,
+                           .pstData = &data,
+                           .iKeywordSize = sizeof "burner",
+                           .pasKeywords = "burner",
+                           .pastArguments = &noArgument,
+                           .pastUrlArguments = &noUrlArgument,
+                           .stArgumentsDimInfo = none,
+                           .stUrlArgumentsDimInfo = none};
+  logEvent(&event);
+}
+
+/* Called in every cycle with the state as it is: only its changes become entries. */
+static void reportOverheating(void) {
+  const stDataType data = description("water", "too hot");
+  logalarm_struct alarm = {.hWriteHandle = overheated,
+                           .iEventType = kAlarm,
+                           .iState = temperature > kTooHot ? kOn : kOff,
+                           .psModuleName = MODULE,
+                           .pstData = &data,
+                           .iKeywordSize = sizeof "water",
+                           .pasKeywords = "water",
+                           .pastArguments = &noArgument,
+                           .pastUrlArguments = &noUrlArgument,
+                           .stArgumentsDimInfo = none,
+                           .stUrlArgumentsDimInfo = none};
+  logAlarm(&alarm);
+}
+
+static void cycle(void* state) {
+  (void)state;
+  if (overheated == NULL) {
+    openalarmlistwritehandle_struct open = {0};
+    openAlarm(&open);
+    overheated = open.hWriteHandle;
+  }
+  const bool burnt = burns;
+  cooling = cooling || temperature >= kHot;
+  burns = !cooling;
+  temperature += burns ? 1 : -1;
+  if (burns != burnt) logBurner();
+  reportOverheating();
+  if (cooling && temperature <= kWarm) runtime->finish(runtime->context, 0);
+}
+
+/* What is open has to be closed: an alarm that is still on is cleared by that. */
+static void stop(void* state) {
+  (void)state;
+  closealarmlistwritehandle_struct close = {.hWriteHandle = overheated};
+  if (overheated != NULL) closeAlarm(&close);
+}
+
+__attribute__((visibility("default"))) int PlcProgramMain(const PlcRuntime* plc, PlcProgram* program) {
+  static const PlcTask kTasks[] = {{.name = MODULE, .periodMilliseconds = 10, .cycle = cycle}};
+  runtime = plc;
+  logEvent = (void (*)(logevent_struct*))plc->findFunction(plc->context, "logevent_ext");
+  logAlarm = (void (*)(logalarm_struct*))plc->findFunction(plc->context, "logalarm_ext");
+  openAlarm = (void (*)(openalarmlistwritehandle_struct*))plc->findFunction(plc->context,
+                                                                            "openalarmlistwritehandle_ext");
+  closeAlarm = (void (*)(closealarmlistwritehandle_struct*))plc->findFunction(
+      plc->context, "closealarmlistwritehandle_ext");
+  if (logEvent == NULL || logAlarm == NULL || openAlarm == NULL || closeAlarm == NULL) return 1;
+  *program = (PlcProgram){.tasks = kTasks, .taskCount = 1, .stop = stop};
+  return 0;
+}
