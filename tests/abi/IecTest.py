@@ -10,10 +10,10 @@ import subprocess
 import sys
 from types import SimpleNamespace as Unit
 
-COMPILER = ["arm-linux-gnueabihf-gcc", "-fsyntax-only", "-std=c11", "-Wall", "-Wextra", "-Werror", "-x", "c"]
+COMPILER = "arm-linux-gnueabihf-gcc -fsyntax-only -Wall -Wextra -Werror -Iinclude -Iplatform/include -xc -".split()
 WORD = re.compile(r"""//.*|\{.*?\}|'.*?'|".*?"|\w+\#[\w.:-]+|\d+(?:\.\d+)?|\w+|:=|=>|<>|[<>]=|\.\.|\S""")
 C_TYPES = {name: f"RTS_IEC_{name}" for name in "BOOL INT UINT DINT ULINT DATE_AND_TIME STRING WSTRING".split()}
-C_TYPES |= {"stArrayDimInfo": "__ARRAY__DIM__INFO", "TavrolineHandle": "TavrolineHandle"}
+C_TYPES |= {"stArrayDimInfo": "__ARRAY__DIM__INFO", "BYTE": "char"}
 LANGUAGE = set("IF THEN ELSIF ELSE END_IF FOR TO DO END_FOR AND OR NOT TRUE FALSE ADR SIZEOF TO_INT MAX MIN".split())
 KINDS = ["TYPE", "FUNCTION", "FUNCTION_BLOCK", "PROGRAM", "VAR_GLOBAL"]
 TIMER = "FUNCTION_BLOCK TON VAR_INPUT IN : BOOL; PT : TIME; END_VAR VAR_OUTPUT Q : BOOL; END_VAR END_FUNCTION_BLOCK"
@@ -97,30 +97,30 @@ def unknown(unit, units, named):
 
 
 def main():
-    library, source, host = sys.argv[1], pathlib.Path(sys.argv[2]), sys.argv[3:]
-    texts = ("\n".join(map(pathlib.Path.read_text, source.glob(files))) for files in ("iec/d*/*.st", "iec/[be]*/*.st"))
-    declared, used = map(parse, texts)
+    library, root, host = sys.argv[1], pathlib.Path(sys.argv[2]), sys.argv[3:]
+    declared, used = (parse("\n".join(map(pathlib.Path.read_text, root.glob(f)))) for f in ("iec/d*/*", "iec/[be]*/*"))
     functions = {unit.name: unit for unit in declared if unit.kind == "FUNCTION"}
     structures = {unit.name: unit for unit in declared if unit.kind == "TYPE" and unit.types}
-    constants = {name: type_ for unit in declared if unit.kind == "VAR_GLOBAL" for name, type_ in unit.types.items()}
+    handle, constants = (unit for unit in declared if unit.name in ("TavrolineHandle", "CONSTANT"))
     parameters = {re.sub("_ext$", "_struct", name): unit for name, unit in functions.items()}
-    lines = ['#include "tavroline/tavroline.h"', *page_assertions((source / "docs/interface.md").read_text())]
+    lines = ['#include "tavroline/tavroline.h"', *page_assertions((root / "docs/interface.md").read_text())]
+    same = [("sizeof(TavrolineHandle)", f"sizeof({declaration(' '.join(handle.body[1:-1]))[0]})")]
+    same += re.findall(r"(TAVROLINE_(?:DONE|BUSY|ERROR)) := (\d)", " ".join(constants.body))
+    lines += [f'_Static_assert({a} == {b}, "{a}");' for a, b in same]
     types = {C_TYPES.get(name, name): unit for name, unit in {**structures, **parameters}.items()}
     lines += [line for name, unit in types.items() for line in assertions(unit, name)]
     lines += [f"void (*const call_{unit.name})({name}*) = {unit.name};" for name, unit in parameters.items()]
-    command = [*COMPILER, f"-I{source}/include", f"-I{source}/platform/include", "-"]
-    found = subprocess.run(command, input="\n".join(lines), capture_output=True, text=True)
+    found = subprocess.run(COMPILER, cwd=root, input="\n".join(lines), capture_output=True, text=True)
     faults = re.findall(r"error: .*", found.stderr)
     listed = subprocess.check_output([*host, "--list", library], text=True)
     rows = {name: f"{name} +{unit.attributes['tavroline.signature'][3:]}  01000105" for name, unit in functions.items()}
     faults += [f"table: {name}" for name, row in rows.items() if not re.search(row, listed)]
-    headers = "".join(path.read_text() for path in source.glob("include/tavroline/*.h") if path.stem != "component")
+    headers = "".join(path.read_text() for path in root.glob("include/tavroline/*.h") if path.stem != "component")
     named = set(re.findall(r"^(?:\}|typedef \w+) (\w+);", headers, re.MULTILINE))
     faults += [f"headers: {name}" for name in named ^ {*types} ^ {"__ARRAY__DIM__INFO"}]
     units = {unit.name: unit for unit in [*declared, *used, *parse(TIMER)]}
-    faults += [fault for unit in used for fault in unknown(unit, units, {**constants, **dict(zip(units, units))})]
-    print("\n".join(faults) or f"{len(functions)} functions, {len(structures)} structures, {len(used)} units")
-    return 1 if faults or found.returncode != 0 or (len(functions), listed.count("_ext ")) != (38, 38) else 0
+    faults += [fault for unit in used for fault in unknown(unit, units, {**constants.types, **dict(zip(units, units))})]
+    return "\n".join(faults) or found.returncode or (len(functions), listed.count("_ext ")) != (38, 38)
 
 
 if __name__ == "__main__":
