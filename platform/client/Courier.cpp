@@ -3,6 +3,7 @@
 #include <QUuid>
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <iterator>
 
 #include "MessageMarshalling.h"
@@ -16,6 +17,8 @@ constexpr std::size_t kWindow = 32;
 constexpr std::size_t kRequestWindow = 48;
 constexpr std::chrono::seconds kAnswerDeadline{30};
 constexpr int kMaximumErrorText = 200;
+// Of an alarm's state, which its caller parses; a list is bounded by the bus.
+constexpr std::size_t kMaximumStateBytes = 65536;
 
 const char kUnanswered[] = "the list service did not answer in time";
 
@@ -107,9 +110,11 @@ void Courier::onRequestReply(std::list<SentRequest>::iterator sent, sd_bus_messa
   if (sent->asked.has_value()) {
     const char* text = nullptr;
     DBusPendingReply::Private& state = *(*sent->asked)->reply;
+    const bool bList = (*sent->asked)->kind != Request::Kind::AlarmState;
     if (sd_bus_message_is_method_error(reply, nullptr) > 0) {
       state.fail(errorText(*sd_bus_message_get_error(reply)));
-    } else if (sd_bus_message_read(reply, "s", &text) > 0) {
+    } else if (sd_bus_message_read(reply, "s", &text) > 0 &&
+               (bList || std::strlen(text) <= kMaximumStateBytes)) {
       state.arrive(QByteArray(text));
     } else {
       state.fail(QStringLiteral("the list service answered in an unknown form"));
