@@ -158,3 +158,18 @@ TEST_F(Road, TheDemonstrationFindsInBothListsWhatTheyMustHoldAndFailsWithoutASer
     service.reset();
   }
 }
+
+TEST_F(BusTest, EightTasksUseEverythingAtOnceInTheHost) {
+  startService();
+  setenv("TAVROLINE_EXERCISE", "1 5 3", 1);
+  ChildProcess host(TAVROLINE_HOST, {"--log", log, TAVROLINE_LIBRARY, TAVROLINE_EXERCISER});
+  unsetenv("TAVROLINE_EXERCISE");
+  EXPECT_EQ(host.wait(3 * kPatience), 0) << host.output();
+  EXPECT_EQ(host.output().find("problem"), std::string::npos) << host.output();
+  unsigned long handed = 0;
+  std::istringstream lines(host.output());
+  for (std::string word; lines >> word;)
+    if (word == "handed" && lines >> word) handed += std::stoul(word);
+  EXPECT_GT(handed, 100U);
+  EXPECT_EQ(expectBalance(contentOf(log)), handed);
+}

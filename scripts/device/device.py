@@ -1,0 +1,111 @@
+"""A private device for scripts/hostile and scripts/soak: a bus, what runs on it, and what the runtime log tells."""
+
+import os
+import re
+import shutil
+import signal
+import subprocess
+import tempfile
+import time
+
+ROOT = os.path.abspath(os.path.join(os.path.dirname(__file__), "..", ".."))
+BUILD = os.path.join(ROOT, "build", "release")
+BUS_CONFIGURATION = os.path.join(ROOT, "platform", "dbus", "private-bus.conf")
+
+# Whoever ends a script ends what it has started: an exception unwinds the `with` blocks.
+signal.signal(signal.SIGTERM, lambda number, frame: (_ for _ in ()).throw(SystemExit(1)))
+
+
+class Wrong(Exception):
+    """Something did not hold that must."""
+
+
+def wait(what, condition, seconds):
+    """Look at the condition until it gives something; that is returned."""
+    end = time.monotonic() + seconds
+    while not (found := condition()):
+        if time.monotonic() > end:
+            raise Wrong(f"{what}: not within {seconds} s")
+        time.sleep(0.01)
+    return found
+
+
+class Device:
+    """A bus with a socket in a folder of its own. Programs write into files of `logs`; all end with the block."""
+
+    def __init__(self, logs):
+        self.logs = logs
+        self.children = []
+        shutil.rmtree(logs, ignore_errors=True)
+        os.makedirs(logs)
+
+    def __enter__(self):
+        self.sockets = tempfile.mkdtemp(prefix="tavroline-")
+        self.address = f"unix:path={self.sockets}/bus"
+        return self
+
+    def __exit__(self, *_):
+        for child in reversed(self.children):
+            end(child)
+        shutil.rmtree(self.sockets)
+
+    def file(self, name):
+        return os.path.join(self.logs, name)
+
+    def start(self, output, command, **environment):
+        """Start a program whose standard output and error go to the end of a file."""
+        with open(self.file(output), "ab") as file:
+            child = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=file, stderr=subprocess.STDOUT,
+                                     env=dict(os.environ, DBUS_SYSTEM_BUS_ADDRESS=self.address, **environment))
+        self.children.append(child)
+        return child
+
+    def start_bus(self, limits=""):
+        """@param limits elements of a bus configuration; the socket listens when this returns"""
+        if os.path.exists(f"{self.sockets}/bus"):
+            os.unlink(f"{self.sockets}/bus")
+        with open(self.file("bus.conf"), "w") as file:
+            file.write('<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"\n'
+                       ' "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">\n'
+                       f"<busconfig><include>{BUS_CONFIGURATION}</include>{limits}</busconfig>\n")
+        bus = self.start("bus.log", ["dbus-daemon", "--nofork", f"--config-file={self.file('bus.conf')}",
+                                     f"--address={self.address}"])
+        wait("the bus", lambda: os.path.exists(f"{self.sockets}/bus"), 5)
+        return bus
+
+    def lines(self, name):
+        """The complete lines of a file so far."""
+        try:
+            with open(self.file(name), errors="replace") as file:
+                return file.read().split("\n")[:-1]
+        except FileNotFoundError:
+            return []
+
+
+def end(child):
+    if child.poll() is None:
+        child.kill()
+    child.wait()
+
+
+BOOKS = re.compile(r"Books: accepted (\d+), delivered (\d+), pending (\d+), superseded (\d+), dropped (\d+) \((.*)\), "
+                   r"refused (\d+) \((.*)\)$")
+
+
+def check_books(records):
+    """Every record of the books has to balance, the last one without anything pending. @return its figures"""
+    final = None
+    for line in records:
+        if not (match := BOOKS.search(line)):
+            continue
+        accepted, delivered, pending, superseded, dropped, refused = map(int, match.group(1, 2, 3, 4, 5, 7))
+        causes = [sum(map(int, re.findall(r"\d+", match.group(i)))) for i in (6, 8)]
+        if accepted != delivered + pending + superseded + dropped or causes != [dropped, refused]:
+            raise Wrong("books do not balance: " + match.group(0))
+        final = dict(accepted=accepted, delivered=delivered, pending=pending, superseded=superseded, dropped=dropped,
+                     refused=refused)
+    if final is None:
+        raise Wrong("no record of the books")
+    if final["pending"]:
+        raise Wrong("something is pending after unload: " + str(final))
+    return final

@@ -1,0 +1,317 @@
+// A PLC program of eight tasks that use everything at once, each with dice of its own, and watch what they
+// get.
+//
+// The environment variable TAVROLINE_EXERCISE says "SEED SECONDS BURST [FILE]": so long the tasks work, with
+// up to BURST events at a time. Then "quiet" is printed, and without a FILE the runtime ends. With one the
+// tasks only load; once FILE is there, the service has returned: each reader has to load its list with result
+// 0, then "loaded" is printed. All the time "flags DIGITS" says what readers see, with the event list's
+// change as the last digit. The end prints "call NAME COUNT LONGEST" (microseconds) and "handed NUMBER".
+// "problem" is a finding.
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "PlcProgram.h"
+#include "tavroline/tavroline.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+constexpr std::uint32_t kPeriodMilliseconds = 5;
+// A request ends after 10 s, and who has stopped calling is taken over after 5 s.
+constexpr std::chrono::seconds kProgress{17};
+constexpr int kCyclesToLoad = 2000;
+constexpr RTS_IEC_DINT kEntries = 50;
+
+enum class Phase { Work, Quiet, Returned };
+
+PlcRuntime s_runtime;
+Clock::time_point s_start;
+unsigned s_seed = 1;
+double s_seconds = 3;
+unsigned s_burst = 1;
+std::string s_file;
+std::atomic<Phase> s_phase;
+std::atomic<std::size_t> s_loaded;
+
+/** One reader class: when a load of it last ended, for those that have waited since. */
+struct ListClass {
+  const char* kind;
+  const char* load;
+  const char* entries;
+  std::atomic<Clock::rep> lastEnd{0};
+};
+std::array<ListClass, 2> s_lists{{{"eventlistread", "loadcompleteeventlist", "geteventlistentries"},
+                                  {"alarmlistread", "loadcompletealarmlist", "getalarmlistentries"}}};
+
+struct Reader {
+  TavrolineHandle handle = nullptr;
+  bool loading = false;
+  bool loaded = false;  ///< with result 0 since the service's return
+  Clock::time_point since{};
+  Clock::time_point pausedUntil{};
+};
+struct Alarm {
+  TavrolineHandle handle = nullptr;
+  bool on = false;
+};
+struct Calls {
+  ExternalFunction function = nullptr;
+  unsigned long count = 0;
+  long longest = 0;
+};
+
+void problem(const char* text) {
+  std::printf("problem %s\n", text);
+}
+
+struct Task {
+  std::mt19937 random;
+  std::map<std::string, Calls> calls;
+  unsigned long handed = 0;
+  std::array<Reader, 4> readers;  ///< of the two classes in turn
+  std::array<Alarm, 3> alarms;
+  int returnedCycles = 0;
+  std::array<TavrolineHandle, 2> observed{};  ///< readers of the two classes
+  std::string flags;
+
+  unsigned dice(std::size_t sides) { return static_cast<unsigned>(random() % sides); }
+
+  template <typename Structure>
+  void call(const std::string& name, Structure& parameters) {
+    Calls& entry = calls[name];
+    if (entry.function == nullptr)
+      entry.function = s_runtime.findFunction(s_runtime.context, (name + "_ext").c_str());
+    const auto start = Clock::now();
+    reinterpret_cast<void (*)(Structure*)>(entry.function)(&parameters);
+    ++entry.count;
+    entry.longest = std::max<long>(entry.longest, (Clock::now() - start) / std::chrono::microseconds(1));
+  }
+
+  /** For the functions whose structure begins with the handle; a byte comes next. */
+  bool flag(const char* name, TavrolineHandle handle, unsigned value = 0) {
+    haslistchanged_struct parameters{handle, static_cast<RTS_IEC_BOOL>(value)};
+    call(name, parameters);
+    return parameters.xListChanged != 0;
+  }
+
+  TavrolineHandle open(const std::string& kind) {
+    openalarmlistwritehandle_struct parameters{};
+    call("open" + kind + "handle", parameters);
+    return parameters.hWriteHandle;
+  }
+
+  void close(const std::string& kind, TavrolineHandle handle) {
+    closealarmlistwritehandle_struct parameters{handle};
+    if (handle != nullptr) call("close" + kind + "handle", parameters);
+  }
+
+  void cycle(Phase phase) {
+    for (unsigned i = phase == Phase::Work ? dice(4) : 0; i > 0; --i) {
+      const unsigned what = dice(12);
+      if (what < 4) use(readers[what], what % 2 == 1);
+      if (what >= 4 && what < 7) use(alarms[what - 4]);
+      if (what == 7) acknowledge();
+      for (unsigned events = what > 7 ? dice(s_burst) + 1 : 0; events > 0; --events)
+        logEvent();
+    }
+    bool all = true;
+    for (std::size_t i = 0; i < readers.size(); ++i) {
+      if (readers[i].handle == nullptr || readers[i].loaded) continue;
+      load(readers[i], s_lists[i % 2], phase);
+      all = all && readers[i].loaded;
+    }
+    if (phase != Phase::Returned || returnedCycles < 0) return;
+    if (++returnedCycles == kCyclesToLoad) problem("a list is not loaded after the service's return");
+    if (!all) return;
+    returnedCycles = -1;
+    ++s_loaded;
+  }
+
+  void use(Reader& reader, bool ofAlarms) {
+    if (reader.handle == nullptr || dice(8) == 0) {
+      const char* kind = s_lists[ofAlarms ? 1 : 0].kind;
+      close(kind, reader.handle);
+      reader = Reader{open(kind)};
+    }
+    for (const char* name : {"resetlistchanged", "resetfiltereventtype", "resetfiltertime", "resetfilterall"})
+      if (dice(2) == 0) flag(name, reader.handle);
+    for (const char* name : {"setfilterstatealarm", "resetfilterstatealarm", "setfilterstateacknowledge",
+                             "resetfilterstateacknowledge", "getcentraldetectorstate", "isalarminalarmlist"})
+      if (ofAlarms && dice(2) == 0) flag(name, reader.handle, dice(2));
+    addfilterkeyword_struct keyword{reader.handle, static_cast<RTS_IEC_INT>(dice(5)), "water"};
+    for (const char* name : {"addfiltereventtype", "clearfiltereventtype", "resetfilterkeyword",
+                             "addfilterkeyword", "clearfilterkeyword"})  // some read only its beginning
+      if (dice(2) == 0) call(name, keyword);
+    setfiltertime_struct time{reader.handle, static_cast<RTS_IEC_DATE_AND_TIME>(random()), dice(1000)};
+    call("setfiltertime", time);
+    setlistreadlanguage_struct language{reader.handle, dice(2) == 0 ? "de" : ""};
+    call("setlistreadlanguage", language);
+  }
+
+  void load(Reader& reader, ListClass& list, Phase phase) {
+    const auto now = Clock::now();
+    if (phase == Phase::Work && now < reader.pausedUntil) return;
+    if (!reader.loading) reader.since = now;
+    loadcompleteeventlist_struct step{reader.handle, -1};
+    call(list.load, step);
+    reader.loading = step.iResult == TAVROLINE_BUSY;
+    if (reader.loading) {
+      if (dice(2000) == 0) reader.pausedUntil = now + std::chrono::seconds(6);
+      const Clock::time_point lastEnd{Clock::duration(list.lastEnd)};
+      if (now - std::max(lastEnd, reader.since) > kProgress) problem("no load of a class ends");
+      return;
+    }
+    list.lastEnd = now.time_since_epoch().count();
+    if (step.iResult != TAVROLINE_DONE && step.iResult != TAVROLINE_ERROR) problem("an unknown result");
+    reader.loaded = phase == Phase::Returned && step.iResult == TAVROLINE_DONE;
+    if (step.iResult == TAVROLINE_ERROR || dice(4) != 0) return;
+    std::vector<stEventlistEntryType> array(kEntries);  // the larger entries of the two kinds
+    stGetEventlistEntriesType request{reader.handle, array.data(), kEntries, -1, -1};
+    geteventlistentries_struct copy{&request};
+    call(list.entries, copy);
+    if (request.iResult != TAVROLINE_DONE || request.diNumberOfEntries < 0 ||
+        request.diNumberOfEntries > kEntries)
+      problem("a copy failed");
+  }
+
+  void close(Alarm& alarm) {
+    handed += alarm.on ? 1 : 0;  // the component sees to the "off"
+    close("alarmlistwrite", alarm.handle);
+    alarm = {};
+  }
+
+  void use(Alarm& alarm) {
+    if (dice(8) == 0) close(alarm);
+    if (alarm.handle == nullptr) alarm.handle = open("alarmlistwrite");
+    logalarm_struct parameters{};
+    parameters.hWriteHandle = alarm.handle;
+    parameters.iEventType = dice(2) == 0 ? 0 : 2;
+    parameters.iState = dice(2) == 0 ? 1 : 2;
+    handed += alarm.on != (parameters.iState == 1) ? 1 : 0;  // only a change is handed over
+    alarm.on = parameters.iState == 1;
+    log("logalarm", parameters);
+    std::array<RTS_IEC_BOOL, 2> answer{};
+    getalarmstatefromalarmhandler_struct state{alarm.handle, &answer[0], &answer[1], TAVROLINE_ERROR};
+    call("getalarmstatefromalarmhandler", state);
+  }
+
+  void logEvent() {
+    logevent_struct parameters{};
+    parameters.iEventType = dice(2) == 0 ? 1 : 3;
+    ++handed;
+    log("logevent", parameters);
+  }
+
+  template <typename Structure>
+  void log(const char* name, Structure& parameters) {
+    stDataType data{};
+    stDescriptionArgumentType argument{};
+    stDescriptionUrlArgumentType url{};
+    std::memcpy(data.sInstanceName, "Pump %d", 8);
+    data.iInstanceNumber = static_cast<RTS_IEC_INT>(random());
+    for (RTS_IEC_WSTRING& unit : argument.wsArgument)  // any text, and without an end
+      unit = static_cast<RTS_IEC_WSTRING>(random());
+    parameters.psModuleName = "Basin";
+    parameters.pstData = &data;
+    parameters.iKeywordSize = 6;
+    parameters.pasKeywords = "water";
+    parameters.pastArguments = &argument;
+    parameters.pastUrlArguments = &url;
+    call(name, parameters);
+  }
+
+  void acknowledge() {
+    const std::array<RTS_IEC_WSTRING, 2> user{'u', 0};
+    acknowledgecentraldetector_struct detector{user.data()};
+    call("acknowledgecentraldetector", detector);
+    acknowledgevisualalarm_struct alarm{4, user.data(), "all", {0, 0}};
+    call("acknowledgevisualalarm", alarm);
+    handed += 2;
+    if (dice(8) != 0) return;
+    ++handed;
+    call("deleteeventlist", detector);  // which reads nothing of it
+  }
+
+  /** The first task's part beside its own: what readers see, and the phases. */
+  void observe(Phase phase) {
+    for (std::size_t i = 0; i < observed.size(); ++i)
+      if (observed[i] == nullptr) observed[i] = open(s_lists[i].kind);
+    std::string seen;
+    for (const char* name : {"isalarminalarmlist", "isactivealarminalarmlist", "isfaultinalarmlist",
+                             "isactivefaultinalarmlist", "getcentraldetectorstate"})
+      seen += flag(name, observed[1]) ? '1' : '0';
+    seen += flag("haslistchanged", observed[0]) ? '1' : '0';
+    if (seen != flags) std::printf("flags %s\n", seen.c_str());
+    flags = seen;
+
+    const bool over = Clock::now() - s_start > std::chrono::duration<double>(s_seconds);
+    if (phase == Phase::Work && over) {
+      std::printf("quiet\n");
+      s_phase = Phase::Quiet;
+      if (s_file.empty()) s_runtime.finish(s_runtime.context, 0);
+    } else if (phase == Phase::Quiet && access(s_file.c_str(), F_OK) == 0) {
+      s_phase = Phase::Returned;
+    } else if (s_loaded == 8) {
+      ++s_loaded;
+      flag("resetlistchanged", observed[0]);
+      logEvent();  // the list changes once more
+      std::printf("loaded\n");
+    }
+  }
+
+  void end() {
+    for (std::size_t i = 0; i < readers.size(); ++i)
+      close(s_lists[i % 2].kind, readers[i].handle);
+    for (std::size_t i = 0; i < observed.size(); ++i)
+      close(s_lists[i].kind, observed[i]);
+    for (Alarm& alarm : alarms)
+      close(alarm);
+    for (const auto& [name, entry] : calls)
+      std::printf("call %s %lu %ld\n", name.c_str(), entry.count, entry.longest);
+    std::printf("handed %lu\n", handed);
+  }
+};
+std::array<Task, 8> s_tasks;
+
+void cycle(void* state) {
+  auto* task = static_cast<Task*>(state);
+  const Phase phase = s_phase;
+  task->cycle(phase);
+  if (task == s_tasks.data()) task->observe(phase);
+}
+
+void stop(void*) {
+  for (Task& task : s_tasks)
+    task.end();
+  std::fflush(stdout);
+}
+
+}  // namespace
+
+extern "C" __attribute__((visibility("default"))) int PlcProgramMain(const PlcRuntime* runtime,
+                                                                     PlcProgram* program) {
+  static std::array<PlcTask, s_tasks.size()> s_plcTasks;
+  s_runtime = *runtime;
+  s_start = Clock::now();
+  const char* settings = std::getenv("TAVROLINE_EXERCISE");
+  std::istringstream(settings == nullptr ? "" : settings) >> s_seed >> s_seconds >> s_burst >> s_file;
+  std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+  for (std::size_t i = 0; i < s_tasks.size(); ++i) {
+    s_tasks[i].random.seed(s_seed * 8 + static_cast<unsigned>(i));
+    s_plcTasks[i] = {"exerciser", kPeriodMilliseconds, cycle, &s_tasks[i]};
+  }
+  *program = {s_plcTasks.data(), s_plcTasks.size(), stop, nullptr};
+  return 0;
+}

@@ -1,0 +1,193 @@
+// The hostile twin of the list service: the real lists behind a layer that answers late, wrongly or not at
+// all.
+//
+// Calls pass a filter before they reach the lists; confirmations and signals pass the two functions at the
+// end, which stand in the place of the bus library's. The journal on standard output, one write per line,
+// says what was done: "ready", "fault NAME", "confirmed SESSION NUMBER" before a confirmation leaves, "flags
+// DIGITS" when what the readers of the alarm list should see has changed.
+#include <systemd/sd-bus.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "AlarmListObject.h"
+#include "CallBatch.h"
+#include "EventListObject.h"
+#include "ListServiceNames.h"
+#include "Schema.h"
+
+namespace {
+
+using Message = std::shared_ptr<sd_bus_message>;
+
+std::mt19937 s_random;
+std::map<std::string, unsigned> s_faults;  ///< each strikes once in so many cases
+std::vector<Message> s_confirmations;      ///< kept back until the signals have left
+
+bool strike(const char* fault) {
+  const auto row = s_faults.find(fault);
+  if (row == s_faults.end() || s_random() % row->second != 0) return false;
+  dprintf(STDOUT_FILENO, "fault %s\n", fault);
+  return true;
+}
+
+const char* oneOf(const std::vector<const char*>& texts) {
+  return texts[s_random() % texts.size()];
+}
+
+template <typename... Values>
+Message reply(sd_bus_message* call, const char* types, Values... values) {
+  sd_bus_message* message = nullptr;
+  checkBus(sd_bus_message_new_method_return(call, &message));
+  checkBus(sd_bus_message_append(message, types, values...));
+  return {message, sd_bus_message_unref};
+}
+
+void send(const Message& message) {
+  checkBus(sd_bus_send(nullptr, message.get(), nullptr));
+}
+
+/** Every positive answer to a client's message is one, whatever else it says. */
+void noteConfirmation(sd_bus_message* call) {
+  const char* session = nullptr;
+  uint64_t number = 0;
+  if (sd_bus_message_rewind(call, 1) >= 0 && sd_bus_message_read(call, "st", &session, &number) > 0)
+    dprintf(STDOUT_FILENO, "confirmed %s %llu\n", session, static_cast<unsigned long long>(number));
+}
+
+std::string manyEntries() {
+  std::string list = R"({"ListData":[)";
+  for (int id = 100000; id > 0; --id)
+    list += R"({"EventType":3,"LocalTime":"2024-02-29T12:00:00.000","Description":"full","EventlistId":)" +
+            std::to_string(id) + (id > 1 ? "}," : "}]}");
+  return list;
+}
+
+/** In the place of a list or of an alarm's state; null for none. */
+const char* strangeText() {
+  static const std::string s_many = manyEntries();
+  static const std::string s_deep = R"({"ListData":)" + std::string(5000, '[');
+  if (strike("many")) return s_many.c_str();
+  if (strike("json"))
+    return oneOf({"", "{", R"({"ListData":[{"EventType":)", R"({"ListData":{}})", "[1,2,3]", "\x7f\x01",
+                  R"({"ListData":[]}])", s_deep.c_str()});
+  if (!strike("half")) return nullptr;
+  return oneOf(
+      {R"({"ListData":[{},null,7,"x",[]],"AlarmActive":2})",
+       R"({"ListData":[{"EventType":"3","EventlistId":-1}]})",
+       R"({"ListData":[{"EventType":1e300,"EventlistId":1e300,"LocalTime":7,"Keywords":"a"}]})",
+       R"({"ListData":[{"LocalTime":"2024-13-99T99:99:99","Description":[{}],"Keywords":[1,null]}]})"});
+}
+
+/** Every message that arrives comes here first. @return 1: dealt with, it does not reach the lists */
+int disturb(sd_bus_message* call, void*, sd_bus_error*) {
+  const char* path = sd_bus_message_get_path(call);
+  if (path == nullptr || std::strncmp(path, "/org/tavroline/", 15) != 0) return 0;
+  const std::string member = sd_bus_message_get_member(call);
+  if (strike("late")) std::this_thread::sleep_for(std::chrono::milliseconds(s_random() % 400));
+  if (strike("never")) return 1;
+  if (strike("error") || strike("limits")) {
+    const char* name =
+        oneOf({"org.tavroline.Error.Storm", SD_BUS_ERROR_LIMITS_EXCEEDED, SD_BUS_ERROR_NO_REPLY});
+    sd_bus_reply_method_errorf(call, name, "%s", oneOf({"", "%s%n%s\n\x1b[2J", "\xc3\xa4\xe2\x82\xac"}));
+    return 1;
+  }
+  if (strike("types")) {
+    if (member.rfind("Get", 0) != 0) noteConfirmation(call);
+    send(s_random() % 2 == 0 ? reply(call, "as", 2, "a", "b") : reply(call, "v", "i", 1));
+    return 1;
+  }
+  const char* text = member == "GetList" || member == "GetAlarmState" ? strangeText() : nullptr;
+  if (text != nullptr) send(reply(call, "s", text));
+  return text != nullptr ? 1 : 0;
+}
+
+/** Serve until killed, or until the bus breaks. */
+[[noreturn]] void serve(sd_bus* bus, ListService& service, CallBatch& batch) {
+  std::string shown;
+  for (;;) {
+    int waiting = 1;
+    for (int handled = 0; handled < CallBatch::kMaxCalls && waiting > 0; ++handled) {
+      waiting = sd_bus_process(bus, nullptr);
+      checkBus(waiting);
+    }
+    batch.finish();
+    std::shuffle(s_confirmations.begin(), s_confirmations.end(), s_random);
+    std::for_each(s_confirmations.begin(), s_confirmations.end(), send);
+    s_confirmations.clear();
+    const ListSnapshot now = service.snapshot();
+    const AlarmSummary& s = now.summary;
+    std::string flags;
+    for (const bool flag : {s.alarm, s.activeAlarm, s.fault, s.activeFault, now.detector})
+      flags += flag ? '1' : '0';
+    if (shown != flags) dprintf(STDOUT_FILENO, "flags %s\n", flags.c_str());
+    shown = flags;
+    if (waiting == 0) sd_bus_wait(bus, UINT64_MAX);
+  }
+}
+
+}  // namespace
+
+// What the lists call to confirm a message.
+int sd_bus_reply_method_return(sd_bus_message* call, const char* types, ...) {
+  noteConfirmation(call);
+  if (strike("unconfirmed")) return 1;
+  s_confirmations.push_back(reply(call, types));
+  if (strike("early")) return 1;
+  send(s_confirmations.back());
+  s_confirmations.pop_back();
+  return 1;
+}
+
+int sd_bus_emit_signal(sd_bus* bus, const char* path, const char* interface, const char* member,
+                       const char* types, ...) {
+  if (strike("dropped")) return 1;
+  const bool wrong = strike("types");
+  for (int times = strike("doubled") ? 2 : 1; times > 0; --times) {
+    sd_bus_message* message = nullptr;
+    checkBus(sd_bus_message_new_signal(bus, &message, path, interface, member));
+    const Message owned(message, sd_bus_message_unref);
+    va_list values;
+    va_start(values, types);
+    checkBus(wrong ? sd_bus_message_append(message, "s", "?")
+                   : sd_bus_message_appendv(message, types, values));
+    va_end(values);
+    send(owned);
+  }
+  return 1;
+}
+
+/** Arguments: seed, database file ("" for none), and pairs of a fault and N: it strikes in one case of N. */
+int main(int argc, char** argv) {
+  try {
+    const std::vector<std::string> words(argv + 1, argv + argc);
+    s_random.seed(static_cast<unsigned>(std::stoul(words.at(0))));
+    for (std::size_t i = 2; i + 1 < words.size(); i += 2)
+      s_faults[words[i]] = static_cast<unsigned>(std::stoul(words[i + 1]));
+    Database database(words.at(1));
+    Schema::open(database);
+    ListService service(database, 10000);
+    sd_bus* bus = nullptr;
+    checkBus(sd_bus_open_system(&bus));
+    checkBus(sd_bus_add_filter(bus, nullptr, disturb, nullptr));
+    CallBatch batch(bus, service);
+    addEventListObject(bus, batch);
+    addAlarmListObject(bus, batch);
+    checkBus(sd_bus_request_name(bus, ListServiceNames::kService,
+                                 SD_BUS_NAME_REPLACE_EXISTING | SD_BUS_NAME_ALLOW_REPLACEMENT));
+    dprintf(STDOUT_FILENO, "ready\n");
+    serve(bus, service, batch);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "twin: %s\n", error.what());
+    return 1;
+  }
+}
