@@ -58,7 +58,7 @@ __attribute__((format(printf, 6, 7))) RTS_RESULT logAdd(void*, uint32_t componen
   // A component that passes a text with line feeds on cannot make two records of one.
   std::replace_if(
       std::begin(text), std::begin(text) + std::strlen(text),
-      [](char c) { return (c >= 0 && c < ' ') || c == '\x7f'; }, ' ');
+      [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; }, ' ');
   keep(text);
 
   timespec now{};
