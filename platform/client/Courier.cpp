@@ -6,6 +6,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "ListServiceNames.h"
 #include "MessageMarshalling.h"
 #include "PendingReply.h"
 
@@ -16,6 +17,7 @@ namespace {
 constexpr std::size_t kWindow = 32;
 constexpr std::size_t kRequestWindow = 48;
 constexpr std::chrono::seconds kAnswerDeadline{30};
+constexpr std::chrono::seconds kStoragePause{1};
 constexpr int kMaximumErrorText = 200;
 // Of an alarm's state, which its caller parses; a list is bounded by the bus.
 constexpr std::size_t kMaximumStateBytes = 65536;
@@ -32,9 +34,25 @@ QString errorText(const sd_bus_error& error) {
 
 void Courier::begin(const QByteArray& owner) {
   if (m_session.isEmpty()) m_session = QUuid::createUuid().toByteArray(QUuid::WithoutBraces);
+  raiseAgain();
+  m_resume = {};
+  m_owner = owner;
+}
+
+void Courier::raiseAgain() {
   const std::vector<Message> raised = m_outbox.raisedAlarms();
   m_raise.assign(raised.begin(), raised.end());
-  m_owner = owner;
+}
+
+// Everything behind the first message that could not be stored comes again too, whatever its answer will be.
+void Courier::postpone() {
+  m_resume = Clock::now() + kStoragePause;
+  const bool bRaising =
+      !m_raise.empty() ||
+      std::any_of(m_writes.begin(), m_writes.end(), [](const SentWrite& s) { return !s.write.has_value(); });
+  m_writes.clear();
+  m_outbox.takeBack();
+  if (bRaising) raiseAgain();
 }
 
 void Courier::interrupt(const QString& cause) {
@@ -56,13 +74,15 @@ void Courier::send(Clock::time_point now) {
 }
 
 bool Courier::sendNext(Clock::time_point now) {
-  if (m_raise.empty() && m_requests.size() < kRequestWindow) {
-    if (const auto asked = m_outbox.takeRequest()) {
+  // While nothing can be stored, a list is read as it is.
+  const bool bPostponed = now < m_resume;
+  if ((m_raise.empty() || bPostponed) && m_requests.size() < kRequestWindow) {
+    if (const auto asked = m_outbox.takeRequest(bPostponed)) {
       sendRequest(*asked, now);
       return true;
     }
   }
-  if (m_writes.size() >= kWindow) return false;
+  if (bPostponed || m_writes.size() >= kWindow) return false;
   // Strictly by number, because the service takes what follows a higher one for a repetition: an alarm may
   // have been settled before a message with a lower number was.
   const auto write = m_raise.empty() ? m_outbox.takeWrite() : m_outbox.takeWrite(m_raise.front().sequence);
@@ -102,6 +122,7 @@ void Courier::sendRequest(Outbox::Asked asked, Clock::time_point now) {
 
 void Courier::onWriteReply(std::list<SentWrite>::iterator sent, sd_bus_message* reply) {
   if (isGone(reply)) return;  // stays unsettled; the change of the owner that follows sends it again
+  if (sd_bus_message_is_method_error(reply, ListServiceNames::kErrorStorage) > 0) return postpone();
   const bool bRejected = sd_bus_message_is_method_error(reply, nullptr) > 0;
   finish(sent, bRejected ? std::optional<Loss>(Loss::Rejected) : std::nullopt);
 }

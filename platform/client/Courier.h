@@ -14,7 +14,8 @@
  * settles them by the answers.
  *
  * Calls go to the owner's unique name: when it goes away, everything behind the first undelivered message
- * fails as well, so that sending again keeps the order. Who the owner is decides the service watch. [hub]
+ * fails as well, so that sending again keeps the order. The service does the same behind a message that it
+ * could not store, which is sent again after a pause. Who the owner is decides the service watch. [hub]
  */
 class Courier {
  public:
@@ -57,6 +58,8 @@ class Courier {
     Clock::time_point deadline;  ///< of the answer; the caller's own may be earlier
   };
 
+  void raiseAgain();
+  void postpone();
   bool sendNext(Clock::time_point now);
   void sendWrite(const Message& message, std::optional<Outbox::Write> write, Clock::time_point now);
   void sendRequest(Outbox::Asked asked, Clock::time_point now);
@@ -71,6 +74,7 @@ class Courier {
   QByteArray m_session;
   QByteArray m_owner;
   std::deque<Message> m_raise;
+  Clock::time_point m_resume;  ///< until then no messages are sent
   std::list<SentWrite> m_writes;
   std::list<SentRequest> m_requests;
 };

@@ -84,13 +84,14 @@ std::optional<Outbox::Write> Outbox::takeWrite(quint64 before) {
   return std::prev(m_next);
 }
 
-std::optional<Outbox::Asked> Outbox::takeRequest() {
+std::optional<Outbox::Asked> Outbox::takeRequest(bool bPassing) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   const Asked asked = firstUnsentRequest();
   if (asked == m_requests.end()) return std::nullopt;
   const Message* spare = m_room.first();
-  if (m_next != m_queue.end() && m_next->sequence <= asked->behind) return std::nullopt;
-  if (spare != nullptr && spare->sequence <= asked->behind) return std::nullopt;
+  const bool bQueueFirst = m_next != m_queue.end() && m_next->sequence <= asked->behind;
+  const bool bRoomFirst = spare != nullptr && spare->sequence <= asked->behind;
+  if (!bPassing && (bQueueFirst || bRoomFirst)) return std::nullopt;
   asked->bSent = true;
   return asked;
 }

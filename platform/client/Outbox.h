@@ -41,9 +41,9 @@ class Outbox {
   Books books() const;
 
   /** The next to leave, if that is a message (with a number below `before`) or a request respectively; it
-   * counts as sent. [hub] */
+   * counts as sent. A request may pass over the messages before it. [hub] */
   std::optional<Write> takeWrite(quint64 before = std::numeric_limits<quint64>::max());
-  std::optional<Asked> takeRequest();
+  std::optional<Asked> takeRequest(bool bPassing = false);
 
   /** A message has been delivered (no loss) or dropped. [hub] */
   void settle(Write write, std::optional<Loss> loss);

@@ -18,7 +18,9 @@ constexpr char kAlarmListInterface[] = "org.tavroline.AlarmList1";
 
 /** Errors that the service answers with, beside those of the bus itself. */
 constexpr char kErrorInvalid[] = "org.tavroline.Error.Invalid";  ///< an argument is out of range or malformed
-constexpr char kErrorStorage[] = "org.tavroline.Error.Storage";  ///< the storage refused; nothing was changed
+constexpr char kErrorFull[] = "org.tavroline.Error.Full";  ///< the alarm list has no room for one more alarm
+constexpr char kErrorStorage[] =
+    "org.tavroline.Error.Storage";  ///< could not be kept now; send it again, in order
 
 /** Names of the figures in a client's books, in the order in which both ends keep them. */
 constexpr std::array<const char*, 12> kBookFigures = {"accepted",   "delivered", "pending",    "superseded",

@@ -63,8 +63,7 @@ int CallBatch::refuse(sd_bus_error* error, const std::exception& cause) {
     return sd_bus_error_set(error, refusal->name(), refusal->what());
   }
   fail(cause.what());
-  const bool storage = dynamic_cast<const StorageError*>(&cause) != nullptr;
-  return sd_bus_error_set(error, storage ? kErrorStorage : SD_BUS_ERROR_FAILED, cause.what());
+  return sd_bus_error_set(error, kErrorStorage, cause.what());
 }
 
 void CallBatch::fail(const char* text) {

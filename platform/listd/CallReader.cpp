@@ -129,7 +129,7 @@ Sender CallReader::sender() {
   if (number == 0 || number > static_cast<quint64>(std::numeric_limits<qint64>::max())) {
     throw CallError("a sequence number lies between 1 and 2^63-1");
   }
-  return {session, static_cast<qint64>(number)};
+  return {session, static_cast<qint64>(number), sd_bus_message_get_sender(m_call)};
 }
 
 int CallReader::number() {

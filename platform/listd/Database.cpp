@@ -75,6 +75,10 @@ void Database::commit() {
 }
 
 void Database::rollback() noexcept {
+  // An exception may have left a statement between its rows; it would refuse to be bound.
+  for (auto* statement = sqlite3_next_stmt(m_connection.get(), nullptr); statement != nullptr;
+       statement = sqlite3_next_stmt(m_connection.get(), statement))
+    sqlite3_reset(statement);
   // Some failures have ended the transaction already.
   if (sqlite3_get_autocommit(m_connection.get()) == 0) {
     sqlite3_exec(m_connection.get(), "ROLLBACK", nullptr, nullptr, nullptr);

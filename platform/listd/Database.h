@@ -43,7 +43,8 @@ class Database {
   /** Start a transaction if there is none. */
   void begin();
   void commit();
-  /** End the transaction, if there is one, without keeping anything of it; never throws. */
+  /** End all statements and the transaction, if there is one, without keeping anything of it; never throws.
+   */
   void rollback() noexcept;
 
  private:

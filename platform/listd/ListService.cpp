@@ -36,6 +36,10 @@ ListEntry acknowledgementEntry(const QString& user, const QString& moduleName,
   return entry;
 }
 
+[[noreturn]] void refuseForGood() {
+  throw CallError("the alarm list is full", ListServiceNames::kErrorFull);
+}
+
 /** The alarm's own description, or its identifier where that shows nothing. */
 QJsonObject acknowledgedSubject(const QByteArray& alarmDescription, const QString& alarmId) {
   QJsonObject subject = QJsonDocument::fromJson(alarmDescription).object();
@@ -60,7 +64,8 @@ ListService::ListService(Database& database, qint64 capacity)
 void ListService::log(const Sender& sender, const ListEntry& entry) {
   if (isRepetition(sender)) return;
   if (turnsOn(entry) && !m_alarms.hasRoomFor(entry.alarmId)) {
-    throw CallError("the alarm list is full", ListServiceNames::kErrorStorage);
+    m_failed.reject(sender);
+    refuseForGood();
   }
   record(sender);
   applyEdge(entry, append(entry));
@@ -96,12 +101,13 @@ void ListService::acknowledgeDetector(const Sender& sender, const QString& user)
 }
 
 void ListService::commit() {
-  if (!m_changes.open) return;
+  if (!m_changes.open) return m_failed.succeed();
   const qint64 now = QDateTime::currentMSecsSinceEpoch() * 1000;
   if (m_changes.events) m_eventsChanged.bind(0, now).run();
   if (m_changes.alarms) m_alarmsChanged.bind(0, now).run();
   m_sessions.prune();
   m_database.commit();
+  m_failed.succeed();
   m_stored += m_changes.stored;
   m_overwritten += m_changes.overwritten;
   m_changes = {};
@@ -109,6 +115,7 @@ void ListService::commit() {
 
 void ListService::rollback() noexcept {
   m_database.rollback();
+  m_failed.fail();
   m_changes = {};
 }
 
@@ -127,8 +134,12 @@ ListSnapshot ListService::snapshot() {
   return snapshot;
 }
 
-/** Whether a message was carried out before; counts it then. */
+/** Whether a message was carried out before; counts it then. One that must not be carried out is refused. */
 bool ListService::isRepetition(const Sender& sender) {
+  if (m_failed.isRejected(sender)) refuseForGood();
+  if (!m_failed.admit(sender)) {
+    throw CallError("a message before this one could not be stored", ListServiceNames::kErrorStorage);
+  }
   const bool seen = m_sessions.seen(sender.session, sender.sequence);
   if (seen) ++m_duplicates;
   return seen;

@@ -4,14 +4,9 @@
 
 #include "AlarmStore.h"
 #include "EventStore.h"
+#include "FailedMessages.h"
 #include "ListEntry.h"
 #include "Sessions.h"
-
-/** Who sends a message, and its place among the messages of that sender. */
-struct Sender {
-  QString session;
-  qint64 sequence = 0;
-};
 
 /** What a subscriber of the lists can know; two snapshots that differ mean a signal. */
 struct ListSnapshot {
@@ -37,7 +32,9 @@ struct Counters {
  *
  * Messages are carried out in an open transaction and count only after commit(); until then rollback() makes
  * all of them undone. Every operation throws StorageError when the storage refuses (then call rollback()) and
- * CallError when it refuses itself (then it changed nothing).
+ * CallError when it refuses itself (then it changed nothing). After an exception that is no CallError the
+ * messages of the transaction have failed: what follows them on their connections is refused with
+ * kErrorStorage until they come again.
  */
 class ListService {
  public:
@@ -78,6 +75,7 @@ class ListService {
   EventStore m_events;
   AlarmStore m_alarms;
   Sessions m_sessions;
+  FailedMessages m_failed;
   Statement m_selectState;
   Statement m_eventsChanged;
   Statement m_alarmsChanged;

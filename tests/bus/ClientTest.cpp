@@ -165,6 +165,20 @@ TEST_F(ClientTest, WhatTheBusDoesNotCarryIsDroppedAndCounted) {
   EXPECT_EQ(hub->books().count(Loss::Unsendable), 2U);
 }
 
+TEST_F(ClientTest, WhatCannotBeStoredNowIsStoredLaterAndListsAreReadMeanwhile) {
+  startOnSmallDisk();
+  QStringList expected;
+  for (int i = 0; i < 200; ++i) {
+    expected.prepend(QString::number(i).leftJustified(3000));
+    hub->submit(event(expected.front()));
+  }
+  EXPECT_LT(modules().size(), 200);
+  EXPECT_GT(hub->books().pending, 0U);
+  growDisk();
+  ASSERT_TRUE(eventually([&] { return hub->books().pending == 0; }));
+  EXPECT_EQ(modules(), expected);
+}
+
 TEST_F(ClientTest, DeadlinesEndWhatIsNotAnswered) {
   startService();
   ASSERT_TRUE(modules().isEmpty());

@@ -1,6 +1,5 @@
 #include <linux/capability.h>
 #include <sys/prctl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <systemd/sd-bus.h>
 
@@ -187,19 +186,15 @@ TEST_F(ListServiceTest, RefusesADatabaseThatItCannotUseAndLeavesItAlone) {
 }
 
 TEST_F(ListServiceTest, AnswersAndGoesOnWhenTheDiskIsFull) {
-  rlimit limit{};
-  getrlimit(RLIMIT_FSIZE, &limit);
-  const rlimit small{262144, limit.rlim_max};
-  setrlimit(RLIMIT_FSIZE, &small);
-  startService({"--db", file("lists.db")});
-  setrlimit(RLIMIT_FSIZE, &limit);
+  startOnSmallDisk();
   Entry entry{1, std::string(3000, 'x')};
   std::string error;
   while (entry.sequence < 1000 && (error = log(entry)).empty())
     ++entry.sequence;
   EXPECT_EQ(error, kErrorStorage);
   EXPECT_EQ(column("EventlistId").size(), entry.sequence - 1);
-  prlimit(service->pid(), RLIMIT_FSIZE, &limit, nullptr);
+  growDisk();
+  EXPECT_EQ(log({entry.sequence + 1}), kErrorStorage) << "overtakes the one that failed";
   EXPECT_EQ(log(entry), "");
   EXPECT_EQ(column("EventlistId").size(), entry.sequence);
 }
@@ -216,6 +211,18 @@ TEST_F(ListServiceTest, RefusesNonsenseAndGoesOn) {
     EXPECT_EQ(log(row), kErrorInvalid) << row.user;
   EXPECT_EQ(log({}), "");
   EXPECT_EQ(column("EventlistId"), Strings{"1"});
+}
+
+TEST_F(ListServiceTest, RejectsARejectedMessageAgainWhenThereIsRoomForItsAlarm) {
+  startService();
+  for (uint64_t i = 1; i <= 10000; ++i)
+    ASSERT_EQ(log({i, "", 0, 1, std::to_string(i)}), "");
+  const Entry late{10001, "", 0, 1, "late"};
+  EXPECT_EQ(log(late), kErrorFull);
+  EXPECT_EQ(log({10002, "", 0, 2, "1"}), "");
+  ctl({"ack", "1", "--user", "Kim"});
+  EXPECT_EQ(log(late), kErrorFull);
+  EXPECT_EQ(log({10003, "", 0, 1, "later"}), "");
 }
 
 TEST_F(ListServiceTest, ShowsDescriptionsInTheLanguageAsked) {
