@@ -1,7 +1,6 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <array>
 #include <cstdio>
@@ -63,17 +62,6 @@ class BusTest : public testing::Test {
     ASSERT_TRUE(bus.waitForName(ListServiceNames::kService)) << service->output();
   }
 
-  /** Start the service with a database that cannot grow before growDisk(). */
-  void startOnSmallDisk() {
-    getrlimit(RLIMIT_FSIZE, &limit);
-    const rlimit small{262144, limit.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &small);
-    startService({"--db", file("lists.db")});
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  void growDisk() { prlimit(service->pid(), RLIMIT_FSIZE, &limit, nullptr); }
-
-  rlimit limit{};
   PrivateBus bus;
   const std::string log = file("runtime.log");  ///< for the records of a runtime, shown when the test fails
   std::optional<ChildProcess> service;

@@ -1,3 +1,4 @@
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <systemd/sd-bus.h>
 #include <unistd.h>
@@ -72,6 +73,10 @@ class ClientTest : public BusTest {
     sd_bus_message_unref(reply);
     sd_bus_flush_close_unref(connection);
     return told;
+  }
+
+  static void untilSent() {
+    eventually([looks = 0]() mutable { return ++looks > 8; });
   }
 
   /** The status that the reply ends with; its text goes to `cause` or its object to `object`. */
@@ -166,17 +171,29 @@ TEST_F(ClientTest, WhatTheBusDoesNotCarryIsDroppedAndCounted) {
 }
 
 TEST_F(ClientTest, WhatCannotBeStoredNowIsStoredLaterAndListsAreReadMeanwhile) {
-  startOnSmallDisk();
-  QStringList expected;
-  for (int i = 0; i < 200; ++i) {
-    expected.prepend(QString::number(i).leftJustified(3000));
-    hub->submit(event(expected.front()));
-  }
-  EXPECT_LT(modules().size(), 200);
-  EXPECT_GT(hub->books().pending, 0U);
-  growDisk();
+  rlimit limit{};
+  getrlimit(RLIMIT_FSIZE, &limit);
+  const rlimit small{262144, limit.rlim_max};
+  setrlimit(RLIMIT_FSIZE, &small);
+  startService({"--db", file("lists.db")});
+  setrlimit(RLIMIT_FSIZE, &limit);
+  ASSERT_TRUE(modules().isEmpty());
+  service->pause();
+  Message large = event(QStringLiteral("large"));
+  for (int i = 0; i < 60; ++i)
+    large.texts += QString(4000, QLatin1Char('x'));
+  hub->submit(std::move(large));
+  const auto list =
+      hub->request(Request::Kind::EventList, QString());  // ends what the service stores at once
+  hub->submit(event(QStringLiteral("small")));
+  untilSent();
+  service->resume();
+  EXPECT_EQ(finish(list), 0) << cause;
+  EXPECT_TRUE(modules().isEmpty()) << "overtaken by a smaller one";
+  EXPECT_EQ(hub->books().pending, 2U);
+  prlimit(service->pid(), RLIMIT_FSIZE, &limit, nullptr);
   ASSERT_TRUE(eventually([&] { return hub->books().pending == 0; }));
-  EXPECT_EQ(modules(), expected);
+  EXPECT_EQ(modules(), (QStringList{QStringLiteral("small"), QStringLiteral("large")}));
 }
 
 TEST_F(ClientTest, DeadlinesEndWhatIsNotAnswered) {
@@ -198,7 +215,6 @@ TEST_F(ClientTest, RequestsAreBoundedAndReleasedOnesAreNot) {
   startService();
   ASSERT_TRUE(modules().isEmpty());
   service->pause();
-  const auto untilSent = [] { eventually([looks = 0]() mutable { return ++looks > 8; }); };
   for (int i = 0; i < 150; ++i) {
     const auto released = hub->request(Request::Kind::AlarmList, QString());
     untilSent();
