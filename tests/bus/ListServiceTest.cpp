@@ -195,17 +195,6 @@ TEST_F(ListServiceTest, RefusesNonsenseAndGoesOn) {
   EXPECT_EQ(column("EventlistId"), Strings{"1"});
 }
 
-TEST_F(ListServiceTest, RejectsAnAlarmWithoutRoomAgainEvenIfThereIsRoomWhenItIsRepeated) {
-  startService();
-  for (uint64_t i = 1; i <= 10000; ++i)
-    ASSERT_EQ(log({i, "", 0, 1, std::to_string(i)}), "");
-  for (const char* id : {"1", "2"}) {
-    EXPECT_EQ(log({10001, "", 0, 1, "late"}), kErrorFull);
-    EXPECT_EQ(log({*id == '1' ? 10002U : 10003U, "", 0, 2, id}), "");
-    ctl({"ack", id, "--user", "Kim"});
-  }
-}
-
 TEST_F(ListServiceTest, ShowsDescriptionsInTheLanguageAsked) {
   startService();
   uint64_t sequence = 0;
