@@ -1,0 +1,48 @@
+"""Runs every command of the README in a folder of its own and compares what it prints with what stands there.
+
+use: ReadmeTest.py SOURCE_FOLDER. Blocks marked `console` count; "..." stands for any lines, "$ scripts/test" and
+"$ scripts/soak" are not run."""
+import os, pathlib, re, subprocess, sys, tempfile
+
+# What differs from run to run, and the widths of columns with it.
+BLANKS = [(r"\d{4}-\d\d-\d\d[T ]\d\d:\d\d:\d\d[.\d]*(Z|[+-]\d\d:\d\d)?", "TIME"), (r"\b\d\d:\d\d:\d\d\b", "TIME"),
+          (r"\{?[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}\}?", "ID"), (r"0x[0-9a-f]+", "ADDRESS"),
+          (r"\d+ (cycles|overruns|microseconds|us)\b", r"N \1"), (r"unix:path=\S+", "PATH"), (r"owned by :\S+", "owned"),
+          (r", (not )?synchronised.*", ""), (r"\s+", " ")]
+
+
+def plain(line):
+    for pattern, blank in BLANKS:
+        line = re.sub(pattern, blank, line)
+    return line.strip()
+
+
+def agrees(expected, printed):
+    """Whether the lines are those expected, "..." standing for any."""
+    parts = [".*" if line == "..." else re.escape(line + "\n") for line in expected]
+    return re.fullmatch("".join(parts), "".join(line + "\n" for line in printed), re.DOTALL)
+
+
+source = pathlib.Path(sys.argv[1])
+commands = []  # each with the lines that it prints
+for block in re.findall(r"^```console\n(.*?)^```", (source / "README.md").read_text(), re.DOTALL | re.MULTILINE):
+    for line in block.splitlines():
+        if line.startswith("$ "):
+            commands.append((line[2:], []))
+        else:
+            commands[-1][1].append(plain(line))
+commands = [c for c in commands if not re.match("scripts/(test|soak)", c[0])]
+
+with tempfile.TemporaryDirectory() as folder:
+    for entry in source.iterdir():
+        os.symlink(entry, os.path.join(folder, entry.name))
+    end = "end of the output"
+    script = "".join(f"{command}\necho '{end}' $?\n" for command, _ in commands)
+    shell = subprocess.run(["bash"], input=script, cwd=folder, env={**os.environ, "XDG_RUNTIME_DIR": folder},
+                           stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+outputs = re.findall(rf"(.*?){end} (\d+)\n", shell.stdout, re.DOTALL)
+assert commands and len(outputs) == len(commands), shell.stdout
+wrong = [f"$ {command}\n{output}-- status {status}, expected:\n" + "\n".join(expected)
+         for (command, expected), (output, status) in zip(commands, outputs)
+         if status != "0" or not agrees(expected, [plain(line) for line in output.splitlines()])]
+sys.exit("\n".join(wrong) or 0)
