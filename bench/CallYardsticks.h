@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QList>
+
+#include <mutex>
+#include <unordered_map>
+#include <vector>
+
+#include "tavroline/tavroline.h"
+
+/**
+ * The least that a flag query and the hook can do: nothing of the component is in here. Compiled by itself,
+ * so that a call is a call.
+ */
+
+/** An object behind a handle, known by its address and its class. */
+struct PlainObject {
+  virtual ~PlainObject() = default;
+  bool flag = false;
+  bool other = false;
+};
+
+/** A flag query: one uncontended mutex, one hash look-up, one typeid. */
+class PlainRegistry {
+ public:
+  void add(PlainObject* object);
+  /** Write the object's flag into the structure; nothing when there is no such object. */
+  void query(haslistchanged_struct* parameters);
+
+ private:
+  std::mutex m_mutex;
+  std::unordered_map<const void*, PlainObject*> m_objects;
+};
+
+/** The hook: for each list one recursive mutex, its flags and a walk over its readers. */
+class PlainHook {
+ public:
+  /** @param readers of each of the two lists */
+  explicit PlainHook(int readers);
+  ~PlainHook();
+  PlainHook(const PlainHook&) = delete;
+  PlainHook& operator=(const PlainHook&) = delete;
+
+  void run();
+
+ private:
+  struct Impl;
+  Impl* m_impl;
+};
