@@ -23,6 +23,11 @@ bool takeHandle(Object** target, void* handle, const char* function, const QStri
   return true;
 }
 
+/** Insert a key that is not there yet. The cheapest way when keys come in their order, right in any other. */
+void put(QVariantMap& map, const QString& key, QVariant value) {
+  map.insert(map.constEnd(), key, QVariant()).value().swap(value);
+}
+
 template <typename Element>
 QVariantList convertArray(const Element* elements, const __ARRAY__DIM__INFO& dimension) {
   QVariantList list;
@@ -90,26 +95,27 @@ QStringList TavrolineConvenienceFunctions::getKeywordStringList(const char* keyw
 }
 
 QVariantMap TavrolineConvenienceFunctions::convertStructDescriptionData(const stDataType& data) {
-  QVariantMap map;
-  map.insert(EventsDBusDefinitions::getEventDBusKeyTextSource(),
-             static_cast<int>(convertIntToTextSource(data.iTextSource)));
-  map.insert(EventsDBusDefinitions::getEventDBusKeyModuleName(), BoundedText::fromField(data.sModuleName));
-  map.insert(EventsDBusDefinitions::getEventDBusKeyObjectName(), BoundedText::fromField(data.sObjectName));
+  // The text source comes first: it may be the subject of a warning.
+  const int textSource = convertIntToTextSource(data.iTextSource);
   QString instanceName = BoundedText::fromField(data.sInstanceName);
   if (data.iInstanceNumber != 0) {
     instanceName = formatInstanceName(instanceName, data.iInstanceNumber);
   }
-  map.insert(EventsDBusDefinitions::getEventDBusKeyInstanceName(), instanceName);
-  map.insert(EventsDBusDefinitions::getEventDBusKeyUrl(), BoundedText::fromField(data.sUrl));
+  QVariantMap map;
+  put(map, EventsDBusDefinitions::getEventDBusKeyInstanceName(), instanceName);
+  put(map, EventsDBusDefinitions::getEventDBusKeyModuleName(), BoundedText::fromField(data.sModuleName));
+  put(map, EventsDBusDefinitions::getEventDBusKeyObjectName(), BoundedText::fromField(data.sObjectName));
+  put(map, EventsDBusDefinitions::getEventDBusKeyTextSource(), textSource);
+  put(map, EventsDBusDefinitions::getEventDBusKeyUrl(), BoundedText::fromField(data.sUrl));
   return map;
 }
 
 QVariantMap TavrolineConvenienceFunctions::convertStructDescriptionData(
     const stDescriptionArgumentType& argument) {
   QVariantMap map;
-  map.insert(EventsDBusDefinitions::getEventDBusKeyArgument(), BoundedText::fromField(argument.wsArgument));
-  map.insert(EventsDBusDefinitions::getEventDBusKeyPlaceholder(),
-             BoundedText::fromField(argument.wsPlaceholder));
+  put(map, EventsDBusDefinitions::getEventDBusKeyArgument(), BoundedText::fromField(argument.wsArgument));
+  put(map, EventsDBusDefinitions::getEventDBusKeyPlaceholder(),
+      BoundedText::fromField(argument.wsPlaceholder));
   return map;
 }
 
@@ -130,8 +136,8 @@ QVariantMap TavrolineConvenienceFunctions::getDescriptionVariantMap(
   }
   QVariantMap map = convertStructDescriptionData(*data);
   map.insert(EventsDBusDefinitions::getEventDBusKeyArguments(), convertArray(arguments, argumentsDimension));
-  map.insert(EventsDBusDefinitions::getEventDBusKeyUrlArguments(),
-             convertArray(urlArguments, urlArgumentsDimension));
+  put(map, EventsDBusDefinitions::getEventDBusKeyUrlArguments(),
+      convertArray(urlArguments, urlArgumentsDimension));
   return map;
 }
 

@@ -1,5 +1,6 @@
 #include "CodesysStringCopy.h"
 
+#include <cstdint>
 #include <cstring>
 #include <limits>
 
@@ -10,14 +11,34 @@ constexpr char kByteOrderMark[] = "\xEF\xBB\xBF";
 constexpr int kByteOrderMarkSize = 3;
 
 /** Number of characters before the terminator, `length` of them at most; -1 is no bound. */
-template <typename Character>
-int boundedLength(const Character* text, int length) {
+int boundedLength(const char* text, int length) {
+  const std::size_t bound = length < 0 ? std::numeric_limits<int>::max() : static_cast<std::size_t>(length);
+  return static_cast<int>(strnlen(text, bound));
+}
+
+int boundedLength(const unsigned short* text, int length) {
   const int bound = length < 0 ? std::numeric_limits<int>::max() : length;
   int count = 0;
   while (count < bound && text[count] != 0) {
     ++count;
   }
   return count;
+}
+
+/** Whether every byte stands for itself. Most texts are of this kind, and cost the PLC task the least. */
+bool isAscii(const char* text, int size) {
+  constexpr std::uint64_t kHighBits = 0x8080808080808080U;
+  std::uint64_t seen = 0;
+  int index = 0;
+  for (; index + 8 <= size; index += 8) {
+    std::uint64_t bytes = 0;
+    std::memcpy(&bytes, text + index, sizeof bytes);
+    seen |= bytes;
+  }
+  for (; index < size; ++index) {
+    seen |= static_cast<unsigned char>(text[index]);
+  }
+  return (seen & kHighBits) == 0;
 }
 
 /** The code point at `index`, which moves behind it. */
@@ -80,15 +101,19 @@ void copyCStringDataToQString(const char* source, int length, QString& target) {
     target.clear();
     return;
   }
+  const int size = boundedLength(source, length);
+  if (isAscii(source, size)) {
+    target = QString::fromLatin1(source, size);
+    return;
+  }
   // fromUtf8() swallows a leading byte order mark, so those at the start are taken by hand.
-  int size = boundedLength(source, length);
   int marks = 0;
-  while (size >= kByteOrderMarkSize && std::memcmp(source, kByteOrderMark, kByteOrderMarkSize) == 0) {
-    source += kByteOrderMarkSize;
-    size -= kByteOrderMarkSize;
+  while (size - marks * kByteOrderMarkSize >= kByteOrderMarkSize &&
+         std::memcmp(source + marks * kByteOrderMarkSize, kByteOrderMark, kByteOrderMarkSize) == 0) {
     ++marks;
   }
-  target = QString(marks, QChar(QChar::ByteOrderMark)) + QString::fromUtf8(source, size);
+  const int taken = marks * kByteOrderMarkSize;
+  target = QString(marks, QChar(QChar::ByteOrderMark)) + QString::fromUtf8(source + taken, size - taken);
 }
 
 void copyWStringDataToQString(const unsigned short* source, int length, QString& target) {
