@@ -6,8 +6,6 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "ListServiceNames.h"
-
 using namespace ListServiceNames;
 
 namespace {
@@ -83,12 +81,12 @@ BusAndService::BusAndService() : m_service(TAVROLINE_LISTD, {}) {
   if (!bus.waitForName(kService)) throw std::runtime_error("no list service: " + m_service.output());
 }
 
-std::uint64_t BusAndService::stored() const {
+std::uint64_t BusAndService::stored(const char* service) const {
   sd_bus* connection = nullptr;
   sd_bus_message* reply = nullptr;
   check(sd_bus_open_system(&connection));
-  check(sd_bus_call_method(connection, kService, kEventListPath, kEventListInterface, "GetStatistics",
-                           nullptr, &reply, nullptr));
+  check(sd_bus_call_method(connection, service, kEventListPath, kEventListInterface, "GetStatistics", nullptr,
+                           &reply, nullptr));
   check(sd_bus_message_enter_container(reply, 'a', "{st}"));
   std::uint64_t result = 0;
   const char* name = nullptr;
@@ -100,9 +98,9 @@ std::uint64_t BusAndService::stored() const {
   return result;
 }
 
-void BusAndService::waitForStored(std::uint64_t count) const {
-  if (!eventually([&] { return stored() >= count; }, Milliseconds(60000)))
-    throw std::runtime_error("only " + std::to_string(stored()) + " of " + std::to_string(count) + " stored");
+void BusAndService::waitForStored(std::uint64_t count, const char* service) const {
+  if (!eventually([&] { return stored(service) >= count; }, Milliseconds(60000)))
+    throw std::runtime_error("not all of " + std::to_string(count) + " entries are stored");
 }
 
 LogCase::LogCase(bool withArguments) {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 
+#include "ListServiceNames.h"
 #include "PrivateBus.h"
 #include "tavroline/tavroline.h"
 
@@ -21,10 +22,10 @@ class BusAndService {
 
   PrivateBus bus;
 
-  /** Entries that the service has stored in its life. */
-  std::uint64_t stored() const;
+  /** Entries that a service has stored in its life. */
+  std::uint64_t stored(const char* service = ListServiceNames::kService) const;
   /** Wait until it has stored that many. @throws std::runtime_error when it takes too long */
-  void waitForStored(std::uint64_t count) const;
+  void waitForStored(std::uint64_t count, const char* service = ListServiceNames::kService) const;
 
  private:
   ChildProcess m_service;

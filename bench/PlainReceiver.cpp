@@ -1,0 +1,200 @@
+// The least service that stores what a Log call carries as the list service does: the same table and
+// settings, the same transactions over the calls that wait together, answered after the commit. The
+// description is kept as JSON text. No sessions, no alarm list, no signals, no checks.
+
+#include <poll.h>
+#include <sqlite3.h>
+#include <systemd/sd-bus.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "ListServiceNames.h"
+
+namespace {
+
+constexpr int kMaxCalls = 256;
+
+[[noreturn]] void fail(const char* what) {
+  std::fprintf(stderr, "PlainReceiver: %s\n", what);
+  std::exit(1);
+}
+int check(int result) {
+  if (result < 0) fail(std::strerror(-result));
+  return result;
+}
+
+void appendText(std::string& json, const char* text) {
+  json += '"';
+  for (; *text != '\0'; ++text) {
+    if (*text == '"' || *text == '\\') json += '\\';
+    json += *text;
+  }
+  json += '"';
+}
+
+void readMap(sd_bus_message* call, std::string& json);
+
+void readVariant(sd_bus_message* call, std::string& json) {
+  const char* contents = nullptr;
+  check(sd_bus_message_peek_type(call, nullptr, &contents));
+  const std::string type = contents;
+  check(sd_bus_message_enter_container(call, 'v', type.c_str()));
+  if (type == "s") {
+    const char* text = nullptr;
+    check(sd_bus_message_read_basic(call, 's', &text));
+    appendText(json, text);
+  } else if (type == "i") {
+    int number = 0;
+    check(sd_bus_message_read_basic(call, 'i', &number));
+    json += std::to_string(number);
+  } else if (type == "av") {
+    check(sd_bus_message_enter_container(call, 'a', "v"));
+    json += '[';
+    while (sd_bus_message_at_end(call, 0) == 0) {
+      if (json.back() != '[') json += ',';
+      readVariant(call, json);
+    }
+    json += ']';
+    check(sd_bus_message_exit_container(call));
+  } else {
+    readMap(call, json);
+  }
+  check(sd_bus_message_exit_container(call));
+}
+
+void readMap(sd_bus_message* call, std::string& json) {
+  check(sd_bus_message_enter_container(call, 'a', "{sv}"));
+  json += '{';
+  while (sd_bus_message_enter_container(call, 'e', "sv") > 0) {
+    if (json.back() != '{') json += ',';
+    const char* key = nullptr;
+    check(sd_bus_message_read_basic(call, 's', &key));
+    appendText(json, key);
+    json += ':';
+    readVariant(call, json);
+    check(sd_bus_message_exit_container(call));
+  }
+  json += '}';
+  check(sd_bus_message_exit_container(call));
+}
+
+std::string readTexts(sd_bus_message* call) {
+  std::string json = "[";
+  const char* text = nullptr;
+  check(sd_bus_message_enter_container(call, 'a', "s"));
+  while (check(sd_bus_message_read_basic(call, 's', &text)) > 0) {
+    if (json.back() != '[') json += ',';
+    appendText(json, text);
+  }
+  check(sd_bus_message_exit_container(call));
+  return json + "]";
+}
+
+class Store {
+ public:
+  explicit Store(const char* file) {
+    if (sqlite3_open(file, &m_database) != SQLITE_OK) fail("the database cannot be opened");
+    execute(
+        "PRAGMA locking_mode=EXCLUSIVE; PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL;"
+        "CREATE TABLE events (id INTEGER PRIMARY KEY AUTOINCREMENT, event_type INTEGER NOT NULL,"
+        " state INTEGER NOT NULL, icon_type TEXT NOT NULL, module_name TEXT NOT NULL, time INTEGER NOT NULL,"
+        " description TEXT NOT NULL, keywords TEXT NOT NULL, user TEXT NOT NULL, alarm_id TEXT NOT NULL,"
+        " object_name TEXT NOT NULL)");
+    sqlite3_prepare_v3(m_database,
+                       "INSERT INTO events (event_type, state, icon_type, module_name, time, description,"
+                       " keywords, user, alarm_id, object_name) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
+                       -1, SQLITE_PREPARE_PERSISTENT, &m_insert, nullptr);
+  }
+
+  void add(sd_bus_message* call) {
+    const char *session = nullptr, *icon = nullptr, *module = nullptr, *user = nullptr, *alarm = nullptr,
+               *object = nullptr;
+    std::uint64_t sequence = 0;
+    int type = 0, state = 0;
+    std::int64_t time = 0;
+    std::string description;
+    check(sd_bus_message_read(call, "stiissx", &session, &sequence, &type, &state, &icon, &module, &time));
+    readMap(call, description);
+    const std::string keywords = readTexts(call);
+    check(sd_bus_message_read(call, "sss", &user, &alarm, &object));
+
+    if (m_calls.empty()) execute("BEGIN");
+    sqlite3_bind_int(m_insert, 1, type);
+    sqlite3_bind_int(m_insert, 2, state);
+    sqlite3_bind_int64(m_insert, 5, time);
+    int column = 0;
+    for (const char* text : {icon, module, description.c_str(), keywords.c_str(), user, alarm, object}) {
+      static constexpr int kColumns[] = {3, 4, 6, 7, 8, 9, 10};
+      sqlite3_bind_text(m_insert, kColumns[column++], text, -1, SQLITE_STATIC);
+    }
+    if (sqlite3_step(m_insert) != SQLITE_DONE) fail(sqlite3_errmsg(m_database));
+    sqlite3_reset(m_insert);
+    m_calls.push_back(sd_bus_message_ref(call));
+  }
+
+  void commit() {
+    if (m_calls.empty()) return;
+    execute("COMMIT");
+    m_stored += m_calls.size();
+    for (sd_bus_message* const call : m_calls) {
+      if (sd_bus_message_get_expect_reply(call) > 0) check(sd_bus_reply_method_return(call, ""));
+      sd_bus_message_unref(call);
+    }
+    m_calls.clear();
+  }
+
+  std::uint64_t stored() const { return m_stored; }
+
+ private:
+  void execute(const char* sql) {
+    if (sqlite3_exec(m_database, sql, nullptr, nullptr, nullptr) != SQLITE_OK)
+      fail(sqlite3_errmsg(m_database));
+  }
+
+  sqlite3* m_database = nullptr;
+  sqlite3_stmt* m_insert = nullptr;
+  std::vector<sd_bus_message*> m_calls;
+  std::uint64_t m_stored = 0;
+};
+
+int onLog(sd_bus_message* call, void* store, sd_bus_error* /*error*/) {
+  static_cast<Store*>(store)->add(call);
+  return 1;
+}
+
+int onStatistics(sd_bus_message* call, void* store, sd_bus_error* /*error*/) {
+  static_cast<Store*>(store)->commit();
+  return sd_bus_reply_method_return(call, "a{st}", 1, "stored", static_cast<Store*>(store)->stored());
+}
+
+const sd_bus_vtable kMethods[] = {
+    SD_BUS_VTABLE_START(0),
+    SD_BUS_METHOD("Log", "stiissxa{sv}assss", "", onLog, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD("GetStatistics", "", "a{st}", onStatistics, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_VTABLE_END,
+};
+
+}  // namespace
+
+/** NAME FILE: the name to own, the database; ":memory:" keeps nothing. */
+int main(int argc, char** argv) {
+  if (argc != 3) fail("use: PlainReceiver NAME FILE");
+  Store store(argv[2]);
+  sd_bus* bus = nullptr;
+  check(sd_bus_open_system(&bus));
+  check(sd_bus_add_object_vtable(bus, nullptr, ListServiceNames::kEventListPath,
+                                 ListServiceNames::kEventListInterface, kMethods, &store));
+  check(sd_bus_request_name(bus, argv[1], 0));
+  for (;;) {
+    int waiting = 1;
+    for (int handled = 0; handled < kMaxCalls && waiting > 0; ++handled)
+      waiting = check(sd_bus_process(bus, nullptr));
+    store.commit();
+    pollfd file = {sd_bus_get_fd(bus), static_cast<short>(check(sd_bus_get_events(bus))), 0};
+    poll(&file, 1, waiting > 0 ? 0 : -1);
+  }
+}
