@@ -17,6 +17,7 @@
 namespace {
 
 constexpr int kMaxCalls = 256;
+constexpr std::int64_t kCapacity = 10000;
 
 [[noreturn]] void fail(const char* what) {
   std::fprintf(stderr, "PlainReceiver: %s\n", what);
@@ -108,6 +109,8 @@ class Store {
                        "INSERT INTO events (event_type, state, icon_type, module_name, time, description,"
                        " keywords, user, alarm_id, object_name) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
                        -1, SQLITE_PREPARE_PERSISTENT, &m_insert, nullptr);
+    sqlite3_prepare_v3(m_database, "DELETE FROM events WHERE id <= ?", -1, SQLITE_PREPARE_PERSISTENT, &m_drop,
+                       nullptr);
   }
 
   void add(sd_bus_message* call) {
@@ -138,6 +141,9 @@ class Store {
 
   void commit() {
     if (m_calls.empty()) return;
+    sqlite3_bind_int64(m_drop, 1, sqlite3_last_insert_rowid(m_database) - kCapacity);
+    sqlite3_step(m_drop);
+    sqlite3_reset(m_drop);
     execute("COMMIT");
     m_stored += m_calls.size();
     for (sd_bus_message* const call : m_calls) {
@@ -157,6 +163,7 @@ class Store {
 
   sqlite3* m_database = nullptr;
   sqlite3_stmt* m_insert = nullptr;
+  sqlite3_stmt* m_drop = nullptr;
   std::vector<sd_bus_message*> m_calls;
   std::uint64_t m_stored = 0;
 };
