@@ -83,5 +83,5 @@ int main() {
     closeeventlistreadhandle_ext(&closed);
   }
   m.measure("burst1Handle/library", library(plain), kBurst);
-  print("burst/missing", static_cast<double>(m.missing()));
+  print("missing", static_cast<double>(m.missing()));
 }

@@ -80,7 +80,7 @@ int main() {
 
   const Books books = hub.books();
   const auto handedOver = static_cast<double>(books.accepted + books.refused()) - 1;
-  print("callsAboveOneMillisecondPerMille", 1000.0 * caller.slow / caller.calls);
+  print("slow", 1000.0 * caller.slow / caller.calls);
   print("systemCalls", static_cast<double>(caller.others));
   print("contendedLocks", static_cast<double>(caller.locks));
   print("growthOfTheHeap", static_cast<double>(caller.growth));
