@@ -12,49 +12,39 @@
 
 namespace {
 
-/** The class of the live object at that address, null when there is none. */
-const std::type_info* classOf(const void* object) {
-  switch (LiveObjects::family(object)) {
-    case LiveObjects::Family::Reader:
-      return &typeid(*static_cast<const TavrolineReadBaseClass*>(object));
-    case LiveObjects::Family::AlarmHandler:
-      return &typeid(*static_cast<const TavrolineAlarmHandler*>(object));
-    case LiveObjects::Family::None:
-      break;
-  }
-  return nullptr;
-}
+using LiveObjects::Family;
 
-bool refuse(const void* object, const std::type_info* found, const char* kind) {
-  const char* const reason = found != nullptr                 ? "of another kind"
-                             : LiveObjects::wasClosed(object) ? "already closed"
-                                                              : "unknown";
+bool refuse(const void* object, const char* kind) {
+  const char* const reason = LiveObjects::family(object) != Family::None ? "of another kind"
+                             : LiveObjects::wasClosed(object)            ? "already closed"
+                                                                         : "unknown";
   RuntimeLog::write("HandleCheck", "HandleCheck::isUsable",
                     QStringLiteral("%1 %2").arg(QLatin1String(kind), QLatin1String(reason)));
   return false;
 }
 
-template <typename Object>
-bool check(const Object* object, const char* kind) {
-  const std::type_info* const found = classOf(object);
-  return (found != nullptr && *found == typeid(Object)) || refuse(object, found, kind);
+/** @tparam Base as which objects of that family may be looked at, whatever their class */
+template <typename Base, typename Object>
+bool check(const Object* object, Family family, const char* kind) {
+  return (LiveObjects::family(object) == family &&
+          typeid(*static_cast<const Base*>(static_cast<const void*>(object))) == typeid(Object)) ||
+         refuse(object, kind);
 }
 
 }  // namespace
 
 bool HandleCheck::isUsable(const TavrolineReadBaseClass* reader) {
-  return LiveObjects::family(reader) == LiveObjects::Family::Reader ||
-         refuse(reader, classOf(reader), "ReadHandle");
+  return LiveObjects::family(reader) == Family::Reader || refuse(reader, "ReadHandle");
 }
 
 bool HandleCheck::isUsable(const TavrolineEventlistRead* reader) {
-  return check(reader, "EventlistReadHandle");
+  return check<TavrolineReadBaseClass>(reader, Family::Reader, "EventlistReadHandle");
 }
 
 bool HandleCheck::isUsable(const TavrolineAlarmlistRead* reader) {
-  return check(reader, "AlarmlistReadHandle");
+  return check<TavrolineReadBaseClass>(reader, Family::Reader, "AlarmlistReadHandle");
 }
 
 bool HandleCheck::isUsable(const TavrolineAlarmHandler* handler) {
-  return check(handler, "AlarmlistWriteHandle");
+  return check<TavrolineAlarmHandler>(handler, Family::AlarmHandler, "AlarmlistWriteHandle");
 }

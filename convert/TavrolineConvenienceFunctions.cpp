@@ -13,16 +13,6 @@ namespace {
 
 constexpr char kFile[] = "TavrolineConvenienceFunctions";
 
-template <typename Object>
-bool takeHandle(Object** target, void* handle, const char* function, const QString& message) {
-  if (handle == nullptr) {
-    RuntimeLog::write(kFile, function, message);
-    return false;
-  }
-  *target = static_cast<Object*>(handle);
-  return true;
-}
-
 /** Insert a key that is not there yet. The cheapest way when keys come in their order, right in any other. */
 void put(QVariantMap& map, const QString& key, QVariant value) {
   map.insert(map.constEnd(), key, QVariant()).value().swap(value);
@@ -40,41 +30,15 @@ QVariantList convertArray(const Element* elements, const __ARRAY__DIM__INFO& dim
 
 }  // namespace
 
-bool TavrolineConvenienceFunctions::checkStructPointer(const void* pointer) {
-  if (pointer != nullptr) {
-    return true;
-  }
+bool TavrolineConvenienceFunctions::refuseStruct() {
   RuntimeLog::write(kFile, "static bool TavrolineConvenienceFunctions::checkStructPointer(const void*)",
                     QStringLiteral("codesys struct nullpointer"), 76);
   return false;
 }
 
-bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineReadBaseClass** target, void* handle) {
-  return takeHandle(
-      target, handle,
-      "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineReadBaseClass**, void*)",
-      QStringLiteral("EventlistReadHandle nullpointer"));
-}
-
-bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineEventlistRead** target, void* handle) {
-  return takeHandle(
-      target, handle,
-      "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineEventlistRead**, void*)",
-      QStringLiteral("EventlistReadHandle nullpointer"));
-}
-
-bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineEventlistWrite** target, void* handle) {
-  return takeHandle(
-      target, handle,
-      "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineEventlistWrite**, void*)",
-      QStringLiteral("EventlistWriteHandle nullpointer"));
-}
-
-bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineAlarmlistRead** target, void* handle) {
-  return takeHandle(
-      target, handle,
-      "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineAlarmlistRead**, void*)",
-      QStringLiteral("AlarmlistReadHandle nullpointer"));
+bool TavrolineConvenienceFunctions::refuseHandle(const char* function, const char* message) {
+  RuntimeLog::write(kFile, function, QLatin1String(message));
+  return false;
 }
 
 QStringList TavrolineConvenienceFunctions::getKeywordStringList(const char* keywords, short elementSize,

@@ -23,16 +23,36 @@ class TavrolineConvenienceFunctions {
   virtual ~TavrolineConvenienceFunctions() = default;
 
   /** Whether `pointer` is not null; a null one is written to the runtime log. */
-  static bool checkStructPointer(const void* pointer);
+  static bool checkStructPointer(const void* pointer) { return pointer != nullptr || refuseStruct(); }
 
   /**
    * Take a handle as a pointer to the object of its kind. Tests for null only: a null handle leaves `target`
    * as it is and is written to the runtime log.
    */
-  static bool getHandlePointer(TavrolineReadBaseClass** target, void* handle);
-  static bool getHandlePointer(TavrolineEventlistRead** target, void* handle);
-  static bool getHandlePointer(TavrolineEventlistWrite** target, void* handle);
-  static bool getHandlePointer(TavrolineAlarmlistRead** target, void* handle);
+  static bool getHandlePointer(TavrolineReadBaseClass** target, void* handle) {
+    return takeHandle(
+        target, handle,
+        "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineReadBaseClass**, void*)",
+        "EventlistReadHandle nullpointer");
+  }
+  static bool getHandlePointer(TavrolineEventlistRead** target, void* handle) {
+    return takeHandle(
+        target, handle,
+        "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineEventlistRead**, void*)",
+        "EventlistReadHandle nullpointer");
+  }
+  static bool getHandlePointer(TavrolineEventlistWrite** target, void* handle) {
+    return takeHandle(
+        target, handle,
+        "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineEventlistWrite**, void*)",
+        "EventlistWriteHandle nullpointer");
+  }
+  static bool getHandlePointer(TavrolineAlarmlistRead** target, void* handle) {
+    return takeHandle(
+        target, handle,
+        "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineAlarmlistRead**, void*)",
+        "AlarmlistReadHandle nullpointer");
+  }
 
   /**
    * The texts of an IEC ARRAY OF STRING in array order, empty ones left out.
@@ -63,4 +83,15 @@ class TavrolineConvenienceFunctions {
   /** The icon of an entry whose application named none; empty for a pair that has none. */
   static QString getDefaultIconType(EventlistHandlerEnums::EventType type,
                                     EventlistHandlerEnums::State state);
+
+ private:
+  // The tests stand here because every call makes them; what they log does not.
+  static bool refuseStruct();
+  static bool refuseHandle(const char* function, const char* message);
+  template <typename Object>
+  static bool takeHandle(Object** target, void* handle, const char* function, const char* message) {
+    if (handle == nullptr) return refuseHandle(function, message);
+    *target = static_cast<Object*>(handle);
+    return true;
+  }
 };

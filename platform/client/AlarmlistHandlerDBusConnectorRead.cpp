@@ -9,21 +9,18 @@
 class AlarmlistHandlerDBusConnectorRead::Private {
  public:
   bool flagChanged(ListState::Flag flag, bool& value) {
-    Hub& hub = Hub::instance();
-    if (!hub.start()) return false;
-    const bool bPresent = hub.listState().flags[flag].load(std::memory_order_relaxed);
+    if (!m_hub.start()) return false;
+    const bool bPresent = m_hub.listState().flags[flag].load(std::memory_order_relaxed);
     if (bPresent == m_reported[flag]) return false;
     value = m_reported[flag] = bPresent;
     return true;
   }
 
-  bool listChanged() {
-    Hub& hub = Hub::instance();
-    return hub.start() && m_seen.changed(hub.listState().alarms);
-  }
+  bool listChanged() { return m_hub.start() && m_seen.changed(m_hub.listState().alarms); }
 
  private:
-  SeenGeneration m_seen{Hub::instance().listState().alarms};
+  Hub& m_hub = Hub::instance();
+  SeenGeneration m_seen{m_hub.listState().alarms};
   std::array<bool, ListState::FlagCount> m_reported{};
 };
 

@@ -9,7 +9,8 @@
 /** Attached to the hub; an object without it is not. */
 class EventlistHandlerDBusConnectorRead::Private {
  public:
-  SeenGeneration seen{Hub::instance().listState().events};
+  Hub& hub = Hub::instance();
+  SeenGeneration seen{hub.listState().events};
 };
 
 EventlistHandlerDBusConnectorRead::EventlistHandlerDBusConnectorRead(bool deviceBus) noexcept
@@ -38,7 +39,5 @@ DBusPendingReply::SharedPointer EventlistHandlerDBusConnectorRead::getPartOfEven
 }
 
 bool EventlistHandlerDBusConnectorRead::changedFlagEventlist() {
-  if (!m_private) return false;
-  Hub& hub = Hub::instance();
-  return hub.start() && m_private->seen.changed(hub.listState().events);
+  return m_private && m_private->hub.start() && m_private->seen.changed(m_private->hub.listState().events);
 }

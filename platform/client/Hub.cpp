@@ -62,10 +62,6 @@ DBusPendingReply::SharedPointer Hub::request(Request::Kind kind, const QString& 
   }
 }
 
-bool Hub::start() noexcept {
-  return m_bRunning.load(std::memory_order_acquire) || tryStart();
-}
-
 bool Hub::tryStart() noexcept {
   const std::lock_guard<std::mutex> lock(m_startMutex);
   const auto now = Clock::now();

@@ -47,7 +47,7 @@ class Hub {
   const ListState& listState() const { return m_state; }
 
   /** Start the thread unless it runs. @return whether it runs now. [any-thread] */
-  bool start() noexcept;
+  bool start() noexcept { return m_bRunning.load(std::memory_order_acquire) || tryStart(); }
 
   /** The books of this moment. [any-thread] */
   Books books() const { return m_outbox.books(); }
