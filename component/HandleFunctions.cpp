@@ -59,13 +59,14 @@ void openalarmlistwritehandle_ext(openalarmlistwritehandle_struct* parameters) {
 
 void closealarmlistwritehandle_ext(closealarmlistwritehandle_struct* parameters) {
   externalFunction(__func__, [&] {
-    if (TavrolineConvenienceFunctions::checkStructPointer(parameters) &&
-        TavrolineConvenienceFunctions::checkStructPointer(parameters->hWriteHandle)) {
-      auto* const handler = static_cast<TavrolineAlarmHandler*>(parameters->hWriteHandle);
-      if (HandleCheck::isUsable(handler)) {
-        delete handler;
-      }
-      parameters->hWriteHandle = nullptr;
+    if (!TavrolineConvenienceFunctions::checkStructPointer(parameters) ||
+        !TavrolineConvenienceFunctions::checkStructPointer(parameters->hWriteHandle)) {
+      return;
+    }
+    auto* const handler = static_cast<TavrolineAlarmHandler*>(parameters->hWriteHandle);
+    parameters->hWriteHandle = nullptr;  // first: the record of a refusal may fail
+    if (HandleCheck::isUsable(handler)) {
+      delete handler;
     }
   });
 }

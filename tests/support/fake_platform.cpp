@@ -2,9 +2,12 @@
 
 #include <QStringList>
 
+#include <atomic>
+#include <climits>
 #include <deque>
 #include <map>
 #include <mutex>
+#include <new>
 #include <stdexcept>
 #include <utility>
 
@@ -34,7 +37,11 @@ struct State {
   std::vector<Call> log;
   std::map<std::string, std::deque<std::vector<fake::Answer>>> answers;
   std::map<std::string, std::deque<bool>> changes;
-  std::map<std::string, std::deque<fake::Failure>> failures;
+  std::map<std::string, int> refusals;
+  std::atomic<int> platformCalls{0};
+  std::atomic<int> firstThrowing{0};
+  std::atomic<int> lastThrowing{0};
+  fake::Thrown thrown{};
 };
 
 // Constructed by the first static object that records something, so it outlives all of them.
@@ -60,10 +67,11 @@ void record(const std::string& operation, const QVariantList& arguments, const v
 /** Record a call that can be made to fail; false when it is to be refused. */
 bool perform(const std::string& operation, const QVariantList& arguments, const void* object) {
   record(operation, arguments, object);
+  fake::platformCall();
   const std::lock_guard<std::mutex> lock(state().mutex);
-  fake::Failure failure{};
-  if (!take(state().failures, operation, failure)) return true;
-  if (failure == fake::Failure::Throw) throw std::runtime_error(operation);
+  int& refusals = state().refusals[operation];
+  if (refusals == 0) return true;
+  --refusals;
   return false;
 }
 
@@ -106,7 +114,7 @@ void fake::reset() {
   state().log.clear();
   state().answers.clear();
   state().changes.clear();
-  state().failures.clear();
+  state().refusals.clear();
 }
 
 std::vector<fake::Call> fake::calls(const std::string& operation) {
@@ -128,10 +136,35 @@ void fake::change(const std::string& operation, bool value) {
   state().changes[operation].push_back(value);
 }
 
-void fake::fail(const std::string& operation, Failure failure) {
+void fake::refuse(const std::string& operation) {
   const std::lock_guard<std::mutex> lock(state().mutex);
-  state().failures[operation].push_back(failure);
+  ++state().refusals[operation];
 }
+
+void fake::throwAt(int call, Thrown what, bool andAllAfter) {
+  state().thrown = what;
+  state().platformCalls = 0;
+  state().firstThrowing = call;
+  state().lastThrowing = andAllAfter ? INT_MAX : call;
+}
+
+int fake::platformCalls() {
+  return state().platformCalls;
+}
+
+void fake::platformCall() {
+  const int call = ++state().platformCalls;
+  if (state().firstThrowing == 0 || call < state().firstThrowing || call > state().lastThrowing) return;
+  if (state().thrown == Thrown::Exception) throw std::runtime_error("%1 thrown");
+  if (state().thrown == Thrown::BadAlloc) throw std::bad_alloc();
+  throw 5;
+}
+
+// The real helpers, where they are compiled to say when one of their functions is entered.
+extern "C" void __cyg_profile_func_enter(void* /*function*/, void* /*caller*/) {
+  fake::platformCall();
+}
+extern "C" void __cyg_profile_func_exit(void* /*function*/, void* /*caller*/) {}
 
 DBusPendingReply::DBusPendingReply(const QSharedPointer<Private>& reply) : m_state(reply) {
   record("DBusPendingReply", {}, this);
@@ -237,7 +270,9 @@ CodesysLog::CodesysLog(void* logger, std::uint32_t componentId, int logClass, in
       m_component(component),
       m_file(file),
       m_function(function),
-      m_line(line) {}
+      m_line(line) {
+  fake::platformCall();
+}
 CodesysLog::~CodesysLog() {
   record("CodesysLog",
          {m_logger == nullptr, m_componentId, m_logClass, m_errorId, m_infoId, QString::fromUtf8(m_component),
@@ -246,6 +281,7 @@ CodesysLog::~CodesysLog() {
          this);
 }
 CodesysLog& CodesysLog::operator<<(const QVariant& item) {
+  fake::platformCall();
   m_sText += kItemSeparator + item.toString();
   return *this;
 }

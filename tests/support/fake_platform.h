@@ -36,10 +36,8 @@ struct Answer {
   QByteArray data;
 };
 
-enum class Failure {
-  Refuse,  ///< a request gives null, a hand-over false
-  Throw    ///< the operation throws std::runtime_error
-};
+/** What a failing platform call throws; its text in the runtime log is the name here. */
+enum class Thrown { Exception, BadAlloc, Foreign };
 
 /** Forget the log and all scripts, and take Qt's messages from now on. */
 void reset();
@@ -53,7 +51,20 @@ void answer(const std::string& operation, const std::vector<Answer>& answers);
 /** The next changedFlag… call named `operation` reports a change, to `value` where it delivers one. */
 void change(const std::string& operation, bool value = true);
 
-/** The next call of `operation` fails. */
-void fail(const std::string& operation, Failure failure);
+/** The next call of `operation` is refused: a request gives null, a hand-over false. */
+void refuse(const std::string& operation);
+
+/**
+ * The given platform call, counted from 1 from now on, throws, and with `andAllAfter` every later one; 0:
+ * none does. Platform calls are the operations that are recorded, a log record's construction and each of its
+ * items, and, where the executable is built for it, every function of the real helpers.
+ */
+void throwAt(int call, Thrown what = Thrown::Exception, bool andAllAfter = false);
+
+/** Platform calls since throwAt(). */
+int platformCalls();
+
+/** To be called by a platform function that a test brings along. */
+void platformCall();
 
 }  // namespace fake

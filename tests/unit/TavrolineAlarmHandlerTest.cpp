@@ -3,8 +3,6 @@
 #include <QDateTime>
 #include <QRegularExpression>
 
-#include <functional>
-
 #include "UnitSupport.h"
 
 namespace {
@@ -104,7 +102,7 @@ TEST_F(AlarmHandlerTest, AFailedStateQueryIsRepeatedAfterFiveSeconds) {
   EXPECT_EQ(query(), "1 55");
   EXPECT_EQ(query(), "2 55");
   EXPECT_EQ(records(), Lines{place + "DBus access error"});
-  fake::fail("getAlarmState", fake::Failure::Refuse);
+  fake::refuse("getAlarmState");
   for (const std::size_t started : {1U, 2U}) {
     advanceMonotonicClock(4999);
     EXPECT_EQ(query(), "2 55") << "counted from the last failed query";
@@ -127,27 +125,6 @@ TEST_F(AlarmHandlerTest, AnAlarmWithoutItsDescriptionIsReportedOnceAndNotSent) {
     EXPECT_EQ(items(), Lines{"codesys struct nullpointer"});
     EXPECT_TRUE(fake::calls("logEvent").empty());
   }
-}
-
-TEST_F(AlarmHandlerTest, AnExceptionOfTheDeviceEndsInOneRecordAndAnErrorResult) {
-  const std::pair<const char*, std::function<void()>> rows[] = {
-      {"logEvent", [] { logEntry<logevent_ext>(3, 1, "", "", 0); }},
-      {"logEvent", [this] { log(0, 1); }},
-      {"deleteEventlist", [] { deleteeventlist_ext(nullptr); }},
-      {"acknowledgeVisualAlarm", [] { call<acknowledgevisualalarm_ext>(81, nullptr, ""); }},
-      {"acknowledgeCentralDetector", [] { call<acknowledgecentraldetector_ext>(); }},
-      {"getAlarmState", [this] { EXPECT_EQ(query(), "2 55"); }},
-      {"isFinished", [this] { EXPECT_EQ(query(), "2 55"); }},
-      {"logEvent", [this] { close(); }}};
-  for (const auto& [operation, act] : rows) {
-    fake::reset();
-    fake::fail(operation, fake::Failure::Throw);
-    advanceMonotonicClock(5000);
-    EXPECT_NO_THROW(act());
-    EXPECT_EQ(fake::calls(operation).size(), 1U);
-    EXPECT_EQ(records().size(), 1U) << operation;
-  }
-  EXPECT_EQ(m_handle, nullptr) << "a handler whose last message failed is closed all the same";
 }
 
 }  // namespace

@@ -43,8 +43,7 @@ TEST_P(LoadProtocol, TakesOneStepPerCallAndIsIdleAndFreeAfterwards) {
     const Reader reader(kind);
     reader.load("[{},{}]");
     call<setlistreadlanguage_ext>(reader.handle, answers.empty() ? nullptr : "dä");
-    answers.empty() ? fake::fail(kind.request(), fake::Failure::Refuse)
-                    : fake::answer(kind.request(), answers);
+    answers.empty() ? fake::refuse(kind.request()) : fake::answer(kind.request(), answers);
     for (const int result : results) {
       EXPECT_EQ(reader.count(), 2) << "the old list stays until the new one is there";
       EXPECT_EQ(reader.load(), result);
@@ -77,19 +76,6 @@ TEST_P(LoadProtocol, LetsAWaitingReaderTakeOverAfterMoreThanFiveSeconds) {
   EXPECT_EQ(messages(),
             Lines{"qDebug: TavrolineReadBaseClass: int16_t TavrolineReadBaseClass::loadCompleteList("
                   "bool&, QElapsedTimer&, uint16_t): Load list timeout (5 sec timeout time)"});
-}
-
-TEST_P(LoadProtocol, SurvivesAnExceptionIdleAndWithAFreeInterface) {
-  for (const std::string& operation : {kind.request(), std::string("isFinished"), std::string("getReply")}) {
-    fake::reset();
-    const Reader reader(kind);
-    fake::answer(kind.request(), {{0, "{}"}});
-    EXPECT_TRUE(operation != "getReply" || reader.load() == TAVROLINE_BUSY);
-    fake::fail(operation, fake::Failure::Throw);
-    EXPECT_EQ(reader.load(), TAVROLINE_ERROR);
-    EXPECT_EQ(records().size(), 1U) << operation;
-    expectFreeAndIdle(reader);
-  }
 }
 
 }  // namespace
