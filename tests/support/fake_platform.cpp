@@ -110,6 +110,7 @@ constexpr QChar kItemSeparator(0x1F);
 
 void fake::reset() {
   qInstallMessageHandler(recordMessage);
+  throwAt(0);
   const std::lock_guard<std::mutex> lock(state().mutex);
   state().log.clear();
   state().answers.clear();

@@ -90,6 +90,9 @@ TEST_F(ComponentFrame, PollsTheAlarmListAndThenTheEventListInTheCommunicationCyc
     asked.push_back(call.operation.substr(std::strlen("changedFlag")));
   EXPECT_EQ(asked, (Lines{"AlarmInAlarmlist", "ActiveAlarmInAlarmlist", "FaultInAlarmlist",
                           "ActiveFaultInAlarmlist", "Alarmlist", "CentralDetector", "Eventlist"}));
+  fake::throwAt(1);
+  EXPECT_EQ(m_record.pfHookFunction(20, 0, 0), 0U);
+  EXPECT_EQ(fake::calls("changedFlagEventlist").size(), 2U) << "one list's failure is not the other's";
 }
 
 }  // namespace
