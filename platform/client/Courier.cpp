@@ -9,6 +9,7 @@
 #include "ListServiceNames.h"
 #include "MessageMarshalling.h"
 #include "PendingReply.h"
+#include "ReplyNesting.h"
 
 namespace {
 
@@ -134,11 +135,13 @@ void Courier::onRequestReply(std::list<SentRequest>::iterator sent, sd_bus_messa
     const bool bList = (*sent->asked)->kind != Request::Kind::AlarmState;
     if (sd_bus_message_is_method_error(reply, nullptr) > 0) {
       state.fail(errorText(*sd_bus_message_get_error(reply)));
-    } else if (sd_bus_message_read(reply, "s", &text) > 0 &&
-               (bList || std::strlen(text) <= kMaximumStateBytes)) {
-      state.arrive(QByteArray(text));
-    } else {
+    } else if (sd_bus_message_read(reply, "s", &text) <= 0 ||
+               (!bList && std::strlen(text) > kMaximumStateBytes)) {
       state.fail(QStringLiteral("the list service answered in an unknown form"));
+    } else if (ReplyNesting::isTooDeep(text)) {
+      state.fail(QStringLiteral("the list service's answer is nested too deep"));
+    } else {
+      state.arrive(QByteArray(text));
     }
     release(*sent);
   }

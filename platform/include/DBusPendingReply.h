@@ -27,8 +27,11 @@ class DBusPendingReply {
    */
   int isFinished(ErrorContainer& error);
 
-  /** The reply's bytes (a JSON document) once isFinished() returned 0, otherwise an invalid variant.
-   * [any-thread] */
+  /**
+   * The reply's bytes (a JSON document) once isFinished() returned 0, otherwise an invalid variant. The
+   * caller parses them on its own stack, so an implementation fails a reply that is nested deeper than 32
+   * levels. [any-thread]
+   */
   QVariant getReply();
 
  private:
