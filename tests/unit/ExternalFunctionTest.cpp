@@ -106,6 +106,18 @@ TEST_F(ComponentTest, AHandleThatIsNullStaleOrOfAnotherKindIsRefused) {
   }
 }
 
+TEST_F(ComponentTest, TheLastSixtyFourClosedHandlesAreKnownAsClosed) {
+  TavrolineHandle handles[65];
+  for (TavrolineHandle& handle : handles)
+    handle = call<openalarmlistwritehandle_ext>().hWriteHandle;
+  for (const TavrolineHandle handle : handles)
+    call<closealarmlistwritehandle_ext>(handle);
+  for (const int index : {0, 1, 64})
+    call<closealarmlistwritehandle_ext>(handles[index]);
+  EXPECT_EQ(items(), (Lines{"AlarmlistWriteHandle unknown", "AlarmlistWriteHandle already closed",
+                            "AlarmlistWriteHandle already closed"}));
+}
+
 TEST_F(ComponentTest, ANullStructureIsReportedWhereItIsNotIgnored) {
   const std::set<std::string> silent{"openeventlistreadhandle_ext", "openalarmlistreadhandle_ext",
                                      "deleteeventlist_ext", "closeeventlistreadhandle_ext",

@@ -50,6 +50,16 @@ TEST_P(Readers, LearnOfAChangeWhenTheyAreOpenAtThatMoment) {
   EXPECT_EQ(changed(first) + changed(second), "01") << "a false answer or a load changes nothing";
 }
 
+TEST_F(ComponentTest, AReaderThatIsListedTwiceLeavesWithAWarning) {
+  struct Twice : TavrolineEventlistRead {
+    Twice() { sm_AccessEventlistInstancePointers.append(this); }
+  };
+  { const Twice reader; }
+  EXPECT_EQ(messages(),
+            Lines{"qWarning: TavrolineEventlistRead: virtual TavrolineEventlistRead::"
+                  "~TavrolineEventlistRead(): Tavroline Not one entry removed. Nr of removed entrys: 2"});
+}
+
 TEST_F(ComponentTest, APartOfTheEventListIsAskedForByItsCountAlone) {
   const QStringList none;
   for (const int count : {65535, 0}) {

@@ -21,6 +21,15 @@ TEST_F(ComponentTest, TextSourcesBeyondOneBecomeZeroWithAWarning) {
   }
 }
 
+TEST_F(ComponentTest, AWriteHandleIsTakenUnlessItIsNull) {
+  TavrolineEventlistWrite* writer = nullptr;
+  int object = 0;
+  EXPECT_TRUE(Convert::getHandlePointer(&writer, &object));
+  EXPECT_FALSE(Convert::getHandlePointer(&writer, nullptr));
+  EXPECT_EQ(static_cast<void*>(writer), &object);
+  EXPECT_EQ(items(), Lines{"EventlistWriteHandle nullpointer"});
+}
+
 TEST_F(ComponentTest, AnInstanceNameTakesAtMostOneIntegerDirective) {
   using Row = std::tuple<int, const char*, QString>;
   for (const auto& [number, name, expected] :

@@ -77,7 +77,8 @@ struct Scene {
     calls = fake::platformCalls();
     fake::throwAt(0);
     if (resultOffset == kRequestResult) failed.replace(kCount, 4, structure, kCount, 4);
-    if (opens) g_functions["close" + name.substr(4)](&structure[kHandle]);
+    std::string opened = structure.substr(kHandle);
+    if (opens) g_functions["close" + name.substr(4)](opened.data());
   }
 
   const std::string name;
