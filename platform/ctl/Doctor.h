@@ -1,6 +1,6 @@
 #pragma once
 
-/** Finds out why nothing arrives: looks at bus, service, interface version, policy and clock, in this order,
+/** Finds out why nothing arrives: looks at bus, service, policy, interface version and clock, in this order,
  * and says of each that it is well, or why not and what to do. It changes nothing. */
 namespace Doctor {
 

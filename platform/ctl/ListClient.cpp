@@ -49,6 +49,8 @@ class BusError {
         sd_bus_error_has_name(&m_error, SD_BUS_ERROR_NO_REPLY) > 0) {
       throw NoService("no list service runs on this bus; start tavroline-listd");
     }
+    if (sd_bus_error_has_name(&m_error, SD_BUS_ERROR_ACCESS_DENIED) > 0)
+      throw Forbidden("the bus forbids this call to this user; tavroline-ctl doctor says more");
     if (result == -ETIMEDOUT) throw ClientError("the service did not answer in time");
     throw ClientError(std::string("the service refused: ") +
                       (m_error.message != nullptr ? m_error.message : std::strerror(-result)));

@@ -21,6 +21,12 @@ class NoBus : public ClientError {
   using ClientError::ClientError;
 };
 
+/** The bus's policy forbids the call to this user. */
+class Forbidden : public ClientError {
+ public:
+  using ClientError::ClientError;
+};
+
 /** Nobody owns the service's name now. */
 class NoService : public ClientError {
  public:
