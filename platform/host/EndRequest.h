@@ -29,6 +29,9 @@ class EndRequest {
    */
   int wait(std::optional<unsigned> seconds);
 
+  /** Whether a program has asked for the end. [any-thread] */
+  bool isFinished() const { return m_status != kNone; }
+
  private:
   static constexpr int kNone = -1;
 

@@ -26,6 +26,7 @@ struct Options {
   std::vector<std::string> programs;
   std::uint32_t cycleMilliseconds = 10;
   std::optional<unsigned> seconds;
+  unsigned lives = 1;
   std::string logFile;
   std::string traceFile;
   bool report = false;
@@ -41,6 +42,10 @@ void declare(CLI::App& app, Options& options) {
       ->check(CLI::Range(1, 1000))
       ->capture_default_str();
   app.add_option("--seconds", options.seconds, "end after so many seconds");
+  app.add_option("--lives", options.lives,
+                 "load, run and unload so often, as long as the programs end by themselves")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str();
   app.add_option("--log", options.logFile, "append log records to this file instead of standard error")
       ->type_name("FILE");
   app.add_option("--trace", options.traceFile, "write every call with its structure's fields to this file")
@@ -109,10 +114,16 @@ int runComponent(const Options& options, EndRequest& end) {
 }
 
 int run(const Options& options) {
-  EndRequest end;
   if (!options.logFile.empty()) RuntimeFunctions::logToFile(options.logFile);
   if (options.stats) RuntimeFunctions::keepRecord(Report::kBooksMark);
-  const int status = runComponent(options, end);
+  int status = 0;
+  bool again = true;
+  for (unsigned life = 0; again && life < options.lives; ++life) {
+    EndRequest end;
+    status = runComponent(options, end);
+    again = status == 0 && end.isFinished();
+    if (options.lives > 1) std::fprintf(stderr, "end of life %u\n", life + 1);
+  }
   // The last record is written when the library goes.
   if (options.stats) Report::printBooks(RuntimeFunctions::keptRecord());
   return status;

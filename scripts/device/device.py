@@ -7,6 +7,7 @@ import signal
 import subprocess
 import tempfile
 import time
+from collections import Counter
 
 ROOT = os.path.abspath(os.path.join(os.path.dirname(__file__), "..", ".."))
 BUILD = os.path.join(ROOT, "build", "release")
@@ -92,20 +93,17 @@ BOOKS = re.compile(r"Books: accepted (\d+), delivered (\d+), pending (\d+), supe
                    r"refused (\d+) \((.*)\)$")
 
 
-def check_books(records):
-    """Every record of the books has to balance, the last one without anything pending. @return its figures"""
-    final = None
-    for line in records:
-        if not (match := BOOKS.search(line)):
-            continue
+def check_books(lines):
+    """Every record of the books of one life of the library has to balance, and nothing be pending in the last one,
+    after unload. @return the figures of the last one"""
+    books = Counter()
+    for match in filter(None, map(BOOKS.search, lines)):
         accepted, delivered, pending, superseded, dropped, refused = map(int, match.group(1, 2, 3, 4, 5, 7))
         causes = [sum(map(int, re.findall(r"\d+", match.group(i)))) for i in (6, 8)]
         if accepted != delivered + pending + superseded + dropped or causes != [dropped, refused]:
             raise Wrong("books do not balance: " + match.group(0))
-        final = dict(accepted=accepted, delivered=delivered, pending=pending, superseded=superseded, dropped=dropped,
-                     refused=refused)
-    if final is None:
-        raise Wrong("no record of the books")
-    if final["pending"]:
-        raise Wrong("something is pending after unload: " + str(final))
-    return final
+        books = Counter(accepted=accepted, delivered=delivered, pending=pending, superseded=superseded, dropped=dropped,
+                        refused=refused)
+    if books["pending"] or not books:
+        raise Wrong(f"after unload: {dict(books) or 'no record of the books'}")
+    return books
