@@ -124,7 +124,7 @@ class Life:
 
     def watch_flags(self, host):
         """From the return on until all lists have been loaded and the flags have been right at the end."""
-        last, wrong_since, end_of_wait = None, time.monotonic(), time.monotonic() + 25
+        last, wrong_since, end_of_wait = None, time.monotonic(), time.monotonic() + 60
         while True:
             now = time.monotonic()
             truth = last_word("flags", self.device.lines("return.log"))

@@ -31,7 +31,7 @@ using Clock = std::chrono::steady_clock;
 constexpr std::uint32_t kPeriodMilliseconds = 5;
 // A request ends after 10 s, and who has stopped calling is taken over after 5 s.
 constexpr std::chrono::seconds kProgress{17};
-constexpr int kCyclesToLoad = 2000;
+constexpr int kCyclesToLoad = 8000;  // a full queue leaves before the requests
 constexpr RTS_IEC_DINT kEntries = 50;
 
 enum class Phase { Work, Quiet, Returned };
