@@ -167,12 +167,8 @@ extern "C" void __cyg_profile_func_enter(void* /*function*/, void* /*caller*/) {
 }
 extern "C" void __cyg_profile_func_exit(void* /*function*/, void* /*caller*/) {}
 
-DBusPendingReply::DBusPendingReply(const QSharedPointer<Private>& reply) : m_state(reply) {
-  record("DBusPendingReply", {}, this);
-}
-DBusPendingReply::~DBusPendingReply() {
-  record("~DBusPendingReply", {}, this);
-}
+DBusPendingReply::DBusPendingReply(const QSharedPointer<Private>& reply) : m_state(reply) {}
+DBusPendingReply::~DBusPendingReply() = default;
 int DBusPendingReply::isFinished(ErrorContainer& error) {
   perform("isFinished", {error.getErrorCode(), error.getErrorMessage()}, this);
   const fake::Answer present = m_state->answers.front();
@@ -185,12 +181,8 @@ QVariant DBusPendingReply::getReply() {
   return m_state->answers.front().data;
 }
 
-EventlistHandlerDBusConnectorRead::EventlistHandlerDBusConnectorRead(bool deviceBus) noexcept {
-  record("EventlistHandlerDBusConnectorRead", {deviceBus}, this);
-}
-EventlistHandlerDBusConnectorRead::~EventlistHandlerDBusConnectorRead() {
-  record("~EventlistHandlerDBusConnectorRead", {}, this);
-}
+EventlistHandlerDBusConnectorRead::EventlistHandlerDBusConnectorRead(bool /*deviceBus*/) noexcept {}
+EventlistHandlerDBusConnectorRead::~EventlistHandlerDBusConnectorRead() = default;
 DBusPendingReply::SharedPointer EventlistHandlerDBusConnectorRead::getCompleteEventlist(
     const QString& language) {
   return request("getCompleteEventlist", {language}, this);
@@ -207,12 +199,8 @@ bool EventlistHandlerDBusConnectorRead::changedFlagEventlist() {
   return flag("changedFlagEventlist", nullptr, this);
 }
 
-AlarmlistHandlerDBusConnectorRead::AlarmlistHandlerDBusConnectorRead(bool deviceBus) noexcept {
-  record("AlarmlistHandlerDBusConnectorRead", {deviceBus}, this);
-}
-AlarmlistHandlerDBusConnectorRead::~AlarmlistHandlerDBusConnectorRead() {
-  record("~AlarmlistHandlerDBusConnectorRead", {}, this);
-}
+AlarmlistHandlerDBusConnectorRead::AlarmlistHandlerDBusConnectorRead(bool /*deviceBus*/) noexcept {}
+AlarmlistHandlerDBusConnectorRead::~AlarmlistHandlerDBusConnectorRead() = default;
 DBusPendingReply::SharedPointer AlarmlistHandlerDBusConnectorRead::getCompleteAlarmlist(
     const QString& language) {
   return request("getCompleteAlarmlist", {language}, this);
@@ -223,21 +211,15 @@ DBusPendingReply::SharedPointer AlarmlistHandlerDBusConnectorRead::getAlarmState
 bool AlarmlistHandlerDBusConnectorRead::changedFlagAlarmlist() {
   return flag("changedFlagAlarmlist", nullptr, this);
 }
-bool AlarmlistHandlerDBusConnectorRead::changedFlagAlarmInAlarmlist(bool& value) {
-  return flag("changedFlagAlarmInAlarmlist", &value, this);
-}
-bool AlarmlistHandlerDBusConnectorRead::changedFlagActiveAlarmInAlarmlist(bool& value) {
-  return flag("changedFlagActiveAlarmInAlarmlist", &value, this);
-}
-bool AlarmlistHandlerDBusConnectorRead::changedFlagFaultInAlarmlist(bool& value) {
-  return flag("changedFlagFaultInAlarmlist", &value, this);
-}
-bool AlarmlistHandlerDBusConnectorRead::changedFlagActiveFaultInAlarmlist(bool& value) {
-  return flag("changedFlagActiveFaultInAlarmlist", &value, this);
-}
-bool AlarmlistHandlerDBusConnectorRead::changedFlagCentralDetector(bool& value) {
-  return flag("changedFlagCentralDetector", &value, this);
-}
+#define CHANGED_FLAG(name)                                    \
+  bool AlarmlistHandlerDBusConnectorRead::name(bool& value) { \
+    return flag(#name, &value, this);                         \
+  }
+CHANGED_FLAG(changedFlagAlarmInAlarmlist)
+CHANGED_FLAG(changedFlagActiveAlarmInAlarmlist)
+CHANGED_FLAG(changedFlagFaultInAlarmlist)
+CHANGED_FLAG(changedFlagActiveFaultInAlarmlist)
+CHANGED_FLAG(changedFlagCentralDetector)
 
 bool EventlistHandlerDBusConnectorWrite::deleteEventlist() {
   return perform("deleteEventlist", {m_bDeviceBus}, this);

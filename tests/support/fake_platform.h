@@ -10,16 +10,14 @@
 /**
  * The device's classes for unit tests: whatever the component does with them, and every Qt message, goes into
  * one ordered log, and what they answer is scripted. Texts, times, hash and vocabulary are the real ones and
- * are not recorded. Operations go by their method name; a constructor by its class, a destructor by ~ and its
- * class. What is not scripted succeeds: a request's reply stays outstanding, a flag answers false, a
- * hand-over is accepted. [any-thread]
+ * are not recorded. Operations go by their method name. What is not scripted succeeds: a request's reply
+ * stays outstanding, a flag answers false, a hand-over is accepted. [any-thread]
  */
 namespace fake {
 
 /**
  * One entry of the log. `arguments` are those of the operation, in order, and then what its object was
- * constructed with (true of a bus client, the object name of the event client), where that is not recorded by
- * itself.
+ * constructed with, of the clients that live for one call (true, or the object name of the event client).
  *  - "CodesysLog": logger is null, componentId, class, error, info, component, file, function, line, items (a
  * list)
  *  - "qDebug", "qWarning": text, category, file, function, line
@@ -36,7 +34,7 @@ struct Answer {
   QByteArray data;
 };
 
-/** What a failing platform call throws; its text in the runtime log is the name here. */
+/** What a failing platform call throws: std::runtime_error("%1 thrown"), std::bad_alloc, an int. */
 enum class Thrown { Exception, BadAlloc, Foreign };
 
 /** Forget the log and all scripts, and take Qt's messages from now on. */
