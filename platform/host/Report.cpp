@@ -28,10 +28,7 @@ void Report::printCalls(const CallMonitor& monitor) {
 }
 
 void Report::printBooks(const std::string& record) {
-  constexpr std::array<const char*, 12> kFigures{
-      "accepted",     "  delivered",    "  pending",  "  superseded", "  dropped",    "    unsendable",
-      "    rejected", "    unanswered", "    unload", "refused",      "  queue full", "  out of memory"};
-  std::array<std::uint64_t, kFigures.size()> n{};
+  std::array<std::uint64_t, 12> n{};
   const auto start = record.find(kBooksMark);
   const int read =
       start == std::string::npos
@@ -42,13 +39,16 @@ void Report::printBooks(const std::string& record) {
                         ", rejected %" SCNu64 ", unanswered %" SCNu64 ", unload %" SCNu64
                         "), refused %" SCNu64 " (queue full %" SCNu64 ", out of memory %" SCNu64,
                         &n[0], &n[1], &n[2], &n[3], &n[4], &n[5], &n[6], &n[7], &n[8], &n[9], &n[10], &n[11]);
-  std::puts("");
-  if (static_cast<std::size_t>(read) != kFigures.size()) {
-    std::puts("BOOKS: no record in the log; nothing was handed over");
+  if (static_cast<std::size_t>(read) != n.size()) {
+    std::puts("\nBOOKS     no record in the log: nothing was handed over");
     return;
   }
-  std::puts("BOOKS                MESSAGES");
-  for (std::size_t i = 0; i < kFigures.size(); ++i)
-    std::printf("%-20s  %7" PRIu64 "\n", kFigures[i], n[i]);
+  std::printf("\n%-8s  %9s  %9s  %9s  %10s  %9s  %9s\n", "BOOKS", "ACCEPTED", "DELIVERED", "PENDING",
+              "SUPERSEDED", "DROPPED", "REFUSED");
+  std::printf("%-8s  %9" PRIu64 "  %9" PRIu64 "  %9" PRIu64 "  %10" PRIu64 "  %9" PRIu64 "  %9" PRIu64 "\n",
+              "messages", n[0], n[1], n[2], n[3], n[4], n[9]);
+  std::printf("causes    dropped: unsendable %" PRIu64 ", rejected %" PRIu64 ", unanswered %" PRIu64
+              ", unload %" PRIu64 "; refused: queue full %" PRIu64 ", out of memory %" PRIu64 "\n",
+              n[5], n[6], n[7], n[8], n[10], n[11]);
   if (n[0] != n[1] + n[2] + n[3] + n[4]) std::puts("These books do not balance.");
 }
