@@ -6,9 +6,12 @@
 
 bool FailedMessages::admit(const Sender& sender) {
   const auto failed = m_failed.find(sender.connection);
-  if (failed != m_failed.end() && failed->second < sender.sequence) return false;
+  if (failed != m_failed.end() && failed->second < sender.sequence) {
+    failed->second = sender.sequence;
+    return false;
+  }
   m_admitted.emplace_back(sender.connection, sender.sequence);
-  if (failed != m_failed.end() && failed->second == sender.sequence) m_failed.erase(failed);
+  if (failed != m_failed.end()) m_failed.erase(failed);
   return true;
 }
 
@@ -26,8 +29,7 @@ void FailedMessages::reject(const Sender& sender) {
 void FailedMessages::fail() noexcept {
   for (const auto& [connection, sequence] : m_admitted) {
     try {
-      const auto failed = m_failed.emplace(connection, sequence).first;
-      failed->second = std::min(failed->second, sequence);
+      const auto failed = m_failed.insert_or_assign(connection, sequence).first;
       if (m_failed.size() > kConnections)
         m_failed.erase(failed == m_failed.begin() ? std::next(failed) : m_failed.begin());
     } catch (const std::bad_alloc&) {

@@ -20,6 +20,10 @@ struct Sender {
  * The messages that were not carried out, so that none of them passes for one that was when it comes again: a
  * message that is sent after one that failed would make that one a repetition, and has to wait for it.
  *
+ * A sender that hears of a failure begins anew with its oldest message, on the same connection: numbers rise
+ * until then, so that one that does not is the beginning. It need not be the one that failed, which its
+ * sender may have no use for any more.
+ *
  * It knows nothing of lists and storage. Kept in memory: senders take another connection to another life of
  * the service.
  */
@@ -30,7 +34,7 @@ class FailedMessages {
   static constexpr std::size_t kConnections = 64;
   static constexpr std::size_t kRejected = 1000;
 
-  /** A message has come. @return false when one before it on its connection has failed and not come again.
+  /** A message has come. @return false when one before it has failed and its sender has not begun anew.
    * [any-thread] */
   bool admit(const Sender& sender);
 
@@ -47,6 +51,6 @@ class FailedMessages {
 
  private:
   std::vector<std::pair<QByteArray, qint64>> m_admitted;  ///< connection and number
-  std::map<QByteArray, qint64> m_failed;                  ///< by connection the lowest number
+  std::map<QByteArray, qint64> m_failed;                  ///< by connection the last number that came
   std::deque<std::pair<QString, qint64>> m_rejected;
 };

@@ -34,6 +34,12 @@ Message edge(EventlistHandlerEnums::State state) {
   return message;
 }
 
+Message large(Message message) {
+  for (int i = 0; i < 60; ++i)
+    message.texts += QString(4000, QLatin1Char('x'));
+  return message;
+}
+
 constexpr auto kOn = EventlistHandlerEnums::StateOn;
 constexpr auto kOff = EventlistHandlerEnums::StateOff;
 
@@ -153,10 +159,7 @@ TEST_F(ClientTest, WhatCannotBeStoredNowIsStoredLaterAndListsAreReadMeanwhile) {
   prlimit(service->pid(), RLIMIT_FSIZE, &small, nullptr);
   ASSERT_TRUE(modules().isEmpty());
   service->pause();
-  Message large = event(QStringLiteral("large"));
-  for (int i = 0; i < 60; ++i)
-    large.texts += QString(4000, QLatin1Char('x'));
-  hub->submit(std::move(large));
+  hub->submit(large(event(QStringLiteral("large"))));
   const auto list = hub->request(Request::Kind::EventList, QString());  // what follows is stored apart
   QStringList expected{QStringLiteral("large")};
   for (int i = 0; i < 40; ++i) {  // more than are sent without an answer
@@ -171,6 +174,26 @@ TEST_F(ClientTest, WhatCannotBeStoredNowIsStoredLaterAndListsAreReadMeanwhile) {
   prlimit(service->pid(), RLIMIT_FSIZE, &limit, nullptr);
   ASSERT_TRUE(eventually([&] { return hub->books().pending == 0; }));
   EXPECT_EQ(modules(), expected);
+}
+
+TEST_F(ClientTest, AnAlarmThatEndsBeforeItCouldBeRaisedAgainHoldsUpNothing) {
+  const auto isRefused = [] {
+    ChildProcess ctl(TAVROLINE_CTL, {"stats", "--json"});
+    ctl.wait();
+    return QJsonDocument::fromJson(ctl.output().c_str())[QStringLiteral("rejected")].toInt() > 0;
+  };
+  rlimit limit{};
+  getrlimit(RLIMIT_FSIZE, &limit);
+  const rlimit small{262144, limit.rlim_max};
+  startService();
+  hub->submit(large(edge(kOn)));
+  ASSERT_TRUE(eventually([&] { return hub->books().delivered == 1; }));
+  setrlimit(RLIMIT_FSIZE, &small);
+  startService({"--db", file("lists.db")});  // where there is no room for the alarm
+  setrlimit(RLIMIT_FSIZE, &limit);
+  ASSERT_TRUE(eventually(isRefused));
+  hub->submit(edge(kOff));
+  EXPECT_TRUE(eventually([&] { return hub->books().pending == 0; }));
 }
 
 TEST_F(ClientTest, DeadlinesEndWhatIsNotAnswered) {
