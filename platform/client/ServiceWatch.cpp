@@ -1,5 +1,6 @@
 #include "ServiceWatch.h"
 
+#include <cstring>
 #include <string>
 
 #include "CallWriter.h"
@@ -111,6 +112,9 @@ void ServiceWatch::ask(StateQuery& query, Clock::time_point now) {
 }
 
 void ServiceWatch::onNameOwnerChanged(sd_bus_message* signal) {
+  // The rule does not see to it: a signal that is addressed to us gets past its sender.
+  const char* sender = sd_bus_message_get_sender(signal);
+  if (sender == nullptr || std::strcmp(sender, kBus) != 0) return;
   const char* name = nullptr;
   const char* before = nullptr;
   const char* after = nullptr;

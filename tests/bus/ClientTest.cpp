@@ -1,5 +1,6 @@
 #include <sys/resource.h>
 #include <sys/syscall.h>
+#include <systemd/sd-bus.h>
 #include <unistd.h>
 
 #include <QJsonArray>
@@ -194,6 +195,29 @@ TEST_F(ClientTest, AnAlarmThatEndsBeforeItCouldBeRaisedAgainHoldsUpNothing) {
   ASSERT_TRUE(eventually(isRefused));
   hub->submit(edge(kOff));
   EXPECT_TRUE(eventually([&] { return hub->books().pending == 0; }));
+}
+
+TEST_F(ClientTest, WhoeverIsNotTheBusCannotNameAnotherOwner) {
+  startService();
+  ASSERT_TRUE(modules().isEmpty());
+  sd_bus* opened = nullptr;
+  ASSERT_GE(sd_bus_open_system(&opened), 0);
+  const std::unique_ptr<sd_bus, sd_bus* (*)(sd_bus*)> stranger(opened, sd_bus_flush_close_unref);
+  const char* name = nullptr;
+  sd_bus_get_unique_name(opened, &name);
+  for (int i = 0; i < 20; ++i) {  // one of these is the hub
+    sd_bus_message* signal = nullptr;
+    sd_bus_message_new_signal(opened, &signal, "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                              "NameOwnerChanged");
+    sd_bus_message_append(signal, "sss", ListServiceNames::kService, "", name);
+    EXPECT_GE(sd_bus_send_to(opened, signal, (":1." + std::to_string(i)).c_str(), nullptr), 0);
+    sd_bus_message_unref(signal);
+  }
+  EXPECT_GE(sd_bus_call_method(opened, "org.freedesktop.DBus", "/", "org.freedesktop.DBus", "GetId", nullptr,
+                               nullptr, nullptr),
+            0);  // by now they are all on their way
+  EXPECT_TRUE(modules().isEmpty());
+  EXPECT_TRUE(modules().isEmpty());
 }
 
 TEST_F(ClientTest, DeadlinesEndWhatIsNotAnswered) {
