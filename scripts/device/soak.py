@@ -2,10 +2,10 @@
 
 use: soak [MINUTES] [--long] [--docs]
 
-First one life of the library: eight PLC tasks use everything at once while the list service is killed and started again
-and again. Then many lives in one process that keeps Qt mapped: load, use, unload. Each part takes half of MINUTES (2);
---long goes on until a million operations, a thousand restarts and ten thousand lives have been. The books have to
-balance all the time.
+Two parts run side by side for MINUTES (2). One life of the library: eight PLC tasks use everything at once while the
+list service is killed and started again and again. Many lives in one process that keeps Qt mapped: load, use, unload;
+the service goes and comes here, too. --long goes on until a million operations, a thousand restarts and ten thousand
+lives have been. The books have to balance all the time.
 
 A figure of the process is what nine of ten samples do not exceed (the tenth may have met the loader at work). It counts
 as flat when it is no higher in the last third of a part than in the middle third; resident memory may be higher by 5 %
@@ -14,6 +14,7 @@ and 1 MiB, since threads, lists and the allocator do not meet in the same way tw
 """
 
 import argparse
+import concurrent.futures
 import os
 import random
 import re
@@ -24,7 +25,7 @@ import threading
 import time
 from collections import Counter
 
-from device import BUILD, ROOT, Device, Wrong, check_books, end, wait
+from device import BUILD, ROOT, Device, Wrong, check_books, end, pause, wait
 
 FIGURES = ["resident memory, KiB", "descriptors", "threads", "match rules on the bus"]
 PAGE = os.path.join(ROOT, "docs", "robustness.md")
@@ -96,40 +97,61 @@ class Service:
         self.device, self.child, self.starts = device, None, 0
         self.restart()
 
-    def restart(self, pause=0.0):
+    def restart(self, gap=0.0):
         if self.child:
-            end(self.child)
-            self.device.children.remove(self.child)
-            time.sleep(pause)
-        self.child = self.device.start("service.log", [f"{BUILD}/tavroline-listd"])
+            self.stop()
+            pause(gap)
         self.starts += 1
-        wait("the service", lambda: self.device.lines("service.log").count("ready") >= self.starts, 20)
+        while self.device.lines("service.log").count("ready") < self.starts:
+            self.child = self.device.start("service.log", [f"{BUILD}/tavroline-listd"])
+            wait("the service", lambda: self.child.poll() is not None or
+                 self.device.lines("service.log").count("ready") >= self.starts, 20)
+            if self.child.poll() is not None:
+                self.stop()  # the bus had not noticed yet that the one before has gone
+
+    def stop(self):
+        end(self.child)
+        self.device.children.remove(self.child)
 
 
-def one_life(device, seconds, restarts):
+def one_life(seconds, restarts):
     """@return the host, its books and the number of restarts"""
-    service, host = Service(device), Host(device, 1e9)
-    begin, dice = time.monotonic(), random.Random(1)
-    while host.process.poll() is None and (time.monotonic() - begin < seconds or service.starts <= restarts):
-        time.sleep(dice.uniform(0.1, 0.6))
-        service.restart(dice.uniform(0, 0.1))
-        host.sample()
-    return host, host.finish(), service.starts - 1
-
-
-def many_lives(device, lives):
-    """@return the host and how long it took"""
-    service, host, begin = Service(device), Host(device, 0.02, "--lives", str(lives)), time.monotonic()
-    while host.process.poll() is None:
-        try:
+    with Device(os.path.join(ROOT, "build", "soak", "one")) as device:
+        device.start_bus()
+        service, host = Service(device), Host(device, 1e9)
+        begin, dice = time.monotonic(), random.Random(1)
+        while host.process.poll() is None and (time.monotonic() - begin < seconds or service.starts <= restarts):
+            pause(dice.uniform(0.1, 0.6))
+            service.restart(dice.uniform(0, 0.1))
             host.sample()
-        except (FileNotFoundError, AttributeError):
-            break  # it has ended meanwhile
-        time.sleep(0.2)
-        if len(host.samples) % 5 == 0:
-            service.restart()
-    host.finish()
-    return host, time.monotonic() - begin
+        books = host.finish()
+        print(f"one life: {host.operations:,} operations, {service.starts - 1:,} restarts", flush=True)
+        return host, books, service.starts - 1
+
+
+def many_lives(lives):
+    """@return the host and how long it took"""
+    with Device(os.path.join(ROOT, "build", "soak", "many")) as device:
+        device.start_bus()
+        service, begin = Service(device), time.monotonic()
+        host = Host(device, 0.02, "--lives", str(lives))
+        while host.process.poll() is None:
+            try:
+                host.sample()
+            except (FileNotFoundError, AttributeError):
+                break  # it has ended meanwhile
+            pause(0.2)
+            if len(host.samples) % 5 == 0:
+                service.restart()
+        host.finish()
+        print(f"many lives: {host.operations:,} operations, {len(host.lives) - 1:,} lives", flush=True)
+        return host, time.monotonic() - begin
+
+
+def lives_for(seconds):
+    """As many lives as the time allows, by a first look at how long they take; a stop in the midst would end the last
+    one before its books are closed."""
+    return many_lives(int(seconds / many_lives(30)[1] * 28) + 30)[0]
 
 
 def judge(samples):
@@ -169,28 +191,20 @@ def main():
     parser.add_argument("--long", action="store_true")
     parser.add_argument("--docs", action="store_true")
     options = parser.parse_args()
-    seconds = options.minutes * 30
-    start = time.monotonic()
-    with Device(os.path.join(ROOT, "build", "soak")) as device:
-        device.start_bus()
-        one, books, restarts = one_life(device, seconds, 1000 if options.long else 0)
-        print(f"one life: {one.operations:,} operations, {restarts:,} restarts of the service", flush=True)
-    with Device(os.path.join(ROOT, "build", "soak")) as device:
-        device.start_bus()
-        each = many_lives(device, 30)[1] / 30
-    with Device(os.path.join(ROOT, "build", "soak")) as device:
-        device.start_bus()
-        many, _ = many_lives(device, 10000 if options.long else int(seconds / each) + 30)
-        lives = len(many.lives) - 1
-        print(f"many lives: {many.operations:,} operations, {lives:,} lives", flush=True)
+    seconds, begin = options.minutes * 60, time.monotonic()
+    with concurrent.futures.ThreadPoolExecutor(2) as pool:
+        first = pool.submit(one_life, seconds, 1000 if options.long else 0)
+        second = pool.submit(lambda: many_lives(10000)[0] if options.long else lives_for(seconds))
+        (one, books, restarts), many = first.result(), second.result()
+    lives = len(many.lives) - 1
     if options.long and (one.operations < 1000000 or lives < 10000):
         raise Wrong("that was not long")
 
     parts = [("one life", judge(one.samples)), ("many lives", judge(many.samples))]
-    minutes = (time.monotonic() - start) / 60
-    text = (f"{one.operations:,} operations and {restarts:,} restarts of the service in one life, {books['accepted']:,} messages "
-            f"accepted, {books['delivered']:,} delivered,\n{books['dropped']:,} dropped; then {lives:,} lives in one "
-            f"process; {minutes:.0f} minutes in all.\n\n{table(parts)}")
+    minutes = (time.monotonic() - begin) / 60
+    text = (f"{one.operations:,} operations and {restarts:,} restarts of the service in one life,\n{books['accepted']:,} "
+            f"messages accepted, {books['delivered']:,} delivered, {books['dropped']:,} dropped; {lives:,} lives in one process "
+            f"with {many.operations:,} operations; {minutes:.0f} minutes.\n\n{table(parts)}")
     print("\n" + text)
     if options.docs:
         write_docs(text)

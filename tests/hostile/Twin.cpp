@@ -94,7 +94,8 @@ int disturb(sd_bus_message* call, void*, sd_bus_error*) {
   if (path == nullptr || std::strncmp(path, "/org/tavroline/", 15) != 0) return 0;
   const std::string member = sd_bus_message_get_member(call);
   if (strike("late")) std::this_thread::sleep_for(std::chrono::milliseconds(s_random() % 400));
-  if (strike("never")) return 1;
+  const bool question = member.rfind("Get", 0) == 0;
+  if (strike("never") || (question && strike("mute"))) return 1;
   if (strike("error") || strike("limits")) {
     const char* name =
         oneOf({"org.tavroline.Error.Storm", SD_BUS_ERROR_LIMITS_EXCEEDED, SD_BUS_ERROR_NO_REPLY});
@@ -102,7 +103,7 @@ int disturb(sd_bus_message* call, void*, sd_bus_error*) {
     return 1;
   }
   if (strike("types")) {
-    if (member.rfind("Get", 0) != 0) noteConfirmation(call);
+    if (!question) noteConfirmation(call);
     send(s_random() % 2 == 0 ? reply(call, "as", 2, "a", "b") : reply(call, "v", "i", 1));
     return 1;
   }
