@@ -18,7 +18,7 @@
   static_assert(sizeof(std::declval<type&>().field) == (width), #type "." #field)
 // NOLINTEND(bugprone-macro-parentheses)
 
-static_assert(std::is_signed<RTS_IEC_BOOL>::value && sizeof(RTS_IEC_BOOL) == 1, "BOOL is one signed byte");
+static_assert(std::is_integral<RTS_IEC_BOOL>::value && sizeof(RTS_IEC_BOOL) == 1, "BOOL is one byte");
 
 SIZE(__ARRAY__DIM__INFO, 8, 4);
 FIELD(__ARRAY__DIM__INFO, lower, 0, 4);

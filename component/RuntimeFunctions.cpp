@@ -1,9 +1,11 @@
 #include "CodesysRuntime.h"
+#include "tavroline/conventions.h"
 
-LogAddFunction pfLogAdd = nullptr;
-CMUtlMemCpyFunction pfCMUtlMemCpy = nullptr;
-CMUtlSafeStrCpyFunction pfCMUtlSafeStrCpy = nullptr;
-SysFileOpenFunction pfSysFileOpen = nullptr;
-SysFileReadFunction pfSysFileRead = nullptr;
-SysFileWriteFunction pfSysFileWrite = nullptr;
-SysFileCloseFunction pfSysFileClose = nullptr;
+// Of the types that the runtime's header declares them with. The device's client libraries find them by name.
+TAVROLINE_EXPORT decltype(pfLogAdd) pfLogAdd = nullptr;
+TAVROLINE_EXPORT decltype(pfCMUtlMemCpy) pfCMUtlMemCpy = nullptr;
+TAVROLINE_EXPORT decltype(pfCMUtlSafeStrCpy) pfCMUtlSafeStrCpy = nullptr;
+TAVROLINE_EXPORT decltype(pfSysFileOpen) pfSysFileOpen = nullptr;
+TAVROLINE_EXPORT decltype(pfSysFileRead) pfSysFileRead = nullptr;
+TAVROLINE_EXPORT decltype(pfSysFileWrite) pfSysFileWrite = nullptr;
+TAVROLINE_EXPORT decltype(pfSysFileClose) pfSysFileClose = nullptr;

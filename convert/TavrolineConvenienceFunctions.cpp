@@ -5,6 +5,7 @@
 
 #include "ArrayBounds.h"
 #include "BoundedText.h"
+#include "EventNumbers.h"
 #include "EventlistHandlerDefinitions.h"
 #include "InstanceNameFormat.h"
 #include "RuntimeLog.h"
@@ -16,6 +17,12 @@ constexpr char kFile[] = "TavrolineConvenienceFunctions";
 /** Insert a key that is not there yet. The cheapest way when keys come in their order, right in any other. */
 void put(QVariantMap& map, const QString& key, QVariant value) {
   map.insert(map.constEnd(), key, QVariant()).value().swap(value);
+}
+
+/** A name of the device's definitions as a plain function, however its getter returns it. */
+template <auto Getter>
+QString text() {
+  return Getter();
 }
 
 template <typename Element>
@@ -106,19 +113,15 @@ QVariantMap TavrolineConvenienceFunctions::getDescriptionVariantMap(
 }
 
 EventsDBusDefinitions::TextSource TavrolineConvenienceFunctions::convertIntToTextSource(RTS_IEC_INT value) {
-  switch (value) {
-    case EventsDBusDefinitions::TextSourceGiven:
-      return EventsDBusDefinitions::TextSourceGiven;
-    case EventsDBusDefinitions::TextSourceTable:
-      return EventsDBusDefinitions::TextSourceTable;
-    default:
-      QMessageLogger(kFile, 268,
-                     "static EventsDBusDefinitions::TextSource "
-                     "TavrolineConvenienceFunctions::convertIntToTextSource(RTS_IEC_INT)")
-              .warning()
-          << "Text source unknown:" << value;
-      return EventsDBusDefinitions::TextSourceGiven;
+  if (value != 0 && value != 1) {
+    QMessageLogger(kFile, 268,
+                   "static EventsDBusDefinitions::TextSource "
+                   "TavrolineConvenienceFunctions::convertIntToTextSource(RTS_IEC_INT)")
+            .warning()
+        << "Text source unknown:" << value;
+    value = 0;
   }
+  return static_cast<EventsDBusDefinitions::TextSource>(value);
 }
 
 QString TavrolineConvenienceFunctions::getDefaultIconType(EventlistHandlerEnums::EventType type,
@@ -128,17 +131,17 @@ QString TavrolineConvenienceFunctions::getDefaultIconType(EventlistHandlerEnums:
     EventlistHandlerEnums::State state;
     QString (*icon)();
   };
-  using Enums = EventlistHandlerEnums;
   using Names = EventlistHandlerDefinitions;
+  using namespace EventNumbers;
   static constexpr Row kRows[] = {
-      {Enums::EventTypeAlarm, Enums::StateOn, Names::getIconNameAlarmOn},
-      {Enums::EventTypeAlarm, Enums::StateOff, Names::getIconNameAlarmOff},
-      {Enums::EventTypeAuditTrail, Enums::StateNeutral, Names::getIconNameAuditTrail},
-      {Enums::EventTypeFault, Enums::StateOn, Names::getIconNameFaultOn},
-      {Enums::EventTypeFault, Enums::StateOff, Names::getIconNameFaultOff},
-      {Enums::EventTypeEvent, Enums::StateNeutral, Names::getIconNameEvent},
-      {Enums::EventTypeEvent, Enums::StateOn, Names::getIconNameEventOn},
-      {Enums::EventTypeEvent, Enums::StateOff, Names::getIconNameEventOff},
+      {kAlarm, kOn, text<Names::getIconNameAlarmOn>},
+      {kAlarm, kOff, text<Names::getIconNameAlarmOff>},
+      {kAuditTrail, kNeutral, text<Names::getIconNameAuditTrail>},
+      {kFault, kOn, text<Names::getIconNameFaultOn>},
+      {kFault, kOff, text<Names::getIconNameFaultOff>},
+      {kEvent, kNeutral, text<Names::getIconNameEvent>},
+      {kEvent, kOn, text<Names::getIconNameEventOn>},
+      {kEvent, kOff, text<Names::getIconNameEventOff>},
   };
   for (const Row& row : kRows) {
     if (row.type == type && row.state == state) {

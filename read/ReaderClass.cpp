@@ -1,8 +1,10 @@
 #include "ReaderClass.h"
 
+#include "ErrorContainer.h"
+
 std::int16_t ReaderClass::adoptReply(const DBusPendingReply::SharedPointer& reply,
                                      DBusPendingReply::SharedPointer& pendingReply, const Names& names) {
-  if (reply.isNull()) {
+  if (!reply) {
     report(names, names.readListFunction, names.loadOperation, QLatin1String("DBusPendingReply nullpointer"));
     return ResultError;
   }

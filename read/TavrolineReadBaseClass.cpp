@@ -3,6 +3,7 @@
 #include <QJsonDocument>
 #include <QMessageLogger>
 
+#include "ErrorContainer.h"
 #include "EventlistHandlerDefinitions.h"
 #include "RuntimeLog.h"
 #include "SharedFlag.h"
@@ -62,7 +63,7 @@ std::int16_t TavrolineReadBaseClass::readListAsynchron(std::uint16_t /*n*/) {
 }
 
 std::int16_t TavrolineReadBaseClass::getStatusReadListAsynchron(DBusPendingReply::SharedPointer& reply) {
-  if (reply.isNull()) {
+  if (!reply) {
     RuntimeLog::write(kFile, kStatusFunction,
                       QStringLiteral("getStatusReadListAsynchron: DBusPendingReply nullpointer"));
     return ResultError;

@@ -5,6 +5,8 @@
 #include <QMessageLogger>
 #include <QUuid>
 
+#include "ErrorContainer.h"
+#include "EventNumbers.h"
 #include "EventlistHandlerDefinitions.h"
 #include "ExceptionGuard.h"
 #include "LockGuard.h"
@@ -22,16 +24,16 @@ constexpr qint64 kPauseAfterFailureMilliseconds = 5000;
 TavrolineAlarmHandler::TavrolineAlarmHandler(QObject* parent)
     : QObject(parent),
       m_EventlistHandlerConnector(SpsConfigurationManagerDefinitions::getObjectNameEvents()),
-      m_EventType(EventlistHandlerEnums::EventTypeAlarm),
-      m_State(EventlistHandlerEnums::StateOff),
+      m_EventType(EventNumbers::kAlarm),
+      m_State(EventNumbers::kOff),
       m_sAlarmId(QUuid::createUuid().toString()),
       m_bRequestAlarmState(true) {}
 
 TavrolineAlarmHandler::~TavrolineAlarmHandler() {
-  if (m_State != EventlistHandlerEnums::StateOn) {
+  if (m_State != EventNumbers::kOn) {
     return;
   }
-  m_State = EventlistHandlerEnums::StateOff;
+  m_State = EventNumbers::kOff;
   reportExceptions(kFile, "virtual TavrolineAlarmHandler::~TavrolineAlarmHandler()",
                    [this] { send(TavrolineConvenienceFunctions::getDefaultIconType(m_EventType, m_State)); });
 }
@@ -43,22 +45,16 @@ void TavrolineAlarmHandler::changeState(EventlistHandlerEnums::EventType type,
                                         const QString& user) {
   const QString icon =
       iconType.isEmpty() ? TavrolineConvenienceFunctions::getDefaultIconType(type, state) : iconType;
-  switch (state) {
-    case EventlistHandlerEnums::StateOn:
-    case EventlistHandlerEnums::StateOff:
-      if (state == m_State) {
-        return;
-      }
-      break;
-    case EventlistHandlerEnums::StateNeutral:
-      QMessageLogger(kFile, __LINE__,
-                     "void TavrolineAlarmHandler::changeState(EventlistHandlerEnums::EventType, "
-                     "EventlistHandlerEnums::State, const QString&, const QString&, const QDateTime&, "
-                     "const QVariantMap&, const QStringList&, const QString&)")
-          .warning("Neutral alarm or fault not allowed");
-      return;
-    default:
-      return;
+  if (state == EventNumbers::kNeutral) {
+    QMessageLogger(kFile, __LINE__,
+                   "void TavrolineAlarmHandler::changeState(EventlistHandlerEnums::EventType, "
+                   "EventlistHandlerEnums::State, const QString&, const QString&, const QDateTime&, "
+                   "const QVariantMap&, const QStringList&, const QString&)")
+        .warning("Neutral alarm or fault not allowed");
+    return;
+  }
+  if ((state != EventNumbers::kOn && state != EventNumbers::kOff) || state == m_State) {
+    return;
   }
   saveData(type, state, moduleName, dateTime, description, keywords, user);
   send(icon);
@@ -83,7 +79,7 @@ std::int16_t TavrolineAlarmHandler::getAlarmState(bool& active, bool& acknowledg
   if (m_bRequestAlarmState || pauseOver) {
     startStateQuery();
   }
-  if (m_PendingAlarmStateReply.isNull()) {
+  if (!m_PendingAlarmStateReply) {
     return stateQueryFailed(QStringLiteral("getAlarmState: DBusPendingReply nullpointer"));
   }
   ErrorContainer error(ErrorContainer::getErrorCodeNoError(), QString());
