@@ -1,7 +1,8 @@
 # Debian packages: one per component, of one version.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME tavroline)
-set(CPACK_PACKAGE_CONTACT "Tavroline authors <authors@tavroline.org>")
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGE_CONTACT "Tavroline authors <authors@tavroline.invalid>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
