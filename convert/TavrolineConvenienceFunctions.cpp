@@ -67,7 +67,7 @@ QStringList TavrolineConvenienceFunctions::getKeywordStringList(const char* keyw
 
 QVariantMap TavrolineConvenienceFunctions::convertStructDescriptionData(const stDataType& data) {
   // The text source comes first: it may be the subject of a warning.
-  const int textSource = convertIntToTextSource(data.iTextSource);
+  const int textSource = static_cast<int>(convertIntToTextSource(data.iTextSource));
   QString instanceName = BoundedText::fromField(data.sInstanceName);
   if (data.iInstanceNumber != 0) {
     instanceName = formatInstanceName(instanceName, data.iInstanceNumber);
