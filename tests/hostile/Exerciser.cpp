@@ -57,6 +57,7 @@ std::array<ListClass, 2> s_lists{{{"eventlistread", "loadcompleteeventlist", "ge
 
 struct Reader {
   TavrolineHandle handle = nullptr;
+  bool lasting = false;  ///< neither opened anew nor ever paused: a load of it ends by itself or not at all
   bool loading = false;
   bool loaded = false;  ///< with result 0 since the service's return
   Clock::time_point since{};
@@ -80,7 +81,7 @@ struct Task {
   std::mt19937 random;
   std::map<std::string, Calls> calls;
   unsigned long handed = 0;
-  std::array<Reader, 4> readers;  ///< of the two classes in turn
+  std::array<Reader, 4> readers;  ///< of the two classes in turn, the lasting ones first: they take over
   std::array<Alarm, 3> alarms;
   int returnedCycles = 0;
   std::array<TavrolineHandle, 2> observed{};  ///< readers of the two classes
@@ -120,7 +121,7 @@ struct Task {
   void cycle(Phase phase) {
     for (unsigned i = phase == Phase::Work ? dice(4) : 0; i > 0; --i) {
       const unsigned what = dice(12);
-      if (what < 4) use(readers[what], what % 2 == 1);
+      if (what < 4) use(readers[what], what % 2 == 1, what < 2);
       if (what >= 4 && what < 7) use(alarms[what - 4]);
       if (what == 7) acknowledge();
       for (unsigned events = what > 7 ? dice(s_burst) + 1 : 0; events > 0; --events)
@@ -139,11 +140,11 @@ struct Task {
     ++s_loaded;
   }
 
-  void use(Reader& reader, bool ofAlarms) {
-    if (reader.handle == nullptr || dice(8) == 0) {
+  void use(Reader& reader, bool ofAlarms, bool lasting) {
+    if (reader.handle == nullptr || (!lasting && dice(8) == 0)) {
       const char* kind = s_lists[ofAlarms ? 1 : 0].kind;
       close(kind, reader.handle);
-      reader = Reader{open(kind)};
+      reader = Reader{open(kind), lasting};
     }
     for (const char* name : {"resetlistchanged", "resetfiltereventtype", "resetfiltertime", "resetfilterall"})
       if (dice(2) == 0) flag(name, reader.handle);
@@ -168,7 +169,7 @@ struct Task {
     call(list.load, step);
     reader.loading = step.iResult == TAVROLINE_BUSY;
     if (reader.loading) {
-      if (dice(2000) == 0) reader.pausedUntil = now + std::chrono::seconds(6);
+      if (!reader.lasting && dice(2000) == 0) reader.pausedUntil = now + std::chrono::seconds(6);
       const Clock::time_point lastEnd{Clock::duration(list.lastEnd)};
       if (now - std::max(lastEnd, reader.since) > kProgress) problem("no load of a class ends");
       return;
