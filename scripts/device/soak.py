@@ -36,7 +36,7 @@ class Host:
 
     def __init__(self, device, seconds, *arguments):
         environment = dict(os.environ, DBUS_SYSTEM_BUS_ADDRESS=device.address, LD_PRELOAD="libQt5Core.so.5",
-                           TAVROLINE_EXERCISE=f"1 {seconds} 3")
+                           TAVROLINE_EXERCISE=f"1 {seconds} 1")
         self.process = subprocess.Popen(
             [f"{BUILD}/tavroline-host", *arguments, f"{BUILD}/libTavroline.so", f"{BUILD}/libtavroline-exerciser.so"],
             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, env=environment, text=True,
