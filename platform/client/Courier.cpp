@@ -5,6 +5,7 @@
 #include <array>
 #include <cstring>
 #include <iterator>
+#include <limits>
 
 #include "ListServiceNames.h"
 #include "MessageMarshalling.h"
@@ -77,7 +78,9 @@ void Courier::send(Clock::time_point now) {
 bool Courier::sendNext(Clock::time_point now) {
   // While nothing can be stored, a list is read as it is.
   const bool bPostponed = now < m_resume;
-  if ((m_raise.empty() || bPostponed) && m_requests.size() < kRequestWindow) {
+  // Nor do questions that are not answered hold up what is to be stored.
+  const bool bAsking = m_requests.size() < kRequestWindow;
+  if ((m_raise.empty() || bPostponed) && bAsking) {
     if (const auto asked = m_outbox.takeRequest(bPostponed)) {
       sendRequest(*asked, now);
       return true;
@@ -86,7 +89,8 @@ bool Courier::sendNext(Clock::time_point now) {
   if (bPostponed || m_writes.size() >= kWindow) return false;
   // Strictly by number, because the service takes what follows a higher one for a repetition: an alarm may
   // have been settled before a message with a lower number was.
-  const auto write = m_raise.empty() ? m_outbox.takeWrite() : m_outbox.takeWrite(m_raise.front().sequence);
+  const quint64 before = m_raise.empty() ? std::numeric_limits<quint64>::max() : m_raise.front().sequence;
+  const auto write = m_outbox.takeWrite(before, !bAsking);
   if (write.has_value()) {
     sendWrite(**write, write, now);
     return true;

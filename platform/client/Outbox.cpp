@@ -69,7 +69,7 @@ Outbox::Asked Outbox::firstUnsentRequest() {
   return std::find_if(m_requests.begin(), m_requests.end(), [](const Request& r) { return !r.bSent; });
 }
 
-std::optional<Outbox::Write> Outbox::takeWrite(quint64 before) {
+std::optional<Outbox::Write> Outbox::takeWrite(quint64 before, bool bPassing) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   const bool bQueued = m_next != m_queue.end();
   const Message* spare = m_room.first();
@@ -78,7 +78,8 @@ std::optional<Outbox::Write> Outbox::takeWrite(quint64 before) {
 
   const quint64 sequence = (bFromRoom ? *spare : *m_next).sequence;
   const Asked asked = firstUnsentRequest();
-  if (sequence >= before || (asked != m_requests.end() && asked->behind < sequence)) return std::nullopt;
+  const bool bAskedFirst = asked != m_requests.end() && asked->behind < sequence;
+  if (sequence >= before || (!bPassing && bAskedFirst)) return std::nullopt;
   if (!bFromRoom) return m_next++;
   m_room.moveFirst(m_queue, m_next);
   return std::prev(m_next);

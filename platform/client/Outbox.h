@@ -41,8 +41,8 @@ class Outbox {
   Books books() const;
 
   /** The next to leave, if that is a message (with a number below `before`) or a request respectively; it
-   * counts as sent. A request may pass over the messages before it. [hub] */
-  std::optional<Write> takeWrite(quint64 before = std::numeric_limits<quint64>::max());
+   * counts as sent. Each may pass over those of the other kind before it. [hub] */
+  std::optional<Write> takeWrite(quint64 before = std::numeric_limits<quint64>::max(), bool bPassing = false);
   std::optional<Asked> takeRequest(bool bPassing = false);
 
   /** A message has been delivered (no loss) or dropped. [hub] */

@@ -164,6 +164,8 @@ class Life:
         handed = sum(map(int, re.findall(r"^handed (\d+)$", text, re.M)))
         if handed != books["accepted"] + books["refused"]:
             raise Wrong(f"{handed} messages were handed over: {books}")
+        if "mute" in self.faults and books["refused"]:
+            raise Wrong(f"questions without an answer held up messages: {books}")
         if not books["delivered"] <= confirmed <= books["accepted"]:
             raise Wrong(f"the service has confirmed {confirmed}: {books}")
         if books["unsendable"]:
