@@ -99,11 +99,13 @@ std::int16_t copyEntries(const TavrolineFilter& filter, QMutex& mutex, const QJs
     const LockGuard<QMutex> lock(mutex);
     list = listData;
   }
+  ListCopy copy = filter.listCopy();
   // The caller's count may lie anywhere, also inside the array: it is written and never read.
   int filled = 0;
   for (int index = 0; filled < capacity && index < list.size(); ++index) {
-    const QJsonObject entry = list.at(index).toObject();
-    if (filter.checkListEntry(entry)) {
+    const QJsonObject object = list.at(index).toObject();
+    ListEntry entry(object, copy);
+    if (filter.passesCriteria(entry) && filter.additionalFilterCheck(object)) {
       fill(entry, entries[filled]);
       count = ++filled;
     }

@@ -1,6 +1,7 @@
 #include "TavrolineAlarmlistRead.h"
 
 #include "EntryFields.h"
+#include "EventlistHandlerDefinitions.h"
 #include "ReaderClass.h"
 #include "SharedFlag.h"
 
@@ -29,11 +30,10 @@ bool passes(std::int32_t stateFilter, const QJsonObject& entry, const QString& c
   return stateFilter == kNoStateFilter || stateFilter == keeping(entry.value(column).toBool());
 }
 
-void fillEntry(const QJsonObject& entry, stAlarmlistEntryType& target) {
-  target.xAlarmActive = static_cast<RTS_IEC_BOOL>(entry.value(Keys::getListColumnNameAlarmActive()).toBool());
-  target.xAlarmAcknowledgment =
-      static_cast<RTS_IEC_BOOL>(entry.value(Keys::getListColumnNameAlarmAcknowledgment()).toBool());
-  EntryFields::copyText(entry, Keys::getListColumnNameAlarmID(), target.sAlarmID);
+void fillEntry(ListEntry& entry, stAlarmlistEntryType& target) {
+  target.xAlarmActive = static_cast<RTS_IEC_BOOL>(entry.flag(ListColumns::AlarmActive));
+  target.xAlarmAcknowledgment = static_cast<RTS_IEC_BOOL>(entry.flag(ListColumns::AlarmAcknowledgment));
+  EntryFields::copyText(entry, ListColumns::AlarmID, target.sAlarmID);
   EntryFields::copyCommonFields(entry, target);
 }
 

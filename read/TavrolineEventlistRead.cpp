@@ -16,10 +16,10 @@ constexpr ReaderClass::Names kNames = {
     "virtual TavrolineEventlistRead::~TavrolineEventlistRead()",
 };
 
-void fillEntry(const QJsonObject& entry, stEventlistEntryType& target) {
+void fillEntry(ListEntry& entry, stEventlistEntryType& target) {
   target.uliEventlistId = EntryFields::eventlistId(entry);
   EntryFields::copyCommonFields(entry, target);
-  EntryFields::copyText(entry, EventlistHandlerDefinitions::getListColumnNameUser(), target.wsUser, false);
+  EntryFields::copyText(entry, ListColumns::User, target.wsUser, false);
 }
 
 }  // namespace

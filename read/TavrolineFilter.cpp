@@ -1,26 +1,8 @@
 #include "TavrolineFilter.h"
 
-#include <QJsonArray>
-
 #include <algorithm>
+#include <iterator>
 #include <utility>
-
-#include "EventlistHandlerDefinitions.h"
-
-namespace {
-
-QDateTime entryTime(const QJsonObject& entry) {
-  return QDateTime::fromString(
-      entry.value(EventlistHandlerDefinitions::getListColumnNameLocalTime()).toString(), Qt::ISODateWithMs);
-}
-
-bool hasOneOf(const QJsonObject& entry, const QStringList& keywords) {
-  const QJsonArray carried = entry.value(EventlistHandlerDefinitions::getListColumnNameKeywords()).toArray();
-  return std::any_of(carried.begin(), carried.end(),
-                     [&](const QJsonValue& keyword) { return keywords.contains(keyword.toString()); });
-}
-
-}  // namespace
 
 TavrolineFilter::~TavrolineFilter() = default;
 
@@ -70,25 +52,31 @@ void TavrolineFilter::resetFilterAll() {
 }
 
 bool TavrolineFilter::checkListEntry(const QJsonObject& entry) const {
-  if (!m_DateTimeUpperBound.isNull() && m_DateTimeUpperBound < entryTime(entry)) {
+  ListCopy copy = listCopy();
+  ListEntry only(entry, copy);
+  return passesCriteria(only) && additionalFilterCheck(entry);
+}
+
+bool TavrolineFilter::passesCriteria(ListEntry& entry) const {
+  // The cheapest test first: from outside only the result can be seen.
+  if (!m_EventTypes.isEmpty() &&
+      !m_EventTypes.contains(static_cast<EventlistHandlerEnums::EventType>(entry.eventType()))) {
     return false;
   }
-  if (!m_DateTimeLowerBound.isNull() && entryTime(entry) < m_DateTimeLowerBound) {
+  if ((!m_DateTimeUpperBound.isNull() || !m_DateTimeLowerBound.isNull()) && !entry.isWithinBounds()) {
     return false;
   }
-  if (!m_EventTypes.isEmpty()) {
-    const int type = entry.value(EventlistHandlerDefinitions::getListColumnNameEventType()).toInt();
-    if (!m_EventTypes.contains(static_cast<EventlistHandlerEnums::EventType>(type))) {
-      return false;
-    }
-  }
-  if (!m_IncludeKeywords.isEmpty() && !hasOneOf(entry, m_IncludeKeywords)) {
-    return false;
-  }
-  if (!m_ExcludeKeywords.isEmpty() && hasOneOf(entry, m_ExcludeKeywords)) {
-    return false;
-  }
-  return additionalFilterCheck(entry);
+  return entry.passesKeywords();
+}
+
+ListCopy TavrolineFilter::listCopy() const {
+  const auto values = [](const QStringList& keywords) {
+    QVector<QCborValue> list;
+    std::copy(keywords.begin(), keywords.end(), std::back_inserter(list));
+    return list;
+  };
+  return {EntryTimes(m_DateTimeUpperBound, m_DateTimeLowerBound), values(m_IncludeKeywords),
+          values(m_ExcludeKeywords), ListColumns()};
 }
 
 bool TavrolineFilter::additionalFilterCheck(const QJsonObject& /*entry*/) const {

@@ -7,6 +7,7 @@
 #include <QStringList>
 
 #include "EventlistHandlerEnums.h"
+#include "ListEntry.h"
 
 /**
  * The selection criteria of one read handle, and the test of one list entry against them. A new filter passes
@@ -43,6 +44,12 @@ class TavrolineFilter {
 
   /** Whether the entry passes every criterion that is set, and the extension test last. [plc-task] */
   bool checkListEntry(const QJsonObject& entry) const;
+
+  /** The criteria alone, without the extension test, for an entry of listCopy(). [plc-task] */
+  bool passesCriteria(ListEntry& entry) const;
+
+  /** What a copy under the present criteria starts with. [plc-task] */
+  ListCopy listCopy() const;
 
   /** Extension test of a derived class; this one passes everything. [plc-task] */
   virtual bool additionalFilterCheck(const QJsonObject& entry) const;

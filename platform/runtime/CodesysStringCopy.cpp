@@ -77,6 +77,25 @@ int encode(char32_t codePoint, unsigned short* target, int room) {
   return 2;
 }
 
+/** Whether a unit of the source is one unit of the target as it stands. */
+constexpr bool isPlain(ushort unit, const char* /*target*/) {
+  return unit != 0 && unit < 0x80;
+}
+constexpr bool isPlain(ushort unit, const unsigned short* /*target*/) {
+  return unit != 0 && (unit & 0xF800U) != 0xD800U;
+}
+
+/** Copy plain units up to the first that is none; their number. */
+template <typename Character>
+int copyPlain(const QChar* source, int size, Character* target) {
+  int count = 0;
+  while (count < size && isPlain(source[count].unicode(), target)) {
+    target[count] = static_cast<Character>(source[count].unicode());
+    ++count;
+  }
+  return count;
+}
+
 template <typename Character>
 bool writeText(const QString& source, Character* target, int capacity) {
   if (target == nullptr || capacity <= 0) return false;
@@ -84,6 +103,11 @@ bool writeText(const QString& source, Character* target, int capacity) {
   int index = 0;
   bool fits = true;
   while (fits && index < source.size()) {
+    const int plain = copyPlain(source.constData() + index,
+                                qMin(source.size() - index, capacity - 1 - written), target + written);
+    index += plain;
+    written += plain;
+    if (index == source.size()) break;
     const char32_t codePoint = nextCodePoint(source, index);
     // IEC code would take U+0000 for the end, so it is one, and what follows counts as cut.
     const int size = codePoint == 0 ? 0 : encode(codePoint, target + written, capacity - 1 - written);

@@ -1,0 +1,113 @@
+#include <QTimeZone>
+
+#include <array>
+#include <random>
+
+#include "CodesysTimeConversion.h"
+#include "Textbook.h"
+#include "UnitSupport.h"
+
+namespace {
+
+constexpr int kEntries = 160;  // times 20 zones and 32 filters: 102,400 of each list
+constexpr char kZones[] =
+    "UTC Europe/Berlin Europe/Dublin Europe/Istanbul America/New_York America/Caracas America/Noronha "
+    "America/St_Johns America/Recife Africa/Casablanca Asia/Gaza Asia/Tehran Asia/Kathmandu Pacific/Apia "
+    "Australia/Lord_Howe Pacific/Kwajalein Pacific/Chatham Antarctica/Casey Antarctica/Troll "
+    "Antarctica/Vostok";
+
+QDateTime parsed(const QByteArray& text) {
+  return QDateTime::fromString(QString::fromUtf8(text), Qt::ISODateWithMs);
+}
+
+/** Random lists and filters, the same in every run; times crowd around the changes of the zone. */
+struct CopyStep : ComponentTest, testing::WithParamInterface<QByteArray> {
+  CopyStep() { qputenv("TZ", ":" + GetParam()); }
+  int below(int bound) { return static_cast<int>(engine() % static_cast<unsigned>(bound)); }
+  QByteArray oneOf(const QByteArrayList& list) { return list[below(list.size())]; }
+
+  QByteArray timeText() {
+    qint64 wall = below(0x7FFFFFFF) - 100 * qint64{below(50000)};
+    if (!changes.isEmpty() && below(4) != 0) {
+      const QTimeZone::OffsetData change = changes[below(changes.size())];
+      wall = change.atUtc.toSecsSinceEpoch() + change.offsetFromUtc + (below(241) - 120) * 180;
+    }
+    const QDateTime time = QDateTime::fromMSecsSinceEpoch(wall * 1000 + below(1000), Qt::UTC);
+    QByteArray text = time.toString(Qt::ISODateWithMs).toLatin1().left(23);
+    if (below(4) != 0) return text;
+    return text.replace(below(24), below(24),
+                        oneOf({"", "0", "9", "-", "T", ",", "ä", "Z", "+02:00", "T24:00"}));
+  }
+  QByteArray entry(std::size_t index) {
+    const QByteArray time = below(32) == 0 ? "" : timeText();
+    const QByteArray text =
+        '"' + oneOf({"", "a", "ä\\ud83d", "\\u0000"}) + QByteArray(below(3) * 99, 'x') + '"';
+    const QByteArray other = oneOf({"null", "true", "false", "5", "[1]", "{}", text});
+    const QByteArray number = oneOf({"0", "2", "3.0", "2.5", "-1", "70000", "4294967299", "1e300", other});
+    QByteArray form = R"("EventlistId":#,"EventType":#,"User":@,"AlarmID":@,"AlarmActive":@,)"
+                      R"("AlarmAcknowledgment":@,"IconType":$,"Description":$,"X":$)";
+    QByteArrayList members = form.replace('#', number).replace('@', other).replace('$', text).split(',');
+    std::shuffle(members.begin(), members.end(), engine);
+    members = members.mid(qMax(0, below(36) - 27))
+              << "\"Keywords\":" + oneOf({other, "[" + text + "]", "[\"a\",5," + text + "]"});
+    members << "\"LocalTime\":" + (time.isEmpty() ? other : '"' + time + '"');
+    members << "\"ModuleName\":\"" + QByteArray::number(int(index)) + '"';
+    for (const int day : {-1, 1}) {
+      const QDateTime beside(parsed(time).date().addDays(day), parsed(time).time());
+      readings[index][day > 0] = CodesysTimeConversion::QDateTimeToIECUtcDateTime(parsed(time));
+    }
+    return below(32) == 0 ? other : '{' + members.join(',') + '}';
+  }
+  /** The bytes copied; a time must be what Qt reads. Of a repeated one either reading, and it may fail the
+   * bounds. */
+  template <typename Entry, typename Reader, typename Convert>
+  Lines copied(const Reader& reader, Convert convert) {
+    std::vector<Entry> entries(kEntries);
+    int count = 0;
+    (reader.*convert)(count, entries.data(), kEntries);
+    entries.resize(std::size_t(count));
+    Lines lines;
+    for (const Entry& entry : entries) {
+      const auto& [first, second] = readings[QByteArray(entry.sModuleName).toUInt()];
+      EXPECT_TRUE(entry.dtTimestamp == first || entry.dtTimestamp == second);
+      if (first == second) lines.emplace_back(reinterpret_cast<const char*>(&entry), sizeof entry);
+    }
+    return lines;
+  }
+  template <typename Entry, typename Reader, typename Convert>
+  void compare(int filter, Reader& reader, Convert convert) {
+    if (filter & 1) reader.addFilterEventType(EventlistHandlerEnums::EventTypeFault);
+    if (filter & 2) reader.addFilterKeyword(Reader::FilterTypeInclude, "a"_q);
+    if (filter & 4) reader.addFilterKeyword(Reader::FilterTypeExclude, filter & 2 ? ""_q : "ä\uFFFD"_q);
+    const auto bound = [&](int bit) { return filter & bit ? parsed(timeText()) : QDateTime(); };
+    reader.setFilterDateTime(bound(8), bound(16));
+    EXPECT_EQ(copied<Entry>(reader, convert), copied<Entry>(reader, &Reader::convertPlainly));
+  }
+
+  std::mt19937 engine{1};
+  const QTimeZone::OffsetDataList changes =
+      QTimeZone(GetParam()).transitions(parsed("1970-01-01"), parsed("2038-01-01"));
+  /** The entry's time by its module name, converted after a time before it and after one behind it. */
+  std::array<std::array<unsigned, 2>, kEntries + 1> readings{};
+};
+
+TEST_P(CopyStep, GivesTheBytesOfItsPlainForm) {
+  for (int filter = 0; filter < 32; ++filter) {
+    QByteArrayList list;
+    for (std::size_t i = 1; i <= kEntries; ++i)
+      list << entry(i);
+    for (const char* request : {"getCompleteEventlist", "getCompleteAlarmlist"})
+      fake::answer(request, {{0, "{\"ListData\":[" + list.join(',') + "]}"}});
+    TextbookEventlistRead events;
+    TextbookAlarmlistRead alarms;
+    for (const int result : {ResultBusy, ResultDone})
+      EXPECT_TRUE(events.loadCompleteEventlist(0) == result && alarms.loadCompleteAlarmlist() == result);
+    if (filter % 3 != 0) alarms.setFilterStateAlarm(filter % 3 == 1);
+    if (filter % 5 > 2) alarms.setFilterStateAcknowledge(filter % 5 == 3);
+    compare<stEventlistEntryType>(filter, events, &TavrolineEventlistRead::convertEventlist);
+    compare<stAlarmlistEntryType>(filter, alarms, &TavrolineAlarmlistRead::convertAlarmlist);
+  }
+}
+INSTANTIATE_TEST_SUITE_P(In, CopyStep, testing::ValuesIn(QByteArray(kZones).split(' ')));
+
+}  // namespace
