@@ -4,11 +4,14 @@
 
 #include <QJsonDocument>
 
+#include <cstdlib>
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "ListCase.h"
+#include "Simdjson.h"
 
 namespace {
 
@@ -68,6 +71,15 @@ void fromJson(benchmark::State& state, int entries) {
   state.SetItemsProcessed(state.iterations() * entries);
 }
 
+void simdjson(benchmark::State& state, int entries) {
+  const QByteArray& json = sharedCase<EventCase>(entries, kMinute).json();
+  std::vector<stEventlistEntryType> structures(static_cast<std::size_t>(entries));
+  for ([[maybe_unused]] auto _ : state) {
+    if (simdjsonToStructures(json, structures.data(), entries) != entries) std::abort();
+  }
+  state.SetItemsProcessed(state.iterations() * entries);
+}
+
 void enroll() {
   for (const int entries : {100, 1000, 10000, 100000}) {
     const std::string size = "/" + std::to_string(entries);
@@ -76,6 +88,7 @@ void enroll() {
     benchmark::RegisterBenchmark(("load" + size).c_str(), load, entries);
     benchmark::RegisterBenchmark(("loadAndCopy" + size).c_str(), loadAndCopy, entries);
     benchmark::RegisterBenchmark(("fromJson" + size).c_str(), fromJson, entries);
+    benchmark::RegisterBenchmark(("simdjson" + size).c_str(), simdjson, entries);
   }
   benchmark::RegisterBenchmark("copy/year", copy<EventCase>, kHoursOfAYear, kHour);
   benchmark::RegisterBenchmark("copyPlainly/year", copyPlainly<EventCase>, kHoursOfAYear, kHour);

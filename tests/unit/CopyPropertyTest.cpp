@@ -11,10 +11,10 @@ namespace {
 
 constexpr int kEntries = 160;  // times 20 zones and 32 filters: 102,400 of each list
 constexpr char kZones[] =
-    "UTC Europe/Berlin Europe/Dublin Europe/Istanbul America/New_York America/Caracas America/Noronha "
-    "America/St_Johns America/Recife Africa/Casablanca Asia/Gaza Asia/Tehran Asia/Kathmandu Pacific/Apia "
-    "Australia/Lord_Howe Pacific/Kwajalein Pacific/Chatham Antarctica/Casey Antarctica/Troll "
-    "Antarctica/Vostok";
+    "UTC Europe/Berlin Eire Turkey EST5EDT America/Caracas America/Noronha America/St_Johns America/Recife "
+    "Iran "
+    "Africa/Casablanca Asia/Gaza Asia/Kathmandu Pacific/Apia Australia/Lord_Howe Kwajalein Pacific/Chatham "
+    "Antarctica/Casey Antarctica/Troll Antarctica/Vostok";
 
 QDateTime parsed(const QByteArray& text) {
   return QDateTime::fromString(QString::fromUtf8(text), Qt::ISODateWithMs);
@@ -34,9 +34,9 @@ struct CopyStep : ComponentTest, testing::WithParamInterface<QByteArray> {
     }
     const QDateTime time = QDateTime::fromMSecsSinceEpoch(wall * 1000 + below(1000), Qt::UTC);
     QByteArray text = time.toString(Qt::ISODateWithMs).toLatin1().left(23);
+    if (below(8) == 0) return text.replace(8, 2, oneOf({"29", "30", "31"}));
     if (below(4) != 0) return text;
-    return text.replace(below(24), below(24),
-                        oneOf({"", "0", "9", "-", "T", ",", "ä", "Z", "+02:00", "T24:00"}));
+    return text.replace(below(24), below(24), oneOf({"", "9", "-", "T", ",", "ä", "Z", "+02:00", "T24:00"}));
   }
   QByteArray entry(std::size_t index) {
     const QByteArray time = below(32) == 0 ? "" : timeText();
@@ -58,8 +58,7 @@ struct CopyStep : ComponentTest, testing::WithParamInterface<QByteArray> {
     }
     return below(32) == 0 ? other : '{' + members.join(',') + '}';
   }
-  /** The bytes copied; a time must be what Qt reads. Of a repeated one either reading, and it may fail the
-   * bounds. */
+  /** The bytes copied. A time must be what Qt reads; a repeated one has two readings and is left out. */
   template <typename Entry, typename Reader, typename Convert>
   Lines copied(const Reader& reader, Convert convert) {
     std::vector<Entry> entries(kEntries);
