@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 
 #include "CodesysRuntime.h"
 #include "CodesysStringCopy.h"
@@ -21,15 +22,21 @@ inline void read(const RTS_IEC_WSTRING* text, QString& target) {
   copyWStringDataToQString(text, -1, target);
 }
 
+inline bool isTerminated(const RTS_IEC_STRING* field, std::size_t capacity) {
+  return std::memchr(field, 0, capacity) != nullptr;
+}
+inline bool isTerminated(const RTS_IEC_WSTRING* field, std::size_t capacity) {
+  return std::find(field, field + capacity, RTS_IEC_WSTRING{0}) != field + capacity;
+}
+
 template <typename Character, std::size_t Capacity>
 QString fromField(const Character (&field)[Capacity]) {
   QString text;
-  const Character* const end = field + Capacity;
-  if (std::find(field, end, Character{0}) != end) {
+  if (isTerminated(&field[0], Capacity)) {
     read(&field[0], text);
   } else {
     Character terminated[Capacity + 1];
-    std::copy(field, end, terminated);
+    std::copy(field, field + Capacity, terminated);
     terminated[Capacity] = 0;
     read(&terminated[0], text);
   }

@@ -3,6 +3,9 @@
 #include <QDebug>
 #include <QMessageLogger>
 
+#include <algorithm>
+#include <utility>
+
 #include "ArrayBounds.h"
 #include "BoundedText.h"
 #include "EventNumbers.h"
@@ -13,10 +16,14 @@
 namespace {
 
 constexpr char kFile[] = "TavrolineConvenienceFunctions";
+constexpr std::int64_t kUsualKeywords = 8;
 
-/** Insert a key that is not there yet. The cheapest way when keys come in their order, right in any other. */
-void put(QVariantMap& map, const QString& key, QVariant value) {
-  map.insert(map.constEnd(), key, QVariant()).value().swap(value);
+/** Insert a key that is not there yet, cheapest where it belongs in front of `next`, right in any case. */
+void put(QVariantMap& map, QVariantMap::const_iterator next, const QString& key, QVariant value) {
+  map.insert(next, key, QVariant()).value().swap(value);
+}
+void append(QVariantMap& map, const QString& key, QVariant value) {
+  put(map, map.constEnd(), key, std::move(value));
 }
 
 /** A name of the device's definitions as a plain function, however its getter returns it. */
@@ -55,6 +62,7 @@ QStringList TavrolineConvenienceFunctions::getKeywordStringList(const char* keyw
     return list;
   }
   const std::int64_t count = elementCount(dimension);
+  list.reserve(static_cast<int>(std::min(count, kUsualKeywords)));
   for (std::int64_t k = 0; k < count; ++k) {
     QString keyword;
     copyCStringDataToQString(keywords + k * elementSize, -1, keyword);
@@ -73,20 +81,20 @@ QVariantMap TavrolineConvenienceFunctions::convertStructDescriptionData(const st
     instanceName = formatInstanceName(instanceName, data.iInstanceNumber);
   }
   QVariantMap map;
-  put(map, EventsDBusDefinitions::getEventDBusKeyInstanceName(), instanceName);
-  put(map, EventsDBusDefinitions::getEventDBusKeyModuleName(), BoundedText::fromField(data.sModuleName));
-  put(map, EventsDBusDefinitions::getEventDBusKeyObjectName(), BoundedText::fromField(data.sObjectName));
-  put(map, EventsDBusDefinitions::getEventDBusKeyTextSource(), textSource);
-  put(map, EventsDBusDefinitions::getEventDBusKeyUrl(), BoundedText::fromField(data.sUrl));
+  append(map, EventsDBusDefinitions::getEventDBusKeyInstanceName(), instanceName);
+  append(map, EventsDBusDefinitions::getEventDBusKeyModuleName(), BoundedText::fromField(data.sModuleName));
+  append(map, EventsDBusDefinitions::getEventDBusKeyObjectName(), BoundedText::fromField(data.sObjectName));
+  append(map, EventsDBusDefinitions::getEventDBusKeyTextSource(), textSource);
+  append(map, EventsDBusDefinitions::getEventDBusKeyUrl(), BoundedText::fromField(data.sUrl));
   return map;
 }
 
 QVariantMap TavrolineConvenienceFunctions::convertStructDescriptionData(
     const stDescriptionArgumentType& argument) {
   QVariantMap map;
-  put(map, EventsDBusDefinitions::getEventDBusKeyArgument(), BoundedText::fromField(argument.wsArgument));
-  put(map, EventsDBusDefinitions::getEventDBusKeyPlaceholder(),
-      BoundedText::fromField(argument.wsPlaceholder));
+  append(map, EventsDBusDefinitions::getEventDBusKeyArgument(), BoundedText::fromField(argument.wsArgument));
+  append(map, EventsDBusDefinitions::getEventDBusKeyPlaceholder(),
+         BoundedText::fromField(argument.wsPlaceholder));
   return map;
 }
 
@@ -106,9 +114,10 @@ QVariantMap TavrolineConvenienceFunctions::getDescriptionVariantMap(
     return QVariantMap();
   }
   QVariantMap map = convertStructDescriptionData(*data);
-  map.insert(EventsDBusDefinitions::getEventDBusKeyArguments(), convertArray(arguments, argumentsDimension));
-  put(map, EventsDBusDefinitions::getEventDBusKeyUrlArguments(),
-      convertArray(urlArguments, urlArgumentsDimension));
+  put(map, map.constBegin(), EventsDBusDefinitions::getEventDBusKeyArguments(),
+      convertArray(arguments, argumentsDimension));
+  append(map, EventsDBusDefinitions::getEventDBusKeyUrlArguments(),
+         convertArray(urlArguments, urlArgumentsDimension));
   return map;
 }
 
