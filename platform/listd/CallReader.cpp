@@ -1,20 +1,17 @@
 #include "CallReader.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-
 #include <algorithm>
 #include <limits>
 #include <string_view>
 
 #include "BusText.h"
 #include "CallError.h"
+#include "ListJson.h"
 #include "ListServiceNames.h"
 
 namespace {
 
-QJsonValue readValue(sd_bus_message* call, int depth);
+void readValue(sd_bus_message* call, QByteArray& json, int depth);
 
 /** @return whether there was another element to read */
 bool check(int result) {
@@ -29,13 +26,26 @@ T readBasic(sd_bus_message* call, char type) {
   return value;
 }
 
-QString readText(sd_bus_message* call, char type) {
-  QString text = busText(QString::fromUtf8(readBasic<const char*>(call, type)));
+QString fitting(const char* utf8) {
+  QString text = busText(QString::fromUtf8(utf8));
   if (text.size() > CallReader::kMaxText) {
     const bool splits = text.at(CallReader::kMaxText - 1).isHighSurrogate();
     text.truncate(CallReader::kMaxText - (splits ? 1 : 0));
   }
   return text;
+}
+
+QString readText(sd_bus_message* call, char type) {
+  return fitting(readBasic<const char*>(call, type));
+}
+
+/** A text as a JSON string. Most are short and ASCII and fit as they are. */
+void readQuoted(sd_bus_message* call, QByteArray& json) {
+  const std::string_view text = readBasic<const char*>(call, SD_BUS_TYPE_STRING);
+  const bool fits = text.size() <= CallReader::kMaxText &&
+                    std::none_of(text.begin(), text.end(), [](char c) { return (c & 0x80) != 0; });
+  ListJson::appendQuoted(json, fits ? QByteArray::fromRawData(text.data(), static_cast<int>(text.size()))
+                                    : fitting(text.data()).toUtf8());
 }
 
 /** Enter the container that comes next and call `readElement` until its end. */
@@ -47,60 +57,70 @@ void readContainer(sd_bus_message* call, char type, const char* contents, const 
   check(sd_bus_message_exit_container(call));
 }
 
-QJsonObject readMap(sd_bus_message* call, int depth) {
-  QJsonObject map;
-  readContainer(call, SD_BUS_TYPE_ARRAY, "{sv}", [&] {
+/** The same for the elements of a JSON array or object, which takes kMaxItems of an array at most. */
+template <class ReadElement>
+void readElements(sd_bus_message* call, const char* contents, QByteArray& json,
+                  const ReadElement& readElement) {
+  const bool isList = *contents != '{';
+  json += isList ? '[' : '{';
+  int count = 0;
+  readContainer(call, SD_BUS_TYPE_ARRAY, contents, [&] {
+    const int end = json.size();
+    if (count > 0) json += ',';
+    readElement();
+    if (++count > CallReader::kMaxItems && isList) json.truncate(end);
+  });
+  json += isList ? ']' : '}';
+}
+
+void readMap(sd_bus_message* call, QByteArray& json, int depth) {
+  readElements(call, "{sv}", json, [&] {
     readContainer(call, SD_BUS_TYPE_DICT_ENTRY, "sv", [&] {
-      const QString key = readText(call, SD_BUS_TYPE_STRING);
-      map.insert(key, readValue(call, depth));
+      readQuoted(call, json);
+      json += ':';
+      readValue(call, json, depth);
     });
   });
-  return map;
 }
 
-QJsonArray readList(sd_bus_message* call, const char* contents, int depth) {
-  QJsonArray list;
-  readContainer(call, SD_BUS_TYPE_ARRAY, contents, [&] {
-    const QJsonValue value = readValue(call, depth);
-    if (list.size() < CallReader::kMaxItems) list.append(value);
-  });
-  return list;
-}
-
-QJsonValue readContainerValue(sd_bus_message* call, char type, const QByteArray& contents, int depth) {
+void readContainerValue(sd_bus_message* call, char type, const QByteArray& contents, QByteArray& json,
+                        int depth) {
   if (depth >= CallReader::kMaxNesting) throw CallError("the description is nested too deeply");
-  if (type == SD_BUS_TYPE_ARRAY && contents == "{sv}") return readMap(call, depth + 1);
-  if (type == SD_BUS_TYPE_ARRAY) return readList(call, contents.constData(), depth + 1);
-  throw CallError("the description holds a value of a type that has no place in it");
+  if (type != SD_BUS_TYPE_ARRAY) {
+    throw CallError("the description holds a value of a type that has no place in it");
+  }
+  if (contents == "{sv}") return readMap(call, json, depth + 1);
+  readElements(call, contents.constData(), json, [&] { readValue(call, json, depth + 1); });
 }
 
-QJsonValue readValue(sd_bus_message* call, int depth) {
+void readValue(sd_bus_message* call, QByteArray& json, int depth) {
   char type = 0;
   const char* contents = nullptr;
   check(sd_bus_message_peek_type(call, &type, &contents));
   switch (type) {
     case SD_BUS_TYPE_STRING:
-      return readText(call, type);
+      return readQuoted(call, json);
     case SD_BUS_TYPE_INT16:
-      return readBasic<qint16>(call, type);
+      json += QByteArray::number(readBasic<qint16>(call, type));
+      return;
     case SD_BUS_TYPE_INT32:
-      return readBasic<qint32>(call, type);
+      json += QByteArray::number(readBasic<qint32>(call, type));
+      return;
     case SD_BUS_TYPE_BOOLEAN:
-      return readBasic<int>(call, type) != 0;
-    case SD_BUS_TYPE_VARIANT: {
+      json += readBasic<int>(call, type) != 0 ? "true" : "false";
+      return;
+    case SD_BUS_TYPE_VARIANT:
       // sd-bus itself bounds a chain of variants in variants.
       check(sd_bus_message_enter_container(call, type, contents));
-      QJsonValue value = readValue(call, depth);
+      readValue(call, json, depth);
       check(sd_bus_message_exit_container(call));
-      return value;
-    }
+      return;
     default:
-      return readContainerValue(call, type, contents, depth);
+      readContainerValue(call, type, contents, json, depth);
   }
 }
 
-QByteArray bounded(const QJsonDocument& document) {
-  QByteArray json = document.toJson(QJsonDocument::Compact);
+const QByteArray& bounded(const QByteArray& json) {
   if (json.size() > CallReader::kMaxJson) throw CallError("the keywords or the description are too long");
   return json;
 }
@@ -157,11 +177,15 @@ QStringList CallReader::texts(int maxItems) {
 }
 
 QByteArray CallReader::keywords() {
-  return bounded(QJsonDocument(QJsonArray::fromStringList(texts(kMaxItems))));
+  QByteArray json;
+  readElements(m_call, "s", json, [&] { readQuoted(m_call, json); });
+  return bounded(json);
 }
 
 QByteArray CallReader::description() {
-  return bounded(QJsonDocument(readMap(m_call, 0)));
+  QByteArray json;
+  readMap(m_call, json, 0);
+  return bounded(json);
 }
 
 ClientBooks::Figures CallReader::figures() {

@@ -62,6 +62,10 @@ QByteArray Database::queryText(const char* sql) {
   return {text.constData(), text.size()};
 }
 
+qint64 Database::lastInserted() const {
+  return sqlite3_last_insert_rowid(m_connection.get());
+}
+
 qint64 Database::changes() const {
   return sqlite3_changes64(m_connection.get());
 }

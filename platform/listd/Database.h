@@ -37,6 +37,9 @@ class Database {
   qint64 queryNumber(const char* sql);
   QByteArray queryText(const char* sql);
 
+  /** Number of the row that was inserted last. */
+  qint64 lastInserted() const;
+
   /** Rows that the last statement inserted, updated or deleted. */
   qint64 changes() const;
 

@@ -11,7 +11,7 @@ EventStore::EventStore(Database& database, qint64 capacity)
       m_capacity(capacity),
       m_insert(database,
                "INSERT INTO events (event_type, state, icon_type, module_name, time, description, keywords,"
-               " user, alarm_id, object_name) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?) RETURNING id"),
+               " user, alarm_id, object_name) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"),
       m_drop(database, "DELETE FROM events WHERE id <= ?"),
       m_clear(database, "DELETE FROM events"),
       m_select(database,
@@ -19,18 +19,19 @@ EventStore::EventStore(Database& database, qint64 capacity)
                " ORDER BY id DESC LIMIT ?"),
       m_count(database, "SELECT count(*) FROM events") {}
 
-qint64 EventStore::append(const ListEntry& entry, quint64& overwritten) {
+qint64 EventStore::append(const ListEntry& entry) {
   m_insert.bind(0, qint64{entry.eventType}).bind(1, qint64{entry.state}).bind(2, entry.iconType);
   m_insert.bind(3, entry.moduleName).bind(4, entry.time).bind(5, entry.description);
   m_insert.bind(6, entry.keywords).bind(7, entry.user).bind(8, entry.alarmId).bind(9, entry.objectName);
-  m_insert.next();
-  const qint64 id = m_insert.number(0);
   m_insert.run();
-  if (id > m_capacity) {
-    m_drop.bind(0, id - m_capacity).run();
-    overwritten += static_cast<quint64>(m_database.changes());
-  }
-  return id;
+  m_newest = m_database.lastInserted();
+  return m_newest;
+}
+
+quint64 EventStore::trim() {
+  if (m_newest <= m_capacity) return 0;
+  m_drop.bind(0, m_newest - m_capacity).run();
+  return static_cast<quint64>(m_database.changes());
 }
 
 bool EventStore::clear() {

@@ -12,11 +12,13 @@ class EventStore {
   EventStore(Database& database, qint64 capacity);
 
   /**
-   * Append one entry.
-   * @param overwritten increased by the number of old entries that had to go
+   * Append one entry; trim() is to follow before the transaction ends.
    * @return the entry's number, larger than all before it, those of deleted entries included
    */
-  qint64 append(const ListEntry& entry, quint64& overwritten);
+  qint64 append(const ListEntry& entry);
+
+  /** Let the oldest entries go that are too many now. @return their number */
+  quint64 trim();
 
   /** Delete all entries. @return whether there were any */
   bool clear();
@@ -34,6 +36,7 @@ class EventStore {
  private:
   Database& m_database;
   qint64 m_capacity;
+  qint64 m_newest = 0;  ///< number of the entry appended last
   Statement m_insert;
   Statement m_drop;
   Statement m_clear;

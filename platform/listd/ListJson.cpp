@@ -4,9 +4,7 @@
 
 #include "EventlistHandlerDefinitions.h"
 
-namespace {
-
-void appendQuoted(QByteArray& json, const QByteArray& utf8) {
+void ListJson::appendQuoted(QByteArray& json, const QByteArray& utf8) {
   static constexpr char kHex[] = "0123456789abcdef";
   json += '"';
   int copied = 0;
@@ -27,8 +25,6 @@ void appendQuoted(QByteArray& json, const QByteArray& utf8) {
   json.append(utf8.constData() + copied, utf8.size() - copied);
   json += '"';
 }
-
-}  // namespace
 
 ListJson::ListJson() : m_json("{\"" + EventlistHandlerDefinitions::getListDataName().toUtf8() + "\":[") {}
 

@@ -17,6 +17,9 @@ class ListJson {
 
   ListJson();
 
+  /** Append a text, in UTF-8, as a JSON string to anything. */
+  static void appendQuoted(QByteArray& json, const QByteArray& utf8);
+
   /** Whether an entry was left out, so that later ones only have to be counted. */
   bool isFull() const { return m_omitted > 0; }
 

@@ -105,16 +105,18 @@ void ListService::commit() {
   const qint64 now = QDateTime::currentMSecsSinceEpoch() * 1000;
   if (m_changes.events) m_eventsChanged.bind(0, now).run();
   if (m_changes.alarms) m_alarmsChanged.bind(0, now).run();
-  m_sessions.prune();
+  const quint64 overwritten = m_events.trim();
+  m_sessions.write();
   m_database.commit();
   m_failed.succeed();
   m_stored += m_changes.stored;
-  m_overwritten += m_changes.overwritten;
+  m_overwritten += overwritten;
   m_changes = {};
 }
 
 void ListService::rollback() noexcept {
   m_database.rollback();
+  m_sessions.forget();
   m_failed.fail();
   m_changes = {};
 }
@@ -149,12 +151,12 @@ bool ListService::isRepetition(const Sender& sender) {
 void ListService::record(const Sender& sender) {
   m_database.begin();
   m_changes.open = true;
-  m_sessions.record(sender.session, sender.sequence);
+  m_sessions.record(sender.sequence);
 }
 
 qint64 ListService::append(const ListEntry& entry) {
   m_changes.events = true;
-  return m_events.append(entry, m_changes.overwritten);
+  return m_events.append(entry);
 }
 
 void ListService::applyEdge(const ListEntry& entry, qint64 edge) {

@@ -62,7 +62,6 @@ class ListService {
     bool events = false;
     bool alarms = false;
     quint64 stored = 0;
-    quint64 overwritten = 0;
   };
 
   bool isRepetition(const Sender& sender);

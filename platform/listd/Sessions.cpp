@@ -1,7 +1,7 @@
 #include "Sessions.h"
 
 Sessions::Sessions(Database& database)
-    : m_select(database, "SELECT 1 FROM sessions WHERE session = ? AND sequence >= ?"),
+    : m_select(database, "SELECT sequence FROM sessions WHERE session = ?"),
       m_upsert(database,
                "INSERT INTO sessions VALUES (?, ?, (SELECT ifnull(max(used), 0) + 1 FROM sessions))"
                " ON CONFLICT (session) DO UPDATE SET sequence = excluded.sequence, used = excluded.used"),
@@ -11,18 +11,36 @@ Sessions::Sessions(Database& database)
       m_count(database, "SELECT count(*) FROM sessions") {}
 
 bool Sessions::seen(const QString& session, qint64 sequence) {
-  m_select.bind(0, session).bind(1, sequence);
-  const bool found = m_select.next();
-  m_select.reset();
-  return found;
+  if (session != m_session) {
+    flush();
+    m_session.clear();
+    m_select.bind(0, session);
+    m_sequence = m_select.next() ? m_select.number(0) : 0;
+    m_select.reset();
+    m_session = session;
+  }
+  return sequence <= m_sequence;
 }
 
-void Sessions::record(const QString& session, qint64 sequence) {
-  m_upsert.bind(0, session).bind(1, sequence).run();
+void Sessions::record(qint64 sequence) {
+  m_sequence = sequence;
+  m_recorded = true;
 }
 
-void Sessions::prune() {
+void Sessions::write() {
+  flush();
   m_prune.bind(0, qint64{kKept}).run();
+}
+
+void Sessions::forget() noexcept {
+  m_session.clear();
+  m_recorded = false;
+}
+
+void Sessions::flush() {
+  if (!m_recorded) return;
+  m_upsert.bind(0, m_session).bind(1, m_sequence).run();
+  m_recorded = false;
 }
 
 qint64 Sessions::count() {
