@@ -43,8 +43,6 @@ void TavrolineAlarmHandler::changeState(EventlistHandlerEnums::EventType type,
                                         const QString& moduleName, const QDateTime& dateTime,
                                         const QVariantMap& description, const QStringList& keywords,
                                         const QString& user) {
-  const QString icon =
-      iconType.isEmpty() ? TavrolineConvenienceFunctions::getDefaultIconType(type, state) : iconType;
   if (state == EventNumbers::kNeutral) {
     QMessageLogger(kFile, __LINE__,
                    "void TavrolineAlarmHandler::changeState(EventlistHandlerEnums::EventType, "
@@ -56,6 +54,8 @@ void TavrolineAlarmHandler::changeState(EventlistHandlerEnums::EventType type,
   if ((state != EventNumbers::kOn && state != EventNumbers::kOff) || state == m_State) {
     return;
   }
+  const QString icon =
+      iconType.isEmpty() ? TavrolineConvenienceFunctions::getDefaultIconType(type, state) : iconType;
   saveData(type, state, moduleName, dateTime, description, keywords, user);
   send(icon);
 }
