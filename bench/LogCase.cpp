@@ -102,7 +102,8 @@ std::uint64_t BusAndService::stored(const char* service) const {
 void BusAndService::waitForStored(std::uint64_t count, const char* service) const {
   // Not asked more often, because the answer costs the service something.
   for (int asked = 0; stored(service) < count; ++asked) {
-    if (asked > 12000) throw std::runtime_error("not all of " + std::to_string(count) + " entries are stored");
+    if (asked > 12000)
+      throw std::runtime_error("not all of " + std::to_string(count) + " entries are stored");
     std::this_thread::sleep_for(Milliseconds(5));
   }
 }

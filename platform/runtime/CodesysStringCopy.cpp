@@ -131,13 +131,13 @@ void copyCStringDataToQString(const char* source, int length, QString& target) {
     return;
   }
   // fromUtf8() swallows a leading byte order mark, so those at the start are taken by hand.
-  int marks = 0;
-  while (size - marks * kByteOrderMarkSize >= kByteOrderMarkSize &&
-         std::memcmp(source + marks * kByteOrderMarkSize, kByteOrderMark, kByteOrderMarkSize) == 0) {
-    ++marks;
+  int taken = 0;
+  while (size - taken >= kByteOrderMarkSize &&
+         std::memcmp(source + taken, kByteOrderMark, kByteOrderMarkSize) == 0) {
+    taken += kByteOrderMarkSize;
   }
-  const int taken = marks * kByteOrderMarkSize;
-  target = QString(marks, QChar(QChar::ByteOrderMark)) + QString::fromUtf8(source + taken, size - taken);
+  target = QString(taken / kByteOrderMarkSize, QChar(QChar::ByteOrderMark)) +
+           QString::fromUtf8(source + taken, size - taken);
 }
 
 void copyWStringDataToQString(const unsigned short* source, int length, QString& target) {

@@ -3,6 +3,7 @@
 #include <sys/syscall.h>
 
 #include <set>
+#include <sstream>
 
 #include "CallWatch.h"
 #include "Runtime.h"
@@ -14,8 +15,7 @@ namespace {
 enum Promise { Free, NoSystemCall, NoWaiting };
 constexpr const char* kPromises[] = {"free", "no system call", "no waiting"};
 
-/** A kind of system call, and the first promise that allows it. */
-struct Kind {
+struct Kind {  // of system call, with the first promise that allows it
   std::string name;
   Promise promise;
 };
@@ -41,7 +41,9 @@ class Manners : public BusTest {
       ASSERT_EQ(function == nullptr, name == "hook") << name;
       calls->watch([&] { function != nullptr ? function(parameters) : component.communicationCycle(); });
       functions.insert(name);
-      auto& worst = table["| `" + name + "` | " + state + " | " + kPromises[promise] + " |"];
+      std::ostringstream row;
+      row << "| `" << name << "` | " << state << " | " << kPromises[promise] << " |";
+      auto& worst = table[row.str()];
       worst["allocations"] = std::max(worst["allocations"], calls->allocations());
       EXPECT_TRUE(promise != Free || calls->allocations() == 0) << name << ": " << calls->allocations();
       for (std::size_t number = 0; number < CallWatch::kNumbers; ++number) {
