@@ -27,20 +27,20 @@ endfunction()
 
 debian_package(library tavroline)
 set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "event and alarm lists for PLC programs
- A component of the PLC runtime: programs log events, raise and acknowledge
- alarms, and read the device's lists without blocking a task.")
+A component of the PLC runtime: programs log events, raise and acknowledge
+alarms, and read the device's lists without blocking a task.")
 debian_package(development tavroline-dev "tavroline (${this})")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "event and alarm lists for PLC programs - headers
- The C interface of the component's 38 functions, and what a program of
- tavroline-host includes.")
+The C interface of the component's 38 functions, and what a program of
+tavroline-host includes.")
 set(CPACK_COMPONENTS_ALL library development)
 
 if(TARGET tavroline-host)
   debian_package(host tavroline-host "tavroline (${this})")
   set(CPACK_COMPONENT_HOST_DESCRIPTION "event and alarm lists for PLC programs - minimal runtime
- Loads the component and runs PLC programs on a desk, with a pump station as an
- example of one.")
+Loads the component and runs PLC programs on a desk, with a pump station as an
+example of one.")
   list(APPEND CPACK_COMPONENTS_ALL host)
 endif()
 if(TARGET tavroline-listd)
@@ -49,16 +49,17 @@ if(TARGET tavroline-listd)
   set(CPACK_DEBIAN_DESK_PACKAGE_CONTROL_EXTRA
     ${CMAKE_CURRENT_SOURCE_DIR}/debian/postinst ${CMAKE_CURRENT_SOURCE_DIR}/debian/postrm)
   set(CPACK_COMPONENT_DESK_DESCRIPTION "event and alarm lists for PLC programs - desk-top device
- The list services with their tool and a demonstration: what a controller
- supplies, on a desk.")
+The list services with their tool and a demonstration: what a controller
+supplies, on a desk.")
   list(APPEND CPACK_COMPONENTS_ALL desk)
 endif()
 
 if(CMAKE_CROSSCOMPILING)
   # The tool that finds out dependencies looks at this machine's packages alone: the target's are named here.
   set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armhf)
-  string(APPEND CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS
-    "libc6 (>= 2.36), libgcc-s1, libqt5core5a (>= 5.15.2), libstdc++6 (>= 12), libsystemd0 (>= 252)")
+  set(runtime "libc6 (>= 2.36), libgcc-s1, libstdc++6 (>= 12)")
+  string(APPEND CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "${runtime}, libqt5core5a (>= 5.15.2), libsystemd0 (>= 252)")
+  string(APPEND CPACK_DEBIAN_HOST_PACKAGE_DEPENDS ", ${runtime}")
 else()
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 endif()
