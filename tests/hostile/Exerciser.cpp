@@ -15,7 +15,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <map>
 #include <random>
 #include <sstream>
@@ -72,10 +71,6 @@ struct Calls {
   unsigned long count = 0;
   long longest = 0;
 };
-
-void problem(const char* text) {
-  std::printf("problem %s\n", text);
-}
 
 struct Task {
   std::mt19937 random;
@@ -134,7 +129,7 @@ struct Task {
       all = all && readers[i].loaded;
     }
     if (phase != Phase::Returned || returnedCycles < 0) return;
-    if (++returnedCycles == kCyclesToLoad) problem("a list is not loaded after the service's return");
+    if (++returnedCycles == kCyclesToLoad) std::puts("problem a list is not loaded after the return");
     if (!all) return;
     returnedCycles = -1;
     ++s_loaded;
@@ -171,11 +166,11 @@ struct Task {
     if (reader.loading) {
       if (!reader.lasting && dice(2000) == 0) reader.pausedUntil = now + std::chrono::seconds(6);
       const Clock::time_point lastEnd{Clock::duration(list.lastEnd)};
-      if (now - std::max(lastEnd, reader.since) > kProgress) problem("no load of a class ends");
+      if (now - std::max(lastEnd, reader.since) > kProgress) std::puts("problem no load of a class ends");
       return;
     }
     list.lastEnd = now.time_since_epoch().count();
-    if (step.iResult != TAVROLINE_DONE && step.iResult != TAVROLINE_ERROR) problem("an unknown result");
+    if (step.iResult < 0 || step.iResult > TAVROLINE_ERROR) std::puts("problem an unknown result");
     reader.loaded = phase == Phase::Returned && step.iResult == TAVROLINE_DONE;
     if (step.iResult == TAVROLINE_ERROR || dice(4) != 0) return;
     std::vector<stEventlistEntryType> array(kEntries);  // the larger entries of the two kinds
@@ -184,7 +179,7 @@ struct Task {
     call(list.entries, copy);
     if (request.iResult != TAVROLINE_DONE || request.diNumberOfEntries < 0 ||
         request.diNumberOfEntries > kEntries)
-      problem("a copy failed");
+      std::puts("problem a copy failed");
   }
 
   void close(Alarm& alarm) {
@@ -220,7 +215,7 @@ struct Task {
     stDataType data{};
     stDescriptionArgumentType argument{};
     stDescriptionUrlArgumentType url{};
-    std::memcpy(data.sInstanceName, "Pump %d", 8);
+    std::string("Pump %d").copy(data.sInstanceName, 8);
     data.iInstanceNumber = static_cast<RTS_IEC_INT>(random());
     for (RTS_IEC_WSTRING& unit : argument.wsArgument)  // any text, and without an end
       unit = static_cast<RTS_IEC_WSTRING>(random());
