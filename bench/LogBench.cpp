@@ -17,6 +17,7 @@ using Call = std::function<void()>;
 
 constexpr int kBurst = 10000;
 constexpr int kPaced = 1000;
+constexpr int kTurns = 3;
 constexpr std::chrono::milliseconds kPace{1};
 
 void print(const std::string& name, double value) {
@@ -71,17 +72,19 @@ int main() {
   m.measure("burst/library", library(plain), kBurst);
   m.measure("burstWithArguments/library", library(withArguments), kBurst);
   m.measure("burstWithArguments/sdbus", sdbus(withArguments), kBurst);
-  m.measure("paced/sdbus", sdbus(plain), kPaced, kPace);
-  m.measure("paced/library", library(plain), kPaced, kPace);
+  for (int turn = 0; turn < kTurns; ++turn) {
+    m.measure("paced/sdbus", sdbus(plain), kPaced, kPace);
+    m.measure("paced/library", library(plain), kPaced, kPace);
 
-  std::vector<openeventlistreadhandle_struct> handles(1000);
-  for (auto& handle : handles)
-    openeventlistreadhandle_ext(&handle);
-  m.measure("burst1000Handles/library", library(plain), kBurst);
-  for (auto& handle : handles) {
-    closeeventlistreadhandle_struct closed{handle.hReadHandle};
-    closeeventlistreadhandle_ext(&closed);
+    std::vector<openeventlistreadhandle_struct> handles(1000);
+    for (auto& handle : handles)
+      openeventlistreadhandle_ext(&handle);
+    m.measure("burst1000Handles/library", library(plain), kBurst);
+    for (auto& handle : handles) {
+      closeeventlistreadhandle_struct closed{handle.hReadHandle};
+      closeeventlistreadhandle_ext(&closed);
+    }
+    m.measure("burst1Handle/library", library(plain), kBurst);
   }
-  m.measure("burst1Handle/library", library(plain), kBurst);
   print("missing", static_cast<double>(m.missing()));
 }
