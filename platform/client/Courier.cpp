@@ -21,8 +21,9 @@ constexpr std::size_t kRequestWindow = 48;
 constexpr std::chrono::seconds kAnswerDeadline{30};
 constexpr std::chrono::seconds kStoragePause{1};
 constexpr int kMaximumErrorText = 200;
-// Of an alarm's state, which its caller parses; a list is bounded by the bus.
+// Answers are parsed by their callers: of an alarm's state, and of a list, which the service keeps below.
 constexpr std::size_t kMaximumStateBytes = 65536;
+constexpr std::size_t kMaximumListBytes = 16U << 20U;
 
 const char kUnanswered[] = "the list service did not answer in time";
 
@@ -140,7 +141,7 @@ void Courier::onRequestReply(std::list<SentRequest>::iterator sent, sd_bus_messa
     if (sd_bus_message_is_method_error(reply, nullptr) > 0) {
       state.fail(errorText(*sd_bus_message_get_error(reply)));
     } else if (sd_bus_message_read(reply, "s", &text) <= 0 ||
-               (!bList && std::strlen(text) > kMaximumStateBytes)) {
+               std::strlen(text) > (bList ? kMaximumListBytes : kMaximumStateBytes)) {
       state.fail(QStringLiteral("the list service answered in an unknown form"));
     } else if (ReplyNesting::isTooDeep(text)) {
       state.fail(QStringLiteral("the list service's answer is nested too deep"));

@@ -16,7 +16,7 @@ constexpr char kBusPath[] = "/org/freedesktop/DBus";
 // An unanswered state query is repeated, a refused one sooner.
 constexpr std::chrono::milliseconds kUnansweredPause{2000};
 constexpr std::chrono::milliseconds kRefusedPause{500};
-constexpr int kMaximumUnanswered = 10;
+constexpr std::size_t kMaximumUnanswered = 10;
 
 std::string signalRule(const char* path, const char* interface) {
   return std::string("type='signal',sender='") + kService + "',path='" + path + "',interface='" + interface +
@@ -37,8 +37,8 @@ bool isError(sd_bus_message* reply) {
 ServiceWatch::ServiceWatch(BusConnection& connection, ListState& state)
     : m_connection(connection),
       m_state(state),
-      m_queries{{{kEventListPath, kEventListInterface, &ServiceWatch::readEventListState, nullptr, {}, 0},
-                 {kAlarmListPath, kAlarmListInterface, &ServiceWatch::readAlarmListState, nullptr, {}, 0}}} {}
+      m_queries{{{kEventListPath, kEventListInterface, &ServiceWatch::readEventListState, {}, {}},
+                 {kAlarmListPath, kAlarmListInterface, &ServiceWatch::readAlarmListState, {}, {}}}} {}
 
 void ServiceWatch::start() {
   match(signalRule(kEventListPath, kEventListInterface).c_str(), &ServiceWatch::onEventListSignal);
@@ -58,7 +58,7 @@ bool ServiceWatch::keep(Clock::time_point now) {
   bool bAnswering = true;
   for (StateQuery& query : m_queries) {
     if (!m_owner.isEmpty() && query.due <= now) ask(query, now);
-    bAnswering = bAnswering && query.unanswered <= kMaximumUnanswered;
+    bAnswering = bAnswering && query.calls.size() <= kMaximumUnanswered;
   }
   return bAnswering;
 }
@@ -94,20 +94,19 @@ void ServiceWatch::setOwner(const char* name) {
   m_owner = name;
   m_bAbsent = m_owner.isEmpty();
   for (StateQuery& query : m_queries) {
-    query.call.reset();
+    query.calls.clear();
     query.due = {};
-    query.unanswered = 0;
   }
 }
 
 void ServiceWatch::ask(StateQuery& query, Clock::time_point now) {
   query.due = now + kUnansweredPause;
-  ++query.unanswered;
   const CallWriter call(m_connection.get(), m_owner.constData(), query.path, query.interface, "GetState");
-  query.call = m_connection.call(call.message(), [this, &query](sd_bus_message* reply) {
+  const auto asked = query.calls.emplace(query.calls.end());
+  *asked = m_connection.call(call.message(), [this, &query, asked](sd_bus_message* reply) {
     const bool bKnown = !isError(reply) && (this->*query.read)(reply);
     query.due = bKnown ? Clock::time_point::max() : Clock::now() + kRefusedPause;
-    --query.unanswered;
+    query.calls.erase(asked);
   });
 }
 

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <array>
+#include <list>
 #include <memory>
 #include <vector>
 
@@ -42,9 +43,8 @@ class ServiceWatch {
     const char* path;
     const char* interface;
     bool (ServiceWatch::*read)(sd_bus_message*);
-    std::unique_ptr<BusSlot> call;
+    std::list<std::unique_ptr<BusSlot>> calls;  ///< unanswered, all of them: a slow answer is one, too
     Clock::time_point due;
-    int unanswered;  ///< the bus waits for answers that we do not wait for any more
   };
 
   void match(const char* rule, void (ServiceWatch::*handler)(sd_bus_message*));

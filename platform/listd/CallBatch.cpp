@@ -78,7 +78,7 @@ void CallBatch::signalChanges() {
   ListSnapshot now;
   try {
     now = m_service.snapshot();
-  } catch (const StorageError&) {
+  } catch (const std::exception&) {
     return;  // the next change reports this one too
   }
   if (now.eventGeneration != m_reported.eventGeneration) {

@@ -157,6 +157,8 @@ def lives_for(seconds):
 def judge(samples):
     """Figures of the middle and the last third, and whether that is flat: one row per figure."""
     third = len(samples) // 3
+    if third == 0:
+        raise SystemExit("soak: too short to be judged")
     rows = []
     for index, name in enumerate(FIGURES):
         middle, last = (sorted(sample[index] for sample in part)[len(part) * 9 // 10]
