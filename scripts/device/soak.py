@@ -9,7 +9,7 @@ lives have been. The books have to balance all the time.
 
 A figure of the process is what nine of ten samples do not exceed (the tenth may have met the loader at work). It counts
 as flat when it is no higher in the last third of a part than in the middle third; resident memory may be higher by 5 %
-and 1 MiB, since threads, lists and the allocator do not meet in the same way twice. The first third is warming up.
+plus 1 MiB, since threads, lists and the allocator do not meet in the same way twice. The first third is warming up.
 --docs puts the figures into docs/robustness.md.
 """
 
@@ -205,8 +205,9 @@ def main():
     parts = [("one life", judge(one.samples)), ("many lives", judge(many.samples))]
     minutes = (time.monotonic() - begin) / 60
     text = (f"{one.operations:,} operations and {restarts:,} restarts of the service in one life,\n{books['accepted']:,} "
-            f"messages accepted, {books['delivered']:,} delivered, {books['dropped']:,} dropped; {lives:,} lives in one process "
-            f"with {many.operations:,} operations; {minutes:.0f} minutes.\n\n{table(parts)}")
+            f"messages accepted, {books['delivered']:,} delivered, {books['superseded']:,} superseded, "
+            f"{books['dropped']:,} dropped; "
+            f"{lives:,} lives in one process with {many.operations:,} operations; {minutes:.0f} minutes.\n\n{table(parts)}")
     print("\n" + text)
     if options.docs:
         write_docs(text)
