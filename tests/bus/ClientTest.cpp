@@ -1,5 +1,7 @@
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/syscall.h>
+#include <sys/un.h>
 #include <systemd/sd-bus.h>
 #include <unistd.h>
 
@@ -49,6 +51,8 @@ class ClientTest : public BusTest {
   ClientTest() {
     g_secondsAhead = 0;
     RuntimeFunctions::logToFile(log);
+    getrlimit(RLIMIT_FSIZE, &limit);
+    small = {262144, limit.rlim_max};
   }
 
   void TearDown() override { expectBalance(hub->books()); }
@@ -83,6 +87,7 @@ class ClientTest : public BusTest {
   std::optional<Hub> hub{std::in_place};  // ends before service and bus
   std::string cause;
   QJsonObject object;
+  rlimit limit{}, small{};  // of files
 };
 
 TEST_F(ClientTest, MessagesOfAnOutageArriveOnceAndInOrder) {
@@ -153,9 +158,6 @@ TEST_F(ClientTest, WhatTheBusDoesNotCarryIsDroppedAndCounted) {
 }
 
 TEST_F(ClientTest, WhatCannotBeStoredNowIsStoredLaterAndListsAreReadMeanwhile) {
-  rlimit limit{};
-  getrlimit(RLIMIT_FSIZE, &limit);
-  const rlimit small{262144, limit.rlim_max};
   startService({"--db", file("lists.db")});
   prlimit(service->pid(), RLIMIT_FSIZE, &small, nullptr);
   ASSERT_TRUE(modules().isEmpty());
@@ -183,9 +185,6 @@ TEST_F(ClientTest, AnAlarmThatEndsBeforeItCouldBeRaisedAgainHoldsUpNothing) {
     ctl.wait();
     return QJsonDocument::fromJson(ctl.output().c_str())[QStringLiteral("rejected")].toInt() > 0;
   };
-  rlimit limit{};
-  getrlimit(RLIMIT_FSIZE, &limit);
-  const rlimit small{262144, limit.rlim_max};
   startService();
   hub->submit(large(edge(kOn)));
   ASSERT_TRUE(eventually([&] { return hub->books().delivered == 1; }));
@@ -203,21 +202,38 @@ TEST_F(ClientTest, WhoeverIsNotTheBusCannotNameAnotherOwner) {
   sd_bus* opened = nullptr;
   ASSERT_GE(sd_bus_open_system(&opened), 0);
   const std::unique_ptr<sd_bus, sd_bus* (*)(sd_bus*)> stranger(opened, sd_bus_flush_close_unref);
-  const char* name = nullptr;
+  const char *name = nullptr, *const daemon = "org.freedesktop.DBus";
   sd_bus_get_unique_name(opened, &name);
   for (int i = 0; i < 20; ++i) {  // one of these is the hub
     sd_bus_message* signal = nullptr;
-    sd_bus_message_new_signal(opened, &signal, "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                              "NameOwnerChanged");
+    sd_bus_message_new_signal(opened, &signal, "/org/freedesktop/DBus", daemon, "NameOwnerChanged");
     sd_bus_message_append(signal, "sss", ListServiceNames::kService, "", name);
     EXPECT_GE(sd_bus_send_to(opened, signal, (":1." + std::to_string(i)).c_str(), nullptr), 0);
     sd_bus_message_unref(signal);
   }
-  EXPECT_GE(sd_bus_call_method(opened, "org.freedesktop.DBus", "/", "org.freedesktop.DBus", "GetId", nullptr,
-                               nullptr, nullptr),
+  EXPECT_GE(sd_bus_call_method(opened, daemon, "/", daemon, "GetId", nullptr, nullptr, nullptr),
             0);  // by now they are all on their way
   EXPECT_TRUE(modules().isEmpty());
   EXPECT_TRUE(modules().isEmpty());
+}
+
+TEST_F(ClientTest, ABusThatIsNotThereIsLookedForEverMoreRarely) {
+  bus.stop();
+  sockaddr_un address{AF_UNIX, {}};
+  file("bus").copy(address.sun_path, sizeof address.sun_path - 1);
+  unlink(address.sun_path);
+  const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0);
+  ASSERT_EQ(bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  listen(listener, 1);
+  std::vector<Clock::time_point> attempts;
+  hub->start();
+  EXPECT_TRUE(eventually([&] {
+    if (const int visitor = accept(listener, nullptr, nullptr); visitor >= 0)
+      attempts.push_back((close(visitor), Clock::now()));
+    return attempts.size() == 4;
+  }));
+  close(listener);
+  EXPECT_GE(attempts.at(3) - attempts.at(2), std::chrono::milliseconds(390));  // at least, on any machine
 }
 
 TEST_F(ClientTest, DeadlinesEndWhatIsNotAnswered) {
