@@ -65,7 +65,8 @@ void loadAndCopy(benchmark::State& state, int entries) {
 
 void fromJson(benchmark::State& state, int entries) {
   const QByteArray& json = sharedCase<EventCase>(entries, kMinute).json();
-  QJsonDocument document = QJsonDocument::fromJson(json);  // each turn releases the one before, as a load does
+  QJsonDocument document =
+      QJsonDocument::fromJson(json);  // each turn releases the one before, as a load does
   for ([[maybe_unused]] auto _ : state)
     document = QJsonDocument::fromJson(json);
   state.SetItemsProcessed(state.iterations() * entries);

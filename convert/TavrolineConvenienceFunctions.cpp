@@ -44,15 +44,13 @@ QVariantList convertArray(const Element* elements, const __ARRAY__DIM__INFO& dim
 
 }  // namespace
 
-bool TavrolineConvenienceFunctions::refuseStruct() {
+void TavrolineConvenienceFunctions::reportNullStruct() {
   RuntimeLog::write(kFile, "static bool TavrolineConvenienceFunctions::checkStructPointer(const void*)",
                     QStringLiteral("codesys struct nullpointer"), 76);
-  return false;
 }
 
-bool TavrolineConvenienceFunctions::refuseHandle(const char* function, const char* message) {
+void TavrolineConvenienceFunctions::reportNullHandle(const char* function, const char* message) {
   RuntimeLog::write(kFile, function, QLatin1String(message));
-  return false;
 }
 
 QStringList TavrolineConvenienceFunctions::getKeywordStringList(const char* keywords, short elementSize,

@@ -23,7 +23,10 @@ class TavrolineConvenienceFunctions {
   virtual ~TavrolineConvenienceFunctions() = default;
 
   /** Whether `pointer` is not null; a null one is written to the runtime log. */
-  static bool checkStructPointer(const void* pointer) { return pointer != nullptr || refuseStruct(); }
+  static bool checkStructPointer(const void* pointer) {
+    if (pointer == nullptr) reportNullStruct();
+    return pointer != nullptr;
+  }
 
   /**
    * Take a handle as a pointer to the object of its kind. Tests for null only: a null handle leaves `target`
@@ -86,11 +89,14 @@ class TavrolineConvenienceFunctions {
 
  private:
   // The tests stand here because every call makes them; what they log does not.
-  static bool refuseStruct();
-  static bool refuseHandle(const char* function, const char* message);
+  static void reportNullStruct();
+  static void reportNullHandle(const char* function, const char* message);
   template <typename Object>
   static bool takeHandle(Object** target, void* handle, const char* function, const char* message) {
-    if (handle == nullptr) return refuseHandle(function, message);
+    if (handle == nullptr) {
+      reportNullHandle(function, message);
+      return false;
+    }
     *target = static_cast<Object*>(handle);
     return true;
   }

@@ -64,7 +64,8 @@ std::optional<std::int64_t> localMilliseconds(const QString& text) {
   const int dayOfYear = daysBeforeMonth(year, month) + day;
   if (dayOfYear > daysBeforeMonth(year, month + 1)) return std::nullopt;
   const std::int64_t days = daysBeforeYear(year) + dayOfYear - 1;
-  return (days * ZoneOffsets::kSecondsPerDay + hour * ZoneOffsets::kSecondsPerHour + minute * 60 + second) *
+  return (days * ZoneOffsets::kSecondsPerDay + hour * ZoneOffsets::kSecondsPerHour +
+          std::int64_t{minute} * 60 + second) *
              kMillisecondsPerSecond +
          millisecond;
 }

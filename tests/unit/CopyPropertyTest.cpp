@@ -29,7 +29,7 @@ struct CopyStep : ComponentTest, testing::WithParamInterface<QByteArray> {
     qint64 wall = below(0x7FFFFFFF) - 100 * qint64{below(50000)};
     if (!changes.isEmpty() && below(4) != 0) {
       const QTimeZone::OffsetData change = changes[below(changes.size())];
-      wall = change.atUtc.toSecsSinceEpoch() + change.offsetFromUtc + (below(241) - 120) * 180;
+      wall = change.atUtc.toSecsSinceEpoch() + change.offsetFromUtc + qint64{below(241) - 120} * 180;
     }
     const QDateTime time = QDateTime::fromMSecsSinceEpoch(wall * 1000 + below(1000), Qt::UTC);
     QByteArray text = time.toString(Qt::ISODateWithMs).toLatin1().left(23);
