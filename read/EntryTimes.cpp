@@ -7,16 +7,16 @@ namespace {
 constexpr int kFormLength = 23;
 constexpr int kMillisecondsPerSecond = 1000;
 
-/** The number in these digits; what is no digit makes it negative. */
-int number(const QChar* digits, int count) {
-  int value = 0;
-  int wrong = 0;
-  for (int i = 0; i < count; ++i) {
-    const int digit = digits[i].unicode() - '0';
-    wrong |= digit | (9 - digit);
-    value = value * 10 + digit;
+/** The number in the digits from `digits` on; one that is none spoils `areDigits`. */
+template <int Count>
+int number(const QChar* digits, bool& areDigits) {
+  const int digit = digits[Count - 1].unicode() - '0';
+  areDigits &= 0 <= digit && digit <= 9;
+  if constexpr (Count == 1) {
+    return digit;
+  } else {
+    return number<Count - 1>(digits, areDigits) * 10 + digit;
   }
-  return wrong < 0 ? -1 : value;
 }
 
 bool is(QChar character, char expected) {
@@ -50,15 +50,16 @@ std::optional<std::int64_t> localMilliseconds(const QString& text) {
       !is(form[16], ':') || !is(form[19], '.')) {
     return std::nullopt;
   }
-  const int year = number(form, 4);
-  const int month = number(form + 5, 2);
-  const int day = number(form + 8, 2);
-  const int hour = number(form + 11, 2);
-  const int minute = number(form + 14, 2);
-  const int second = number(form + 17, 2);
-  const int millisecond = number(form + 20, 3);
-  if (year < 1971 || year > 2036 || month < 1 || month > 12 || day < 1 || hour < 0 || hour > 23 ||
-      minute < 0 || minute > 59 || second < 0 || second > 59 || millisecond < 0) {
+  bool areDigits = true;
+  const int year = number<4>(form, areDigits);
+  const int month = number<2>(form + 5, areDigits);
+  const int day = number<2>(form + 8, areDigits);
+  const int hour = number<2>(form + 11, areDigits);
+  const int minute = number<2>(form + 14, areDigits);
+  const int second = number<2>(form + 17, areDigits);
+  const int millisecond = number<3>(form + 20, areDigits);
+  if (!areDigits || year < 1971 || year > 2036 || month < 1 || month > 12 || day < 1 || hour > 23 ||
+      minute > 59 || second > 59) {
     return std::nullopt;
   }
   const int dayOfYear = daysBeforeMonth(year, month) + day;

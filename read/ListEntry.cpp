@@ -3,6 +3,8 @@
 #include <QCborArray>
 #include <QJsonValue>
 
+#include <algorithm>
+
 int ListEntry::eventType() {
   if (!m_eventType) {
     const QCborValue type = value(ListColumns::EventType);
@@ -21,18 +23,15 @@ const EntryTimes::Time& ListEntry::time() {
 }
 
 bool ListEntry::passesKeywords() {
-  bool included = m_copy.includeKeywords.isEmpty();
-  if (included && m_copy.excludeKeywords.isEmpty()) return true;
+  const QVector<QCborValue>& include = m_copy.includeKeywords;
+  const QVector<QCborValue>& exclude = m_copy.excludeKeywords;
+  if (include.isEmpty() && exclude.isEmpty()) return true;
   const QCborArray carried = value(ListColumns::Keywords).toArray();
-  const int size = static_cast<int>(carried.size());
-  for (int i = 0; i < size; ++i) {
-    QCborValue keyword = carried.at(i);
-    if (!keyword.isString()) {
-      keyword = QCborValue(QString());  // what is no text counts as an empty one
-    }
-    if (m_copy.excludeKeywords.contains(keyword)) return false;
-    included = included || m_copy.includeKeywords.contains(keyword);
-    if (included && m_copy.excludeKeywords.isEmpty()) break;
-  }
-  return included;
+  const auto isCarried = [&carried](const QCborValue& keyword) {
+    if (keyword.isString()) return carried.contains(keyword);
+    return std::any_of(carried.begin(), carried.end(),
+                       [](const QCborValue& any) { return any.toString().isEmpty(); });
+  };
+  return (include.isEmpty() || std::any_of(include.begin(), include.end(), isCarried)) &&
+         std::none_of(exclude.begin(), exclude.end(), isCarried);
 }

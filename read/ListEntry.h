@@ -14,7 +14,7 @@
 /** What one copy of a list starts with and remembers from entry to entry. */
 struct ListCopy {
   EntryTimes times;
-  QVector<QCborValue> includeKeywords;
+  QVector<QCborValue> includeKeywords;  ///< an empty one as undefined: what is no text counts as it too
   QVector<QCborValue> excludeKeywords;
   ListColumns columns;
 };

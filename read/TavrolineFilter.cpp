@@ -72,7 +72,9 @@ bool TavrolineFilter::passesCriteria(ListEntry& entry) const {
 ListCopy TavrolineFilter::listCopy() const {
   const auto values = [](const QStringList& keywords) {
     QVector<QCborValue> list;
-    std::copy(keywords.begin(), keywords.end(), std::back_inserter(list));
+    std::transform(keywords.begin(), keywords.end(), std::back_inserter(list), [](const QString& keyword) {
+      return keyword.isEmpty() ? QCborValue() : QCborValue(keyword);
+    });
     return list;
   };
   return {EntryTimes(m_DateTimeUpperBound, m_DateTimeLowerBound), values(m_IncludeKeywords),
