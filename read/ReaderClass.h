@@ -8,6 +8,7 @@
 #include <QMutex>
 #include <QStringBuilder>
 
+#include <cstddef>
 #include <cstdint>
 
 #include "ComponentIdentity.h"
@@ -81,6 +82,16 @@ void forEach(const QList<Reader*>& instances, const Names& names, Visit visit) {
 std::int16_t adoptReply(const DBusPendingReply::SharedPointer& reply,
                         DBusPendingReply::SharedPointer& pendingReply, const Names& names);
 
+/** Have a slot on its way into the cache before it is written: arrays of long lists are larger than any. */
+template <typename Entry>
+void fetch(Entry& slot) {
+  constexpr std::size_t kCacheLine = 64;
+  const char* const bytes = reinterpret_cast<const char*>(&slot);
+  for (std::size_t offset = 0; offset < sizeof(Entry); offset += kCacheLine) {
+    __builtin_prefetch(bytes + offset, 1);
+  }
+}
+
 /**
  * Copy what passes the filter: `fill(entry, slot)` per accepted entry, in list order, until the array is
  * full. The list is shared under the lock and worked on outside it. A slot counts once it is filled.
@@ -103,6 +114,7 @@ std::int16_t copyEntries(const TavrolineFilter& filter, QMutex& mutex, const QJs
   // The caller's count may lie anywhere, also inside the array: it is written and never read.
   int filled = 0;
   for (int index = 0; filled < capacity && index < list.size(); ++index) {
+    fetch(entries[filled]);
     const QJsonObject object = list.at(index).toObject();
     ListEntry entry(object, copy);
     if (filter.passesCriteria(entry) && filter.additionalFilterCheck(object)) {
