@@ -2,10 +2,12 @@
 
 #include <dlfcn.h>
 
+#include <filesystem>
 #include <stdexcept>
 
+// Made absolute: a name without a slash would be looked for among the system's libraries.
 SharedLibrary::SharedLibrary(const std::string& path)
-    : m_handle(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) {
+    : m_handle(dlopen(std::filesystem::absolute(path).c_str(), RTLD_NOW | RTLD_LOCAL)) {
   if (!m_handle) throw std::runtime_error(std::string("cannot load: ") + dlerror());
 }
 
