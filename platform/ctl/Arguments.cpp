@@ -106,6 +106,13 @@ void addCommands(CLI::App& app, Arguments& arguments, Raw& raw) {
   add("doctor", Command::Doctor, "Check bus, service, interface version, policy and clock");
 }
 
+/** Print what is wrong. CLI11 looks for what is missing first, but a word that nobody knows says more. */
+int complain(const CLI::App& app, const CLI::ParseError& error) {
+  const Raw::Texts unknown = app.remaining(true);
+  const bool missing = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError);
+  return missing && !unknown.empty() ? app.exit(CLI::ExtrasError(unknown)) : app.exit(error);
+}
+
 }  // namespace
 
 std::optional<Arguments> Arguments::parse(int argc, char** argv, int& exitCode) {
@@ -125,7 +132,7 @@ std::optional<Arguments> Arguments::parse(int argc, char** argv, int& exitCode) 
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    exitCode = app.exit(error) == 0 ? ExitDone : ExitUsage;
+    exitCode = complain(app, error) == 0 ? ExitDone : ExitUsage;
     return std::nullopt;
   }
   arguments.language = QString::fromStdString(raw.language);

@@ -63,6 +63,7 @@ TEST_F(Ctl, SaysWhatIsWrongAndWhatToDo) {
   };
   expect({"doctor"}, 0, "policy     OK");
   expect({"events", "--type", "even"}, 2, "--type: even not in");
+  expect({"evnets"}, 2, "not expected: evnets");
   expect({"events", "--since", "soon"}, 2, "'soon' is no time");
   expect({"events", "--since", "1h", "--until", "2h"}, 2, "no entry can pass");
   expect({"ack", "{none}", "--user", "Kim"}, 1, "no alarm with the identifier");
