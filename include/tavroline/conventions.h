@@ -13,8 +13,9 @@
  * empty text.
  *  5. DATE_AND_TIME counts seconds since 1970-01-01 00:00:00, unsigned up to the year 2106. Time stamps of
  * entries are UTC, filter bounds are local time.
- *  6. Arrays of variable length come as a pointer to the first element and the bounds: upper - lower + 1
- * elements are read, none when upper is below lower, none when the difference exceeds 2147483647.
+ *  6. Arrays of variable length come as a pointer to the first element and the bounds, a structure of two
+ * DINT, lower and upper (stArrayDimInfo, in C __ARRAY__DIM__INFO): upper - lower + 1 elements are read, none
+ * when upper is below lower, none when the difference exceeds 2147483647.
  *  7. Handles are opaque; 0 means none. An open function creates one, the close function of the same kind
  * ends it; a handle is valid until then and belongs to one PLC task at a time.
  *  8. A null structure pointer, nested structure pointer or handle is written to the runtime log, and so is a

@@ -41,7 +41,7 @@ int takeSignals() {
 Bus connect() {
   sd_bus* bus = nullptr;
   const int code = sd_bus_open_system(&bus);
-  if (code < 0) failBus("no connection to the system bus", code);
+  if (code < 0) failBus("no connection to the bus (DBUS_SYSTEM_BUS_ADDRESS, or else the system bus)", code);
   return Bus(bus);
 }
 
