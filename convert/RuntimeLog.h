@@ -13,7 +13,7 @@ namespace RuntimeLog {
  * @param file source file without its extension; with `function` a literal, as compilers spell signatures
  * differently
  * @param message the first item of the record
- * @param line of the caller where it is not prescribed. [any-thread]
+ * @param line of the record where it is not the caller's. [any-thread]
  */
 void write(const char* file, const char* function, const QString& message, int line = __builtin_LINE());
 

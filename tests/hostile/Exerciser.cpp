@@ -69,7 +69,7 @@ struct Alarm {
 struct Calls {
   ExternalFunction function = nullptr;
   unsigned long count = 0;
-  long longest = 0;
+  long long longest = 0;
 };
 
 struct Task {
@@ -92,7 +92,7 @@ struct Task {
     const auto start = Clock::now();
     reinterpret_cast<void (*)(Structure*)>(entry.function)(&parameters);
     ++entry.count;
-    entry.longest = std::max<long>(entry.longest, (Clock::now() - start) / std::chrono::microseconds(1));
+    entry.longest = std::max<long long>(entry.longest, (Clock::now() - start) / std::chrono::microseconds(1));
   }
 
   /** For the functions whose structure begins with the handle; a byte comes next. */
@@ -275,7 +275,7 @@ struct Task {
     for (Alarm& alarm : alarms)
       close(alarm);
     for (const auto& [name, entry] : calls)
-      std::printf("call %s %lu %ld\n", name.c_str(), entry.count, entry.longest);
+      std::printf("call %s %lu %lld\n", name.c_str(), entry.count, entry.longest);
     std::printf("handed %lu\n", handed);
   }
 };
