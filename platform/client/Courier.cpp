@@ -10,7 +10,7 @@
 #include "ListServiceNames.h"
 #include "MessageMarshalling.h"
 #include "PendingReply.h"
-#include "ReplyNesting.h"
+#include "ReplyCheck.h"
 
 namespace {
 
@@ -143,8 +143,8 @@ void Courier::onRequestReply(std::list<SentRequest>::iterator sent, sd_bus_messa
     } else if (sd_bus_message_read(reply, "s", &text) <= 0 ||
                std::strlen(text) > (bList ? kMaximumListBytes : kMaximumStateBytes)) {
       state.fail(QStringLiteral("the list service answered in an unknown form"));
-    } else if (ReplyNesting::isTooDeep(text)) {
-      state.fail(QStringLiteral("the list service's answer is nested too deep"));
+    } else if (const char* fault = ReplyCheck::fault(text); fault != nullptr) {
+      state.fail(QStringLiteral("the list service's answer %1").arg(QLatin1String(fault)));
     } else {
       state.arrive(QByteArray(text));
     }

@@ -1,5 +1,7 @@
 #include "CallReader.h"
 
+#include <QSet>
+
 #include <algorithm>
 #include <limits>
 #include <string_view>
@@ -73,10 +75,16 @@ void readElements(sd_bus_message* call, const char* contents, QByteArray& json,
   json += isList ? ']' : '}';
 }
 
+/** A map as a JSON object. The JSON parser never frees what the first of two equal names may hold. */
 void readMap(sd_bus_message* call, QByteArray& json, int depth) {
+  QSet<QByteArray> names;
   readElements(call, "{sv}", json, [&] {
     readContainer(call, SD_BUS_TYPE_DICT_ENTRY, "sv", [&] {
+      const int start = json.size();
       readQuoted(call, json);
+      const int known = names.size();
+      names.insert(json.mid(start));
+      if (names.size() == known) throw CallError("the description names a member twice");
       json += ':';
       readValue(call, json, depth);
     });

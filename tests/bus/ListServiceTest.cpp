@@ -191,6 +191,7 @@ TEST_F(ListServiceTest, RefusesNonsenseAndGoesOn) {
                         {1, "beyond all calendars", 3, 0, "", "test", INT64_MAX}};
   for (const Entry& row : rows)
     EXPECT_EQ(log(row), kErrorInvalid) << row.user;
+  EXPECT_EQ(log({}, 2, "a", "s", "", "a", "s", ""), kErrorInvalid);  // a member twice
   EXPECT_EQ(log({}), "");
   EXPECT_EQ(column("EventlistId"), Strings{"1"});
 }

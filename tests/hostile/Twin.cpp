@@ -84,6 +84,7 @@ const char* strangeText() {
   return oneOf(
       {R"({"ListData":[{},null,7,"x",[]],"AlarmActive":2})",
        R"({"ListData":[{"EventType":"3","EventlistId":-1}]})",
+       R"({"ListData":[{"Keywords":[["a"]],"Keywords":[]}]})",
        R"({"ListData":[{"EventType":1e300,"EventlistId":1e300,"LocalTime":7,"Keywords":"a"}]})",
        R"({"ListData":[{"LocalTime":"2024-13-99T99:99:99","Description":[{}],"Keywords":[1,null]}]})"});
 }

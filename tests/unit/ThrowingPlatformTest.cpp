@@ -60,7 +60,7 @@ struct Scene {
 
   /** Call it; with a number, that platform call throws. */
   void run(int throwingCall = 0, fake::Thrown thrown = {}, bool andAllAfter = false) {
-    const bool opens = name.find("open") == 0;
+    const bool opens = name.find("open") == 0, readsEntries = name.find("entries") != name.npos;
     entries.assign(2568, 'Z');  // three elements
     structure.assign(160, 'Z');
     auto [words, resultOffset] = arguments();
@@ -73,10 +73,10 @@ struct Scene {
     if (name == "closealarmlistwritehandle_ext") failed.replace(0, kHandle, kHandle, '\0');
     void* request = structure.data();
     fake::throwAt(throwingCall, thrown, andAllAfter);
-    result = int(g_functions[name](resultOffset == kRequestResult ? &request : request));
+    result = int(g_functions[name](readsEntries ? &request : request));
     calls = fake::platformCalls();
     fake::throwAt(0);
-    if (resultOffset == kRequestResult) failed.replace(kCount, 4, structure, kCount, 4);
+    if (readsEntries) failed.replace(kCount, 4, structure, kCount, 4);
     std::string opened = structure.substr(kHandle);
     if (opens) g_functions["close" + name.substr(4)](opened.data());
   }

@@ -1,0 +1,71 @@
+#include "ReplyCheck.h"
+
+#include <array>
+#include <cstring>
+#include <set>
+#include <string_view>
+
+namespace {
+
+/** The first character behind the string whose content starts there, or the terminator. */
+const char* behindString(const char* position) {
+  for (;;) {
+    position += std::strcspn(position, "\"\\");
+    if (*position == '\0') return position;
+    if (*position++ == '"') return position;
+    if (*position != '\0') ++position;  // behind a backslash
+  }
+}
+
+/** One pass over a text. */
+class Scan {
+ public:
+  explicit Scan(const char* json) : m_position(json) {}
+
+  const char* fault() {
+    const char* found = nullptr;
+    while (found == nullptr && *m_position != '\0') {
+      const char character = *m_position++;
+      if (character == '"') {
+        found = passString();
+      } else if (character == '[' || character == '{') {
+        found = open();
+      } else if (character == ']' || character == '}') {
+        if (m_depth > 0) --m_depth;
+      } else if (character == ',') {
+        m_name = {};
+      }
+    }
+    return found;
+  }
+
+ private:
+  /** Pass a string, and remember it if it is a member's name. */
+  const char* passString() {
+    const char* const content = m_position;
+    m_position = behindString(content);
+    if (m_position[std::strspn(m_position, " \t\n\r")] != ':') return nullptr;
+    m_name = std::string_view(content, static_cast<std::size_t>(m_position - content));
+    if (m_name.find('\\') != std::string_view::npos) return "has an escape in a member's name";
+    return m_containers[m_depth].count(m_name) > 0 ? "names a member twice" : nullptr;
+  }
+
+  const char* open() {
+    if (m_depth == ReplyCheck::kDeepest) return "is nested too deep";
+    if (!m_name.empty()) m_containers[m_depth].insert(m_name);
+    m_name = {};
+    m_containers[++m_depth].clear();
+    return nullptr;
+  }
+
+  const char* m_position;
+  std::string_view m_name;  ///< of the member whose value is next, with its closing quote; empty if none is
+  std::size_t m_depth = 0;
+  std::array<std::set<std::string_view>, ReplyCheck::kDeepest + 1> m_containers;  ///< members by depth
+};
+
+}  // namespace
+
+const char* ReplyCheck::fault(const char* json) {
+  return Scan(json).fault();
+}
