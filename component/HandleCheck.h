@@ -1,9 +1,11 @@
 #pragma once
 
-class TavrolineAlarmHandler;
-class TavrolineAlarmlistRead;
-class TavrolineEventlistRead;
-class TavrolineReadBaseClass;
+#include <typeinfo>
+
+#include "LiveObjects.h"
+#include "TavrolineAlarmHandler.h"
+#include "TavrolineAlarmlistRead.h"
+#include "TavrolineEventlistRead.h"
 
 /**
  * The second look at a handle, after the test for null: whether the object behind it is alive and of the kind
@@ -13,9 +15,32 @@ class TavrolineReadBaseClass;
  */
 namespace HandleCheck {
 
-bool isUsable(const TavrolineReadBaseClass* reader);  ///< either kind of reader
-bool isUsable(const TavrolineEventlistRead* reader);
-bool isUsable(const TavrolineAlarmlistRead* reader);
-bool isUsable(const TavrolineAlarmHandler* handler);
+/** Write into the runtime log what is wrong with a handle. @return false */
+bool refuse(const void* object, const char* kind);
+
+/** @tparam Base as which objects of that family may be looked at, whatever their class */
+template <typename Base, typename Object>
+bool check(const Object* object, LiveObjects::Family family, const char* kind) {
+  return (LiveObjects::family(object) == family &&
+          typeid(*static_cast<const Base*>(static_cast<const void*>(object))) == typeid(Object)) ||
+         refuse(object, kind);
+}
+
+/** Either kind of reader. */
+inline bool isUsable(const TavrolineReadBaseClass* reader) {
+  return LiveObjects::family(reader) == LiveObjects::Family::Reader || refuse(reader, "ReadHandle");
+}
+
+inline bool isUsable(const TavrolineEventlistRead* reader) {
+  return check<TavrolineReadBaseClass>(reader, LiveObjects::Family::Reader, "EventlistReadHandle");
+}
+
+inline bool isUsable(const TavrolineAlarmlistRead* reader) {
+  return check<TavrolineReadBaseClass>(reader, LiveObjects::Family::Reader, "AlarmlistReadHandle");
+}
+
+inline bool isUsable(const TavrolineAlarmHandler* handler) {
+  return check<TavrolineAlarmHandler>(handler, LiveObjects::Family::AlarmHandler, "AlarmlistWriteHandle");
+}
 
 }  // namespace HandleCheck

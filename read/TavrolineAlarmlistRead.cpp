@@ -96,26 +96,6 @@ std::int16_t TavrolineAlarmlistRead::convertAlarmlist(int& count, stAlarmlistEnt
   return ReaderClass::copyEntries(*this, sm_Mutex, m_ListData, count, entries, capacity, kNames, fillEntry);
 }
 
-bool TavrolineAlarmlistRead::getCentralDetectorState() const {
-  return SharedFlag::load(m_bCentralDetectorState);
-}
-
-bool TavrolineAlarmlistRead::isAlarmInAlarmlist() const {
-  return SharedFlag::load(sm_bIsAlarmInAlarmlist);
-}
-
-bool TavrolineAlarmlistRead::isActiveAlarmInAlarmlist() const {
-  return SharedFlag::load(sm_bIsActiveAlarmInAlarmlist);
-}
-
-bool TavrolineAlarmlistRead::isFaultInAlarmlist() const {
-  return SharedFlag::load(sm_bIsFaultInAlarmlist);
-}
-
-bool TavrolineAlarmlistRead::isActiveFaultInAlarmlist() const {
-  return SharedFlag::load(sm_bIsActiveFaultInAlarmlist);
-}
-
 void TavrolineAlarmlistRead::setFilterStateAlarm(bool active) {
   m_iFilterStateAlarm = keeping(active);
 }

@@ -48,10 +48,6 @@ void TavrolineReadBaseClass::setLanguage(const QString& language) {
   m_sLanguage.swap(taken);
 }
 
-bool TavrolineReadBaseClass::hasListChanged() const {
-  return SharedFlag::load(m_bListChanged);
-}
-
 void TavrolineReadBaseClass::resetListChanged() {
   SharedFlag::store(m_bListChanged, false);
 }

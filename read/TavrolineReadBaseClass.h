@@ -8,6 +8,7 @@
 
 #include "DBusPendingReply.h"
 #include "LiveObjects.h"
+#include "SharedFlag.h"
 #include "TavrolineFilter.h"
 
 /** Results of the reading operations, as they go into the iResult fields. */
@@ -30,7 +31,7 @@ class TavrolineReadBaseClass : public TavrolineFilter {
   void setLanguage(const QString& language);
 
   /** Whether the service has reported a change since construction or resetListChanged(). [plc-task] */
-  bool hasListChanged() const;
+  bool hasListChanged() const { return SharedFlag::load(m_bListChanged); }
   void resetListChanged();
 
   /**
