@@ -1,5 +1,6 @@
 #include "CodesysStringCopy.h"
 
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -77,22 +78,43 @@ int encode(char32_t codePoint, unsigned short* target, int room) {
   return 2;
 }
 
-/** Whether a unit of the source is one unit of the target as it stands. */
-constexpr bool isPlain(ushort unit, const char* /*target*/) {
-  return unit != 0 && unit < 0x80;
+/** Units of a text side by side; the compiler uses vector instructions where the processor has them. */
+using Units [[gnu::vector_size(16)]] = ushort;
+constexpr int kUnits = sizeof(Units) / sizeof(ushort);
+
+/** Whether a unit of the source is one unit of the target as it stands. Of Units: which of them, as -1 or 0.
+ */
+template <typename Unit>
+constexpr auto isPlain(Unit unit, const char* /*target*/) {
+  return (unit != 0) & (unit < 0x80);
 }
-constexpr bool isPlain(ushort unit, const unsigned short* /*target*/) {
-  return unit != 0 && (unit & 0xF800U) != 0xD800U;
+template <typename Unit>
+constexpr auto isPlain(Unit unit, const unsigned short* /*target*/) {
+  return (unit != 0) & ((unit & 0xF800) != 0xD800);
+}
+
+/** Copy so many units if all of them are plain; whether they were. */
+template <typename Character>
+bool copyPlainUnits(const QChar* source, Character* target) {
+  Units units;
+  std::memcpy(&units, source, sizeof units);
+  const auto plain = isPlain(units, target);
+  std::array<qint64, 2> halves{};
+  std::memcpy(halves.data(), &plain, sizeof plain);
+  if ((halves[0] & halves[1]) != -1) return false;
+  for (int i = 0; i < kUnits; ++i)
+    target[i] = static_cast<Character>(units[i]);
+  return true;
 }
 
 /** Copy plain units up to the first that is none; their number. */
 template <typename Character>
 int copyPlain(const QChar* source, int size, Character* target) {
   int count = 0;
-  while (count < size && isPlain(source[count].unicode(), target)) {
+  while (count + kUnits <= size && copyPlainUnits(source + count, target + count))
+    count += kUnits;
+  for (; count < size && isPlain(source[count].unicode(), target); ++count)
     target[count] = static_cast<Character>(source[count].unicode());
-    ++count;
-  }
   return count;
 }
 

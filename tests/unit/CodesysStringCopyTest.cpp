@@ -20,6 +20,8 @@ TEST(CodesysStringCopy, WritesWhatFitsAndNothingBehindIt) {
         Row{u"a😀", 3, "a\0######"s, u"a\0######"s, false, false},
         Row{u"\xDC00", 4, "\uFFFD\0####"s, u"\uFFFD\0######"s, true, true},
         Row{u"\uFEFFa", 5, "\uFEFFa\0###"s, u"\uFEFFa\0#####"s, true, true},
+        Row{u"ab\xDC00ghijk", 12, "ab\uFFFDghijk\0#"s, u"ab\uFFFDghijk\0#"s, true, true},
+        Row{u"abcde\xDC00gh", 12, "abcde\uFFFDgh\0#"s, u"abcde\uFFFDgh\0#"s, true, true},
         Row{u"a\0b"s, 8, "a\0######"s, u"a\0######"s, false, false}}) {
     const QString source(reinterpret_cast<const QChar*>(text.data()), int(text.size()));  // keeps a mark
     std::string bytes(expectedBytes.size(), '#');
