@@ -1,6 +1,6 @@
 #include "CallReader.h"
 
-#include <QSet>
+#include <QVarLengthArray>
 
 #include <algorithm>
 #include <limits>
@@ -12,6 +12,8 @@
 #include "ListServiceNames.h"
 
 namespace {
+
+constexpr int kUsualMembers = 16;  ///< of a description
 
 void readValue(sd_bus_message* call, QByteArray& json, int depth);
 
@@ -75,16 +77,30 @@ void readElements(sd_bus_message* call, const char* contents, QByteArray& json,
   json += isList ? ']' : '}';
 }
 
+struct Range {
+  int start;
+  int size;
+};
+
+std::string_view part(const QByteArray& json, const Range& range) {
+  return std::string_view(json.constData(), static_cast<std::size_t>(json.size()))
+      .substr(static_cast<std::size_t>(range.start), static_cast<std::size_t>(range.size));
+}
+
 /** A map as a JSON object. The JSON parser never frees what the first of two equal names may hold. */
 void readMap(sd_bus_message* call, QByteArray& json, int depth) {
-  QSet<QByteArray> names;
+  QVarLengthArray<Range, kUsualMembers> names;
   readElements(call, "{sv}", json, [&] {
     readContainer(call, SD_BUS_TYPE_DICT_ENTRY, "sv", [&] {
       const int start = json.size();
       readQuoted(call, json);
-      const int known = names.size();
-      names.insert(json.mid(start));
-      if (names.size() == known) throw CallError("the description names a member twice");
+      const Range name{start, json.size() - start};
+      const bool known = std::any_of(names.begin(), names.end(), [&](const Range& other) {
+        return part(json, other) == part(json, name);
+      });
+      if (known) throw CallError("the description names a member twice");
+      if (names.size() == CallReader::kMaxItems) throw CallError("the description has too many members");
+      names.append(name);
       json += ':';
       readValue(call, json, depth);
     });

@@ -20,7 +20,7 @@ class CallReader {
  public:
   static constexpr int kMaxText = 4096;        ///< characters of one text
   static constexpr int kMaxIdentifier = 255;   ///< characters of a session or an alarm identifier
-  static constexpr int kMaxItems = 1000;       ///< keywords of an entry, arguments of a description
+  static constexpr int kMaxItems = 1000;       ///< keywords; a description's arguments or members
   static constexpr int kMaxIds = 10000;        ///< alarms that one call acknowledges
   static constexpr int kMaxNesting = 4;        ///< containers within the description
   static constexpr int kMaxJson = 256 * 1024;  ///< bytes of the description, and of the keywords, as stored
