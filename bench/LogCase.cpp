@@ -80,14 +80,17 @@ std::int64_t now() {
 
 BusAndService::BusAndService() : m_service(TAVROLINE_LISTD, {}) {
   if (!bus.waitForName(kService)) throw std::runtime_error("no list service: " + m_service.output());
+  check(sd_bus_open_system(&m_connection));
+}
+
+BusAndService::~BusAndService() {
+  sd_bus_flush_close_unref(m_connection);
 }
 
 std::uint64_t BusAndService::stored(const char* service) const {
-  sd_bus* connection = nullptr;
   sd_bus_message* reply = nullptr;
-  check(sd_bus_open_system(&connection));
-  check(sd_bus_call_method(connection, service, kEventListPath, kEventListInterface, "GetStatistics", nullptr,
-                           &reply, nullptr));
+  check(sd_bus_call_method(m_connection, service, kEventListPath, kEventListInterface, "GetStatistics",
+                           nullptr, &reply, nullptr));
   check(sd_bus_message_enter_container(reply, 'a', "{st}"));
   std::uint64_t result = 0;
   const char* name = nullptr;
@@ -95,7 +98,6 @@ std::uint64_t BusAndService::stored(const char* service) const {
   while (check(sd_bus_message_read(reply, "{st}", &name, &value)) > 0)
     if (std::strcmp(name, "stored") == 0) result = value;
   sd_bus_message_unref(reply);
-  sd_bus_flush_close_unref(connection);
   return result;
 }
 

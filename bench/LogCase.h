@@ -19,6 +19,9 @@
 class BusAndService {
  public:
   BusAndService();
+  ~BusAndService();
+  BusAndService(const BusAndService&) = delete;
+  BusAndService& operator=(const BusAndService&) = delete;
 
   PrivateBus bus;
 
@@ -29,6 +32,7 @@ class BusAndService {
 
  private:
   ChildProcess m_service;
+  sd_bus* m_connection = nullptr;  ///< to ask on; a new one for each question would cost the daemon more
 };
 
 /** The structures of one entry: three keywords, and with arguments two of them and one with a URL. */
