@@ -102,11 +102,18 @@ std::uint64_t BusAndService::stored(const char* service) const {
 }
 
 void BusAndService::waitForStored(std::uint64_t count, const char* service) const {
-  // Not asked more often, because the answer costs the service something.
-  for (int asked = 0; stored(service) < count; ++asked) {
+  // Asked when most of the rest is likely to be there, because the answer costs the service something.
+  Milliseconds pause(5);
+  std::uint64_t last = stored(service);
+  for (int asked = 0; last < count; ++asked) {
     if (asked > 12000)
       throw std::runtime_error("not all of " + std::to_string(count) + " entries are stored");
-    std::this_thread::sleep_for(Milliseconds(5));
+    std::this_thread::sleep_for(pause);
+    const std::uint64_t present = stored(service);
+    const std::uint64_t came = std::max<std::uint64_t>(present - last, 1);
+    const std::uint64_t rest = count - std::min(present, count);
+    pause = std::clamp<Milliseconds>(pause * rest * 3 / (came * 4), Milliseconds(1), Milliseconds(50));
+    last = present;
   }
 }
 

@@ -2,6 +2,11 @@
 
 namespace {
 
+/** Whether a unit is a valid character without a closer look, as nearly all are. */
+bool isUsual(QChar unit) {
+  return !unit.isNull() && unit.unicode() < 0xD800;
+}
+
 /** Code units of the valid character at `position`, negative when they have to be replaced. */
 int acceptedUnits(const QChar* units, int position, int size) {
   const QChar unit = units[position];
@@ -19,7 +24,7 @@ QString busText(const QString& text) {
   const int size = text.size();
   int clean = 0;
   while (clean < size) {
-    const int step = acceptedUnits(units, clean, size);
+    const int step = isUsual(units[clean]) ? 1 : acceptedUnits(units, clean, size);
     if (step < 0) break;
     clean += step;
   }

@@ -28,7 +28,8 @@ int CallBatch::change(sd_bus_message* call, sd_bus_error* error,
 
 int CallBatch::answer(sd_bus_message* call, sd_bus_error* error,
                       const std::function<void(CallReader&, sd_bus_message*)>& answer) {
-  finish();
+  store();
+  if (m_unsignalled) signalChanges();  // before anyone sees them
   try {
     CallReader arguments(call);
     sd_bus_message* reply = nullptr;
@@ -43,6 +44,17 @@ int CallBatch::answer(sd_bus_message* call, sd_bus_error* error,
 }
 
 void CallBatch::finish() {
+  store();
+  if (timeout() == 0) signalChanges();
+}
+
+int CallBatch::timeout() const {
+  if (!m_unsignalled) return -1;
+  const bool expired = !m_sinceSignals.isValid() || m_sinceSignals.hasExpired(kSignalInterval);
+  return expired ? 0 : static_cast<int>(kSignalInterval - m_sinceSignals.elapsed() + 1);
+}
+
+void CallBatch::store() {
   if (m_calls.empty()) return;
   try {
     m_service.commit();
@@ -54,7 +66,7 @@ void CallBatch::finish() {
   for (const Message& call : m_calls)
     sd_bus_reply_method_return(call.get(), "");
   m_calls.clear();
-  signalChanges();
+  m_unsignalled = true;
 }
 
 int CallBatch::refuse(sd_bus_error* error, const std::exception& cause) {
@@ -75,6 +87,8 @@ void CallBatch::fail(const char* text) {
 }
 
 void CallBatch::signalChanges() {
+  m_unsignalled = false;
+  m_sinceSignals.start();
   ListSnapshot now;
   try {
     now = m_service.snapshot();

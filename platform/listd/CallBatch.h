@@ -2,6 +2,8 @@
 
 #include <systemd/sd-bus.h>
 
+#include <QElapsedTimer>
+
 #include <functional>
 #include <memory>
 #include <vector>
@@ -23,6 +25,9 @@ class CallBatch {
   /** Calls that share a transaction at most; the longest a stop request waits. */
   static constexpr int kMaxCalls = 256;
 
+  /** Milliseconds from one report of changes to the next, so that a burst of entries is none of signals. */
+  static constexpr qint64 kSignalInterval = 10;
+
   /** @param bus, service borrowed; must outlive the batch */
   CallBatch(sd_bus* bus, ListService& service);
 
@@ -33,8 +38,11 @@ class CallBatch {
   int answer(sd_bus_message* call, sd_bus_error* error,
              const std::function<void(CallReader&, sd_bus_message* reply)>& answer);
 
-  /** Commit, answer and signal the changes so far. */
+  /** Commit and answer the changes so far, and signal them unless the last signals are too recent. */
   void finish();
+
+  /** Milliseconds until finish() has to be called for the signals' sake, -1 if none are due. */
+  int timeout() const;
 
   ListService& service() { return m_service; }
 
@@ -51,6 +59,7 @@ class CallBatch {
 
   int refuse(sd_bus_error* error, const std::exception& cause);
   void fail(const char* text);
+  void store();
   void signalChanges();
 
   sd_bus* m_bus;
@@ -58,6 +67,8 @@ class CallBatch {
   ClientBooks m_clientBooks;
   std::vector<Message> m_calls;
   ListSnapshot m_reported;
+  bool m_unsignalled = false;  ///< something was stored since
+  QElapsedTimer m_sinceSignals;
   quint64 m_rejected = 0;
 };
 

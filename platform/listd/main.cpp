@@ -64,6 +64,11 @@ int busTimeout(sd_bus* bus) {
   return due <= present ? 0 : static_cast<int>(qMin<uint64_t>((due - present + 999) / 1000, 60000));
 }
 
+/** The shorter of two timeouts, where -1 is none. */
+int earlier(int one, int other) {
+  return one < 0 || other < 0 ? qMax(one, other) : qMin(one, other);
+}
+
 /** Serve until a signal asks to stop. */
 void serve(sd_bus* bus, CallBatch& batch, int signals) {
   for (;;) {
@@ -77,7 +82,7 @@ void serve(sd_bus* bus, CallBatch& batch, int signals) {
     const int events = sd_bus_get_events(bus);
     if (events < 0) failBus("the connection to the bus is lost", events);
     pollfd files[] = {{sd_bus_get_fd(bus), static_cast<short>(events), 0}, {signals, POLLIN, 0}};
-    poll(files, 2, waiting > 0 ? 0 : busTimeout(bus));
+    poll(files, 2, waiting > 0 ? 0 : earlier(busTimeout(bus), batch.timeout()));
     if (files[1].revents != 0) return;
   }
 }

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <systemd/sd-bus.h>
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -194,6 +195,30 @@ TEST_F(ListServiceTest, RefusesNonsenseAndGoesOn) {
   EXPECT_EQ(log({}, 2, "a", "s", "", "a", "s", ""), kErrorInvalid);  // a member twice
   EXPECT_EQ(log({}), "");
   EXPECT_EQ(column("EventlistId"), Strings{"1"});
+}
+
+TEST_F(ListServiceTest, SignalsABurstSeldomAndItsLastChangeInAnyCase) {
+  startService();
+  std::vector<uint64_t> signalled;
+  const auto note = [](sd_bus_message* signal, void* generations, sd_bus_error*) {
+    return sd_bus_message_read(signal, "t", &static_cast<decltype(signalled)*>(generations)->emplace_back());
+  };
+  sd_bus_match_signal(m_connection, nullptr, kService, kEventListPath, nullptr, "Changed", note, &signalled);
+  QElapsedTimer time;
+  time.start();
+  for (uint64_t sequence = 1; sequence <= 300; ++sequence)
+    log({sequence});
+  while (sd_bus_process(m_connection, nullptr) > 0 || sd_bus_wait(m_connection, 500000) > 0) {
+  }
+  EXPECT_LE(qint64(signalled.size()) * 10, time.elapsed());
+  sd_bus_message* reply = nullptr;  // asking brings signals forward, so that comes last
+  sd_bus_call_method(m_connection, kService, kEventListPath, kEventListInterface, "GetState", nullptr, &reply,
+                     "");
+  uint64_t last = 0;
+  sd_bus_message_read(reply, "t", &last);
+  sd_bus_message_unref(reply);
+  ASSERT_FALSE(signalled.empty());
+  EXPECT_EQ(signalled.back(), last);
 }
 
 TEST_F(ListServiceTest, ShowsDescriptionsInTheLanguageAsked) {

@@ -133,7 +133,8 @@ int disturb(sd_bus_message* call, void*, sd_bus_error*) {
       flags += flag ? '1' : '0';
     if (shown != flags) dprintf(STDOUT_FILENO, "flags %s\n", flags.c_str());
     shown = flags;
-    if (waiting == 0) sd_bus_wait(bus, UINT64_MAX);
+    const int due = batch.timeout();
+    if (waiting == 0) sd_bus_wait(bus, due < 0 ? UINT64_MAX : uint64_t(due) * 1000);
   }
 }
 
