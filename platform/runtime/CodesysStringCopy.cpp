@@ -78,7 +78,13 @@ int encode(char32_t codePoint, unsigned short* target, int room) {
   return 2;
 }
 
-/** Units of a text side by side; the compiler uses vector instructions where the processor has them. */
+#if defined(__SSE2__) || defined(__ARM_NEON)
+constexpr bool kHasVectors = true;
+#else
+constexpr bool kHasVectors = false;  // taking units one by one is faster then
+#endif
+
+/** Units of a text side by side. */
 using Units [[gnu::vector_size(16)]] = ushort;
 constexpr int kUnits = sizeof(Units) / sizeof(ushort);
 
@@ -111,7 +117,7 @@ bool copyPlainUnits(const QChar* source, Character* target) {
 template <typename Character>
 int copyPlain(const QChar* source, int size, Character* target) {
   int count = 0;
-  while (count + kUnits <= size && copyPlainUnits(source + count, target + count))
+  while (kHasVectors && count + kUnits <= size && copyPlainUnits(source + count, target + count))
     count += kUnits;
   for (; count < size && isPlain(source[count].unicode(), target); ++count)
     target[count] = static_cast<Character>(source[count].unicode());
