@@ -105,8 +105,9 @@ void BusAndService::waitForStored(std::uint64_t count, const char* service) cons
   // Asked when most of the rest is likely to be there, because the answer costs the service something.
   Milliseconds pause(5);
   std::uint64_t last = stored(service);
-  for (int asked = 0; last < count; ++asked) {
-    if (asked > 12000)
+  const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+  while (last < count) {
+    if (std::chrono::steady_clock::now() > end)
       throw std::runtime_error("not all of " + std::to_string(count) + " entries are stored");
     std::this_thread::sleep_for(pause);
     const std::uint64_t present = stored(service);

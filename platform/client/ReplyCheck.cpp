@@ -1,9 +1,10 @@
 #include "ReplyCheck.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
-#include <set>
 #include <string_view>
+#include <vector>
 
 namespace {
 
@@ -40,6 +41,8 @@ class Scan {
   }
 
  private:
+  using Names = std::vector<std::string_view>;
+
   /** Pass a string, and remember it if it is a member's name. */
   const char* passString() {
     const char* const content = m_position;
@@ -47,12 +50,17 @@ class Scan {
     if (m_position[std::strspn(m_position, " \t\n\r")] != ':') return nullptr;
     m_name = std::string_view(content, static_cast<std::size_t>(m_position - content));
     if (m_name.find('\\') != std::string_view::npos) return "has an escape in a member's name";
-    return m_containers[m_depth].count(m_name) > 0 ? "names a member twice" : nullptr;
+    const Names& seen = m_containers[m_depth];
+    return std::find(seen.begin(), seen.end(), m_name) != seen.end() ? "names a member twice" : nullptr;
   }
 
   const char* open() {
     if (m_depth == ReplyCheck::kDeepest) return "is nested too deep";
-    if (!m_name.empty()) m_containers[m_depth].insert(m_name);
+    if (!m_name.empty()) {
+      Names& seen = m_containers[m_depth];
+      if (seen.size() == ReplyCheck::kMostContainers) return "has too many lists in one object";
+      seen.push_back(m_name);
+    }
     m_name = {};
     m_containers[++m_depth].clear();
     return nullptr;
@@ -61,7 +69,7 @@ class Scan {
   const char* m_position;
   std::string_view m_name;  ///< of the member whose value is next, with its closing quote; empty if none is
   std::size_t m_depth = 0;
-  std::array<std::set<std::string_view>, ReplyCheck::kDeepest + 1> m_containers;  ///< members by depth
+  std::array<Names, ReplyCheck::kDeepest + 1> m_containers;  ///< members by depth
 };
 
 }  // namespace

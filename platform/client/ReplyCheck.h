@@ -7,11 +7,12 @@
  */
 namespace ReplyCheck {
 
-constexpr int kDeepest = 32;  ///< an entry's keywords lie at four
+constexpr int kDeepest = 32;         ///< an entry's keywords lie at four
+constexpr int kMostContainers = 16;  ///< among the members of one object; an entry has one, its keywords
 
 /**
- * The text's first fault: nested deeper than kDeepest, a member named twice after it held a container, or a
- * name with an escape, which could be another's. [any-thread]
+ * The text's first fault: nested deeper than kDeepest, a member named twice after it held a container, a name
+ * with an escape, which could be another's, or more than kMostContainers. [any-thread]
  *
  * @return predicate of a sentence about the text; nullptr if it has none
  */

@@ -29,7 +29,7 @@ int CallBatch::change(sd_bus_message* call, sd_bus_error* error,
 int CallBatch::answer(sd_bus_message* call, sd_bus_error* error,
                       const std::function<void(CallReader&, sd_bus_message*)>& answer) {
   store();
-  if (m_unsignalled) signalChanges();  // before anyone sees them
+  signalChanges();  // before anyone sees them
   try {
     CallReader arguments(call);
     sd_bus_message* reply = nullptr;
@@ -50,8 +50,8 @@ void CallBatch::finish() {
 
 int CallBatch::timeout() const {
   if (!m_unsignalled) return -1;
-  const bool expired = !m_sinceSignals.isValid() || m_sinceSignals.hasExpired(kSignalInterval);
-  return expired ? 0 : static_cast<int>(kSignalInterval - m_sinceSignals.elapsed() + 1);
+  const qint64 rest = m_sinceSignals.isValid() ? kSignalInterval - m_sinceSignals.elapsed() : 0;
+  return static_cast<int>(qMax<qint64>(rest, 0));
 }
 
 void CallBatch::store() {
@@ -87,13 +87,13 @@ void CallBatch::fail(const char* text) {
 }
 
 void CallBatch::signalChanges() {
-  m_unsignalled = false;
+  if (!m_unsignalled) return;
   m_sinceSignals.start();
   ListSnapshot now;
   try {
     now = m_service.snapshot();
   } catch (const std::exception&) {
-    return;  // the next change reports this one too
+    return;  // tried again after the interval
   }
   if (now.eventGeneration != m_reported.eventGeneration) {
     sd_bus_emit_signal(m_bus, kEventListPath, kEventListInterface, "Changed", "t", now.eventGeneration);
@@ -110,4 +110,5 @@ void CallBatch::signalChanges() {
     sd_bus_emit_signal(m_bus, kAlarmListPath, kAlarmListInterface, "DetectorChanged", "b", int{now.detector});
   }
   m_reported = now;
+  m_unsignalled = false;
 }

@@ -25,7 +25,8 @@ class CallBatch {
   /** Calls that share a transaction at most; the longest a stop request waits. */
   static constexpr int kMaxCalls = 256;
 
-  /** Milliseconds from one report of changes to the next, so that a burst of entries is none of signals. */
+  /** Milliseconds from one report of changes to the next unless somebody asks: a burst of entries is none of
+   * signals. */
   static constexpr qint64 kSignalInterval = 10;
 
   /** @param bus, service borrowed; must outlive the batch */
@@ -44,6 +45,9 @@ class CallBatch {
   /** Milliseconds until finish() has to be called for the signals' sake, -1 if none are due. */
   int timeout() const;
 
+  /** Signal what was stored since the last signals. */
+  void signalChanges();
+
   ListService& service() { return m_service; }
 
   ClientBooks& clientBooks() { return m_clientBooks; }
@@ -60,7 +64,6 @@ class CallBatch {
   int refuse(sd_bus_error* error, const std::exception& cause);
   void fail(const char* text);
   void store();
-  void signalChanges();
 
   sd_bus* m_bus;
   ListService& m_service;

@@ -52,6 +52,10 @@ void readQuoted(sd_bus_message* call, QByteArray& json) {
                                     : fitting(text.data()).toUtf8());
 }
 
+void checkSize(const QByteArray& json) {
+  if (json.size() > CallReader::kMaxJson) throw CallError("the keywords or the description are too long");
+}
+
 /** Enter the container that comes next and call `readElement` until its end. */
 template <class ReadElement>
 void readContainer(sd_bus_message* call, char type, const char* contents, const ReadElement& readElement) {
@@ -69,10 +73,13 @@ void readElements(sd_bus_message* call, const char* contents, QByteArray& json,
   json += isList ? '[' : '{';
   int count = 0;
   readContainer(call, SD_BUS_TYPE_ARRAY, contents, [&] {
-    const int end = json.size();
-    if (count > 0) json += ',';
+    if (isList && count == CallReader::kMaxItems) {
+      check(sd_bus_message_skip(call, contents));
+      return;
+    }
+    if (count++ > 0) json += ',';
     readElement();
-    if (++count > CallReader::kMaxItems && isList) json.truncate(end);
+    checkSize(json);
   });
   json += isList ? ']' : '}';
 }
@@ -144,11 +151,6 @@ void readValue(sd_bus_message* call, QByteArray& json, int depth) {
   }
 }
 
-const QByteArray& bounded(const QByteArray& json) {
-  if (json.size() > CallReader::kMaxJson) throw CallError("the keywords or the description are too long");
-  return json;
-}
-
 }  // namespace
 
 QString CallReader::text() {
@@ -203,13 +205,13 @@ QStringList CallReader::texts(int maxItems) {
 QByteArray CallReader::keywords() {
   QByteArray json;
   readElements(m_call, "s", json, [&] { readQuoted(m_call, json); });
-  return bounded(json);
+  return json;
 }
 
 QByteArray CallReader::description() {
   QByteArray json;
   readMap(m_call, json, 0);
-  return bounded(json);
+  return json;
 }
 
 ClientBooks::Figures CallReader::figures() {

@@ -106,6 +106,7 @@ int main(int argc, char** argv) {
     std::puts("ready");
     std::fflush(stdout);
     serve(bus.get(), batch, signals);
+    batch.signalChanges();
   } catch (const std::exception& error) {
     std::fprintf(stderr, "tavroline-listd: %s\n", error.what());
     return Options::ExitFailed;

@@ -208,9 +208,10 @@ TEST_F(ListServiceTest, SignalsABurstSeldomAndItsLastChangeInAnyCase) {
   time.start();
   for (uint64_t sequence = 1; sequence <= 300; ++sequence)
     log({sequence});
+  const qint64 most = time.elapsed() / 10 + 2;  // with the first and the last
   while (sd_bus_process(m_connection, nullptr) > 0 || sd_bus_wait(m_connection, 500000) > 0) {
   }
-  EXPECT_LE(qint64(signalled.size()) * 10, time.elapsed());
+  EXPECT_LE(qint64(signalled.size()), most);
   sd_bus_message* reply = nullptr;  // asking brings signals forward, so that comes last
   sd_bus_call_method(m_connection, kService, kEventListPath, kEventListInterface, "GetState", nullptr, &reply,
                      "");

@@ -16,6 +16,9 @@ TEST(ReplyCheck, FindsWhatTheParserMustNotBeGiven) {
   };
   const std::string deep = "is nested too deep", twice = "names a member twice", none;
   const std::string escaped = "has an escape in a member's name";
+  std::string many;
+  for (char name = 'a'; name < 'a' + 17; ++name)
+    many += std::string(R"(,")") + name + R"(":[])";
   for (const auto& [text, fault] :
        {std::pair(levels(32, "["), none), std::pair(levels(33, "["), deep),
         std::pair(levels(17, R"({"a":[)"), deep), std::pair("[\"" + levels(40, "[") + "\"]", none),
@@ -26,6 +29,7 @@ TEST(ReplyCheck, FindsWhatTheParserMustNotBeGiven) {
         std::pair(std::string(R"({"a":1,"a":2,"b":"a","a":[]})"), none),
         std::pair(std::string(R"({"b":1,"a":{"c":[]},"d":[{}], "a" :2})"), twice),
         std::pair(std::string(R"([{"":[],"":[]}])"), twice),
+        std::pair("{" + many.substr(1), std::string("has too many lists in one object")),
         std::pair(std::string(R"({"a":[],"\u0061":1})"), escaped)}) {
     const char* const found = ReplyCheck::fault(text.c_str());
     EXPECT_EQ(found == nullptr ? "" : found, fault) << text;
