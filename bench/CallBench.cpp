@@ -5,9 +5,9 @@
 
 #include <memory>
 
-#include "CallYardsticks.h"
+#include "ReferenceCalls.h"
 #include "LiveObjects.h"
-#include "LogCase.h"
+#include "LogFixture.h"
 #include "LogEntry.h"
 
 namespace {
@@ -83,7 +83,7 @@ void registry(benchmark::State& state) {
 }
 
 void sameLevel(benchmark::State& state) {
-  LogCase entry(false);
+  LogFixture entry(false);
   openalarmlistwritehandle_struct opened{};
   openalarmlistwritehandle_ext(&opened);
   entry.alarm.hWriteHandle = opened.hWriteHandle;
@@ -95,7 +95,7 @@ void sameLevel(benchmark::State& state) {
 }
 
 void conversions(benchmark::State& state) {
-  LogCase entry(false);
+  LogFixture entry(false);
   for ([[maybe_unused]] auto _ : state)
     benchmark::DoNotOptimize(convertLogEntry(entry.alarm));
 }

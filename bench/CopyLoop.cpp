@@ -7,7 +7,7 @@
 #include <ctime>
 #include <limits>
 
-#include "ListCase.h"
+#include "ListFixture.h"
 
 namespace {
 
@@ -26,7 +26,7 @@ double nanosecondsPerEntry(Copy copy) {
 }
 
 void measure(const char* name, int entries, int secondsApart) {
-  EventCase list(entries, secondsApart);
+  EventFixture list(entries, secondsApart);
   double plain = std::numeric_limits<double>::max();
   double subject = plain;
   for (int turn = 0; turn < kTurns; ++turn) {

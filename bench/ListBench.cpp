@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "ListCase.h"
+#include "ListFixture.h"
 #include "Simdjson.h"
 
 namespace {
@@ -41,7 +41,7 @@ void copyPlainly(benchmark::State& state, int entries, int secondsApart) {
 }
 
 void load(benchmark::State& state, int entries) {
-  auto& list = sharedCase<EventCase>(entries, kMinute);
+  auto& list = sharedCase<EventFixture>(entries, kMinute);
   for ([[maybe_unused]] auto _ : state) {
     state.PauseTiming();
     list.request();
@@ -52,7 +52,7 @@ void load(benchmark::State& state, int entries) {
 }
 
 void loadAndCopy(benchmark::State& state, int entries) {
-  auto& list = sharedCase<EventCase>(entries, kMinute);
+  auto& list = sharedCase<EventFixture>(entries, kMinute);
   for ([[maybe_unused]] auto _ : state) {
     state.PauseTiming();
     list.request();
@@ -64,7 +64,7 @@ void loadAndCopy(benchmark::State& state, int entries) {
 }
 
 void fromJson(benchmark::State& state, int entries) {
-  const QByteArray& json = sharedCase<EventCase>(entries, kMinute).json();
+  const QByteArray& json = sharedCase<EventFixture>(entries, kMinute).json();
   QJsonDocument document =
       QJsonDocument::fromJson(json);  // each turn releases the one before, as a load does
   for ([[maybe_unused]] auto _ : state)
@@ -73,7 +73,7 @@ void fromJson(benchmark::State& state, int entries) {
 }
 
 void simdjson(benchmark::State& state, int entries) {
-  const QByteArray& json = sharedCase<EventCase>(entries, kMinute).json();
+  const QByteArray& json = sharedCase<EventFixture>(entries, kMinute).json();
   std::vector<stEventlistEntryType> structures(static_cast<std::size_t>(entries));
   for ([[maybe_unused]] auto _ : state) {
     if (simdjsonToStructures(json, structures.data(), entries) != entries) std::abort();
@@ -84,17 +84,17 @@ void simdjson(benchmark::State& state, int entries) {
 void enroll() {
   for (const int entries : {100, 1000, 10000, 100000}) {
     const std::string size = "/" + std::to_string(entries);
-    benchmark::RegisterBenchmark(("copy" + size).c_str(), copy<EventCase>, entries, kMinute);
-    benchmark::RegisterBenchmark(("copyPlainly" + size).c_str(), copyPlainly<EventCase>, entries, kMinute);
+    benchmark::RegisterBenchmark(("copy" + size).c_str(), copy<EventFixture>, entries, kMinute);
+    benchmark::RegisterBenchmark(("copyPlainly" + size).c_str(), copyPlainly<EventFixture>, entries, kMinute);
     benchmark::RegisterBenchmark(("load" + size).c_str(), load, entries);
     benchmark::RegisterBenchmark(("loadAndCopy" + size).c_str(), loadAndCopy, entries);
     benchmark::RegisterBenchmark(("fromJson" + size).c_str(), fromJson, entries);
     benchmark::RegisterBenchmark(("simdjson" + size).c_str(), simdjson, entries);
   }
-  benchmark::RegisterBenchmark("copy/year", copy<EventCase>, kHoursOfAYear, kHour);
-  benchmark::RegisterBenchmark("copyPlainly/year", copyPlainly<EventCase>, kHoursOfAYear, kHour);
-  benchmark::RegisterBenchmark("copyAlarms/10000", copy<AlarmCase>, 10000, kMinute);
-  benchmark::RegisterBenchmark("copyAlarmsPlainly/10000", copyPlainly<AlarmCase>, 10000, kMinute);
+  benchmark::RegisterBenchmark("copy/year", copy<EventFixture>, kHoursOfAYear, kHour);
+  benchmark::RegisterBenchmark("copyPlainly/year", copyPlainly<EventFixture>, kHoursOfAYear, kHour);
+  benchmark::RegisterBenchmark("copyAlarms/10000", copy<AlarmFixture>, 10000, kMinute);
+  benchmark::RegisterBenchmark("copyAlarmsPlainly/10000", copyPlainly<AlarmFixture>, 10000, kMinute);
 }
 
 }  // namespace

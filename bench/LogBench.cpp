@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "ListServiceNames.h"
-#include "LogCase.h"
+#include "LogFixture.h"
 
 namespace {
 
@@ -60,10 +60,10 @@ class Measurement {
 int main() {
   Measurement m;
   PlainSender sender(ListServiceNames::kService);
-  LogCase plain(false);
-  LogCase withArguments(true);
-  const auto library = [](LogCase& entry) { return [&entry] { logevent_ext(&entry.event); }; };
-  const auto sdbus = [&sender](LogCase& entry) { return [&] { sender.send(entry.event); }; };
+  LogFixture plain(false);
+  LogFixture withArguments(true);
+  const auto library = [](LogFixture& entry) { return [&entry] { logevent_ext(&entry.event); }; };
+  const auto sdbus = [&sender](LogFixture& entry) { return [&] { sender.send(entry.event); }; };
 
   // The first burst of each makes the heap grow and is not looked at.
   m.measure("warm/library", library(withArguments), kBurst);

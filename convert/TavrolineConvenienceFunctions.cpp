@@ -8,7 +8,7 @@
 
 #include "ArrayBounds.h"
 #include "BoundedText.h"
-#include "EventNumbers.h"
+#include "EventCodes.h"
 #include "EventlistHandlerDefinitions.h"
 #include "InstanceNameFormat.h"
 #include "RuntimeLog.h"
@@ -139,7 +139,7 @@ QString TavrolineConvenienceFunctions::getDefaultIconType(EventlistHandlerEnums:
     QString (*icon)();
   };
   using Names = EventlistHandlerDefinitions;
-  using namespace EventNumbers;
+  using namespace EventCodes;
   static constexpr Row kRows[] = {
       {kAlarm, kOn, text<Names::getIconNameAlarmOn>},
       {kAlarm, kOff, text<Names::getIconNameAlarmOff>},

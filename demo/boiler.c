@@ -2,7 +2,7 @@
  * A PLC program in one file, to be copied and changed: a boiler that heats up once and cools down again. It
  * logs an event when its burner starts and stops, and raises an alarm while the water is too hot.
  *
- *   cc -shared -fPIC -Iinclude -Iplatform/include -Iplatform/host -o boiler.so demo/boiler.c
+ *   cc -shared -fPIC -Iinclude -Iplatform -Idesk/host -o boiler.so demo/boiler.c
  *   tavroline-host libTavroline.so ./boiler.so
  */
 #include <stdbool.h>

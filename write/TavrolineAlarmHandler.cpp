@@ -6,7 +6,7 @@
 #include <QUuid>
 
 #include "ErrorContainer.h"
-#include "EventNumbers.h"
+#include "EventCodes.h"
 #include "EventlistHandlerDefinitions.h"
 #include "ExceptionGuard.h"
 #include "LockGuard.h"
@@ -24,16 +24,16 @@ constexpr qint64 kPauseAfterFailureMilliseconds = 5000;
 TavrolineAlarmHandler::TavrolineAlarmHandler(QObject* parent)
     : QObject(parent),
       m_EventlistHandlerConnector(SpsConfigurationManagerDefinitions::getObjectNameEvents()),
-      m_EventType(EventNumbers::kAlarm),
-      m_State(EventNumbers::kOff),
+      m_EventType(EventCodes::kAlarm),
+      m_State(EventCodes::kOff),
       m_sAlarmId(QUuid::createUuid().toString()),
       m_bRequestAlarmState(true) {}
 
 TavrolineAlarmHandler::~TavrolineAlarmHandler() {
-  if (m_State != EventNumbers::kOn) {
+  if (m_State != EventCodes::kOn) {
     return;
   }
-  m_State = EventNumbers::kOff;
+  m_State = EventCodes::kOff;
   reportExceptions(kFile, "virtual TavrolineAlarmHandler::~TavrolineAlarmHandler()",
                    [this] { send(TavrolineConvenienceFunctions::getDefaultIconType(m_EventType, m_State)); });
 }
@@ -43,7 +43,7 @@ void TavrolineAlarmHandler::changeState(EventlistHandlerEnums::EventType type,
                                         const QString& moduleName, const QDateTime& dateTime,
                                         const QVariantMap& description, const QStringList& keywords,
                                         const QString& user) {
-  if (state == EventNumbers::kNeutral) {
+  if (state == EventCodes::kNeutral) {
     QMessageLogger(kFile, __LINE__,
                    "void TavrolineAlarmHandler::changeState(EventlistHandlerEnums::EventType, "
                    "EventlistHandlerEnums::State, const QString&, const QString&, const QDateTime&, "
@@ -51,7 +51,7 @@ void TavrolineAlarmHandler::changeState(EventlistHandlerEnums::EventType type,
         .warning("Neutral alarm or fault not allowed");
     return;
   }
-  if ((state != EventNumbers::kOn && state != EventNumbers::kOff) || state == m_State) {
+  if ((state != EventCodes::kOn && state != EventCodes::kOff) || state == m_State) {
     return;
   }
   const QString icon =

@@ -2,7 +2,7 @@
 
 #include <QMessageLogger>
 
-#include "EventNumbers.h"
+#include "EventCodes.h"
 #include "SpsConfigurationManagerDefinitions.h"
 #include "TavrolineConvenienceFunctions.h"
 
@@ -19,7 +19,7 @@ void TavrolineEventlistWrite::logEvent(EventlistHandlerEnums::EventType type,
                                        const QString& user) const {
   const QString icon =
       iconType.isEmpty() ? TavrolineConvenienceFunctions::getDefaultIconType(type, state) : iconType;
-  if (type == EventNumbers::kAlarm || type == EventNumbers::kFault) {
+  if (type == EventCodes::kAlarm || type == EventCodes::kFault) {
     QMessageLogger("TavrolineEventlistWrite", 49,
                    "void TavrolineEventlistWrite::logEvent(EventlistHandlerEnums::EventType, "
                    "EventlistHandlerEnums::State, const QString&, const QString&, const QDateTime&, "

@@ -40,7 +40,7 @@ def main():
     library, source, host = sys.argv[1], pathlib.Path(sys.argv[2]), sys.argv[3:]
     functions = registered(library, host)
     prototypes = declared(source, "include/tavroline/*.h", r"^TAVROLINE_EXPORT \w+ (\w+)\(")
-    variables = declared(source, "platform/include/CodesysRuntime.h", r"^extern RUNTIME_EXPORT \w+ (\w+);")
+    variables = declared(source, "platform/CodesysRuntime.h", r"^extern RUNTIME_EXPORT \w+ (\w+);")
     surface = functions + ["ComponentEntry"] + variables
 
     sources = {"nm -D": exported(library), "version script": listed(source), "headers": prototypes + variables}

@@ -10,7 +10,7 @@ import subprocess
 import sys
 from types import SimpleNamespace as Unit
 
-COMPILER = "arm-linux-gnueabihf-gcc -fsyntax-only -Wall -Wextra -Werror -Iinclude -Iplatform/include -xc -".split()
+COMPILER = "arm-linux-gnueabihf-gcc -fsyntax-only -Wall -Wextra -Werror -Iinclude -Iplatform -xc -".split()
 WORD = re.compile(r"""//.*|\{.*?\}|'.*?'|".*?"|\w+\#[\w.:-]+|\d+(?:\.\d+)?|\w+|:=|=>|<>|[<>]=|\.\.|\S""")
 C_TYPES = {name: f"RTS_IEC_{name}" for name in "BOOL INT UINT DINT ULINT DATE_AND_TIME STRING WSTRING".split()}
 C_TYPES |= {"stArrayDimInfo": "__ARRAY__DIM__INFO", "BYTE": "char"}

@@ -14,7 +14,7 @@ run(${CMAKE_COMMAND} --install ${TREE}/package --prefix ${TREE}/installed)
 build(${SOURCE} ${TREE}/component -DTAVROLINE_PLATFORM=device -DCMAKE_EXPORT_COMPILE_COMMANDS=ON
   -DCMAKE_PREFIX_PATH=${TREE}/installed)
 
-file(STRINGS ${TREE}/component/compile_commands.json ours REGEX "${SOURCE}/platform")
+file(STRINGS ${TREE}/component/compile_commands.json ours REGEX "${SOURCE}/(platform|desk)")
 if(ours)
   message(FATAL_ERROR "the desk-top platform is on a compiler's command line: ${ours}")
 endif()

@@ -25,7 +25,7 @@ cp build/release/packages/*.deb "$root/tmp"
 "${inside[@]}" tavroline-demo
 
 sed 's:</policy>:<deny own="*"/><deny send_type="method_call"/><allow send_destination="org.freedesktop.DBus"/>&:
-  s:</busconfig>:<includedir>/usr/share/dbus-1/system.d</includedir>&:' platform/dbus/private-bus.conf >"$root/tmp/bus.conf"
+  s:</busconfig>:<includedir>/usr/share/dbus-1/system.d</includedir>&:' desk/dbus/private-bus.conf >"$root/tmp/bus.conf"
 "${inside[@]}" dbus-daemon --nofork --config-file=/tmp/bus.conf --address=unix:path=/tmp/bus --print-address >"$root/tmp/up" &
 until [ -s "$root/tmp/up" ]; do kill -0 $! && sleep 0.05; done
 ! "${member[@]}" tavroline-listd || exit 1

@@ -4,7 +4,7 @@
 #include <random>
 
 #include "CodesysTimeConversion.h"
-#include "Textbook.h"
+#include "ReferenceReader.h"
 #include "UnitSupport.h"
 
 namespace {
@@ -79,7 +79,7 @@ struct CopyStep : ComponentTest, testing::WithParamInterface<QByteArray> {
     if (filter & 4) reader.addFilterKeyword(Reader::FilterTypeExclude, filter & 2 ? ""_q : "ä\uFFFD"_q);
     const auto bound = [&](int bit) { return filter & bit ? parsed(timeText()) : QDateTime(); };
     reader.setFilterDateTime(bound(8), bound(16));
-    EXPECT_EQ(copied<Entry>(reader, convert), copied<Entry>(reader, &Reader::convertPlainly));
+    EXPECT_EQ(copied<Entry>(reader, convert), copied<Entry>(reader, &Reader::convertAsReference));
   }
 
   std::mt19937 engine{1};
@@ -96,8 +96,8 @@ TEST_P(CopyStep, GivesTheBytesOfItsPlainForm) {
       list << entry(i);
     for (const char* request : {"getCompleteEventlist", "getCompleteAlarmlist"})
       fake::answer(request, {{0, "{\"ListData\":[" + list.join(',') + "]}"}});
-    TextbookEventlistRead events;
-    TextbookAlarmlistRead alarms;
+    ReferenceEventlistRead events;
+    ReferenceAlarmlistRead alarms;
     for (const int result : {ResultBusy, ResultDone})
       EXPECT_TRUE(events.loadCompleteEventlist(0) == result && alarms.loadCompleteAlarmlist() == result);
     if (filter % 3 != 0) alarms.setFilterStateAlarm(filter % 3 == 1);

@@ -5,7 +5,7 @@
 #include "AlarmStore.h"
 #include "EventStore.h"
 #include "FailedMessages.h"
-#include "ListEntry.h"
+#include "StoredEntry.h"
 #include "Sessions.h"
 
 /** What a subscriber of the lists can know; two snapshots that differ mean a signal. */
@@ -41,7 +41,7 @@ class ListService {
   /** @param database opened by Schema; @param capacity of the event list */
   ListService(Database& database, qint64 capacity);
 
-  void log(const Sender& sender, const ListEntry& entry);
+  void log(const Sender& sender, const StoredEntry& entry);
   void deleteEvents(const Sender& sender);
   void acknowledgeAlarms(const Sender& sender, const QStringList& alarmIds, const QString& user);
   void acknowledgeDetector(const Sender& sender, const QString& user);
@@ -66,8 +66,8 @@ class ListService {
 
   bool isRepetition(const Sender& sender);
   void record(const Sender& sender);
-  qint64 append(const ListEntry& entry);
-  void applyEdge(const ListEntry& entry, qint64 edge);
+  qint64 append(const StoredEntry& entry);
+  void applyEdge(const StoredEntry& entry, qint64 edge);
   void setDetector(bool on);
 
   Database& m_database;

@@ -7,7 +7,7 @@
 #include <functional>
 
 #include "ListServiceNames.h"
-#include "LogCase.h"
+#include "LogFixture.h"
 
 namespace {
 
@@ -43,7 +43,7 @@ int main() {
   const BusAndService desk;
   const ChildProcess receiver(TAVROLINE_RECEIVER, {kReceiver, ":memory:"});
   if (!desk.bus.waitForName(kReceiver)) return 1;
-  LogCase entry(false);
+  LogFixture entry(false);
   PlainSender sender(kReceiver);
   const auto ask = [&] {
     sender.ask(entry.event);

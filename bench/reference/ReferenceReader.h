@@ -8,16 +8,16 @@
  * criterion looks its member up again and parses the time again, and so does the copy. Same list, same
  * filter, same results as the readers' own copy step. No part of the product.
  */
-class TextbookEventlistRead : public TavrolineEventlistRead {
+class ReferenceEventlistRead : public TavrolineEventlistRead {
  public:
   /** As convertEventlist(). [plc-task] */
-  std::int16_t convertPlainly(int& count, stEventlistEntryType* entries, int capacity) const;
+  std::int16_t convertAsReference(int& count, stEventlistEntryType* entries, int capacity) const;
 };
 
-class TextbookAlarmlistRead : public TavrolineAlarmlistRead {
+class ReferenceAlarmlistRead : public TavrolineAlarmlistRead {
  public:
   /** As convertAlarmlist(). [plc-task] */
-  std::int16_t convertPlainly(int& count, stAlarmlistEntryType* entries, int capacity) const;
+  std::int16_t convertAsReference(int& count, stAlarmlistEntryType* entries, int capacity) const;
 
  private:
   bool passesStates(const QJsonObject& entry) const;

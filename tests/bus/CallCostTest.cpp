@@ -1,5 +1,5 @@
 // What each call allocates and which system calls it makes on its caller's thread, with real client, bus and
-// service. TAVROLINE_MANNERS names a file to write the table to.
+// service. TAVROLINE_CALL_COSTS names a file to write the table to.
 #include <sys/syscall.h>
 
 #include <set>
@@ -141,7 +141,7 @@ TEST_F(Manners, NoCallWaitsAndWhatACycleMayCallNeitherAllocatesNorEntersTheKerne
   watch(NoWaiting, {"closealarmlistwritehandle"}, &handler);
   EXPECT_EQ(functions.size(), component.functions().size() + 1) << "all, and the hook";
 
-  const char* const path = std::getenv("TAVROLINE_MANNERS");
+  const char* const path = std::getenv("TAVROLINE_CALL_COSTS");
   std::ofstream file(path != nullptr ? path : "/dev/null");
   for (auto& [call, worst] : table) {
     file << call << ' ' << worst["allocations"] << " |";

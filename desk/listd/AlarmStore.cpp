@@ -45,14 +45,14 @@ bool AlarmStore::hasRoomFor(const QString& alarmId) {
 namespace {
 
 /** Bind the parameters that both edges share by number. */
-Statement& bindEdge(Statement& statement, const ListEntry& entry, qint64 edge) {
+Statement& bindEdge(Statement& statement, const StoredEntry& entry, qint64 edge) {
   statement.bind(0, entry.alarmId).bind(1, edge).bind(3, entry.iconType).bind(4, entry.moduleName);
   return statement.bind(5, entry.time).bind(6, entry.description).bind(7, entry.keywords);
 }
 
 }  // namespace
 
-bool AlarmStore::turnOn(const ListEntry& entry, qint64 edge) {
+bool AlarmStore::turnOn(const StoredEntry& entry, qint64 edge) {
   m_find.bind(0, entry.alarmId);
   const bool wasOn = m_find.next() && m_find.number(0) != 0;
   m_find.reset();
@@ -60,7 +60,7 @@ bool AlarmStore::turnOn(const ListEntry& entry, qint64 edge) {
   return !wasOn;
 }
 
-bool AlarmStore::turnOff(const ListEntry& entry, qint64 edge) {
+bool AlarmStore::turnOff(const StoredEntry& entry, qint64 edge) {
   bindEdge(m_turnOff, entry, edge).run();
   const bool known = m_database.changes() > 0;
   removeFinished(entry.alarmId);

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "Textbook.h"
+#include "ReferenceReader.h"
 
 /**
  * A list and a reader of it for the measurements of the list path: entries as the service writes them, newest
@@ -12,10 +12,10 @@
  * scripted platform, which answers at once.
  */
 template <typename Reader, typename Entry>
-class ListCase {
+class ListFixture {
  public:
   /** @param secondsApart local time from one entry to the next */
-  ListCase(int entries, int secondsApart);
+  ListFixture(int entries, int secondsApart);
 
   const QByteArray& json() const { return m_json; }
 
@@ -34,8 +34,8 @@ class ListCase {
   std::vector<Entry> m_entries;
 };
 
-using EventCase = ListCase<TextbookEventlistRead, stEventlistEntryType>;
-using AlarmCase = ListCase<TextbookAlarmlistRead, stAlarmlistEntryType>;
+using EventFixture = ListFixture<ReferenceEventlistRead, stEventlistEntryType>;
+using AlarmFixture = ListFixture<ReferenceAlarmlistRead, stAlarmlistEntryType>;
 
 constexpr int kMinute = 60;
 constexpr int kHour = 3600;

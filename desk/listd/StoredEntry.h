@@ -4,7 +4,7 @@
 #include <QString>
 
 /** What one Log call brings, checked and within its bounds: what both stores keep of it. A plain value. */
-struct ListEntry {
+struct StoredEntry {
   int eventType = 0;
   int state = 0;
   QString iconType;

@@ -1,4 +1,4 @@
-#include "CallYardsticks.h"
+#include "ReferenceCalls.h"
 
 #include <QMutex>
 

@@ -16,7 +16,7 @@ CallBatch& batchOf(void* userdata) {
 int onLog(sd_bus_message* call, void* userdata, sd_bus_error* error) {
   return batchOf(userdata).change(call, error, [userdata](CallReader& arguments) {
     const Sender sender = arguments.sender();
-    ListEntry entry;
+    StoredEntry entry;
     entry.eventType = arguments.number();
     entry.state = arguments.number();
     entry.iconType = arguments.text();

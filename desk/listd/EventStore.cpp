@@ -19,7 +19,7 @@ EventStore::EventStore(Database& database, qint64 capacity)
                " ORDER BY id DESC LIMIT ?"),
       m_count(database, "SELECT count(*) FROM events") {}
 
-qint64 EventStore::append(const ListEntry& entry) {
+qint64 EventStore::append(const StoredEntry& entry) {
   m_insert.bind(0, qint64{entry.eventType}).bind(1, qint64{entry.state}).bind(2, entry.iconType);
   m_insert.bind(3, entry.moduleName).bind(4, entry.time).bind(5, entry.description);
   m_insert.bind(6, entry.keywords).bind(7, entry.user).bind(8, entry.alarmId).bind(9, entry.objectName);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Database.h"
-#include "ListEntry.h"
+#include "StoredEntry.h"
 
 /** What is in the alarm list, at a glance. */
 struct AlarmSummary {
@@ -37,13 +37,13 @@ class AlarmStore {
    * @param edge number of the entry's event
    * @return whether the alarm was off before
    */
-  bool turnOn(const ListEntry& entry, qint64 edge);
+  bool turnOn(const StoredEntry& entry, qint64 edge);
 
   /**
    * Carry an "off" into the list, whatever type it names: the alarm keeps the type it was raised with.
    * @return whether the list holds, or held, that alarm
    */
-  bool turnOff(const ListEntry& entry, qint64 edge);
+  bool turnOff(const StoredEntry& entry, qint64 edge);
 
   /**
    * Acknowledge one alarm.

@@ -1,4 +1,4 @@
-#include "ListCase.h"
+#include "ListFixture.h"
 
 #include <QDateTime>
 
@@ -58,7 +58,7 @@ void require(bool holds) {
 }  // namespace
 
 template <typename Reader, typename Entry>
-ListCase<Reader, Entry>::ListCase(int entries, int secondsApart)
+ListFixture<Reader, Entry>::ListFixture(int entries, int secondsApart)
     : m_json(listJson<Entry>(entries, secondsApart)), m_entries(static_cast<std::size_t>(entries)) {
   m_reader.setFilterDateTime(QDateTime::fromSecsSinceEpoch(kNewest),
                              QDateTime::fromSecsSinceEpoch(kNewest - qint64(entries) * secondsApart));
@@ -72,7 +72,7 @@ ListCase<Reader, Entry>::ListCase(int entries, int secondsApart)
 }
 
 template <typename Reader, typename Entry>
-void ListCase<Reader, Entry>::request() {
+void ListFixture<Reader, Entry>::request() {
   fake::reset();
   for (const char* operation : {"getCompleteEventlist", "getCompleteAlarmlist"}) {
     fake::answer(operation, {{0, m_json}});
@@ -81,23 +81,23 @@ void ListCase<Reader, Entry>::request() {
 }
 
 template <typename Reader, typename Entry>
-void ListCase<Reader, Entry>::load() {
+void ListFixture<Reader, Entry>::load() {
   require(step(m_reader) == ResultDone);
 }
 
 template <typename Reader, typename Entry>
-int ListCase<Reader, Entry>::copy() {
+int ListFixture<Reader, Entry>::copy() {
   int count = 0;
   convert(m_reader, count, m_entries);
   return count;
 }
 
 template <typename Reader, typename Entry>
-int ListCase<Reader, Entry>::copyPlainly() {
+int ListFixture<Reader, Entry>::copyPlainly() {
   int count = 0;
-  m_reader.convertPlainly(count, m_entries.data(), static_cast<int>(m_entries.size()));
+  m_reader.convertAsReference(count, m_entries.data(), static_cast<int>(m_entries.size()));
   return count;
 }
 
-template class ListCase<TextbookEventlistRead, stEventlistEntryType>;
-template class ListCase<TextbookAlarmlistRead, stAlarmlistEntryType>;
+template class ListFixture<ReferenceEventlistRead, stEventlistEntryType>;
+template class ListFixture<ReferenceAlarmlistRead, stAlarmlistEntryType>;

@@ -1,4 +1,4 @@
-#include "Textbook.h"
+#include "ReferenceReader.h"
 
 #include <QDateTime>
 #include <QJsonArray>
@@ -96,7 +96,7 @@ std::int16_t copy(QMutex& mutex, const QJsonArray& listData, int& count, Entry* 
 
 }  // namespace
 
-std::int16_t TextbookEventlistRead::convertPlainly(int& count, stEventlistEntryType* entries,
+std::int16_t ReferenceEventlistRead::convertAsReference(int& count, stEventlistEntryType* entries,
                                                    int capacity) const {
   const Criteria criteria{m_EventTypes, m_IncludeKeywords, m_ExcludeKeywords, m_DateTimeUpperBound,
                           m_DateTimeLowerBound};
@@ -110,7 +110,7 @@ std::int16_t TextbookEventlistRead::convertPlainly(int& count, stEventlistEntryT
       });
 }
 
-bool TextbookAlarmlistRead::passesStates(const QJsonObject& entry) const {
+bool ReferenceAlarmlistRead::passesStates(const QJsonObject& entry) const {
   const auto kept = [&](std::int32_t filter, const QString& column) {
     return filter == 0 || (filter == 1) == entry.value(column).toBool();
   };
@@ -118,7 +118,7 @@ bool TextbookAlarmlistRead::passesStates(const QJsonObject& entry) const {
          kept(m_iFilterStateAcknowledge, Keys::getListColumnNameAlarmAcknowledgment());
 }
 
-std::int16_t TextbookAlarmlistRead::convertPlainly(int& count, stAlarmlistEntryType* entries,
+std::int16_t ReferenceAlarmlistRead::convertAsReference(int& count, stAlarmlistEntryType* entries,
                                                    int capacity) const {
   const Criteria criteria{m_EventTypes, m_IncludeKeywords, m_ExcludeKeywords, m_DateTimeUpperBound,
                           m_DateTimeLowerBound};

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Database.h"
-#include "ListEntry.h"
+#include "StoredEntry.h"
 
 /**
  * The event list: a bounded log whose oldest entries make room for new ones. Transactions are the caller's.
@@ -15,7 +15,7 @@ class EventStore {
    * Append one entry; trim() is to follow before the transaction ends.
    * @return the entry's number, larger than all before it, those of deleted entries included
    */
-  qint64 append(const ListEntry& entry);
+  qint64 append(const StoredEntry& entry);
 
   /** Let the oldest entries go that are too many now. @return their number */
   quint64 trim();

@@ -1,4 +1,4 @@
-#include "LogCase.h"
+#include "LogFixture.h"
 
 #include <algorithm>
 #include <cstring>
@@ -118,7 +118,7 @@ void BusAndService::waitForStored(std::uint64_t count, const char* service) cons
   }
 }
 
-LogCase::LogCase(bool withArguments) {
+LogFixture::LogFixture(bool withArguments) {
   for (stDataType* data : {&m_data, &m_urlArgument.stData}) {
     put(data->sModuleName, "WaterPumps");
     put(data->sObjectName, "PressureAboveLimit");

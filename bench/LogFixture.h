@@ -36,11 +36,11 @@ class BusAndService {
 };
 
 /** The structures of one entry: three keywords, and with arguments two of them and one with a URL. */
-class LogCase {
+class LogFixture {
  public:
-  explicit LogCase(bool withArguments);
-  LogCase(const LogCase&) = delete;
-  LogCase& operator=(const LogCase&) = delete;
+  explicit LogFixture(bool withArguments);
+  LogFixture(const LogFixture&) = delete;
+  LogFixture& operator=(const LogFixture&) = delete;
 
   logevent_struct event{};
   logalarm_struct alarm{};  ///< the same content, without a handle

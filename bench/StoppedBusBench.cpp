@@ -10,7 +10,7 @@
 
 #include "CallWatch.h"
 #include "Hub.h"
-#include "LogCase.h"
+#include "LogFixture.h"
 
 namespace {
 
@@ -60,7 +60,7 @@ struct Caller {
 
 int main() {
   const BusAndService desk;
-  LogCase entry(true);
+  LogFixture entry(true);
   logevent_ext(&entry.event);  // the first use starts the client's thread
   desk.waitForStored(1);
 

@@ -25,7 +25,7 @@ import threading
 import time
 from collections import Counter
 
-from device import BUILD, ROOT, Device, Wrong, check_books, end, pause, wait
+from rig import BUILD, ROOT, Device, CheckFailed, check_books, end, pause, wait
 
 FIGURES = ["resident memory, KiB", "descriptors", "threads", "match rules on the bus"]
 PAGE = os.path.join(ROOT, "docs", "robustness.md")
@@ -75,10 +75,10 @@ class Host:
         wait("the end of the host", lambda: self.process.poll() is not None, 20)
         self.reader.join()
         if self.process.returncode or self.problems:
-            raise Wrong(f"the host ended with {self.process.returncode}: {self.problems[:3]}")
+            raise CheckFailed(f"the host ended with {self.process.returncode}: {self.problems[:3]}")
         books = sum(map(check_books, filter(None, self.lives)), Counter())
         if self.handed != books["accepted"] + books["refused"]:
-            raise Wrong(f"{self.handed} messages were handed over: {books}")
+            raise CheckFailed(f"{self.handed} messages were handed over: {books}")
         return books
 
 
@@ -200,7 +200,7 @@ def main():
         (one, books, restarts), many = first.result(), second.result()
     lives = len(many.lives) - 1
     if options.long and (one.operations < 1000000 or lives < 10000):
-        raise Wrong("that was not long")
+        raise CheckFailed("that was not long")
 
     parts = [("one life", judge(one.samples)), ("many lives", judge(many.samples))]
     minutes = (time.monotonic() - begin) / 60
@@ -214,10 +214,10 @@ def main():
     for title, rows in parts:
         for name, middle, last, flat in rows:
             if not flat:
-                raise Wrong(f"not flat: {title}, {name}: {middle} to {last}")
+                raise CheckFailed(f"not flat: {title}, {name}: {middle} to {last}")
 
 
 try:
     main()
-except Wrong as wrong:
+except CheckFailed as wrong:
     sys.exit(f"soak: {wrong}")

@@ -14,7 +14,7 @@ ROOT = os.path.abspath(os.path.join(os.path.dirname(__file__), "..", ".."))
 BUILD = os.path.join(ROOT, "build", "release")
 BUS_CONFIGURATION = os.path.join(ROOT, "platform", "dbus", "private-bus.conf")
 
-class Wrong(Exception):
+class CheckFailed(Exception):
     """Something did not hold that must."""
 
 
@@ -26,7 +26,7 @@ for number in (signal.SIGINT, signal.SIGTERM):
 
 def pause(seconds):
     if STOPPED.wait(max(0.0, seconds)):
-        raise Wrong("stopped")
+        raise CheckFailed("stopped")
 
 
 def wait(what, condition, seconds):
@@ -34,7 +34,7 @@ def wait(what, condition, seconds):
     end_of_wait = time.monotonic() + seconds
     while not (found := condition()):
         if time.monotonic() > end_of_wait:
-            raise Wrong(f"{what}: not within {seconds} s")
+            raise CheckFailed(f"{what}: not within {seconds} s")
         pause(0.01)
     return found
 
@@ -110,7 +110,7 @@ def check_books(lines):
         if books["accepted"] != books["delivered"] + books["pending"] + books["superseded"] + books["dropped"] or \
                 books["dropped"] != sum(books[cause] for cause in ("unsendable", "rejected", "unanswered", "unload")) or \
                 books["refused"] != books["queue full"] + books["out of memory"]:
-            raise Wrong("books do not balance: " + match.group())
+            raise CheckFailed("books do not balance: " + match.group())
     if books["pending"] or not books:
-        raise Wrong(f"after unload: {dict(books) or 'no record of the books'}")
+        raise CheckFailed(f"after unload: {dict(books) or 'no record of the books'}")
     return books

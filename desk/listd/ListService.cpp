@@ -12,19 +12,19 @@
 
 namespace {
 
-bool turnsOn(const ListEntry& entry) {
+bool turnsOn(const StoredEntry& entry) {
   return !entry.alarmId.isEmpty() && entry.state == EventlistHandlerEnums::StateOn &&
          (entry.eventType == EventlistHandlerEnums::EventTypeAlarm ||
           entry.eventType == EventlistHandlerEnums::EventTypeFault);
 }
 
-bool turnsOff(const ListEntry& entry) {
+bool turnsOff(const StoredEntry& entry) {
   return !entry.alarmId.isEmpty() && entry.state == EventlistHandlerEnums::StateOff;
 }
 
-ListEntry acknowledgementEntry(const QString& user, const QString& moduleName,
+StoredEntry acknowledgementEntry(const QString& user, const QString& moduleName,
                                const QJsonObject& description) {
-  ListEntry entry;
+  StoredEntry entry;
   entry.eventType = EventlistHandlerEnums::EventTypeAuditTrail;
   entry.state = EventlistHandlerEnums::StateNeutral;
   entry.iconType = EventlistHandlerDefinitions::getIconNameAuditTrail();
@@ -61,7 +61,7 @@ ListService::ListService(Database& database, qint64 capacity)
       m_alarmsChanged(database, "UPDATE state SET alarm_generation = max(alarm_generation + 1, ?)"),
       m_setDetector(database, "UPDATE state SET detector = ?") {}
 
-void ListService::log(const Sender& sender, const ListEntry& entry) {
+void ListService::log(const Sender& sender, const StoredEntry& entry) {
   if (isRepetition(sender)) return;
   if (turnsOn(entry) && !m_alarms.hasRoomFor(entry.alarmId)) {
     m_failed.reject(sender);
@@ -154,12 +154,12 @@ void ListService::record(const Sender& sender) {
   m_sessions.record(sender.sequence);
 }
 
-qint64 ListService::append(const ListEntry& entry) {
+qint64 ListService::append(const StoredEntry& entry) {
   m_changes.events = true;
   return m_events.append(entry);
 }
 
-void ListService::applyEdge(const ListEntry& entry, qint64 edge) {
+void ListService::applyEdge(const StoredEntry& entry, qint64 edge) {
   if (turnsOn(entry)) {
     if (m_alarms.turnOn(entry, edge)) setDetector(true);
     m_changes.alarms = true;

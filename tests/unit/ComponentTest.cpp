@@ -34,8 +34,8 @@ RTS_RESULT registerTable(const ExternalFunctionEntry* table, std::uintptr_t rese
   return noted(std::to_string(rows) + " rows, external " + std::to_string(external));
 }
 
-struct ComponentFrame : ComponentTest {
-  ComponentFrame() {
+struct Component : ComponentTest {
+  Component() {
     m_record.pfRegisterApi = registerTable;
     m_record.pfGetApi = lookUp;
     ComponentEntry(&m_record);
@@ -43,7 +43,7 @@ struct ComponentFrame : ComponentTest {
   ComponentInitRecord m_record{};
 };
 
-TEST_F(ComponentFrame, FillsWordsZeroToSixOfTheRecordAndNothingElse) {
+TEST_F(Component, FillsWordsZeroToSixOfTheRecordAndNothingElse) {
   std::uintptr_t words[15];
   std::fill_n(words, 15, std::uintptr_t{0x5A5A5A5A});
   EXPECT_EQ(ComponentEntry(reinterpret_cast<ComponentInitRecord*>(words)), 0);
@@ -54,7 +54,7 @@ TEST_F(ComponentFrame, FillsWordsZeroToSixOfTheRecordAndNothingElse) {
   EXPECT_EQ(ComponentEntry(nullptr), 1);
 }
 
-TEST_F(ComponentFrame, ImportsInItsOrderWhateverFailsAndReportsTheLastResult) {
+TEST_F(Component, ImportsInItsOrderWhateverFailsAndReportsTheLastResult) {
   for (const char* failing : {"", "LogAdd 2", "CMUtlSafeStrCpy 0"}) {
     g_runtimeCalls.clear();
     g_failing = failing;
@@ -64,7 +64,7 @@ TEST_F(ComponentFrame, ImportsInItsOrderWhateverFailsAndReportsTheLastResult) {
   }
 }
 
-TEST_F(ComponentFrame, ExportsTheFunctionsAndThenTheEmptyTable) {
+TEST_F(Component, ExportsTheFunctionsAndThenTheEmptyTable) {
   const std::string all = "38 rows, external 1";
   const std::string empty = "0 rows, external 0";
   using Row = std::tuple<std::string, RTS_RESULT, Lines>;
@@ -80,7 +80,7 @@ TEST_F(ComponentFrame, ExportsTheFunctionsAndThenTheEmptyTable) {
   EXPECT_EQ(m_record.pfExportFunctions(), 3U);
 }
 
-TEST_F(ComponentFrame, PollsTheAlarmListAndThenTheEventListInTheCommunicationCycleOnly) {
+TEST_F(Component, PollsTheAlarmListAndThenTheEventListInTheCommunicationCycleOnly) {
   for (const std::uint32_t hook : {0U, 19U, 21U, 0x10014U})
     EXPECT_EQ(m_record.pfHookFunction(hook, 1, 2), 0U);
   EXPECT_TRUE(fake::calls().empty());

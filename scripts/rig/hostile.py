@@ -19,7 +19,7 @@ import sys
 import time
 from collections import Counter
 
-from device import BUILD, ROOT, STOPPED, Device, Wrong, check_books, end, pause, wait
+from rig import BUILD, ROOT, STOPPED, Device, CheckFailed, check_books, end, pause, wait
 
 WATCHDOG = 1000000  # microseconds
 FLAGS_RIGHT = 2  # seconds
@@ -71,7 +71,7 @@ class Life:
         """A service with these faults; returns once it owns the name."""
         before = self.device.lines(journal).count("ready")
         words = [str(word) for fault in faults.items() for word in fault]
-        self.service = self.device.start(journal, [f"{BUILD}/tavroline-twin", str(self.random.randrange(1 << 30)),
+        self.service = self.device.start(journal, [f"{BUILD}/tavroline-faulty-listd", str(self.random.randrange(1 << 30)),
                                                    database, *words])
         wait("the service", lambda: self.device.lines(journal).count("ready") > before, 20)
 
@@ -119,7 +119,7 @@ class Life:
         self.watch_flags(host)
         host.send_signal(signal.SIGTERM)
         if (status := wait("the end of the host", lambda: host.poll() is not None and [host.returncode], 10)[0]) != 0:
-            raise Wrong(f"the host ended with {status}")
+            raise CheckFailed(f"the host ended with {status}")
         return self.judge()
 
     def watch_flags(self, host):
@@ -138,9 +138,9 @@ class Life:
             if loaded and right:
                 return
             if now - wrong_since > FLAGS_RIGHT:
-                raise Wrong(f"flags {seen} where the service says {truth}")
+                raise CheckFailed(f"flags {seen} where the service says {truth}")
             if now > end_of_wait or host.poll() is not None:
-                raise Wrong("the lists were not loaded after the service's return")
+                raise CheckFailed("the lists were not loaded after the service's return")
             pause(0.02)
 
     def judge(self):
@@ -148,7 +148,7 @@ class Life:
         said = self.device.lines("host.log")
         for line in said:
             if line.startswith("problem "):
-                raise Wrong(line)
+                raise CheckFailed(line)
         text = "\n".join(said)
         calls, longest = 0, Counter(hook=int(re.search(r"^hook: .*longest cycle (\d+)", text, re.M).group(1)))
         for name, count, took in re.findall(r"^call (\S+) (\d+) (\d+)$", text, re.M):
@@ -156,20 +156,20 @@ class Life:
             longest |= Counter({name: int(took)})
         for name, took in longest.items():
             if took > WATCHDOG and not ("many" in self.faults and PARSING.match(name)):
-                raise Wrong(f"{name} took {took} microseconds")
+                raise CheckFailed(f"{name} took {took} microseconds")
         journal = self.device.lines("service.log") + self.device.lines("return.log")
         confirmed = len({line for line in journal if line.startswith("confirmed ")})
         self.done.update(line[6:] for line in journal if line.startswith("fault "))
         books = check_books(self.device.lines("runtime.log"))
         handed = sum(map(int, re.findall(r"^handed (\d+)$", text, re.M)))
         if handed != books["accepted"] + books["refused"]:
-            raise Wrong(f"{handed} messages were handed over: {books}")
+            raise CheckFailed(f"{handed} messages were handed over: {books}")
         if "mute" in self.faults and books["refused"]:
-            raise Wrong(f"questions without an answer held up messages: {books}")
+            raise CheckFailed(f"questions without an answer held up messages: {books}")
         if not books["delivered"] <= confirmed <= books["accepted"]:
-            raise Wrong(f"the service has confirmed {confirmed}: {books}")
+            raise CheckFailed(f"the service has confirmed {confirmed}: {books}")
         if books["unsendable"]:
-            raise Wrong(f"not every text was made fit for the bus: {books}")
+            raise CheckFailed(f"not every text was made fit for the bus: {books}")
         return Counter(calls=calls, handed=handed, **books), longest, self.done
 
 
@@ -183,7 +183,7 @@ def live(seed):
         life = Life(seed, device)
         try:
             return seed, life.profile, life.run(), None
-        except Wrong as wrong:
+        except CheckFailed as wrong:
             return seed, life.profile, None, str(wrong)
 
 
