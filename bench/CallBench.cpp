@@ -5,10 +5,10 @@
 
 #include <memory>
 
-#include "ReferenceCalls.h"
 #include "LiveObjects.h"
-#include "LogFixture.h"
 #include "LogEntry.h"
+#include "LogFixture.h"
+#include "ReferenceCalls.h"
 
 namespace {
 
@@ -23,8 +23,9 @@ void (*hook())() {
 class Readers {
  public:
   explicit Readers(std::int64_t count) : m_opened(static_cast<std::size_t>(count)) {
-    for (std::size_t i = 0; i < m_opened.size(); ++i)
+    for (std::size_t i = 0; i < m_opened.size(); ++i) {
       (i % 2 == 0 ? openalarmlistreadhandle_ext : openeventlistreadhandle_ext)(&m_opened[i]);
+    }
   }
   ~Readers() {
     for (std::size_t i = 0; i < m_opened.size(); ++i) {
@@ -45,14 +46,16 @@ class Readers {
 void runHook(benchmark::State& state) {
   const Readers readers(2 * state.range(0));  // so many of each list
   void (*const run)() = hook();
-  for ([[maybe_unused]] auto _ : state)
+  for ([[maybe_unused]] auto _ : state) {
     run();
+  }
 }
 
 void runHookPlainly(benchmark::State& state) {
   PlainHook plain(static_cast<int>(state.range(0)));
-  for ([[maybe_unused]] auto _ : state)
+  for ([[maybe_unused]] auto _ : state) {
     plain.run();
+  }
 }
 
 void flag(benchmark::State& state) {
@@ -67,8 +70,9 @@ void flag(benchmark::State& state) {
 void flagPlainly(benchmark::State& state) {
   PlainRegistry registry;
   std::vector<std::unique_ptr<PlainObject>> objects;
-  for (int i = 0; i < state.range(0); ++i)
+  for (int i = 0; i < state.range(0); ++i) {
     registry.add(objects.emplace_back(std::make_unique<PlainObject>()).get());
+  }
   haslistchanged_struct query{objects[objects.size() / 2].get(), 0};
   for ([[maybe_unused]] auto _ : state) {
     registry.query(&query);
@@ -78,8 +82,9 @@ void flagPlainly(benchmark::State& state) {
 
 void registry(benchmark::State& state) {
   const Readers readers(state.range(0));
-  for ([[maybe_unused]] auto _ : state)
+  for ([[maybe_unused]] auto _ : state) {
     benchmark::DoNotOptimize(LiveObjects::family(readers.alarmReader()));
+  }
 }
 
 void sameLevel(benchmark::State& state) {
@@ -88,16 +93,18 @@ void sameLevel(benchmark::State& state) {
   openalarmlistwritehandle_ext(&opened);
   entry.alarm.hWriteHandle = opened.hWriteHandle;
   entry.alarm.iState = 1;
-  for ([[maybe_unused]] auto _ : state)
+  for ([[maybe_unused]] auto _ : state) {
     logalarm_ext(&entry.alarm);
+  }
   closealarmlistwritehandle_struct closed{opened.hWriteHandle};
   closealarmlistwritehandle_ext(&closed);
 }
 
 void conversions(benchmark::State& state) {
   LogFixture entry(false);
-  for ([[maybe_unused]] auto _ : state)
+  for ([[maybe_unused]] auto _ : state) {
     benchmark::DoNotOptimize(convertLogEntry(entry.alarm));
+  }
 }
 
 }  // namespace

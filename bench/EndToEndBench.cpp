@@ -28,8 +28,9 @@ struct Way {
   void measure(const BusAndService& desk) {
     const std::uint64_t before = desk.stored(service);
     const auto start = std::chrono::steady_clock::now();
-    for (int i = 0; i < kEntries; ++i)
+    for (int i = 0; i < kEntries; ++i) {
       log();
+    }
     finish();
     desk.waitForStored(before + kEntries, service);
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
@@ -42,7 +43,9 @@ struct Way {
 int main() {
   const BusAndService desk;
   const ChildProcess receiver(TAVROLINE_RECEIVER, {kReceiver, ":memory:"});
-  if (!desk.bus.waitForName(kReceiver)) return 1;
+  if (!desk.bus.waitForName(kReceiver)) {
+    return 1;
+  }
   LogFixture entry(false);
   PlainSender sender(kReceiver);
   const auto ask = [&] {
@@ -54,10 +57,13 @@ int main() {
                 {"unanswered", kReceiver, [&] { sender.send(entry.event); }, [] {}}};
   for (int turn = -kWarmUps; turn < kTurns; ++turn) {
     for (Way& way : ways) {
-      if (turn == 0) way.seconds = 0;
+      if (turn == 0) {
+        way.seconds = 0;
+      }
       way.measure(desk);
     }
   }
-  for (const Way& way : ways)
+  for (const Way& way : ways) {
     std::printf("{\"name\": \"%s\", \"value\": %.0f}\n", way.name, kEntries * kTurns / way.seconds);
+  }
 }

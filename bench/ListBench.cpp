@@ -20,23 +20,27 @@ template <typename Case>
 Case& sharedCase(int entries, int secondsApart) {
   static std::map<std::pair<int, int>, std::unique_ptr<Case>> cases;
   auto& place = cases[{entries, secondsApart}];
-  if (!place) place = std::make_unique<Case>(entries, secondsApart);
+  if (!place) {
+    place = std::make_unique<Case>(entries, secondsApart);
+  }
   return *place;
 }
 
 template <typename Case>
 void copy(benchmark::State& state, int entries, int secondsApart) {
   Case& list = sharedCase<Case>(entries, secondsApart);
-  for ([[maybe_unused]] auto _ : state)
+  for ([[maybe_unused]] auto _ : state) {
     benchmark::DoNotOptimize(list.copy());
+  }
   state.SetItemsProcessed(state.iterations() * entries);
 }
 
 template <typename Case>
 void copyPlainly(benchmark::State& state, int entries, int secondsApart) {
   Case& list = sharedCase<Case>(entries, secondsApart);
-  for ([[maybe_unused]] auto _ : state)
+  for ([[maybe_unused]] auto _ : state) {
     benchmark::DoNotOptimize(list.copyPlainly());
+  }
   state.SetItemsProcessed(state.iterations() * entries);
 }
 
@@ -67,8 +71,9 @@ void fromJson(benchmark::State& state, int entries) {
   const QByteArray& json = sharedCase<EventFixture>(entries, kMinute).json();
   QJsonDocument document =
       QJsonDocument::fromJson(json);  // each turn releases the one before, as a load does
-  for ([[maybe_unused]] auto _ : state)
+  for ([[maybe_unused]] auto _ : state) {
     document = QJsonDocument::fromJson(json);
+  }
   state.SetItemsProcessed(state.iterations() * entries);
 }
 
@@ -76,7 +81,9 @@ void simdjson(benchmark::State& state, int entries) {
   const QByteArray& json = sharedCase<EventFixture>(entries, kMinute).json();
   std::vector<stEventlistEntryType> structures(static_cast<std::size_t>(entries));
   for ([[maybe_unused]] auto _ : state) {
-    if (simdjsonToStructures(json, structures.data(), entries) != entries) std::abort();
+    if (simdjsonToStructures(json, structures.data(), entries) != entries) {
+      std::abort();
+    }
   }
   state.SetItemsProcessed(state.iterations() * entries);
 }

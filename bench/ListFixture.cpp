@@ -52,7 +52,9 @@ void convert(const TavrolineAlarmlistRead& reader, int& count, std::vector<stAla
 
 /** A measurement of something else than it says is worse than none. */
 void require(bool holds) {
-  if (!holds) std::abort();
+  if (!holds) {
+    std::abort();
+  }
 }
 
 }  // namespace

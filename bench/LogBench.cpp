@@ -30,7 +30,9 @@ std::vector<double> timesOf(const Call& call, int count, Clock::duration pace) {
   times.reserve(static_cast<std::size_t>(count));
   auto due = Clock::now();
   for (int i = 0; i < count; ++i) {
-    if (pace > Clock::duration::zero()) std::this_thread::sleep_until(due += pace);
+    if (pace > Clock::duration::zero()) {
+      std::this_thread::sleep_until(due += pace);
+    }
     const auto start = Clock::now();
     call();
     times.push_back(std::chrono::duration<double, std::nano>(Clock::now() - start).count());
@@ -77,8 +79,9 @@ int main() {
     m.measure("paced/library", library(plain), kPaced, kPace);
 
     std::vector<openeventlistreadhandle_struct> handles(1000);
-    for (auto& handle : handles)
+    for (auto& handle : handles) {
       openeventlistreadhandle_ext(&handle);
+    }
     m.measure("burst1000Handles/library", library(plain), kBurst);
     for (auto& handle : handles) {
       closeeventlistreadhandle_struct closed{handle.hReadHandle};

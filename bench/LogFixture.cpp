@@ -14,7 +14,9 @@ namespace {
 constexpr char kKeywords[3][8] = {"water", "pump", "basin"};
 
 int check(int result) {
-  if (result < 0) throw std::runtime_error(std::strerror(-result));
+  if (result < 0) {
+    throw std::runtime_error(std::strerror(-result));
+  }
   return result;
 }
 
@@ -66,8 +68,9 @@ void appendList(sd_bus_message* message, const char* key, const Element* element
     check(sd_bus_message_close_container(message));
     check(sd_bus_message_close_container(message));
   }
-  for (int i = 0; i < 3; ++i)
+  for (int i = 0; i < 3; ++i) {
     check(sd_bus_message_close_container(message));
+  }
 }
 
 std::int64_t now() {
@@ -79,7 +82,9 @@ std::int64_t now() {
 }  // namespace
 
 BusAndService::BusAndService() : m_service(TAVROLINE_LISTD, {}) {
-  if (!bus.waitForName(kService)) throw std::runtime_error("no list service: " + m_service.output());
+  if (!bus.waitForName(kService)) {
+    throw std::runtime_error("no list service: " + m_service.output());
+  }
   check(sd_bus_open_system(&m_connection));
 }
 
@@ -95,8 +100,11 @@ std::uint64_t BusAndService::stored(const char* service) const {
   std::uint64_t result = 0;
   const char* name = nullptr;
   std::uint64_t value = 0;
-  while (check(sd_bus_message_read(reply, "{st}", &name, &value)) > 0)
-    if (std::strcmp(name, "stored") == 0) result = value;
+  while (check(sd_bus_message_read(reply, "{st}", &name, &value)) > 0) {
+    if (std::strcmp(name, "stored") == 0) {
+      result = value;
+    }
+  }
   sd_bus_message_unref(reply);
   return result;
 }
@@ -107,8 +115,9 @@ void BusAndService::waitForStored(std::uint64_t count, const char* service) cons
   std::uint64_t last = stored(service);
   const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
   while (last < count) {
-    if (std::chrono::steady_clock::now() > end)
+    if (std::chrono::steady_clock::now() > end) {
       throw std::runtime_error("not all of " + std::to_string(count) + " entries are stored");
+    }
     std::this_thread::sleep_for(pause);
     const std::uint64_t present = stored(service);
     const std::uint64_t came = std::max<std::uint64_t>(present - last, 1);
@@ -181,8 +190,9 @@ sd_bus_message* PlainSender::build(const logevent_struct& event) {
              });
   check(sd_bus_message_close_container(message));
   check(sd_bus_message_open_container(message, 'a', "s"));
-  for (int i = event.stKeywordsDimInfo.lower; i <= event.stKeywordsDimInfo.upper; ++i)
+  for (int i = event.stKeywordsDimInfo.lower; i <= event.stKeywordsDimInfo.upper; ++i) {
     check(sd_bus_message_append(message, "s", event.pasKeywords + i * event.iKeywordSize));
+  }
   check(sd_bus_message_close_container(message));
   check(sd_bus_message_append(message, "sss", utf8(event.pwsUser).c_str(), "", "PlcEvents"));
   return message;
@@ -208,6 +218,9 @@ void PlainSender::ask(const logevent_struct& event) {
 }
 
 void PlainSender::take(int outstanding) {
-  while (m_outstanding >= outstanding)
-    if (check(sd_bus_process(m_bus, nullptr)) == 0) check(sd_bus_wait(m_bus, UINT64_MAX));
+  while (m_outstanding >= outstanding) {
+    if (check(sd_bus_process(m_bus, nullptr)) == 0) {
+      check(sd_bus_wait(m_bus, UINT64_MAX));
+    }
+  }
 }

@@ -24,14 +24,18 @@ constexpr std::int64_t kCapacity = 10000;
   std::exit(1);
 }
 int check(int result) {
-  if (result < 0) fail(std::strerror(-result));
+  if (result < 0) {
+    fail(std::strerror(-result));
+  }
   return result;
 }
 
 void appendText(std::string& json, const char* text) {
   json += '"';
   for (; *text != '\0'; ++text) {
-    if (*text == '"' || *text == '\\') json += '\\';
+    if (*text == '"' || *text == '\\') {
+      json += '\\';
+    }
     json += *text;
   }
   json += '"';
@@ -56,7 +60,9 @@ void readVariant(sd_bus_message* call, std::string& json) {
     check(sd_bus_message_enter_container(call, 'a', "v"));
     json += '[';
     while (sd_bus_message_at_end(call, 0) == 0) {
-      if (json.back() != '[') json += ',';
+      if (json.back() != '[') {
+        json += ',';
+      }
       readVariant(call, json);
     }
     json += ']';
@@ -71,7 +77,9 @@ void readMap(sd_bus_message* call, std::string& json) {
   check(sd_bus_message_enter_container(call, 'a', "{sv}"));
   json += '{';
   while (sd_bus_message_enter_container(call, 'e', "sv") > 0) {
-    if (json.back() != '{') json += ',';
+    if (json.back() != '{') {
+      json += ',';
+    }
     const char* key = nullptr;
     check(sd_bus_message_read_basic(call, 's', &key));
     appendText(json, key);
@@ -88,7 +96,9 @@ std::string readTexts(sd_bus_message* call) {
   const char* text = nullptr;
   check(sd_bus_message_enter_container(call, 'a', "s"));
   while (check(sd_bus_message_read_basic(call, 's', &text)) > 0) {
-    if (json.back() != '[') json += ',';
+    if (json.back() != '[') {
+      json += ',';
+    }
     appendText(json, text);
   }
   check(sd_bus_message_exit_container(call));
@@ -98,7 +108,9 @@ std::string readTexts(sd_bus_message* call) {
 class Store {
  public:
   explicit Store(const char* file) {
-    if (sqlite3_open(file, &m_database) != SQLITE_OK) fail("the database cannot be opened");
+    if (sqlite3_open(file, &m_database) != SQLITE_OK) {
+      fail("the database cannot be opened");
+    }
     execute(
         "PRAGMA locking_mode=EXCLUSIVE; PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL;"
         "CREATE TABLE events (id INTEGER PRIMARY KEY AUTOINCREMENT, event_type INTEGER NOT NULL,"
@@ -125,7 +137,9 @@ class Store {
     const std::string keywords = readTexts(call);
     check(sd_bus_message_read(call, "sss", &user, &alarm, &object));
 
-    if (m_calls.empty()) execute("BEGIN");
+    if (m_calls.empty()) {
+      execute("BEGIN");
+    }
     sqlite3_bind_int(m_insert, 1, type);
     sqlite3_bind_int(m_insert, 2, state);
     sqlite3_bind_int64(m_insert, 5, time);
@@ -134,20 +148,26 @@ class Store {
       static constexpr int kColumns[] = {3, 4, 6, 7, 8, 9, 10};
       sqlite3_bind_text(m_insert, kColumns[column++], text, -1, SQLITE_STATIC);
     }
-    if (sqlite3_step(m_insert) != SQLITE_DONE) fail(sqlite3_errmsg(m_database));
+    if (sqlite3_step(m_insert) != SQLITE_DONE) {
+      fail(sqlite3_errmsg(m_database));
+    }
     sqlite3_reset(m_insert);
     m_calls.push_back(sd_bus_message_ref(call));
   }
 
   void commit() {
-    if (m_calls.empty()) return;
+    if (m_calls.empty()) {
+      return;
+    }
     sqlite3_bind_int64(m_drop, 1, sqlite3_last_insert_rowid(m_database) - kCapacity);
     sqlite3_step(m_drop);
     sqlite3_reset(m_drop);
     execute("COMMIT");
     m_stored += m_calls.size();
     for (sd_bus_message* const call : m_calls) {
-      if (sd_bus_message_get_expect_reply(call) > 0) check(sd_bus_reply_method_return(call, ""));
+      if (sd_bus_message_get_expect_reply(call) > 0) {
+        check(sd_bus_reply_method_return(call, ""));
+      }
       sd_bus_message_unref(call);
     }
     m_calls.clear();
@@ -157,8 +177,9 @@ class Store {
 
  private:
   void execute(const char* sql) {
-    if (sqlite3_exec(m_database, sql, nullptr, nullptr, nullptr) != SQLITE_OK)
+    if (sqlite3_exec(m_database, sql, nullptr, nullptr, nullptr) != SQLITE_OK) {
       fail(sqlite3_errmsg(m_database));
+    }
   }
 
   sqlite3* m_database = nullptr;
@@ -189,7 +210,9 @@ const sd_bus_vtable kMethods[] = {
 
 /** NAME FILE: the name to own, the database; ":memory:" keeps nothing. */
 int main(int argc, char** argv) {
-  if (argc != 3) fail("use: PlainReceiver NAME FILE");
+  if (argc != 3) {
+    fail("use: PlainReceiver NAME FILE");
+  }
   Store store(argv[2]);
   sd_bus* bus = nullptr;
   check(sd_bus_open_system(&bus));
@@ -198,8 +221,9 @@ int main(int argc, char** argv) {
   check(sd_bus_request_name(bus, argv[1], 0));
   for (;;) {
     int waiting = 1;
-    for (int handled = 0; handled < kMaxCalls && waiting > 0; ++handled)
+    for (int handled = 0; handled < kMaxCalls && waiting > 0; ++handled) {
       waiting = check(sd_bus_process(bus, nullptr));
+    }
     store.commit();
     pollfd file = {sd_bus_get_fd(bus), static_cast<short>(check(sd_bus_get_events(bus))), 0};
     poll(&file, 1, waiting > 0 ? 0 : -1);

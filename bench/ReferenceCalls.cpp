@@ -17,7 +17,9 @@ struct Published {
   std::uint64_t seen = 0;
   bool changed() {
     const std::uint64_t value = now.load(std::memory_order_acquire);
-    if (value == seen) return false;
+    if (value == seen) {
+      return false;
+    }
     seen = value;
     return true;
   }
@@ -30,16 +32,21 @@ void PlainRegistry::add(PlainObject* object) {
 }
 
 void PlainRegistry::query(haslistchanged_struct* parameters) {
-  if (parameters == nullptr || parameters->hReadHandle == nullptr) return;
+  if (parameters == nullptr || parameters->hReadHandle == nullptr) {
+    return;
+  }
   PlainObject* object = nullptr;
   {
     const std::lock_guard<std::mutex> lock(m_mutex);
     const auto place = m_objects.find(parameters->hReadHandle);
-    if (place == m_objects.end()) return;
+    if (place == m_objects.end()) {
+      return;
+    }
     object = place->second;
   }
-  if (typeid(*object) == typeid(PlainObject))
+  if (typeid(*object) == typeid(PlainObject)) {
     parameters->xListChanged = static_cast<RTS_IEC_BOOL>(__atomic_load_n(&object->flag, __ATOMIC_RELAXED));
+  }
 }
 
 struct PlainHook::Impl {
@@ -52,10 +59,14 @@ struct PlainHook::Impl {
     void poll() {
       mutex.lock();
       bool changed = false;
-      for (Published& flag : flags)
+      for (Published& flag : flags) {
         changed = flag.changed() || changed;
-      for (Reader* const reader : readers)
-        if (reader != nullptr && changed) __atomic_store_n(&reader->flag, true, __ATOMIC_RELAXED);
+      }
+      for (Reader* const reader : readers) {
+        if (reader != nullptr && changed) {
+          __atomic_store_n(&reader->flag, true, __ATOMIC_RELAXED);
+        }
+      }
       mutex.unlock();
     }
   };

@@ -35,7 +35,9 @@ void copyText(std::string_view text, RTS_IEC_WSTRING (&field)[Capacity]) {
 bool hasKeyword(simdjson::ondemand::array keywords) {
   bool included = false;
   for (std::string_view keyword : keywords) {
-    if (keyword == "test") return false;
+    if (keyword == "test") {
+      return false;
+    }
     included = included || keyword == "pump";
   }
   return included;
@@ -50,7 +52,9 @@ int simdjsonToStructures(const QByteArray& json, stEventlistEntryType* entries, 
   int count = 0;
   auto document = parser.iterate(padded);
   for (object entry : document["ListData"].get_array()) {
-    if (count == capacity) break;
+    if (count == capacity) {
+      break;
+    }
     stEventlistEntryType& target = entries[count];
     target.uliEventlistId = std::uint64_t(entry["EventlistId"]) & 0xFFFFU;
     copyText(entry["User"], target.wsUser);
@@ -62,7 +66,9 @@ int simdjsonToStructures(const QByteArray& json, stEventlistEntryType* entries, 
     target.dtTimestamp = static_cast<RTS_IEC_DATE_AND_TIME>(seconds - offsets.at(seconds).value_or(0));
     copyText(entry["ModuleName"], target.sModuleName);
     copyText(entry["Description"], target.wsDescription);
-    if (target.iEventType == 2 && hasKeyword(entry["Keywords"])) ++count;
+    if (target.iEventType == 2 && hasKeyword(entry["Keywords"])) {
+      ++count;
+    }
   }
   return count;
 }

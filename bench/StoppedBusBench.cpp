@@ -27,7 +27,9 @@ void print(const char* name, double value) {
 double peakMemory() {
   std::ifstream status("/proc/self/status");
   for (std::string word; status >> word;) {
-    if (word != "VmHWM:") continue;
+    if (word != "VmHWM:") {
+      continue;
+    }
     double kibibytes = 0;
     status >> kibibytes;
     return kibibytes / 1024;
@@ -65,8 +67,9 @@ int main() {
   desk.waitForStored(1);
 
   Caller caller;
-  for (int i = 0; i < kBefore; ++i)
+  for (int i = 0; i < kBefore; ++i) {
     caller.call(entry.event);
+  }
   const double memoryBefore = peakMemory();
   desk.bus.pause();
   const auto end = Clock::now() + kStall;

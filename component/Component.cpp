@@ -1,9 +1,9 @@
+#include "tavroline/component.h"
 #include "ComponentIdentity.h"
 #include "ExternalFunction.h"
 #include "ExternalFunctionTable.h"
 #include "TavrolineAlarmlistRead.h"
 #include "TavrolineEventlistRead.h"
-#include "tavroline/component.h"
 
 namespace {
 

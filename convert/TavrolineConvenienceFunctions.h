@@ -24,7 +24,9 @@ class TavrolineConvenienceFunctions {
 
   /** Whether `pointer` is not null; a null one is written to the runtime log. */
   static bool checkStructPointer(const void* pointer) {
-    if (pointer == nullptr) reportNullStruct();
+    if (pointer == nullptr) {
+      reportNullStruct();
+    }
     return pointer != nullptr;
   }
 

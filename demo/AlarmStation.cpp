@@ -22,7 +22,9 @@ AlarmStation::~AlarmStation() {
 
 void AlarmStation::cycle(const ProcessModel& process) {
   report(m_levelHigh, kAlarm, process.levelHigh(), "LevelHigh", process);
-  if (m_dryRun != nullptr) report(m_dryRun, kFault, process.dryRun(), "DryRun", process);
+  if (m_dryRun != nullptr) {
+    report(m_dryRun, kFault, process.dryRun(), "DryRun", process);
+  }
 }
 
 void AlarmStation::closeDryRun() {
@@ -62,7 +64,9 @@ void AlarmStation::report(TavrolineHandle handle, EntryType type, bool on, const
 }
 
 void AlarmStation::close(TavrolineHandle& handle) {
-  if (handle == nullptr) return;
+  if (handle == nullptr) {
+    return;
+  }
   closealarmlistwritehandle_struct parameters{handle};
   m_functions.closeAlarmWrite(&parameters);
   handle = parameters.hWriteHandle;

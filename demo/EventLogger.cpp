@@ -13,8 +13,12 @@ std::string english(const char* what, int value) {
 }  // namespace
 
 void EventLogger::cycle(const ProcessModel& process) {
-  if (process.setpoint() != m_setpoint) logSetpoint(process);
-  if (process.pumpRuns() != m_pumpRan) logPump(process);
+  if (process.setpoint() != m_setpoint) {
+    logSetpoint(process);
+  }
+  if (process.pumpRuns() != m_pumpRan) {
+    logPump(process);
+  }
   m_setpoint = process.setpoint();
   m_pumpRan = process.pumpRuns();
 }

@@ -31,7 +31,9 @@ bool EventReader::takeChanged() {
   haslistchanged_struct changed{m_handle, 0};
   m_functions.hasListChanged(&changed);
   resetlistchanged_struct reset{m_handle};
-  if (changed.xListChanged != 0) m_functions.resetListChanged(&reset);
+  if (changed.xListChanged != 0) {
+    m_functions.resetListChanged(&reset);
+  }
   return changed.xListChanged != 0;
 }
 

@@ -3,7 +3,9 @@
 template <typename Structure>
 void Functions::bind(const PlcRuntime& runtime, void (*&function)(Structure*), const char* name) {
   function = reinterpret_cast<void (*)(Structure*)>(runtime.findFunction(runtime.context, name));
-  if (function == nullptr) m_missing.append(" ").append(name);
+  if (function == nullptr) {
+    m_missing.append(" ").append(name);
+  }
 }
 
 Functions::Functions(const PlcRuntime& runtime) {

@@ -40,9 +40,10 @@ std::string IecText::narrow(const RTS_IEC_WSTRING* text) {
   for (; *text != 0; ++text) {
     char32_t character = *text;
     // The component never delivers a lone surrogate, so a high one has its partner behind it.
-    if (character >= kFirstHighSurrogate && character < kFirstLowSurrogate)
+    if (character >= kFirstHighSurrogate && character < kFirstLowSurrogate) {
       character =
           kFirstSupplementary + ((character - kFirstHighSurrogate) << 10) + (*++text - kFirstLowSurrogate);
+    }
     appendUtf8(result, character);
   }
   return result;

@@ -29,10 +29,16 @@ std::unique_ptr<Program> s_program;
 
 void Program::cycle(void* state) {
   auto* program = static_cast<Program*>(state);
-  if (program->finished) return;
-  if (!program->station) program->station.emplace(program->functions);
+  if (program->finished) {
+    return;
+  }
+  if (!program->station) {
+    program->station.emplace(program->functions);
+  }
   const PumpStation::Outcome outcome = program->station->cycle();
-  if (outcome == PumpStation::Outcome::kRunning) return;
+  if (outcome == PumpStation::Outcome::kRunning) {
+    return;
+  }
   program->finished = true;
   const bool good = outcome == PumpStation::Outcome::kGood;
   std::printf("\n%s\n", good ? "The lists hold what they must." : "The lists do not hold what they must.");

@@ -44,8 +44,9 @@ PumpStation::PumpStation(const Functions& functions)
       m_alarms(functions),
       m_events(functions),
       m_alarmList(functions) {
-  for (const auto& part : {work(), lifeOfTheAlarm(), lifeOfTheFault(), reading()})
+  for (const auto& part : {work(), lifeOfTheAlarm(), lifeOfTheFault(), reading()}) {
     m_steps.insert(m_steps.end(), part.begin(), part.end());
+  }
 }
 
 PumpStation::Outcome PumpStation::cycle() {
@@ -59,7 +60,9 @@ PumpStation::Outcome PumpStation::cycle() {
   } else if (++m_cyclesInStep > kDeadlineCycles) {
     check(false, std::string("not reached: ") + m_steps[m_step].name);
   }
-  if (!m_good) return Outcome::kBad;
+  if (!m_good) {
+    return Outcome::kBad;
+  }
   return m_step == m_steps.size() ? Outcome::kGood : Outcome::kRunning;
 }
 
@@ -67,7 +70,9 @@ std::vector<PumpStation::Step> PumpStation::work() {
   return {
       {"the pump has run twice",
        [this] {
-         if (m_logger.journal().size() < 4) return false;
+         if (m_logger.journal().size() < 4) {
+           return false;
+         }
          m_process.setSetpoint(40);
          return true;
        }},
@@ -81,17 +86,23 @@ std::vector<PumpStation::Step> PumpStation::lifeOfTheAlarm() {
        [this] {
          m_process.setInflow(12);
          const AlarmReader::Summary summary = m_alarmList.summary();
-         if (!summary.activeAlarm || !summary.detector) return false;
+         if (!summary.activeAlarm || !summary.detector) {
+           return false;
+         }
          Tables::print("Storm: summary of the alarm list", summary);
          return true;
        }},
       {"the raised alarm is acknowledged",
        [this] {
-         if (!loadedAlarms()) return false;
+         if (!loadedAlarms()) {
+           return false;
+         }
          const auto open = m_alarmList.entries(true, false);
          Tables::print("Alarm list: active and not acknowledged", open);
          check(open.size() == 1 && open[0].iEventType == kAlarm, "the alarm list shows the raised alarm");
-         if (!open.empty()) m_alarms.acknowledge(open[0]);
+         if (!open.empty()) {
+           m_alarms.acknowledge(open[0]);
+         }
          m_alarms.acknowledgeDetector();
          return true;
        }},
@@ -104,7 +115,9 @@ std::vector<PumpStation::Step> PumpStation::lifeOfTheAlarm() {
        }},
       {"the acknowledged alarm is seen",
        [this] {
-         if (!loadedAlarms()) return false;
+         if (!loadedAlarms()) {
+           return false;
+         }
          const auto acknowledged = m_alarmList.entries(std::nullopt, true);
          Tables::print("Alarm list: acknowledged", acknowledged);
          check(acknowledged.size() == 1 && m_alarmList.entries(std::nullopt, false).empty(),
@@ -123,7 +136,9 @@ std::vector<PumpStation::Step> PumpStation::lifeOfTheFault() {
        [this] {
          m_process.setPumpByHand(true);
          const AlarmReader::Summary summary = m_alarmList.summary();
-         if (!summary.activeFault || !summary.detector) return false;
+         if (!summary.activeFault || !summary.detector) {
+           return false;
+         }
          Tables::print("Dry run: summary of the alarm list", summary);
          // The handle goes while its fault is on: the component sees to the "off".
          m_alarms.closeDryRun();
@@ -133,12 +148,16 @@ std::vector<PumpStation::Step> PumpStation::lifeOfTheFault() {
       {"closing the handle has cleared the fault", [this] { return !m_alarmList.summary().activeFault; }},
       {"the cleared fault is acknowledged",
        [this] {
-         if (!loadedAlarms()) return false;
+         if (!loadedAlarms()) {
+           return false;
+         }
          const auto inactive = m_alarmList.entries(false);
          Tables::print("Alarm list: inactive", inactive);
          check(inactive.size() == 1 && inactive[0].iEventType == kFault && m_alarmList.entries(true).empty(),
                "the fault is inactive, not acknowledged, and the only entry");
-         if (!inactive.empty()) m_alarms.acknowledge(inactive[0]);
+         if (!inactive.empty()) {
+           m_alarms.acknowledge(inactive[0]);
+         }
          m_alarms.acknowledgeDetector();
          return true;
        }},
@@ -146,7 +165,9 @@ std::vector<PumpStation::Step> PumpStation::lifeOfTheFault() {
        [this] { return !m_alarmList.summary().fault && !m_alarmList.summary().detector; }},
       {"the alarm list is empty",
        [this] {
-         if (!loadedAlarms()) return false;
+         if (!loadedAlarms()) {
+           return false;
+         }
          Tables::print("Alarm list at the end", m_alarmList.entries());
          check(m_alarmList.entries().empty(), "the alarm list is empty at the end");
          return true;
@@ -158,7 +179,9 @@ std::vector<PumpStation::Step> PumpStation::reading() {
   return {
       {"the event list is loaded in German",
        [this] {
-         if (!loadedEvents("de")) return false;
+         if (!loadedEvents("de")) {
+           return false;
+         }
          const auto list = m_events.entries();
          check(!list.empty() &&
                    IecText::narrow(list.back().wsDescription).find("Pumpe gestartet") != std::string::npos,
@@ -167,7 +190,9 @@ std::vector<PumpStation::Step> PumpStation::reading() {
        }},
       {"the event list is loaded in English",
        [this] {
-         if (!loadedEvents("en")) return false;
+         if (!loadedEvents("en")) {
+           return false;
+         }
          checkFullList();
          checkFilters();
          return true;
@@ -222,13 +247,17 @@ void PumpStation::checkFilters() {
 
 bool PumpStation::loadedEvents(const char* language) {
   const RTS_IEC_INT result = m_events.load(language);
-  if (result == TAVROLINE_ERROR) check(false, "loading the event list");
+  if (result == TAVROLINE_ERROR) {
+    check(false, "loading the event list");
+  }
   return result == TAVROLINE_DONE;
 }
 
 bool PumpStation::loadedAlarms() {
   const RTS_IEC_INT result = m_alarmList.load();
-  if (result == TAVROLINE_ERROR) check(false, "loading the alarm list");
+  if (result == TAVROLINE_ERROR) {
+    check(false, "loading the alarm list");
+  }
   return result == TAVROLINE_DONE;
 }
 

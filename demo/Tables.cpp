@@ -20,16 +20,21 @@ std::size_t width(const std::string& text) {
 /** The first row holds the headings. */
 void printTable(const char* title, const std::vector<Row>& rows) {
   std::vector<std::size_t> widths(rows.front().size());
-  for (const Row& row : rows)
-    for (std::size_t i = 0; i < row.size(); ++i)
+  for (const Row& row : rows) {
+    for (std::size_t i = 0; i < row.size(); ++i) {
       widths[i] = std::max(widths[i], width(row[i]));
+    }
+  }
   std::printf("\n%s\n", title);
   for (const Row& row : rows) {
-    for (std::size_t i = 0; i < row.size(); ++i)
+    for (std::size_t i = 0; i < row.size(); ++i) {
       std::printf("  %s%*s", row[i].c_str(), static_cast<int>(widths[i] - width(row[i])), "");
+    }
     std::printf("\n");
   }
-  if (rows.size() == 1) std::printf("  (none)\n");
+  if (rows.size() == 1) {
+    std::printf("  (none)\n");
+  }
   std::fflush(stdout);
 }
 
@@ -55,20 +60,22 @@ const char* yesNo(bool value) {
 
 void Tables::print(const char* title, const std::vector<stEventlistEntryType>& entries) {
   std::vector<Row> rows{{"id", "type", "time (UTC)", "icon", "module", "description", "user"}};
-  for (const stEventlistEntryType& entry : entries)
+  for (const stEventlistEntryType& entry : entries) {
     rows.push_back({std::to_string(entry.uliEventlistId), typeText(entry.iEventType),
                     timeText(entry.dtTimestamp), entry.sIconType, entry.sModuleName,
                     IecText::narrow(entry.wsDescription), IecText::narrow(entry.wsUser)});
+  }
   printTable(title, rows);
 }
 
 void Tables::print(const char* title, const std::vector<stAlarmlistEntryType>& entries) {
   std::vector<Row> rows{
       {"active", "acknowledged", "type", "time (UTC)", "icon", "module", "description", "alarm id"}};
-  for (const stAlarmlistEntryType& entry : entries)
+  for (const stAlarmlistEntryType& entry : entries) {
     rows.push_back({yesNo(entry.xAlarmActive != 0), yesNo(entry.xAlarmAcknowledgment != 0),
                     typeText(entry.iEventType), timeText(entry.dtTimestamp), entry.sIconType,
                     entry.sModuleName, IecText::narrow(entry.wsDescription), entry.sAlarmID});
+  }
   printTable(title, rows);
 }
 

@@ -86,16 +86,22 @@ static void cycle(void* state) {
   cooling = cooling || temperature >= kHot;
   burns = !cooling;
   temperature += burns ? 1 : -1;
-  if (burns != burnt) logBurner();
+  if (burns != burnt) {
+    logBurner();
+  }
   reportOverheating();
-  if (cooling && temperature <= kWarm) runtime->finish(runtime->context, 0);
+  if (cooling && temperature <= kWarm) {
+    runtime->finish(runtime->context, 0);
+  }
 }
 
 /* What is open has to be closed: an alarm that is still on is cleared by that. */
 static void stop(void* state) {
   (void)state;
   closealarmlistwritehandle_struct close = {.hWriteHandle = overheated};
-  if (overheated != NULL) closeAlarm(&close);
+  if (overheated != NULL) {
+    closeAlarm(&close);
+  }
 }
 
 __attribute__((visibility("default"))) int PlcProgramMain(const PlcRuntime* plc, PlcProgram* program) {
@@ -107,7 +113,9 @@ __attribute__((visibility("default"))) int PlcProgramMain(const PlcRuntime* plc,
                                                                             "openalarmlistwritehandle_ext");
   closeAlarm = (void (*)(closealarmlistwritehandle_struct*))plc->findFunction(
       plc->context, "closealarmlistwritehandle_ext");
-  if (logEvent == NULL || logAlarm == NULL || openAlarm == NULL || closeAlarm == NULL) return 1;
+  if (logEvent == NULL || logAlarm == NULL || openAlarm == NULL || closeAlarm == NULL) {
+    return 1;
+  }
   *program = (PlcProgram){.tasks = kTasks, .taskCount = 1, .stop = stop};
   return 0;
 }

@@ -44,7 +44,9 @@ bool isInstant(const QDateTime& bound) {
 }  // namespace
 
 std::optional<std::int64_t> localMilliseconds(const QString& text) {
-  if (text.size() != kFormLength) return std::nullopt;
+  if (text.size() != kFormLength) {
+    return std::nullopt;
+  }
   const QChar* const form = text.constData();
   if (!is(form[4], '-') || !is(form[7], '-') || !is(form[10], 'T') || !is(form[13], ':') ||
       !is(form[16], ':') || !is(form[19], '.')) {
@@ -63,7 +65,9 @@ std::optional<std::int64_t> localMilliseconds(const QString& text) {
     return std::nullopt;
   }
   const int dayOfYear = daysBeforeMonth(year, month) + day;
-  if (dayOfYear > daysBeforeMonth(year, month + 1)) return std::nullopt;
+  if (dayOfYear > daysBeforeMonth(year, month + 1)) {
+    return std::nullopt;
+  }
   const std::int64_t days = daysBeforeYear(year) + dayOfYear - 1;
   return (days * ZoneOffsets::kSecondsPerDay + hour * ZoneOffsets::kSecondsPerHour +
           std::int64_t{minute} * 60 + second) *

@@ -25,10 +25,14 @@ const EntryTimes::Time& ListEntry::time() {
 bool ListEntry::passesKeywords() {
   const QVector<QCborValue>& include = m_copy.includeKeywords;
   const QVector<QCborValue>& exclude = m_copy.excludeKeywords;
-  if (include.isEmpty() && exclude.isEmpty()) return true;
+  if (include.isEmpty() && exclude.isEmpty()) {
+    return true;
+  }
   const QCborArray carried = value(ListColumns::Keywords).toArray();
   const auto isCarried = [&carried](const QCborValue& keyword) {
-    if (keyword.isString()) return carried.contains(keyword);
+    if (keyword.isString()) {
+      return carried.contains(keyword);
+    }
     return std::any_of(carried.begin(), carried.end(),
                        [](const QCborValue& any) { return any.toString().isEmpty(); });
   };

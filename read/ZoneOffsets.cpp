@@ -39,7 +39,9 @@ std::optional<std::int32_t> ZoneOffsets::at(std::int64_t localSeconds) {
     if (stretch.start != start) {
       stretch = {start, commonOffset(start, level.length)};
     }
-    if (stretch.offset) return stretch.offset;
+    if (stretch.offset) {
+      return stretch.offset;
+    }
   }
   return std::nullopt;
 }

@@ -36,13 +36,21 @@ bool hasOneOf(const QJsonObject& entry, const QStringList& keywords) {
 }
 
 bool passes(const Criteria& criteria, const QJsonObject& entry) {
-  if (!criteria.upper.isNull() && criteria.upper < entryTime(entry)) return false;
-  if (!criteria.lower.isNull() && entryTime(entry) < criteria.lower) return false;
+  if (!criteria.upper.isNull() && criteria.upper < entryTime(entry)) {
+    return false;
+  }
+  if (!criteria.lower.isNull() && entryTime(entry) < criteria.lower) {
+    return false;
+  }
   if (!criteria.types.isEmpty()) {
     const int type = entry.value(Keys::getListColumnNameEventType()).toInt();
-    if (!criteria.types.contains(static_cast<EventlistHandlerEnums::EventType>(type))) return false;
+    if (!criteria.types.contains(static_cast<EventlistHandlerEnums::EventType>(type))) {
+      return false;
+    }
   }
-  if (!criteria.include.isEmpty() && !hasOneOf(entry, criteria.include)) return false;
+  if (!criteria.include.isEmpty() && !hasOneOf(entry, criteria.include)) {
+    return false;
+  }
   return criteria.exclude.isEmpty() || !hasOneOf(entry, criteria.exclude);
 }
 
@@ -52,7 +60,9 @@ RTS_IEC_ULINT eventlistId(const QJsonObject& entry) {
   if (number.userType() != QMetaType::LongLong) {
     constexpr double kBeyondInt64 = 9223372036854775808.0;
     const double inexact = value.toDouble(kBeyondInt64);
-    if (!(inexact >= -kBeyondInt64 && inexact < kBeyondInt64) || inexact != std::floor(inexact)) return 0;
+    if (!(inexact >= -kBeyondInt64 && inexact < kBeyondInt64) || inexact != std::floor(inexact)) {
+      return 0;
+    }
   }
   return static_cast<RTS_IEC_ULINT>(number.toLongLong()) & 0xFFFFu;
 }
@@ -80,7 +90,9 @@ void copyCommonFields(const QJsonObject& entry, Entry& target) {
 template <typename Entry, typename Accept, typename Fill>
 std::int16_t copy(QMutex& mutex, const QJsonArray& listData, int& count, Entry* entries, int capacity,
                   Accept accept, Fill fill) {
-  if (entries == nullptr) return ResultError;
+  if (entries == nullptr) {
+    return ResultError;
+  }
   count = 0;
   QJsonArray list;
   {
@@ -89,7 +101,9 @@ std::int16_t copy(QMutex& mutex, const QJsonArray& listData, int& count, Entry* 
   }
   for (int index = 0; count < capacity && index < list.size(); ++index) {
     const QJsonObject entry = list.at(index).toObject();
-    if (accept(entry)) fill(entry, entries[count++]);
+    if (accept(entry)) {
+      fill(entry, entries[count++]);
+    }
   }
   return ResultDone;
 }
@@ -97,7 +111,7 @@ std::int16_t copy(QMutex& mutex, const QJsonArray& listData, int& count, Entry* 
 }  // namespace
 
 std::int16_t ReferenceEventlistRead::convertAsReference(int& count, stEventlistEntryType* entries,
-                                                   int capacity) const {
+                                                        int capacity) const {
   const Criteria criteria{m_EventTypes, m_IncludeKeywords, m_ExcludeKeywords, m_DateTimeUpperBound,
                           m_DateTimeLowerBound};
   return copy(
@@ -119,7 +133,7 @@ bool ReferenceAlarmlistRead::passesStates(const QJsonObject& entry) const {
 }
 
 std::int16_t ReferenceAlarmlistRead::convertAsReference(int& count, stAlarmlistEntryType* entries,
-                                                   int capacity) const {
+                                                        int capacity) const {
   const Criteria criteria{m_EventTypes, m_IncludeKeywords, m_ExcludeKeywords, m_DateTimeUpperBound,
                           m_DateTimeLowerBound};
   return copy(

@@ -6,7 +6,9 @@ bool AlarmRoom::admit(std::list<Message>& edge, std::list<Message>& superseded) 
   const QString& alarmId = edge.front().alarmId;
   auto alarm = m_alarms.find(alarmId);
   if (alarm == m_alarms.end()) {
-    if (m_alarms.size() >= kAlarms) return false;
+    if (m_alarms.size() >= kAlarms) {
+      return false;
+    }
     m_alarms.emplace(alarmId, Kept{edge.begin(), edge.begin()});  // the iterators survive the splice
     m_edges.splice(m_edges.end(), edge);
     return true;

@@ -9,9 +9,13 @@
 class AlarmlistHandlerDBusConnectorRead::Private {
  public:
   bool flagChanged(ListState::Flag flag, bool& value) {
-    if (!m_hub.start()) return false;
+    if (!m_hub.start()) {
+      return false;
+    }
     const bool bPresent = m_hub.listState().flags[flag].load(std::memory_order_relaxed);
-    if (bPresent == m_reported[flag]) return false;
+    if (bPresent == m_reported[flag]) {
+      return false;
+    }
     value = m_reported[flag] = bPresent;
     return true;
   }

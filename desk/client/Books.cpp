@@ -60,8 +60,9 @@ QString Books::text() const {
       "Books: accepted %1, delivered %2, pending %3, superseded %4,"
       " dropped %5 (unsendable %7, rejected %8, unanswered %9, unload %10),"
       " refused %6 (queue full %11, out of memory %12)");
-  for (const quint64 figure : figures())
+  for (const quint64 figure : figures()) {
     text = text.arg(figure);
+  }
   return text;
 }
 

@@ -12,14 +12,18 @@ constexpr int kMessagesPerTurn = 256;
 constexpr std::uint64_t kNoTimeout = UINT64_MAX;  // the callers keep deadlines of their own
 
 void check(int result) {
-  if (result < 0) throw std::system_error(-result, std::generic_category(), "nothing more can be sent");
+  if (result < 0) {
+    throw std::system_error(-result, std::generic_category(), "nothing more can be sent");
+  }
 }
 
 }  // namespace
 
 int BusConnection::open() {
   const int result = sd_bus_open_system(&m_bus);
-  if (result < 0) m_bus = nullptr;
+  if (result < 0) {
+    m_bus = nullptr;
+  }
   return result < 0 ? result : 0;
 }
 
@@ -32,7 +36,9 @@ int BusConnection::process() {
   int result = 1;
   for (int handled = 0; result > 0 && handled < kMessagesPerTurn; ++handled) {
     result = sd_bus_process(m_bus, nullptr);
-    if (m_thrown != nullptr) std::rethrow_exception(std::exchange(m_thrown, nullptr));
+    if (m_thrown != nullptr) {
+      std::rethrow_exception(std::exchange(m_thrown, nullptr));
+    }
   }
   return result < 0 ? result : 0;
 }

@@ -57,10 +57,14 @@ void BusLoop::guarded(Step step) noexcept {
 
 void BusLoop::turn() {
   const auto now = Clock::now();
-  if (!m_connection.isOpen() && m_nextAttempt <= now) connect(now);
+  if (!m_connection.isOpen() && m_nextAttempt <= now) {
+    connect(now);
+  }
   if (m_connection.isOpen()) {
     const int result = m_connection.process();
-    if (result < 0) breakOff(QStringLiteral("the connection to the bus broke: ") + errnoText(result));
+    if (result < 0) {
+      breakOff(QStringLiteral("the connection to the bus broke: ") + errnoText(result));
+    }
   }
   if (m_connection.isReady() && !m_watch.isStarted()) {
     m_watch.start();
@@ -68,8 +72,9 @@ void BusLoop::turn() {
   }
   followOwner();
   const bool bStates = m_watch.keep(now);
-  if (!m_courier.expire(now) || !bStates)
+  if (!m_courier.expire(now) || !bStates) {
     breakOff(QStringLiteral("the list service leaves calls unanswered"));
+  }
   if (!m_courier.owner().isEmpty()) {
     m_courier.send(now);
   } else if (!m_connection.isOpen()) {
@@ -90,11 +95,17 @@ void BusLoop::connect(Clock::time_point now) {
 }
 
 void BusLoop::followOwner() {
-  if (m_watch.owner() == m_courier.owner()) return;
+  if (m_watch.owner() == m_courier.owner()) {
+    return;
+  }
   m_courier.interrupt(QStringLiteral("the list service has gone"));
-  if (m_watch.owner().isEmpty()) return;
+  if (m_watch.owner().isEmpty()) {
+    return;
+  }
   m_courier.begin(m_watch.owner());
-  if (m_nextReport != Clock::time_point()) m_courier.tell(m_watch.owner(), m_reported);
+  if (m_nextReport != Clock::time_point()) {
+    m_courier.tell(m_watch.owner(), m_reported);
+  }
 }
 
 void BusLoop::breakOff(const QString& cause) {
@@ -107,7 +118,9 @@ void BusLoop::breakOff(const QString& cause) {
 }
 
 void BusLoop::drain() {
-  if (m_outbox.books().pending == 0) return;
+  if (m_outbox.books().pending == 0) {
+    return;
+  }
   const auto end = Clock::now() + kDrainTime;
   bool bOffEdgesOnly = false;
   turn();  // it may be the first one: the end can follow at once upon the first use
@@ -117,7 +130,9 @@ void BusLoop::drain() {
   };
   while (mayArrive() && m_outbox.books().pending > 0) {
     const auto left = end - Clock::now();
-    if (left <= Clock::duration::zero()) return;
+    if (left <= Clock::duration::zero()) {
+      return;
+    }
     if (!bOffEdgesOnly && left < kOffEdgesTime) {
       m_outbox.dropUnsent(true);
       bOffEdgesOnly = true;
@@ -138,9 +153,13 @@ void BusLoop::reportBooks(bool last) {
   const Books books = m_outbox.books();
   const auto now = Clock::now();
   const Books::Figures known = last ? Books().figures() : m_reported.figures();
-  if (books.figures() == known || (!last && now < m_nextReport)) return;
+  if (books.figures() == known || (!last && now < m_nextReport)) {
+    return;
+  }
   m_nextReport = now + kReportPause;
   m_reported = books;
   clientLog(CLIENT_LOG_ORIGIN("BusLoop"), books.text());
-  if (!m_watch.owner().isEmpty()) m_courier.tell(m_watch.owner(), books);
+  if (!m_watch.owner().isEmpty()) {
+    m_courier.tell(m_watch.owner(), books);
+  }
 }

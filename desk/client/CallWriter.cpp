@@ -18,7 +18,9 @@ CallWriter& CallWriter::text(const QString& value) {
 CallWriter& CallWriter::texts(const QStringList& values) {
   open('a', "s");
   for (const QString& value : values) {
-    if (m_error < 0) break;
+    if (m_error < 0) {
+      break;
+    }
     text(value);
   }
   close();
@@ -40,14 +42,18 @@ CallWriter& CallWriter::map(const QVariantMap& values, int depth) {
 void CallWriter::list(const QVariantList& values, int depth) {
   open('a', "v");
   for (const QVariant& value : values) {
-    if (m_error < 0) break;
+    if (m_error < 0) {
+      break;
+    }
     variant(value, depth);
   }
   close();
 }
 
 void CallWriter::variant(const QVariant& value, int depth) {
-  if (depth >= kMaximumDepth) return note(-E2BIG);
+  if (depth >= kMaximumDepth) {
+    return note(-E2BIG);
+  }
   switch (value.userType()) {
     case QMetaType::Int:
       open('v', "i");
@@ -85,19 +91,29 @@ void CallWriter::variant(const QVariant& value, int depth) {
 CallWriter& CallWriter::basic(char type, const void* value) {
   constexpr std::size_t kOverhead = 8;  // length, padding and terminator of a value, roughly
   m_bytes += kOverhead;
-  if (m_bytes > kMaximumBytes) note(-EMSGSIZE);
-  if (m_error == 0) note(sd_bus_message_append_basic(m_message, type, value));
+  if (m_bytes > kMaximumBytes) {
+    note(-EMSGSIZE);
+  }
+  if (m_error == 0) {
+    note(sd_bus_message_append_basic(m_message, type, value));
+  }
   return *this;
 }
 
 void CallWriter::open(char type, const char* contents) {
-  if (m_error == 0) note(sd_bus_message_open_container(m_message, type, contents));
+  if (m_error == 0) {
+    note(sd_bus_message_open_container(m_message, type, contents));
+  }
 }
 
 void CallWriter::close() {
-  if (m_error == 0) note(sd_bus_message_close_container(m_message));
+  if (m_error == 0) {
+    note(sd_bus_message_close_container(m_message));
+  }
 }
 
 void CallWriter::note(int result) {
-  if (result < 0 && m_error == 0) m_error = result;
+  if (result < 0 && m_error == 0) {
+    m_error = result;
+  }
 }

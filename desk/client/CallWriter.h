@@ -51,7 +51,9 @@ class CallWriter {
 
   /** Nobody waits for the answer of this call, and the bus does not count it. */
   void expectNoReply() {
-    if (m_error == 0) note(sd_bus_message_set_expect_reply(m_message, 0));
+    if (m_error == 0) {
+      note(sd_bus_message_set_expect_reply(m_message, 0));
+    }
   }
 
   /** 0, or the negative errno of the first failure. */

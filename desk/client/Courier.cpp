@@ -36,7 +36,9 @@ QString errorText(const sd_bus_error& error) {
 }  // namespace
 
 void Courier::begin(const QByteArray& owner) {
-  if (m_session.isEmpty()) m_session = QUuid::createUuid().toByteArray(QUuid::WithoutBraces);
+  if (m_session.isEmpty()) {
+    m_session = QUuid::createUuid().toByteArray(QUuid::WithoutBraces);
+  }
   raiseAgain();
   m_resume = {};
   m_owner = owner;
@@ -55,7 +57,9 @@ void Courier::postpone() {
       std::any_of(m_writes.begin(), m_writes.end(), [](const SentWrite& s) { return !s.write.has_value(); });
   m_writes.clear();
   m_outbox.takeBack();
-  if (bRaising) raiseAgain();
+  if (bRaising) {
+    raiseAgain();
+  }
 }
 
 void Courier::interrupt(const QString& cause) {
@@ -64,7 +68,9 @@ void Courier::interrupt(const QString& cause) {
   m_writes.clear();
   m_outbox.takeBack();
   for (SentRequest& sent : m_requests) {
-    if (!sent.asked.has_value()) continue;
+    if (!sent.asked.has_value()) {
+      continue;
+    }
     (*sent.asked)->reply->fail(cause);
     release(sent);
   }
@@ -87,7 +93,9 @@ bool Courier::sendNext(Clock::time_point now) {
       return true;
     }
   }
-  if (bPostponed || m_writes.size() >= kWindow) return false;
+  if (bPostponed || m_writes.size() >= kWindow) {
+    return false;
+  }
   // Strictly by number, because the service takes what follows a higher one for a repetition: an alarm may
   // have been settled before a message with a lower number was.
   const quint64 before = m_raise.empty() ? std::numeric_limits<quint64>::max() : m_raise.front().sequence;
@@ -96,7 +104,9 @@ bool Courier::sendNext(Clock::time_point now) {
     sendWrite(**write, write, now);
     return true;
   }
-  if (m_raise.empty()) return false;
+  if (m_raise.empty()) {
+    return false;
+  }
   sendWrite(m_raise.front(), std::nullopt, now);
   m_raise.pop_front();
   return true;
@@ -127,8 +137,12 @@ void Courier::sendRequest(Outbox::Asked asked, Clock::time_point now) {
 }
 
 void Courier::onWriteReply(std::list<SentWrite>::iterator sent, sd_bus_message* reply) {
-  if (isGone(reply)) return;  // stays unsettled; the change of the owner that follows sends it again
-  if (sd_bus_message_is_method_error(reply, ListServiceNames::kErrorStorage) > 0) return postpone();
+  if (isGone(reply)) {
+    return;  // stays unsettled; the change of the owner that follows sends it again
+  }
+  if (sd_bus_message_is_method_error(reply, ListServiceNames::kErrorStorage) > 0) {
+    return postpone();
+  }
   const bool bRejected = sd_bus_message_is_method_error(reply, nullptr) > 0;
   finish(sent, bRejected ? std::optional<Loss>(Loss::Rejected) : std::nullopt);
 }
@@ -166,7 +180,9 @@ bool Courier::isGone(sd_bus_message* reply) const {
 
 std::list<Courier::SentWrite>::iterator Courier::finish(std::list<SentWrite>::iterator sent,
                                                         std::optional<Loss> loss) {
-  if (sent->write.has_value()) m_outbox.settle(*sent->write, loss);
+  if (sent->write.has_value()) {
+    m_outbox.settle(*sent->write, loss);
+  }
   return m_writes.erase(sent);
 }
 
@@ -184,11 +200,17 @@ bool Courier::expire(Clock::time_point now) {
   }
   for (SentRequest& sent : m_requests) {
     bAnswering = bAnswering && now < sent.deadline;
-    if (!sent.asked.has_value()) continue;
+    if (!sent.asked.has_value()) {
+      continue;
+    }
     const Request& request = **sent.asked;
     const bool bOverdue = request.deadline <= now;
-    if (bOverdue) request.reply->fail(QLatin1String(kUnanswered));
-    if (bOverdue || request.reply->isReleased()) release(sent);
+    if (bOverdue) {
+      request.reply->fail(QLatin1String(kUnanswered));
+    }
+    if (bOverdue || request.reply->isReleased()) {
+      release(sent);
+    }
   }
   for (const Request& request : m_outbox.takeEndedRequests(now)) {
     request.reply->fail(QLatin1String(kUnanswered));
@@ -198,10 +220,13 @@ bool Courier::expire(Clock::time_point now) {
 
 void Courier::tell(const QByteArray& owner, const Books& books) {
   const auto report = marshal({m_connection.get(), owner.constData()}, m_session, books);
-  if (report->error() == 0) m_connection.send(report->message());
+  if (report->error() == 0) {
+    m_connection.send(report->message());
+  }
 }
 
 void Courier::refuse(const QString& cause) {
-  for (const Request& request : m_outbox.takeUnsentRequests())
+  for (const Request& request : m_outbox.takeUnsentRequests()) {
     request.reply->fail(cause);
+  }
 }

@@ -16,7 +16,9 @@ DBusPendingReply::~DBusPendingReply() {
 
 int DBusPendingReply::isFinished(ErrorContainer& error) {
   const Private::Status status = m_state->status();
-  if (status == Private::Failed) error = ErrorContainer(kErrorCode, m_state->cause());
+  if (status == Private::Failed) {
+    error = ErrorContainer(kErrorCode, m_state->cause());
+  }
   return status;
 }
 

@@ -27,7 +27,9 @@ DBusPendingReply::SharedPointer EventlistHandlerDBusConnectorRead::getPartOfEven
     const QString& language, const QStringList& criteriaA, const QStringList& criteriaB,
     const QStringList& criteriaC, const QStringList& criteriaD, const QDateTime& earliest,
     const QDateTime& latest, const QStringList& keywords, int count) {
-  if (!m_private) return {};
+  if (!m_private) {
+    return {};
+  }
   const bool bByCountAlone = criteriaA.isEmpty() && criteriaB.isEmpty() && criteriaC.isEmpty() &&
                              criteriaD.isEmpty() && earliest.isNull() && latest.isNull() &&
                              keywords.isEmpty();

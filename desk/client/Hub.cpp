@@ -44,7 +44,9 @@ bool Hub::submit(Message&& message) noexcept {
 
 DBusPendingReply::SharedPointer Hub::request(Request::Kind kind, const QString& text,
                                              quint32 count) noexcept {
-  if (!start()) return DBusPendingReply::Private::failed(QStringLiteral("the client could not be started"));
+  if (!start()) {
+    return DBusPendingReply::Private::failed(QStringLiteral("the client could not be started"));
+  }
   try {
     Request request;
     request.kind = kind;
@@ -65,8 +67,12 @@ DBusPendingReply::SharedPointer Hub::request(Request::Kind kind, const QString& 
 bool Hub::tryStart() noexcept {
   const std::lock_guard<std::mutex> lock(m_startMutex);
   const auto now = Clock::now();
-  if (m_bRunning.load(std::memory_order_relaxed)) return true;
-  if (now < m_nextStart) return false;
+  if (m_bRunning.load(std::memory_order_relaxed)) {
+    return true;
+  }
+  if (now < m_nextStart) {
+    return false;
+  }
   m_nextStart = now + kStartPause;
   m_wakeFd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
   if (m_wakeFd >= 0) {

@@ -14,8 +14,12 @@ class Generation {
  public:
   /** A generation has been reported; 0 tells nothing. [hub] */
   void report(quint64 generation) {
-    if (generation == 0) return;
-    if (m_current.load(std::memory_order_relaxed) == 0) m_first.store(generation, std::memory_order_relaxed);
+    if (generation == 0) {
+      return;
+    }
+    if (m_current.load(std::memory_order_relaxed) == 0) {
+      m_first.store(generation, std::memory_order_relaxed);
+    }
     m_current.store(generation, std::memory_order_release);
   }
 
@@ -45,8 +49,12 @@ class SeenGeneration {
   /** True once after each change since; the first generation that the hub ever sees is none. [hook] */
   bool changed(const Generation& generation) {
     const quint64 current = generation.current();
-    if (m_seen == 0) m_seen = current == 0 ? 0 : generation.first();
-    if (current == m_seen) return false;
+    if (m_seen == 0) {
+      m_seen = current == 0 ? 0 : generation.first();
+    }
+    if (current == m_seen) {
+      return false;
+    }
     m_seen = current;
     return true;
   }

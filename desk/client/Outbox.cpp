@@ -38,12 +38,18 @@ bool Outbox::place(std::list<Message>& message, std::list<Message>& superseded) 
   const bool bJoinsRoom = placed.isEdge() && m_room.last(placed.alarmId) != nullptr;
   if (m_queue.size() < kMessages && !bJoinsRoom) {
     m_queue.splice(m_queue.end(), message);
-    if (m_next == m_queue.end()) m_next = std::prev(m_queue.end());
-    if (placed.isEdge()) m_raised.note(placed);
+    if (m_next == m_queue.end()) {
+      m_next = std::prev(m_queue.end());
+    }
+    if (placed.isEdge()) {
+      m_raised.note(placed);
+    }
     return true;
   }
   const QString alarmId = placed.alarmId;
-  if (alarmId.isEmpty() || !m_room.admit(message, superseded)) return false;
+  if (alarmId.isEmpty() || !m_room.admit(message, superseded)) {
+    return false;
+  }
   m_raised.note(*m_room.last(alarmId));
   return true;
 }
@@ -54,7 +60,9 @@ bool Outbox::accept(const Request& request) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   const auto outstanding = std::count_if(m_requests.begin(), m_requests.end(),
                                          [](const Request& r) { return !r.reply->isReleased(); });
-  if (outstanding >= kRequests) return false;
+  if (outstanding >= kRequests) {
+    return false;
+  }
   node.front().behind = m_lastSequence;
   m_requests.splice(m_requests.end(), node);
   return true;
@@ -74,13 +82,19 @@ std::optional<Outbox::Write> Outbox::takeWrite(quint64 before, bool bPassing) {
   const bool bQueued = m_next != m_queue.end();
   const Message* spare = m_room.first();
   const bool bFromRoom = spare != nullptr && (!bQueued || spare->sequence < m_next->sequence);
-  if (!bQueued && !bFromRoom) return std::nullopt;
+  if (!bQueued && !bFromRoom) {
+    return std::nullopt;
+  }
 
   const quint64 sequence = (bFromRoom ? *spare : *m_next).sequence;
   const Asked asked = firstUnsentRequest();
   const bool bAskedFirst = asked != m_requests.end() && asked->behind < sequence;
-  if (sequence >= before || (!bPassing && bAskedFirst)) return std::nullopt;
-  if (!bFromRoom) return m_next++;
+  if (sequence >= before || (!bPassing && bAskedFirst)) {
+    return std::nullopt;
+  }
+  if (!bFromRoom) {
+    return m_next++;
+  }
   m_room.moveFirst(m_queue, m_next);
   return std::prev(m_next);
 }
@@ -88,11 +102,15 @@ std::optional<Outbox::Write> Outbox::takeWrite(quint64 before, bool bPassing) {
 std::optional<Outbox::Asked> Outbox::takeRequest(bool bPassing) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   const Asked asked = firstUnsentRequest();
-  if (asked == m_requests.end()) return std::nullopt;
+  if (asked == m_requests.end()) {
+    return std::nullopt;
+  }
   const Message* spare = m_room.first();
   const bool bQueueFirst = m_next != m_queue.end() && m_next->sequence <= asked->behind;
   const bool bRoomFirst = spare != nullptr && spare->sequence <= asked->behind;
-  if (!bPassing && (bQueueFirst || bRoomFirst)) return std::nullopt;
+  if (!bPassing && (bQueueFirst || bRoomFirst)) {
+    return std::nullopt;
+  }
   asked->bSent = true;
   return asked;
 }
@@ -100,7 +118,9 @@ std::optional<Outbox::Asked> Outbox::takeRequest(bool bPassing) {
 void Outbox::settle(Write write, std::optional<Loss> loss) {
   std::list<Message> settled;  // released after the lock
   const std::lock_guard<std::mutex> lock(m_mutex);
-  if (write->isEdge()) m_raised.settle(*write);
+  if (write->isEdge()) {
+    m_raised.settle(*write);
+  }
   if (loss.has_value()) {
     lose(*write, *loss);
   } else {
@@ -126,7 +146,9 @@ std::list<Request> Outbox::takeRequestsIf(Predicate predicate) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   for (Asked asked = m_requests.begin(); asked != m_requests.end();) {
     const Asked candidate = asked++;
-    if (!candidate->bSent && predicate(*candidate)) taken.splice(taken.end(), m_requests, candidate);
+    if (!candidate->bSent && predicate(*candidate)) {
+      taken.splice(taken.end(), m_requests, candidate);
+    }
   }
   return taken;
 }
@@ -149,15 +171,18 @@ void Outbox::dropUnsent(bool keepOffEdges) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   std::list<Message> unsent;
   unsent.splice(unsent.end(), m_queue, m_next, m_queue.end());
-  while (m_room.first() != nullptr)
+  while (m_room.first() != nullptr) {
     m_room.moveFirst(unsent, unsent.end());
+  }
   unsent.sort([](const Message& a, const Message& b) { return a.sequence < b.sequence; });
   m_next = m_queue.end();
   while (!unsent.empty()) {
     const Message& message = unsent.front();
     if (keepOffEdges && message.isEdge() && !message.turnsOn()) {
       m_queue.splice(m_queue.end(), unsent, unsent.begin());
-      if (m_next == m_queue.end()) m_next = std::prev(m_queue.end());
+      if (m_next == m_queue.end()) {
+        m_next = std::prev(m_queue.end());
+      }
     } else {
       lose(message, Loss::Unload);
       dropped.splice(dropped.end(), unsent, unsent.begin());
@@ -170,7 +195,9 @@ Outbox::Gaps Outbox::takeGaps(Clock::time_point now, bool all) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   for (std::size_t cause = 0; cause < kLossCauses; ++cause) {
     Gap& gap = m_gaps[cause];
-    if (gap.count == 0 || (!all && now - gap.lastLoss < kGapPause)) continue;
+    if (gap.count == 0 || (!all && now - gap.lastLoss < kGapPause)) {
+      continue;
+    }
     ended.emplace_back(static_cast<Loss>(cause), std::exchange(gap, Gap{}));
   }
   return ended;

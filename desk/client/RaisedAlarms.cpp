@@ -8,7 +8,9 @@ void RaisedAlarms::note(const Message& edge) noexcept {
     m_alarms.erase(edge.alarmId);
     return;
   }
-  if (m_alarms.size() >= kAlarms) return;
+  if (m_alarms.size() >= kAlarms) {
+    return;
+  }
   try {
     m_alarms[edge.alarmId] = Raised{edge, false};
   } catch (const std::bad_alloc&) {
@@ -26,7 +28,9 @@ void RaisedAlarms::settle(const Message& message) {
 std::vector<Message> RaisedAlarms::settled() const {
   std::vector<Message> messages;
   for (const auto& alarm : m_alarms) {
-    if (alarm.second.bSettled) messages.push_back(alarm.second.message);
+    if (alarm.second.bSettled) {
+      messages.push_back(alarm.second.message);
+    }
   }
   std::sort(messages.begin(), messages.end(),
             [](const Message& a, const Message& b) { return a.sequence < b.sequence; });

@@ -12,9 +12,15 @@ namespace {
 const char* behindString(const char* position) {
   for (;;) {
     position += std::strcspn(position, "\"\\");
-    if (*position == '\0') return position;
-    if (*position++ == '"') return position;
-    if (*position != '\0') ++position;  // behind a backslash
+    if (*position == '\0') {
+      return position;
+    }
+    if (*position++ == '"') {
+      return position;
+    }
+    if (*position != '\0') {
+      ++position;  // behind a backslash
+    }
   }
 }
 
@@ -32,7 +38,9 @@ class Scan {
       } else if (character == '[' || character == '{') {
         found = open();
       } else if (character == ']' || character == '}') {
-        if (m_depth > 0) --m_depth;
+        if (m_depth > 0) {
+          --m_depth;
+        }
       } else if (character == ',') {
         m_name = {};
       }
@@ -47,18 +55,26 @@ class Scan {
   const char* passString() {
     const char* const content = m_position;
     m_position = behindString(content);
-    if (m_position[std::strspn(m_position, " \t\n\r")] != ':') return nullptr;
+    if (m_position[std::strspn(m_position, " \t\n\r")] != ':') {
+      return nullptr;
+    }
     m_name = std::string_view(content, static_cast<std::size_t>(m_position - content));
-    if (m_name.find('\\') != std::string_view::npos) return "has an escape in a member's name";
+    if (m_name.find('\\') != std::string_view::npos) {
+      return "has an escape in a member's name";
+    }
     const Names& seen = m_containers[m_depth];
     return std::find(seen.begin(), seen.end(), m_name) != seen.end() ? "names a member twice" : nullptr;
   }
 
   const char* open() {
-    if (m_depth == ReplyCheck::kDeepest) return "is nested too deep";
+    if (m_depth == ReplyCheck::kDeepest) {
+      return "is nested too deep";
+    }
     if (!m_name.empty()) {
       Names& seen = m_containers[m_depth];
-      if (seen.size() == ReplyCheck::kMostContainers) return "has too many lists in one object";
+      if (seen.size() == ReplyCheck::kMostContainers) {
+        return "has too many lists in one object";
+      }
       seen.push_back(m_name);
     }
     m_name = {};

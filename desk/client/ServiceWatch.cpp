@@ -57,7 +57,9 @@ void ServiceWatch::stop() {
 bool ServiceWatch::keep(Clock::time_point now) {
   bool bAnswering = true;
   for (StateQuery& query : m_queries) {
-    if (!m_owner.isEmpty() && query.due <= now) ask(query, now);
+    if (!m_owner.isEmpty() && query.due <= now) {
+      ask(query, now);
+    }
     bAnswering = bAnswering && query.calls.size() <= kMaximumUnanswered;
   }
   return bAnswering;
@@ -86,7 +88,9 @@ void ServiceWatch::findOwner() {
 void ServiceWatch::provokeStart() {
   const CallWriter call(m_connection.get(), kService, kEventListPath, kEventListInterface, "GetState");
   m_search = m_connection.call(call.message(), [this](sd_bus_message* reply) {
-    if (isError(reply) && m_owner.isEmpty()) m_bAbsent = true;
+    if (isError(reply) && m_owner.isEmpty()) {
+      m_bAbsent = true;
+    }
   });
 }
 
@@ -113,11 +117,15 @@ void ServiceWatch::ask(StateQuery& query, Clock::time_point now) {
 void ServiceWatch::onNameOwnerChanged(sd_bus_message* signal) {
   // The rule does not see to it: a signal that is addressed to us gets past its sender.
   const char* sender = sd_bus_message_get_sender(signal);
-  if (sender == nullptr || std::strcmp(sender, kBus) != 0) return;
+  if (sender == nullptr || std::strcmp(sender, kBus) != 0) {
+    return;
+  }
   const char* name = nullptr;
   const char* before = nullptr;
   const char* after = nullptr;
-  if (sd_bus_message_read(signal, "sss", &name, &before, &after) > 0) setOwner(after);
+  if (sd_bus_message_read(signal, "sss", &name, &before, &after) > 0) {
+    setOwner(after);
+  }
 }
 
 bool ServiceWatch::isFromOwner(sd_bus_message* signal) const {
@@ -133,10 +141,14 @@ void ServiceWatch::onEventListSignal(sd_bus_message* signal) {
 }
 
 void ServiceWatch::onAlarmListSignal(sd_bus_message* signal) {
-  if (!isFromOwner(signal)) return;
+  if (!isFromOwner(signal)) {
+    return;
+  }
   quint64 generation = 0;
   if (sd_bus_message_is_signal(signal, nullptr, "Changed") > 0) {
-    if (sd_bus_message_read(signal, "t", &generation) > 0) m_state.alarms.report(generation);
+    if (sd_bus_message_read(signal, "t", &generation) > 0) {
+      m_state.alarms.report(generation);
+    }
   } else if (sd_bus_message_is_signal(signal, nullptr, "SummaryChanged") > 0) {
     readSummary(signal);
   } else if (sd_bus_message_is_signal(signal, nullptr, "DetectorChanged") > 0) {
@@ -146,7 +158,9 @@ void ServiceWatch::onAlarmListSignal(sd_bus_message* signal) {
 
 bool ServiceWatch::readEventListState(sd_bus_message* reply) {
   quint64 generation = 0;
-  if (sd_bus_message_read(reply, "t", &generation) <= 0) return false;
+  if (sd_bus_message_read(reply, "t", &generation) <= 0) {
+    return false;
+  }
   m_state.events.report(generation);
   return true;
 }
@@ -162,7 +176,9 @@ bool ServiceWatch::readAlarmListState(sd_bus_message* reply) {
 
 bool ServiceWatch::readSummary(sd_bus_message* message) {
   std::array<int, 4> flags{};
-  if (sd_bus_message_read(message, "(bbbb)", &flags[0], &flags[1], &flags[2], &flags[3]) <= 0) return false;
+  if (sd_bus_message_read(message, "(bbbb)", &flags[0], &flags[1], &flags[2], &flags[3]) <= 0) {
+    return false;
+  }
   for (std::size_t i = 0; i < flags.size(); ++i) {
     m_state.flags[i].store(flags[i] != 0, std::memory_order_relaxed);
   }
@@ -171,7 +187,9 @@ bool ServiceWatch::readSummary(sd_bus_message* message) {
 
 bool ServiceWatch::readDetector(sd_bus_message* message) {
   int state = 0;
-  if (sd_bus_message_read(message, "b", &state) <= 0) return false;
+  if (sd_bus_message_read(message, "b", &state) <= 0) {
+    return false;
+  }
   m_state.flags[ListState::CentralDetector].store(state != 0, std::memory_order_relaxed);
   return true;
 }

@@ -20,8 +20,9 @@ constexpr char kTime[] = "TIME";
 
 QStringList textsOf(const Raw::Texts& utf8) {
   QStringList texts;
-  for (const std::string& text : utf8)
+  for (const std::string& text : utf8) {
     texts.append(QString::fromStdString(text));
+  }
   return texts;
 }
 
@@ -30,7 +31,9 @@ std::optional<bool> stateOf(bool yes, bool no) {
 }
 
 std::string complaintAboutTime(const std::string& text) {
-  if (EntryFilter::time(text, false).isValid()) return {};
+  if (EntryFilter::time(text, false).isValid()) {
+    return {};
+  }
   return "'" + text +
          "' is no time; use 2026-11-23, 2026-11-23T13:00, 13:00 (today) or 15m (ago; s, m, h, d)";
 }
@@ -39,8 +42,9 @@ std::string complaintAboutTime(const std::string& text) {
 void addListOptions(CLI::App* command, Arguments& arguments, Raw& raw) {
   static const Raw::Texts kTypes = [] {
     Raw::Texts names;
-    for (const QString& name : EntryFilter::typeNames())
+    for (const QString& name : EntryFilter::typeNames()) {
       names.push_back(name.toStdString());
+    }
     return names;
   }();
   command->add_option("--language", raw.language, "language of the descriptions, for example de");
@@ -93,8 +97,9 @@ void addCommands(CLI::App& app, Arguments& arguments, Raw& raw) {
       ->type_name("")
       ->required();
   CLI::App* detector = add("ack-detector", Command::AcknowledgeDetector, "Acknowledge the central detector");
-  for (CLI::App* command : {ack, detector})
+  for (CLI::App* command : {ack, detector}) {
     command->add_option("--user", raw.user, "who acknowledges")->type_name("NAME")->required();
+  }
 
   CLI::App* stats = add("stats", Command::Statistics,
                         "Show the counters and flags of the service and the books of its clients");
@@ -139,8 +144,9 @@ std::optional<Arguments> Arguments::parse(int argc, char** argv, int& exitCode) 
   arguments.user = QString::fromStdString(raw.user);
   arguments.alarmIds = textsOf(raw.alarmIds);
   EntryFilter& filter = arguments.filter;
-  for (const QString& name : textsOf(raw.types))
+  for (const QString& name : textsOf(raw.types)) {
     filter.types.append(EntryFilter::typeNames().indexOf(name));
+  }
   filter.keywords = textsOf(raw.keywords);
   filter.excludedKeywords = textsOf(raw.excludedKeywords);
   filter.since = EntryFilter::time(raw.since, false);

@@ -12,7 +12,9 @@ namespace {
 
 /** What a change reports where JSON is wanted; otherwise silence means done. */
 void confirm(const Arguments& arguments, const QString& done, const QJsonValue& what) {
-  if (arguments.json) printPiece(QJsonDocument(QJsonObject{{done, what}}).toJson());
+  if (arguments.json) {
+    printPiece(QJsonDocument(QJsonObject{{done, what}}).toJson());
+  }
 }
 
 /** The one identifier in the list that is meant: the whole of it, or its beginning as a table shows it. */
@@ -21,10 +23,16 @@ QString identifierOf(const QJsonArray& list, const QString& given) {
   QStringList beginning;
   for (const QJsonValue& alarm : list) {
     QString id = alarm.toObject().value(EventlistHandlerDefinitions::getListColumnNameAlarmID()).toString();
-    if (id == given) return id;
-    if (given.size() >= kShortest && id.startsWith(given)) beginning += id;
+    if (id == given) {
+      return id;
+    }
+    if (given.size() >= kShortest && id.startsWith(given)) {
+      beginning += id;
+    }
   }
-  if (beginning.size() == 1) return beginning.first();
+  if (beginning.size() == 1) {
+    return beginning.first();
+  }
   throw ClientError((beginning.isEmpty() ? "no alarm with the identifier " : "several alarms begin with ") +
                     given.toStdString() + "; nothing acknowledged");
 }
@@ -33,8 +41,9 @@ QString identifierOf(const QJsonArray& list, const QString& given) {
 void acknowledge(ListClient& client, const Arguments& arguments) {
   const QJsonArray list = entriesOf(client.alarms(QString()));
   QStringList ids;
-  for (const QString& given : arguments.alarmIds)
+  for (const QString& given : arguments.alarmIds) {
     ids += identifierOf(list, given);
+  }
   client.acknowledgeAlarms(ids, arguments.user);
   confirm(arguments, QStringLiteral("acknowledged"), QJsonArray::fromStringList(ids));
 }
@@ -43,7 +52,9 @@ void acknowledge(ListClient& client, const Arguments& arguments) {
 
 void runCommand(const Arguments& arguments) {
   // The doctor has to find out whether there is a bus at all.
-  if (arguments.command == Arguments::Command::Doctor) return Doctor::examine(arguments.json);
+  if (arguments.command == Arguments::Command::Doctor) {
+    return Doctor::examine(arguments.json);
+  }
   ListClient client;
   switch (arguments.command) {
     case Arguments::Command::Events:

@@ -30,9 +30,10 @@ struct Finding {
 
 QString examineService(ListClient& client) {
   const QString owner = client.owner();
-  if (owner.isEmpty())
+  if (owner.isEmpty()) {
     throw ClientError("nobody owns " + std::string(ListServiceNames::kService) +
                       ": start tavroline-listd on this bus");
+  }
   return QStringLiteral("%1 is owned by %2").arg(QLatin1String(ListServiceNames::kService), owner);
 }
 
@@ -43,15 +44,17 @@ QString examineVersion(ListClient& client) {
   QStringList found;
   for (const List list : {List::Events, List::Alarms}) {
     auto match = offered.globalMatch(client.introspect(list));
-    while (match.hasNext())
+    while (match.hasNext()) {
       found += match.next().captured(1);
+    }
   }
   const QString spoken = QLatin1String(ListServiceNames::kEventListInterface) + QStringLiteral(", ") +
                          QLatin1String(ListServiceNames::kAlarmListInterface);
   QString names = found.join(QStringLiteral(", "));
-  if (names != spoken)
+  if (names != spoken) {
     throw ClientError("the service offers " + names.toStdString() + ", this program speaks " +
                       spoken.toStdString() + ": use programs of the same version");
+  }
   return names;
 }
 
@@ -61,10 +64,12 @@ QString examinePolicy(ListClient& client) {
       {List::Events, "Log", "change the event list"},
       {List::Alarms, "GetState", "read the alarm list"},
       {List::Alarms, "AcknowledgeAlarms", "change the alarm list"}};
-  for (const auto& [list, method, meaning] : calls)
-    if (!client.mayCall(list, method))
+  for (const auto& [list, method, meaning] : calls) {
+    if (!client.mayCall(list, method)) {
       throw ClientError("the bus forbids this user to " + std::string(meaning) +
                         ": join the group that its policy allows, or allow the service's interfaces there");
+    }
+  }
   return QStringLiteral("this user may read and change both lists");
 }
 
@@ -72,8 +77,9 @@ QString examinePolicy(ListClient& client) {
 QString examineClock() {
   const QDateTime now = QDateTime::currentDateTime();
   // No machine that runs this stood before 2026; from 2106 on a DATE_AND_TIME of the PLC starts anew.
-  if (now.date().year() < 2026 || now.date().year() >= 2106)
+  if (now.date().year() < 2026 || now.date().year() >= 2106) {
     throw ClientError("the clock says " + now.toString(Qt::ISODate).toStdString() + ": set it");
+  }
   timex state{};
   const bool synchronised = adjtimex(&state) != TIME_ERROR;
   return now.toOffsetFromUtc(now.offsetFromUtc()).toString(Qt::ISODate) +
@@ -97,7 +103,9 @@ std::vector<Finding> examineAll() {
     const bool possible = findings.empty() || findings.back().well;
     Finding finding{name, possible, QStringLiteral("not examined, because of the line above")};
     try {
-      if (possible) finding.text = check();
+      if (possible) {
+        finding.text = check();
+      }
     } catch (const Forbidden&) {  // of the calls here only this one says so by an exception
       finding.well = false;
       finding.text = QStringLiteral(
@@ -137,5 +145,7 @@ void Doctor::examine(bool json) {
              '\n';
   }
   printPiece(json ? QJsonDocument(document).toJson() : lines);
-  if (!well) throw ClientError("not everything is well");
+  if (!well) {
+    throw ClientError("not everything is well");
+  }
 }

@@ -13,7 +13,9 @@ using Keys = EventlistHandlerDefinitions;
 QDateTime ago(const QString& text) {
   static const QRegularExpression form(QStringLiteral("^([0-9]{1,6})([smhd])$"));
   const auto match = form.match(text);
-  if (!match.hasMatch()) return {};
+  if (!match.hasMatch()) {
+    return {};
+  }
   const char unit = match.captured(2).at(0).toLatin1();
   const qint64 seconds = unit == 's' ? 1 : unit == 'm' ? 60 : unit == 'h' ? 3600 : 86400;
   return QDateTime::currentDateTime().addSecs(-match.captured(1).toLongLong() * seconds);
@@ -49,8 +51,12 @@ bool EntryFilter::passes(const QJsonObject& entry) const {
 QJsonArray EntryFilter::passing(const QJsonArray& entries, quint32 count) const {
   QJsonArray result;
   for (const QJsonValue& entry : entries) {
-    if (count != 0 && static_cast<quint32>(result.size()) == count) break;
-    if (passes(entry.toObject())) result.append(entry);
+    if (count != 0 && static_cast<quint32>(result.size()) == count) {
+      break;
+    }
+    if (passes(entry.toObject())) {
+      result.append(entry);
+    }
   }
   return result;
 }
@@ -64,9 +70,13 @@ const QStringList& EntryFilter::typeNames() {
 QDateTime EntryFilter::time(const std::string& text, bool atEnd) {
   const QString words = QString::fromStdString(text).trimmed().replace(QLatin1Char(' '), QLatin1Char('T'));
   const QDate day = QDate::fromString(words, Qt::ISODate);
-  if (day.isValid()) return atEnd ? day.endOfDay() : day.startOfDay();
+  if (day.isValid()) {
+    return atEnd ? day.endOfDay() : day.startOfDay();
+  }
   const QTime clock = QTime::fromString(words, Qt::ISODate);
-  if (clock.isValid()) return {QDate::currentDate(), clock};
+  if (clock.isValid()) {
+    return {QDate::currentDate(), clock};
+  }
   const QDateTime both = QDateTime::fromString(words, Qt::ISODateWithMs);
   return both.isValid() ? both : ago(words);
 }

@@ -15,7 +15,9 @@ using namespace ListServiceNames;
 namespace {
 
 void check(int result) {
-  if (result < 0) throw ClientError(std::string("the bus failed: ") + std::strerror(-result));
+  if (result < 0) {
+    throw ClientError(std::string("the bus failed: ") + std::strerror(-result));
+  }
 }
 
 QByteArray bytes(const QString& text) {
@@ -49,9 +51,12 @@ class BusError {
         sd_bus_error_has_name(&m_error, SD_BUS_ERROR_NO_REPLY) > 0) {
       throw NoService("no list service runs on this bus; start tavroline-listd");
     }
-    if (sd_bus_error_has_name(&m_error, SD_BUS_ERROR_ACCESS_DENIED) > 0)
+    if (sd_bus_error_has_name(&m_error, SD_BUS_ERROR_ACCESS_DENIED) > 0) {
       throw Forbidden("the bus forbids this call to this user; tavroline-ctl doctor says more");
-    if (result == -ETIMEDOUT) throw ClientError("the service did not answer in time");
+    }
+    if (result == -ETIMEDOUT) {
+      throw ClientError("the service did not answer in time");
+    }
     throw ClientError(std::string("the service refused: ") +
                       (m_error.message != nullptr ? m_error.message : std::strerror(-result)));
   }
@@ -70,9 +75,10 @@ int onChange(sd_bus_message*, void* changed, sd_bus_error*) {
 ListClient::ListClient() : m_session(QUuid::createUuid().toByteArray()) {
   sd_bus* bus = nullptr;
   const int result = sd_bus_open_system(&bus);
-  if (result < 0)
+  if (result < 0) {
     throw NoBus("no connection to the bus at " + busAddress().toStdString() + ": " + std::strerror(-result) +
                 "; start it, or set DBUS_SYSTEM_BUS_ADDRESS");
+  }
   m_bus.reset(bus);
 }
 
@@ -128,7 +134,9 @@ ListClient::Message ListClient::call(const Message& request) {
   BusError error;
   sd_bus_message* reply = nullptr;
   const int result = sd_bus_call(m_bus.get(), request.get(), 0, error.get(), &reply);
-  if (result < 0) error.raise(result);
+  if (result < 0) {
+    error.raise(result);
+  }
   return Message(reply);
 }
 
@@ -140,7 +148,9 @@ QByteArray ListClient::readText(const Message& reply) {
 
 QJsonObject ListClient::readList(const Message& request) {
   const auto list = QJsonDocument::fromJson(readText(call(request)));
-  if (!list.isObject()) throw ClientError("the service answered with something that is no list");
+  if (!list.isObject()) {
+    throw ClientError("the service answered with something that is no list");
+  }
   return list.object();
 }
 
@@ -150,8 +160,9 @@ QJsonObject ListClient::readFigures(const Message& reply) {
   const char* name = nullptr;
   quint64 value = 0;
   check(sd_bus_message_enter_container(reply.get(), SD_BUS_TYPE_ARRAY, "{st}"));
-  while (sd_bus_message_read(reply.get(), "{st}", &name, &value) > 0)
+  while (sd_bus_message_read(reply.get(), "{st}", &name, &value) > 0) {
     figures.insert(QString::fromUtf8(name), static_cast<double>(value));
+  }
   check(sd_bus_message_exit_container(reply.get()));
   return figures;
 }
@@ -211,8 +222,9 @@ void ListClient::deleteEvents() {
 void ListClient::acknowledgeAlarms(const QStringList& alarmIds, const QString& user) {
   const Message request = newChange(List::Alarms, "AcknowledgeAlarms");
   check(sd_bus_message_open_container(request.get(), SD_BUS_TYPE_ARRAY, "s"));
-  for (const QString& id : alarmIds)
+  for (const QString& id : alarmIds) {
     check(sd_bus_message_append(request.get(), "s", bytes(id).constData()));
+  }
   check(sd_bus_message_close_container(request.get()));
   check(sd_bus_message_append(request.get(), "s", bytes(user).constData()));
   call(request);
@@ -237,7 +249,9 @@ void ListClient::waitForChange() {
   while (!m_changed) {
     const int handled = sd_bus_process(m_bus.get(), nullptr);
     check(handled);
-    if (handled == 0) check(sd_bus_wait(m_bus.get(), UINT64_MAX));
+    if (handled == 0) {
+      check(sd_bus_wait(m_bus.get(), UINT64_MAX));
+    }
   }
   m_changed = false;
 }

@@ -23,12 +23,16 @@ class EventFollower {
   QJsonArray next() {
     constexpr quint32 kUsual = 100;
     QJsonArray list = entriesOf(m_client.events(m_language, kUsual));
-    if (list.size() == static_cast<int>(kUsual) && idOf(list.last()) > idOf(m_last))
+    if (list.size() == static_cast<int>(kUsual) && idOf(list.last()) > idOf(m_last)) {
       list = entriesOf(m_client.events(m_language, 0));
+    }
     QJsonArray result;
-    for (int i = firstKnown(list) - 1; i >= 0; --i)
+    for (int i = firstKnown(list) - 1; i >= 0; --i) {
       result.append(list.at(i));
-    if (!list.isEmpty()) m_last = list.first();
+    }
+    if (!list.isEmpty()) {
+      m_last = list.first();
+    }
     return result;
   }
 
@@ -65,8 +69,9 @@ template <class Update>
 
 QJsonArray entriesOf(const QJsonObject& reply) {
   const int omitted = reply.value(QStringLiteral("Omitted")).toInt();
-  if (omitted > 0)
+  if (omitted > 0) {
     std::fprintf(stderr, "tavroline-ctl: %d older entries did not fit into the service's reply\n", omitted);
+  }
   return reply.value(Keys::getListDataName()).toArray();
 }
 
@@ -81,8 +86,9 @@ void showEvents(ListClient& client, const Arguments& arguments) {
   client.subscribe(ListClient::List::Events);
   EventFollower follower(client, arguments.language);
   QJsonArray first = filter.passing(follower.next());
-  while (arguments.count != 0 && static_cast<quint32>(first.size()) > arguments.count)
+  while (arguments.count != 0 && static_cast<quint32>(first.size()) > arguments.count) {
     first.removeFirst();
+  }
   view.showMore(first);
   follow(client, [&] { view.showMore(filter.passing(follower.next())); });
 }

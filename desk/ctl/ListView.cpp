@@ -65,13 +65,16 @@ const QVector<Column>& columnsOf(ListClient::List list) {
 
 TextTable tableOf(ListClient::List list) {
   QVector<TextTable::Column> heads;
-  for (const Column& column : columnsOf(list))
+  for (const Column& column : columnsOf(list)) {
     heads += column.head;
+  }
   return {heads, Terminal::ofStandardOutput()};
 }
 
 Terminal::Colour colourOf(const QJsonObject& entry, ListClient::List list) {
-  if (list == ListClient::List::Alarms && !isActive(entry)) return Terminal::Colour::None;
+  if (list == ListClient::List::Alarms && !isActive(entry)) {
+    return Terminal::Colour::None;
+  }
   switch (entry.value(Keys::getListColumnNameEventType()).toInt()) {
     case EventlistHandlerEnums::EventTypeAlarm:
       return Terminal::Colour::Red;
@@ -115,16 +118,18 @@ void ListView::showMore(const QJsonArray& entries) {
     addRows(entries);
     return;
   }
-  for (const QJsonValue& entry : entries)
+  for (const QJsonValue& entry : entries) {
     printPiece(QJsonDocument(entry.toObject()).toJson(QJsonDocument::Compact) + '\n');
+  }
 }
 
 void ListView::addRows(const QJsonArray& entries) {
   for (const QJsonValue& value : entries) {
     const QJsonObject entry = value.toObject();
     QStringList row;
-    for (const Column& column : columnsOf(m_list))
+    for (const Column& column : columnsOf(m_list)) {
       row += column.cell(entry);
+    }
     m_table.addRow(row, colourOf(entry, m_list));
   }
   printPiece(m_table.takeUtf8());

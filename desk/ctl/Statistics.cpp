@@ -38,9 +38,11 @@ Reading read(ListClient& client) {
 /** Add to `now` what its counts have grown by per second since `before`. */
 void addRates(QJsonObject& now, const QJsonObject& before, double seconds) {
   QJsonObject rates;
-  for (const QString& name : kCounts)
-    if (now.contains(name) && before.contains(name))
+  for (const QString& name : kCounts) {
+    if (now.contains(name) && before.contains(name)) {
       rates.insert(name, (now.value(name).toDouble() - before.value(name).toDouble()) / seconds);
+    }
+  }
   now.insert(kRates, rates);
 }
 
@@ -51,9 +53,11 @@ void addRates(Reading& now, const Reading& before) {
   const QJsonArray past = before.figures.value(kBooks).toArray();
   for (const QJsonValue value : present) {
     QJsonObject book = value.toObject();
-    for (const QJsonValue earlier : past)
-      if (earlier.toObject().value(kSession) == book.value(kSession))
+    for (const QJsonValue earlier : past) {
+      if (earlier.toObject().value(kSession) == book.value(kSession)) {
         addRates(book, earlier.toObject(), seconds);
+      }
+    }
     books.append(book);
   }
   addRates(now.figures, before.figures, seconds);
@@ -61,7 +65,9 @@ void addRates(Reading& now, const Reading& before) {
 }
 
 QString figure(const QJsonValue& value) {
-  if (value.isBool()) return QLatin1String(value.toBool() ? "yes" : "no");
+  if (value.isBool()) {
+    return QLatin1String(value.toBool() ? "yes" : "no");
+  }
   return QString::number(value.toDouble(), 'f', 0);
 }
 
@@ -73,9 +79,11 @@ QString rate(const QJsonObject& figures, const QString& name) {
 QByteArray counterTable(const QJsonObject& figures) {
   TextTable table({{QStringLiteral("COUNTER")}, {QStringLiteral("VALUE")}, {QStringLiteral("PER SECOND")}},
                   Terminal::ofStandardOutput());
-  for (auto row = figures.begin(); row != figures.end(); ++row)
-    if (!row->isArray() && !row->isObject())
+  for (auto row = figures.begin(); row != figures.end(); ++row) {
+    if (!row->isArray() && !row->isObject()) {
       table.addRow({row.key(), figure(*row), rate(figures, row.key())});
+    }
+  }
   return table.takeUtf8();
 }
 
@@ -87,8 +95,9 @@ QByteArray bookTable(const QJsonArray& books, bool rates) {
   // 80 characters are enough for either of the two.
   QVector<TextTable::Column> columns{{QStringLiteral("SESSION"), 10},
                                      {rates ? QStringLiteral("DELIV./S") : QStringLiteral("REPORTED"), 0}};
-  for (const QString& name : kShown)
+  for (const QString& name : kShown) {
     columns.append({name.toUpper(), 0});
+  }
   TextTable table(columns, Terminal::ofStandardOutput());
   for (const QJsonValue value : books) {
     const QJsonObject book = value.toObject();
@@ -96,8 +105,9 @@ QByteArray bookTable(const QJsonArray& books, bool rates) {
         QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(book.value(kReported).toDouble()));
     QStringList row{book.value(kSession).toString(),
                     rates ? rate(book, kShown.at(1)) : reported.toString(QStringLiteral("HH:mm:ss"))};
-    for (const QString& name : kShown)
+    for (const QString& name : kShown) {
       row += figure(book.value(name));
+    }
     const bool lost = book.value(kShown.at(4)).toDouble() + book.value(kShown.at(5)).toDouble() > 0;
     table.addRow(row, lost ? Terminal::Colour::Yellow : Terminal::Colour::None);
   }
@@ -120,7 +130,9 @@ void show(const Reading& reading, const Arguments& arguments) {
 
 void showStatistics(ListClient& client, const Arguments& arguments) {
   Reading before = read(client);
-  if (arguments.interval == 0) return show(before, arguments);
+  if (arguments.interval == 0) {
+    return show(before, arguments);
+  }
   do {
     std::this_thread::sleep_for(std::chrono::seconds(arguments.interval));
     Reading now = read(client);

@@ -5,9 +5,13 @@
 
 Terminal Terminal::ofStandardOutput() {
   Terminal terminal;
-  if (isatty(STDOUT_FILENO) == 0) return terminal;
+  if (isatty(STDOUT_FILENO) == 0) {
+    return terminal;
+  }
   winsize size{};
-  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0) terminal.width = size.ws_col;
+  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0) {
+    terminal.width = size.ws_col;
+  }
   terminal.colours = qEnvironmentVariableIsEmpty("NO_COLOR") && qgetenv("TERM") != "dumb";
   return terminal;
 }

@@ -15,7 +15,9 @@ QString printable(QString cell) {
 
 /** The text in exactly so many characters. */
 QString fitted(const QString& text, int width) {
-  if (text.size() <= width) return text.leftJustified(width);
+  if (text.size() <= width) {
+    return text.leftJustified(width);
+  }
   return text.left(width - 1) + QChar(0x2026);
 }
 
@@ -24,27 +26,33 @@ QString fitted(const QString& text, int width) {
 TextTable::TextTable(const QVector<Column>& columns, const Terminal& terminal)
     : m_columns(columns), m_terminal(terminal), m_widths(columns.size()) {
   QStringList titles;
-  for (const Column& column : columns)
+  for (const Column& column : columns) {
     titles += column.title;
+  }
   addRow(titles, Terminal::Colour::Bold);
 }
 
 void TextTable::addRow(const QStringList& cells, Terminal::Colour colour) {
   QStringList row;
   std::transform(cells.begin(), cells.end(), std::back_inserter(row), printable);
-  for (int i = 0; i < row.size(); ++i)
+  for (int i = 0; i < row.size(); ++i) {
     m_widths[i] = qMax(m_widths.at(i), row.at(i).size());
+  }
   m_rows.append({row, colour});
 }
 
 QVector<int> TextTable::fittingWidths() const {
   QVector<int> widths = m_widths;
-  if (m_terminal.width == 0) return widths;
+  if (m_terminal.width == 0) {
+    return widths;
+  }
   const int gaps = kGap * (static_cast<int>(widths.size()) - 1);
   int excess = std::accumulate(widths.begin(), widths.end(), gaps) - m_terminal.width;
   for (int i = 0; i < widths.size(); ++i) {
     const int least = m_columns.at(i).least;
-    if (least == 0) continue;
+    if (least == 0) {
+      continue;
+    }
     const int cut = qBound(0, excess, qMax(0, widths.at(i) - least));
     widths[i] -= cut;
     excess -= cut;
@@ -57,12 +65,16 @@ QByteArray TextTable::takeUtf8() {
   QByteArray text;
   for (const Row& row : qAsConst(m_rows)) {
     QString line;
-    for (int i = 0; i < row.cells.size(); ++i)
+    for (int i = 0; i < row.cells.size(); ++i) {
       line += fitted(row.cells.at(i), widths.at(i)) + QString(kGap, QLatin1Char(' '));
-    while (line.endsWith(QLatin1Char(' ')))
+    }
+    while (line.endsWith(QLatin1Char(' '))) {
       line.chop(1);
+    }
     // A terminal narrower than all least widths together: better cut than wrapped.
-    if (m_terminal.width != 0) line.truncate(m_terminal.width);
+    if (m_terminal.width != 0) {
+      line.truncate(m_terminal.width);
+    }
     text += m_terminal.coloured(line.toUtf8(), row.colour) + '\n';
   }
   m_rows.clear();

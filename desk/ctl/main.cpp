@@ -7,7 +7,9 @@
 int main(int argc, char** argv) {
   int exitCode = Arguments::ExitDone;
   const auto arguments = Arguments::parse(argc, argv, exitCode);
-  if (!arguments) return exitCode;
+  if (!arguments) {
+    return exitCode;
+  }
   const auto complain = [](const std::exception& error, Arguments::Exit code) {
     std::fprintf(stderr, "tavroline-ctl: %s\n", error.what());
     return code;

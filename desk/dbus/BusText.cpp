@@ -13,7 +13,9 @@ int acceptedUnits(const QChar* units, int position, int size) {
   if (!unit.isSurrogate()) {
     return unit.isNull() || unit.isNonCharacter() ? -1 : 1;
   }
-  if (!unit.isHighSurrogate() || position + 1 >= size || !units[position + 1].isLowSurrogate()) return -1;
+  if (!unit.isHighSurrogate() || position + 1 >= size || !units[position + 1].isLowSurrogate()) {
+    return -1;
+  }
   return QChar::isNonCharacter(QChar::surrogateToUcs4(unit, units[position + 1])) ? -2 : 2;
 }
 
@@ -25,10 +27,14 @@ QString busText(const QString& text) {
   int clean = 0;
   while (clean < size) {
     const int step = isUsual(units[clean]) ? 1 : acceptedUnits(units, clean, size);
-    if (step < 0) break;
+    if (step < 0) {
+      break;
+    }
     clean += step;
   }
-  if (clean >= size) return text;
+  if (clean >= size) {
+    return text;
+  }
 
   QString result = text.left(clean);
   result.reserve(size);

@@ -26,7 +26,9 @@ void CallMeter::use() {
 void CallMeter::note(std::size_t function, std::uint64_t nanoseconds) {
   Record& record = m_records[function];
   record.calls.fetch_add(1, std::memory_order_relaxed);
-  if (m_period != 0 && nanoseconds > m_period) record.overruns.fetch_add(1, std::memory_order_relaxed);
+  if (m_period != 0 && nanoseconds > m_period) {
+    record.overruns.fetch_add(1, std::memory_order_relaxed);
+  }
   std::uint64_t longest = record.longestNanoseconds.load(std::memory_order_relaxed);
   while (nanoseconds > longest && !record.longestNanoseconds.compare_exchange_weak(longest, nanoseconds)) {
   }
@@ -36,7 +38,9 @@ CallMonitor::CallMonitor(const ComponentManager& component, bool metering, const
     : m_component(component), m_metering(metering) {
   if (!traceFile.empty()) {
     m_traceFile.reset(std::fopen(traceFile.c_str(), "we"));
-    if (!m_traceFile) throw std::runtime_error("cannot open the trace file " + traceFile);
+    if (!m_traceFile) {
+      throw std::runtime_error("cannot open the trace file " + traceFile);
+    }
   }
   m_meters.emplace_back("(outside)", 0);
   s_monitor = this;
@@ -63,9 +67,13 @@ ExternalFunction CallMonitor::wrapperAt(std::size_t wanted, std::index_sequence<
 
 ExternalFunction CallMonitor::find(const std::string& name) const {
   const auto& functions = m_component.functions();
-  if (m_metering || m_traceFile)
-    for (std::size_t i = 0; i < functions.size() && i < CallMeter::kFunctions; ++i)
-      if (functions[i].name == name) return wrapperAt(i, std::make_index_sequence<CallMeter::kFunctions>());
+  if (m_metering || m_traceFile) {
+    for (std::size_t i = 0; i < functions.size() && i < CallMeter::kFunctions; ++i) {
+      if (functions[i].name == name) {
+        return wrapperAt(i, std::make_index_sequence<CallMeter::kFunctions>());
+      }
+    }
+  }
   return m_component.find(name);
 }
 
@@ -76,7 +84,9 @@ void CallMonitor::call(std::size_t index, void* parameters) {
   const std::uint64_t nanoseconds = now() - start;
   CallMeter& meter = t_meter != nullptr ? *t_meter : m_meters.front();
   meter.note(index, nanoseconds);
-  if (m_traceFile) trace(meter.task(), function.name, nanoseconds, parameters);
+  if (m_traceFile) {
+    trace(meter.task(), function.name, nanoseconds, parameters);
+  }
 }
 
 void CallMonitor::trace(const std::string& task, const std::string& function, std::uint64_t nanoseconds,

@@ -17,8 +17,9 @@ ComponentManager* s_entering = nullptr;
 void unusedService() {}
 
 void check(const char* step, RTS_RESULT result) {
-  if (result != kOk)
+  if (result != kOk) {
     throw std::runtime_error(std::string("the component failed at ") + step + ": " + std::to_string(result));
+  }
 }
 
 }  // namespace
@@ -30,8 +31,9 @@ ComponentManager::ComponentManager(const std::string& path) : m_library(path) {
   m_record.pfGetApi = getApi;
   check("its entry", static_cast<RTS_RESULT>(enter(&m_record)));
   if (m_record.pfImportFunctions == nullptr || m_record.pfExportFunctions == nullptr ||
-      m_record.pfHookFunction == nullptr || m_record.pfGetVersion == nullptr)
+      m_record.pfHookFunction == nullptr || m_record.pfGetVersion == nullptr) {
     throw std::runtime_error("the component left a function of its init record empty");
+  }
   check("import", m_record.pfImportFunctions());
 
   s_entering = this;
@@ -52,15 +54,19 @@ void ComponentManager::communicationCycle() const {
 
 RTS_RESULT ComponentManager::registerApi(const ExternalFunctionEntry* table, std::uintptr_t,
                                          std::uintptr_t external, std::uintptr_t componentId) {
-  if (table == nullptr || s_entering == nullptr || componentId != s_entering->m_record.ulComponentId)
+  if (table == nullptr || s_entering == nullptr || componentId != s_entering->m_record.ulComponentId) {
     return kRefused;
+  }
   for (const ExternalFunctionEntry* row = table; *row->pszName != '\0'; ++row) {
-    if (row->pfFunction == nullptr || s_entering->find(row->pszName) != nullptr) return kRefused;
+    if (row->pfFunction == nullptr || s_entering->find(row->pszName) != nullptr) {
+      return kRefused;
+    }
     // Only external functions are looked up by programs; a table for other components has no reader here.
-    if (external != 0)
+    if (external != 0) {
       s_entering->m_functions.push_back({row->pszName, row->pfFunction,
                                          static_cast<std::uint32_t>(row->ulSignatureId),
                                          static_cast<std::uint32_t>(row->ulVersion)});
+    }
   }
   return kOk;
 }
@@ -68,7 +74,9 @@ RTS_RESULT ComponentManager::registerApi(const ExternalFunctionEntry* table, std
 RTS_RESULT ComponentManager::getApi(const char* name, void** variable, std::uintptr_t, std::uintptr_t,
                                     std::uintptr_t) {
   void* found = RuntimeFunctions::find(name);
-  if (found == nullptr) return kRefused;
+  if (found == nullptr) {
+    return kRefused;
+  }
   *variable = found;
   return kOk;
 }

@@ -18,7 +18,9 @@ EndRequest::EndRequest() {
   pthread_sigmask(SIG_BLOCK, &signals, &m_maskBefore);
   m_signals = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
   m_finished = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-  if (m_signals < 0 || m_finished < 0) throw std::runtime_error("no descriptors left");
+  if (m_signals < 0 || m_finished < 0) {
+    throw std::runtime_error("no descriptors left");
+  }
 }
 
 EndRequest::~EndRequest() {
@@ -29,7 +31,9 @@ EndRequest::~EndRequest() {
 void EndRequest::finish(int status) {
   int none = kNone;
   // The exit status of a process is one byte, and never negative: so no status is taken for "none".
-  if (m_status.compare_exchange_strong(none, status & 0xff)) eventfd_write(m_finished, 1);
+  if (m_status.compare_exchange_strong(none, status & 0xff)) {
+    eventfd_write(m_finished, 1);
+  }
 }
 
 int EndRequest::wait(std::optional<unsigned> seconds) {

@@ -38,7 +38,9 @@ static void addQuoted(std::string& text, const RTS_IEC_STRING* characters, std::
   text += '"';
   for (std::size_t i = 0; i < capacity && characters[i] != '\0'; ++i) {
     const auto byte = static_cast<unsigned char>(characters[i]);
-    if (byte == '"' || byte == '\\') text += '\\';
+    if (byte == '"' || byte == '\\') {
+      text += '\\';
+    }
     text += byte < 0x20 || byte == 0x7f ? ' ' : characters[i];
   }
   text += '"';
@@ -89,18 +91,20 @@ static void addPointer(std::string& text, void* handle) {
 
 template <typename Target>
 static void addPointer(std::string& text, const Target* target) {
-  if (target == nullptr)
+  if (target == nullptr) {
     text += "null";
-  else
+  } else {
     add(text, *target);
+  }
 }
 
 template <typename Character>
 static void addText(std::string& text, const Character* characters) {
-  if (characters == nullptr)
+  if (characters == nullptr) {
     text += "null";
-  else
+  } else {
     addQuoted(text, characters, SIZE_MAX);
+  }
 }
 
 static void addPointer(std::string& text, const RTS_IEC_STRING* characters) {
@@ -113,12 +117,15 @@ static void addPointer(std::string& text, const RTS_IEC_WSTRING* units) {
 
 template <typename Field>
 static void addField(std::string& text, const char* name, const Field& field) {
-  if (text.back() != '{') text += ", ";
+  if (text.back() != '{') {
+    text += ", ";
+  }
   (text += name) += '=';
-  if constexpr (std::is_pointer_v<Field>)
+  if constexpr (std::is_pointer_v<Field>) {
     addPointer(text, field);
-  else
+  } else {
     add(text, field);
+  }
 }
 
 /** The elements of an array within its bounds, the first ones; `addElement` shows one by its number. */
@@ -130,11 +137,17 @@ static void addArray(std::string& text, const char* name, const __ARRAY__DIM__IN
   (text += text.back() != '{' ? ", " : "") += name;
   text += first == nullptr ? "=null" : "=[";
   for (std::int64_t i = 0; i < count && i < kShown; ++i) {
-    if (i > 0) text += ", ";
+    if (i > 0) {
+      text += ", ";
+    }
     addElement(static_cast<std::size_t>(i));
   }
-  if (count > kShown) text += ", ...";
-  if (first != nullptr) text += ']';
+  if (count > kShown) {
+    text += ", ...";
+  }
+  if (first != nullptr) {
+    text += ']';
+  }
 }
 
 // clang-format off

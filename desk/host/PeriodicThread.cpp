@@ -32,7 +32,9 @@ void PeriodicThread::requestStop() {
 }
 
 void PeriodicThread::join() {
-  if (m_thread.joinable()) m_thread.join();
+  if (m_thread.joinable()) {
+    m_thread.join();
+  }
 }
 
 bool PeriodicThread::waitUntil(Clock::time_point due) {

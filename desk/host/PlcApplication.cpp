@@ -5,12 +5,15 @@
 PlcApplication::PlcApplication(const std::string& path, CallMonitor& monitor, EndRequest& end)
     : m_monitor(monitor), m_end(end), m_runtime{this, findFunction, finish}, m_library(path) {
   const auto entry = m_library.function<PlcProgramMainFunction>("PlcProgramMain");
-  if (const int refused = entry(&m_runtime, &m_program))
+  if (const int refused = entry(&m_runtime, &m_program)) {
     throw std::runtime_error(path + " refuses to start: " + std::to_string(refused));
-  for (std::size_t i = 0; i < m_program.taskCount; ++i)
+  }
+  for (std::size_t i = 0; i < m_program.taskCount; ++i) {
     if (const PlcTask& task = m_program.tasks[i];
-        task.name == nullptr || task.cycle == nullptr || task.periodMilliseconds == 0)
+        task.name == nullptr || task.cycle == nullptr || task.periodMilliseconds == 0) {
       throw std::runtime_error(path + ": a task needs a name, a function and a period");
+    }
+  }
 }
 
 PlcApplication::~PlcApplication() {
@@ -29,13 +32,19 @@ void PlcApplication::start() {
 }
 
 void PlcApplication::stop() {
-  if (m_stopped) return;
+  if (m_stopped) {
+    return;
+  }
   m_stopped = true;
-  for (PeriodicThread& task : m_tasks)
+  for (PeriodicThread& task : m_tasks) {
     task.requestStop();
-  for (PeriodicThread& task : m_tasks)
+  }
+  for (PeriodicThread& task : m_tasks) {
     task.join();
-  if (m_program.stop != nullptr) m_program.stop(m_program.state);
+  }
+  if (m_program.stop != nullptr) {
+    m_program.stop(m_program.state);
+  }
 }
 
 ExternalFunction PlcApplication::findFunction(void* context, const char* name) {

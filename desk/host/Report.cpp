@@ -19,7 +19,9 @@ void Report::printCalls(const CallMonitor& monitor) {
   for (const CallMeter& meter : monitor.meters()) {
     for (std::size_t i = 0; i < functions.size() && i < CallMeter::kFunctions; ++i) {
       const CallMeter::Record& record = meter.record(i);
-      if (record.calls == 0) continue;
+      if (record.calls == 0) {
+        continue;
+      }
       std::printf("%-20s  %-32s  %8" PRIu64 "  %8" PRIu64 "  %10" PRIu64 "\n", meter.task().c_str(),
                   functions[i].name.c_str(), record.calls.load(), record.overruns.load(),
                   record.longestNanoseconds / 1000);
@@ -50,5 +52,7 @@ void Report::printBooks(const std::string& record) {
   std::printf("causes    dropped: unsendable %" PRIu64 ", rejected %" PRIu64 ", unanswered %" PRIu64
               ", unload %" PRIu64 "; refused: queue full %" PRIu64 ", out of memory %" PRIu64 "\n",
               n[5], n[6], n[7], n[8], n[10], n[11]);
-  if (n[0] != n[1] + n[2] + n[3] + n[4]) std::puts("These books do not balance.");
+  if (n[0] != n[1] + n[2] + n[3] + n[4]) {
+    std::puts("These books do not balance.");
+  }
 }

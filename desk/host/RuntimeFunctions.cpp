@@ -42,7 +42,9 @@ Kept& kept() {
 void keep(const char* text) {
   Kept& wanted = kept();
   const std::lock_guard<std::mutex> lock(wanted.mutex);
-  if (!wanted.mark.empty() && std::strstr(text, wanted.mark.c_str()) != nullptr) wanted.record = text;
+  if (!wanted.mark.empty() && std::strstr(text, wanted.mark.c_str()) != nullptr) {
+    wanted.record = text;
+  }
 }
 
 /** One record is one line and one write, so that records of several threads do not mix. */
@@ -54,7 +56,9 @@ __attribute__((format(printf, 6, 7))) RTS_RESULT logAdd(void*, uint32_t componen
   va_start(arguments, format);
   const int length = std::vsnprintf(text, sizeof text, format, arguments);
   va_end(arguments);
-  if (length < 0) return kFailed;
+  if (length < 0) {
+    return kFailed;
+  }
   // A component that passes a text with line feeds on cannot make two records of one.
   std::replace_if(
       std::begin(text), std::begin(text) + std::strlen(text),
@@ -79,7 +83,9 @@ void* copyMemory(void* target, const void* source, size_t size) {
 }
 
 RTS_RESULT copyText(char* target, size_t capacity, const char* source) {
-  if (target == nullptr || source == nullptr || capacity == 0) return kFailed;
+  if (target == nullptr || source == nullptr || capacity == 0) {
+    return kFailed;
+  }
   const size_t length = strnlen(source, capacity);
   const size_t copied = std::min(length, capacity - 1);
   std::memcpy(target, source, copied);
@@ -88,7 +94,9 @@ RTS_RESULT copyText(char* target, size_t capacity, const char* source) {
 }
 
 void store(RTS_RESULT* result, bool ok) {
-  if (result != nullptr) *result = ok ? kOk : kFailed;
+  if (result != nullptr) {
+    *result = ok ? kOk : kFailed;
+  }
 }
 
 void* openFile(const char* path, int32_t accessMode, RTS_RESULT* result) {
@@ -139,7 +147,9 @@ void* RuntimeFunctions::find(const std::string& name) {
 
 void RuntimeFunctions::logToFile(const std::string& path) {
   logFile().reset(std::fopen(path.c_str(), "ae"));
-  if (!logFile()) throw std::runtime_error("cannot open the log file " + path);
+  if (!logFile()) {
+    throw std::runtime_error("cannot open the log file " + path);
+  }
 }
 
 void RuntimeFunctions::keepRecord(const std::string& mark) {

@@ -8,7 +8,9 @@
 // Made absolute: a name without a slash would be looked for among the system's libraries.
 SharedLibrary::SharedLibrary(const std::string& path)
     : m_handle(dlopen(std::filesystem::absolute(path).c_str(), RTLD_NOW | RTLD_LOCAL)) {
-  if (!m_handle) throw std::runtime_error(std::string("cannot load: ") + dlerror());
+  if (!m_handle) {
+    throw std::runtime_error(std::string("cannot load: ") + dlerror());
+  }
 }
 
 void SharedLibrary::Closer::operator()(void* handle) const {
@@ -17,6 +19,8 @@ void SharedLibrary::Closer::operator()(void* handle) const {
 
 void* SharedLibrary::symbol(const char* name) const {
   void* found = dlsym(m_handle.get(), name);
-  if (found == nullptr) throw std::runtime_error(std::string("no such function: ") + dlerror());
+  if (found == nullptr) {
+    throw std::runtime_error(std::string("no such function: ") + dlerror());
+  }
   return found;
 }

@@ -65,44 +65,55 @@ void declare(CLI::App& app, Options& options) {
 void printRegistered(const ComponentManager& component) {
   std::printf("component %08" PRIx32 ", version %08" PRIx32 ", %zu functions\n", component.componentId(),
               component.version(), component.functions().size());
-  for (const ComponentManager::Function& row : component.functions())
+  for (const ComponentManager::Function& row : component.functions()) {
     std::printf("  %-34s %08" PRIX32 "  %08" PRIx32 "\n", row.name.c_str(), row.signatureId, row.version);
+  }
 }
 
 using Threads = std::list<const PeriodicThread*>;
 
 void printCycles(const Threads& threads) {
-  for (const PeriodicThread* thread : threads)
+  for (const PeriodicThread* thread : threads) {
     std::fprintf(stderr,
                  "%s: %" PRIu64 " cycles, %" PRIu64 " overruns, longest cycle %" PRIu64 " microseconds\n",
                  thread->name().c_str(), thread->record().cycles, thread->record().overruns,
                  thread->record().longestMicroseconds);
+  }
 }
 
 /** Everything goes in the reverse order in which it came: tasks, programs, hook, library. */
 int runComponent(const Options& options, EndRequest& end) {
   const ComponentManager component(options.library);
-  if (options.list || options.verbose) printRegistered(component);
-  if (options.list) return 0;
+  if (options.list || options.verbose) {
+    printRegistered(component);
+  }
+  if (options.list) {
+    return 0;
+  }
 
   CallMonitor monitor(component, options.report, options.traceFile);
   std::list<PlcApplication> applications;
-  for (const std::string& program : options.programs)
+  for (const std::string& program : options.programs) {
     applications.emplace_back(program, monitor, end);
+  }
   PeriodicThread hook("hook", options.cycleMilliseconds, [&component] { component.communicationCycle(); });
-  for (PlcApplication& application : applications)
+  for (PlcApplication& application : applications) {
     application.start();
+  }
 
   const int status = end.wait(options.seconds);
 
-  for (PlcApplication& application : applications)
+  for (PlcApplication& application : applications) {
     application.stop();
+  }
   hook.requestStop();
   hook.join();
   Threads threads;
-  for (const PlcApplication& application : applications)
-    for (const PeriodicThread& task : application.tasks())
+  for (const PlcApplication& application : applications) {
+    for (const PeriodicThread& task : application.tasks()) {
       threads.push_back(&task);
+    }
+  }
   threads.push_back(&hook);
   if (options.report) {
     Report::printTasks(threads);
@@ -114,18 +125,26 @@ int runComponent(const Options& options, EndRequest& end) {
 }
 
 int run(const Options& options) {
-  if (!options.logFile.empty()) RuntimeFunctions::logToFile(options.logFile);
-  if (options.stats) RuntimeFunctions::keepRecord(Report::kBooksMark);
+  if (!options.logFile.empty()) {
+    RuntimeFunctions::logToFile(options.logFile);
+  }
+  if (options.stats) {
+    RuntimeFunctions::keepRecord(Report::kBooksMark);
+  }
   int status = 0;
   bool again = true;
   for (unsigned life = 0; again && life < options.lives; ++life) {
     EndRequest end;
     status = runComponent(options, end);
     again = status == 0 && end.isFinished();
-    if (options.lives > 1) std::fprintf(stderr, "end of life %u\n", life + 1);
+    if (options.lives > 1) {
+      std::fprintf(stderr, "end of life %u\n", life + 1);
+    }
   }
   // The last record is written when the library goes.
-  if (options.stats) Report::printBooks(RuntimeFunctions::keptRecord());
+  if (options.stats) {
+    Report::printBooks(RuntimeFunctions::keptRecord());
+  }
   return status;
 }
 

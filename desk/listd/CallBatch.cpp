@@ -8,7 +8,9 @@
 using namespace ListServiceNames;
 
 void checkBus(int result) {
-  if (result < 0) throw std::runtime_error(std::strerror(-result));
+  if (result < 0) {
+    throw std::runtime_error(std::strerror(-result));
+  }
 }
 
 CallBatch::CallBatch(sd_bus* bus, ListService& service)
@@ -45,17 +47,23 @@ int CallBatch::answer(sd_bus_message* call, sd_bus_error* error,
 
 void CallBatch::finish() {
   store();
-  if (timeout() == 0) signalChanges();
+  if (timeout() == 0) {
+    signalChanges();
+  }
 }
 
 int CallBatch::timeout() const {
-  if (!m_unsignalled) return -1;
+  if (!m_unsignalled) {
+    return -1;
+  }
   const qint64 rest = m_sinceSignals.isValid() ? kSignalInterval - m_sinceSignals.elapsed() : 0;
   return static_cast<int>(qMax<qint64>(rest, 0));
 }
 
 void CallBatch::store() {
-  if (m_calls.empty()) return;
+  if (m_calls.empty()) {
+    return;
+  }
   try {
     m_service.commit();
   } catch (const std::exception& cause) {
@@ -63,8 +71,9 @@ void CallBatch::store() {
     return;
   }
   // What sd-bus cannot send has lost its connection, and the main loop ends.
-  for (const Message& call : m_calls)
+  for (const Message& call : m_calls) {
     sd_bus_reply_method_return(call.get(), "");
+  }
   m_calls.clear();
   m_unsignalled = true;
 }
@@ -81,13 +90,16 @@ int CallBatch::refuse(sd_bus_error* error, const std::exception& cause) {
 void CallBatch::fail(const char* text) {
   m_service.rollback();
   m_rejected += m_calls.size();
-  for (const Message& call : m_calls)
+  for (const Message& call : m_calls) {
     sd_bus_reply_method_errorf(call.get(), kErrorStorage, "%s", text);
+  }
   m_calls.clear();
 }
 
 void CallBatch::signalChanges() {
-  if (!m_unsignalled) return;
+  if (!m_unsignalled) {
+    return;
+  }
   m_sinceSignals.start();
   ListSnapshot now;
   try {

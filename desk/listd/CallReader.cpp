@@ -19,14 +19,18 @@ void readValue(sd_bus_message* call, QByteArray& json, int depth);
 
 /** @return whether there was another element to read */
 bool check(int result) {
-  if (result < 0) throw CallError("the message is malformed");
+  if (result < 0) {
+    throw CallError("the message is malformed");
+  }
   return result > 0;
 }
 
 template <class T>
 T readBasic(sd_bus_message* call, char type) {
   T value{};
-  if (!check(sd_bus_message_read_basic(call, type, &value))) throw CallError("an argument is missing");
+  if (!check(sd_bus_message_read_basic(call, type, &value))) {
+    throw CallError("an argument is missing");
+  }
   return value;
 }
 
@@ -53,15 +57,18 @@ void readQuoted(sd_bus_message* call, QByteArray& json) {
 }
 
 void checkSize(const QByteArray& json) {
-  if (json.size() > CallReader::kMaxJson) throw CallError("the keywords or the description are too long");
+  if (json.size() > CallReader::kMaxJson) {
+    throw CallError("the keywords or the description are too long");
+  }
 }
 
 /** Enter the container that comes next and call `readElement` until its end. */
 template <class ReadElement>
 void readContainer(sd_bus_message* call, char type, const char* contents, const ReadElement& readElement) {
   check(sd_bus_message_enter_container(call, type, contents));
-  while (sd_bus_message_at_end(call, 0) == 0)
+  while (sd_bus_message_at_end(call, 0) == 0) {
     readElement();
+  }
   check(sd_bus_message_exit_container(call));
 }
 
@@ -77,7 +84,9 @@ void readElements(sd_bus_message* call, const char* contents, QByteArray& json,
       check(sd_bus_message_skip(call, contents));
       return;
     }
-    if (count++ > 0) json += ',';
+    if (count++ > 0) {
+      json += ',';
+    }
     readElement();
     checkSize(json);
   });
@@ -105,8 +114,12 @@ void readMap(sd_bus_message* call, QByteArray& json, int depth) {
       const bool known = std::any_of(names.begin(), names.end(), [&](const Range& other) {
         return part(json, other) == part(json, name);
       });
-      if (known) throw CallError("the description names a member twice");
-      if (names.size() == CallReader::kMaxItems) throw CallError("the description has too many members");
+      if (known) {
+        throw CallError("the description names a member twice");
+      }
+      if (names.size() == CallReader::kMaxItems) {
+        throw CallError("the description has too many members");
+      }
       names.append(name);
       json += ':';
       readValue(call, json, depth);
@@ -116,11 +129,15 @@ void readMap(sd_bus_message* call, QByteArray& json, int depth) {
 
 void readContainerValue(sd_bus_message* call, char type, const QByteArray& contents, QByteArray& json,
                         int depth) {
-  if (depth >= CallReader::kMaxNesting) throw CallError("the description is nested too deeply");
+  if (depth >= CallReader::kMaxNesting) {
+    throw CallError("the description is nested too deeply");
+  }
   if (type != SD_BUS_TYPE_ARRAY) {
     throw CallError("the description holds a value of a type that has no place in it");
   }
-  if (contents == "{sv}") return readMap(call, json, depth + 1);
+  if (contents == "{sv}") {
+    return readMap(call, json, depth + 1);
+  }
   readElements(call, contents.constData(), json, [&] { readValue(call, json, depth + 1); });
 }
 
@@ -159,13 +176,17 @@ QString CallReader::text() {
 
 QString CallReader::identifier() {
   QString text = readText(m_call, SD_BUS_TYPE_STRING);
-  if (text.size() > kMaxIdentifier) throw CallError("an identifier is longer than 255 characters");
+  if (text.size() > kMaxIdentifier) {
+    throw CallError("an identifier is longer than 255 characters");
+  }
   return text;
 }
 
 QString CallReader::session() {
   QString text = identifier();
-  if (text.isEmpty()) throw CallError("a message needs a session");
+  if (text.isEmpty()) {
+    throw CallError("a message needs a session");
+  }
   return text;
 }
 
@@ -189,7 +210,9 @@ quint32 CallReader::count() {
 qint64 CallReader::time() {
   constexpr qint64 kYear9999 = 253370764800000;
   const auto time = readBasic<qint64>(m_call, SD_BUS_TYPE_INT64);
-  if (time < 0 || time >= kYear9999) throw CallError("a time lies between the years 1970 and 9998");
+  if (time < 0 || time >= kYear9999) {
+    throw CallError("a time lies between the years 1970 and 9998");
+  }
   return time;
 }
 
@@ -197,7 +220,9 @@ QStringList CallReader::texts(int maxItems) {
   QStringList texts;
   readContainer(m_call, SD_BUS_TYPE_ARRAY, "s", [&] {
     const QString text = readText(m_call, SD_BUS_TYPE_STRING);
-    if (texts.size() < maxItems) texts.append(text);
+    if (texts.size() < maxItems) {
+      texts.append(text);
+    }
   });
   return texts;
 }
@@ -222,8 +247,9 @@ ClientBooks::Figures CallReader::figures() {
       const std::string_view name = readBasic<const char*>(m_call, SD_BUS_TYPE_STRING);
       const auto value = readBasic<quint64>(m_call, SD_BUS_TYPE_UINT64);
       const auto* figure = std::find(kBookFigures.begin(), kBookFigures.end(), name);
-      if (figure != kBookFigures.end())
+      if (figure != kBookFigures.end()) {
         figures.at(static_cast<std::size_t>(figure - kBookFigures.begin())) = value;
+      }
     });
   });
   return figures;

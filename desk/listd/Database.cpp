@@ -26,7 +26,9 @@ namespace {
 }
 
 void check(sqlite3* connection, int code) {
-  if (code != SQLITE_OK && code != SQLITE_ROW && code != SQLITE_DONE) refuse(connection, code);
+  if (code != SQLITE_OK && code != SQLITE_ROW && code != SQLITE_DONE) {
+    refuse(connection, code);
+  }
 }
 
 }  // namespace
@@ -42,7 +44,9 @@ Database::Database(const std::string& file) {
   m_connection.reset(connection);  // set even when opening failed
   check(connection, code);
   // SQLite falls back to reading alone without an error.
-  if (sqlite3_db_readonly(connection, "main") == 1) refuse(connection, SQLITE_READONLY);
+  if (sqlite3_db_readonly(connection, "main") == 1) {
+    refuse(connection, SQLITE_READONLY);
+  }
   // The lock stays until the connection is closed. Taking it writes nothing into the file.
   execute("PRAGMA locking_mode=EXCLUSIVE; BEGIN EXCLUSIVE; COMMIT");
 }
@@ -71,7 +75,9 @@ qint64 Database::changes() const {
 }
 
 void Database::begin() {
-  if (sqlite3_get_autocommit(m_connection.get()) != 0) execute("BEGIN");
+  if (sqlite3_get_autocommit(m_connection.get()) != 0) {
+    execute("BEGIN");
+  }
 }
 
 void Database::commit() {
@@ -81,8 +87,9 @@ void Database::commit() {
 void Database::rollback() noexcept {
   // An exception may have left a statement between its rows; it would refuse to be bound.
   for (auto* statement = sqlite3_next_stmt(m_connection.get(), nullptr); statement != nullptr;
-       statement = sqlite3_next_stmt(m_connection.get(), statement))
+       statement = sqlite3_next_stmt(m_connection.get(), statement)) {
     sqlite3_reset(statement);
+  }
   // Some failures have ended the transaction already.
   if (sqlite3_get_autocommit(m_connection.get()) == 0) {
     sqlite3_exec(m_connection.get(), "ROLLBACK", nullptr, nullptr, nullptr);
@@ -119,7 +126,9 @@ Statement& Statement::bind(int parameter, const QByteArray& utf8) {
 
 bool Statement::next() {
   const int code = sqlite3_step(m_statement.get());
-  if (code == SQLITE_ROW) return true;
+  if (code == SQLITE_ROW) {
+    return true;
+  }
   reset();
   check(m_connection, code);
   return false;

@@ -37,7 +37,9 @@ constexpr TableRow kTable[] = {
 QString tableText(const QString& key, const QString& language) {
   const auto* row = std::find_if(std::begin(kTable), std::end(kTable),
                                  [&key](const TableRow& r) { return key == QLatin1String(r.key); });
-  if (row == std::end(kTable)) return key;
+  if (row == std::end(kTable)) {
+    return key;
+  }
   return QString::fromUtf8(language == QLatin1String(kGerman) ? row->german : row->english);
 }
 
@@ -45,7 +47,9 @@ using Replacements = std::vector<std::pair<QString, QString>>;  // placeholder, 
 
 /** Replaces in one pass, so that replaced text is not searched again; the longest placeholder wins. */
 QString replaced(const QString& text, Replacements replacements) {
-  if (replacements.empty()) return text;
+  if (replacements.empty()) {
+    return text;
+  }
   std::stable_sort(replacements.begin(), replacements.end(),
                    [](const auto& a, const auto& b) { return a.first.size() > b.first.size(); });
   QString result;
@@ -70,7 +74,9 @@ Replacements replacementsOf(const QJsonValue& list, const TextOf& textOf) {
   for (const QJsonValue& element : elements) {
     const QJsonObject object = element.toObject();
     const QString placeholder = object.value(Keys::getEventDBusKeyPlaceholder()).toString();
-    if (!placeholder.isEmpty()) result.emplace_back(placeholder, textOf(object));
+    if (!placeholder.isEmpty()) {
+      result.emplace_back(placeholder, textOf(object));
+    }
   }
   return result;
 }
@@ -110,13 +116,17 @@ QString DescriptionText::text(const QJsonObject& description, const QString& lan
     result += QLatin1Char('>');
   }
   const QJsonObject subject = description.value(QLatin1String(kSubject)).toObject();
-  if (!subject.isEmpty()) result += QStringLiteral(": ") + text(subject, language);
+  if (!subject.isEmpty()) {
+    result += QStringLiteral(": ") + text(subject, language);
+  }
   return result.left(kMaxLength);
 }
 
 QJsonObject DescriptionText::ofTable(const char* key, const QJsonObject& subject) {
   QJsonObject description{{Keys::getEventDBusKeyTextSource(), static_cast<int>(Keys::TextSourceTable)},
                           {Keys::getEventDBusKeyObjectName(), QLatin1String(key)}};
-  if (!subject.isEmpty()) description.insert(QLatin1String(kSubject), subject);
+  if (!subject.isEmpty()) {
+    description.insert(QLatin1String(kSubject), subject);
+  }
   return description;
 }

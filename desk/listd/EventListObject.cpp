@@ -87,8 +87,9 @@ int onGetBooks(sd_bus_message* call, void* userdata, sd_bus_error* error) {
       checkBus(sd_bus_message_open_container(reply, SD_BUS_TYPE_STRUCT, "sxa{st}"));
       checkBus(sd_bus_message_append(reply, "sx", report.session.toUtf8().constData(), report.time));
       checkBus(sd_bus_message_open_container(reply, SD_BUS_TYPE_ARRAY, "{st}"));
-      for (std::size_t i = 0; i < kBookFigures.size(); ++i)
+      for (std::size_t i = 0; i < kBookFigures.size(); ++i) {
         checkBus(sd_bus_message_append(reply, "{st}", kBookFigures.at(i), report.figures.at(i)));
+      }
       checkBus(sd_bus_message_close_container(reply));
       checkBus(sd_bus_message_close_container(reply));
     }

@@ -29,7 +29,9 @@ qint64 EventStore::append(const StoredEntry& entry) {
 }
 
 quint64 EventStore::trim() {
-  if (m_newest <= m_capacity) return 0;
+  if (m_newest <= m_capacity) {
+    return 0;
+  }
   m_drop.bind(0, m_newest - m_capacity).run();
   return static_cast<quint64>(m_database.changes());
 }

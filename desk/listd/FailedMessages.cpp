@@ -11,7 +11,9 @@ bool FailedMessages::admit(const Sender& sender) {
     return false;
   }
   m_admitted.emplace_back(sender.connection, sender.sequence);
-  if (failed != m_failed.end()) m_failed.erase(failed);
+  if (failed != m_failed.end()) {
+    m_failed.erase(failed);
+  }
   return true;
 }
 
@@ -22,7 +24,9 @@ bool FailedMessages::isRejected(const Sender& sender) const {
 
 void FailedMessages::reject(const Sender& sender) {
   m_rejected.emplace_back(sender.session, sender.sequence);
-  if (m_rejected.size() > kRejected) m_rejected.pop_front();
+  if (m_rejected.size() > kRejected) {
+    m_rejected.pop_front();
+  }
   m_admitted.pop_back();
 }
 
@@ -30,8 +34,9 @@ void FailedMessages::fail() noexcept {
   for (const auto& [connection, sequence] : m_admitted) {
     try {
       const auto failed = m_failed.insert_or_assign(connection, sequence).first;
-      if (m_failed.size() > kConnections)
+      if (m_failed.size() > kConnections) {
         m_failed.erase(failed == m_failed.begin() ? std::next(failed) : m_failed.begin());
+      }
     } catch (const std::bad_alloc&) {
       // What follows is carried out before it; that is all that is lost.
     }

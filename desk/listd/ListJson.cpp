@@ -10,7 +10,9 @@ void ListJson::appendQuoted(QByteArray& json, const QByteArray& utf8) {
   int copied = 0;
   for (int i = 0; i < utf8.size(); ++i) {
     const auto byte = static_cast<unsigned char>(utf8.at(i));
-    if (byte >= 0x20 && byte != '"' && byte != '\\') continue;
+    if (byte >= 0x20 && byte != '"' && byte != '\\') {
+      continue;
+    }
     json.append(utf8.constData() + copied, i - copied);
     copied = i + 1;
     if (byte >= 0x20) {
@@ -34,7 +36,9 @@ void ListJson::beginEntry() {
 }
 
 void ListJson::addKey(const QString& key) {
-  if (!m_json.endsWith('{')) m_json += ',';
+  if (!m_json.endsWith('{')) {
+    m_json += ',';
+  }
   m_json += '"';
   m_json += key.toLatin1();
   m_json += "\":";

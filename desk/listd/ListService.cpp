@@ -23,7 +23,7 @@ bool turnsOff(const StoredEntry& entry) {
 }
 
 StoredEntry acknowledgementEntry(const QString& user, const QString& moduleName,
-                               const QJsonObject& description) {
+                                 const QJsonObject& description) {
   StoredEntry entry;
   entry.eventType = EventlistHandlerEnums::EventTypeAuditTrail;
   entry.state = EventlistHandlerEnums::StateNeutral;
@@ -43,7 +43,9 @@ StoredEntry acknowledgementEntry(const QString& user, const QString& moduleName,
 /** The alarm's own description, or its identifier where that shows nothing. */
 QJsonObject acknowledgedSubject(const QByteArray& alarmDescription, const QString& alarmId) {
   QJsonObject subject = QJsonDocument::fromJson(alarmDescription).object();
-  if (!DescriptionText::text(subject, QString()).isEmpty()) return subject;
+  if (!DescriptionText::text(subject, QString()).isEmpty()) {
+    return subject;
+  }
   return {{EventsDBusDefinitions::getEventDBusKeyObjectName(), alarmId}};
 }
 
@@ -62,7 +64,9 @@ ListService::ListService(Database& database, qint64 capacity)
       m_setDetector(database, "UPDATE state SET detector = ?") {}
 
 void ListService::log(const Sender& sender, const StoredEntry& entry) {
-  if (isRepetition(sender)) return;
+  if (isRepetition(sender)) {
+    return;
+  }
   if (turnsOn(entry) && !m_alarms.hasRoomFor(entry.alarmId)) {
     m_failed.reject(sender);
     refuseForGood();
@@ -73,18 +77,24 @@ void ListService::log(const Sender& sender, const StoredEntry& entry) {
 }
 
 void ListService::deleteEvents(const Sender& sender) {
-  if (isRepetition(sender)) return;
+  if (isRepetition(sender)) {
+    return;
+  }
   record(sender);
   m_changes.events = m_events.clear() || m_changes.events;
 }
 
 void ListService::acknowledgeAlarms(const Sender& sender, const QStringList& alarmIds, const QString& user) {
-  if (isRepetition(sender)) return;
+  if (isRepetition(sender)) {
+    return;
+  }
   record(sender);
   for (const QString& alarmId : alarmIds) {
     QString moduleName;
     QByteArray description;
-    if (!m_alarms.acknowledge(alarmId, moduleName, description)) continue;
+    if (!m_alarms.acknowledge(alarmId, moduleName, description)) {
+      continue;
+    }
     m_changes.alarms = true;
     const QJsonObject subject = acknowledgedSubject(description, alarmId);
     append(acknowledgementEntry(user, moduleName,
@@ -93,7 +103,9 @@ void ListService::acknowledgeAlarms(const Sender& sender, const QStringList& ala
 }
 
 void ListService::acknowledgeDetector(const Sender& sender, const QString& user) {
-  if (isRepetition(sender)) return;
+  if (isRepetition(sender)) {
+    return;
+  }
   record(sender);
   setDetector(false);
   append(acknowledgementEntry(user, QString(),
@@ -101,10 +113,16 @@ void ListService::acknowledgeDetector(const Sender& sender, const QString& user)
 }
 
 void ListService::commit() {
-  if (!m_changes.open) return m_failed.succeed();
+  if (!m_changes.open) {
+    return m_failed.succeed();
+  }
   const qint64 now = QDateTime::currentMSecsSinceEpoch() * 1000;
-  if (m_changes.events) m_eventsChanged.bind(0, now).run();
-  if (m_changes.alarms) m_alarmsChanged.bind(0, now).run();
+  if (m_changes.events) {
+    m_eventsChanged.bind(0, now).run();
+  }
+  if (m_changes.alarms) {
+    m_alarmsChanged.bind(0, now).run();
+  }
   const quint64 overwritten = m_events.trim();
   m_sessions.write();
   m_database.commit();
@@ -138,12 +156,16 @@ ListSnapshot ListService::snapshot() {
 
 /** Whether a message was carried out before; counts it then. One that must not be carried out is refused. */
 bool ListService::isRepetition(const Sender& sender) {
-  if (m_failed.isRejected(sender)) refuseForGood();
+  if (m_failed.isRejected(sender)) {
+    refuseForGood();
+  }
   if (!m_failed.admit(sender)) {
     throw CallError("a message before this one could not be stored", ListServiceNames::kErrorStorage);
   }
   const bool seen = m_sessions.seen(sender.session, sender.sequence);
-  if (seen) ++m_duplicates;
+  if (seen) {
+    ++m_duplicates;
+  }
   return seen;
 }
 
@@ -161,7 +183,9 @@ qint64 ListService::append(const StoredEntry& entry) {
 
 void ListService::applyEdge(const StoredEntry& entry, qint64 edge) {
   if (turnsOn(entry)) {
-    if (m_alarms.turnOn(entry, edge)) setDetector(true);
+    if (m_alarms.turnOn(entry, edge)) {
+      setDetector(true);
+    }
     m_changes.alarms = true;
   } else if (turnsOff(entry)) {
     m_changes.alarms = m_alarms.turnOff(entry, edge) || m_changes.alarms;

@@ -5,8 +5,8 @@
 #include "AlarmStore.h"
 #include "EventStore.h"
 #include "FailedMessages.h"
-#include "StoredEntry.h"
 #include "Sessions.h"
+#include "StoredEntry.h"
 
 /** What a subscriber of the lists can know; two snapshots that differ mean a signal. */
 struct ListSnapshot {

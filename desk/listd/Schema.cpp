@@ -55,5 +55,7 @@ void Schema::open(Database& database) {
   }
   // One flush per transaction, and an answered message outlives a power cut, not only the process.
   database.execute("PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL");
-  if (empty) create(database);
+  if (empty) {
+    create(database);
+  }
 }

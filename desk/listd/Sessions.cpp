@@ -38,7 +38,9 @@ void Sessions::forget() noexcept {
 }
 
 void Sessions::flush() {
-  if (!m_recorded) return;
+  if (!m_recorded) {
+    return;
+  }
   m_upsert.bind(0, m_session).bind(1, m_sequence).run();
   m_recorded = false;
 }

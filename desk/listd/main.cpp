@@ -41,7 +41,9 @@ int takeSignals() {
 Bus connect() {
   sd_bus* bus = nullptr;
   const int code = sd_bus_open_system(&bus);
-  if (code < 0) failBus("no connection to the bus (DBUS_SYSTEM_BUS_ADDRESS, or else the system bus)", code);
+  if (code < 0) {
+    failBus("no connection to the bus (DBUS_SYSTEM_BUS_ADDRESS, or else the system bus)", code);
+  }
   return Bus(bus);
 }
 
@@ -50,13 +52,17 @@ void ownName(sd_bus* bus) {
   if (code == -EEXIST) {
     throw std::runtime_error("another list service runs on this bus already; end that one first");
   }
-  if (code < 0) failBus("the bus refuses the service's name", code);
+  if (code < 0) {
+    failBus("the bus refuses the service's name", code);
+  }
 }
 
 /** Milliseconds until sd-bus wants to be called again, -1 for as long as nothing arrives. */
 int busTimeout(sd_bus* bus) {
   uint64_t due = UINT64_MAX;  // microseconds, monotonic clock
-  if (sd_bus_get_timeout(bus, &due) < 0 || due == UINT64_MAX) return -1;
+  if (sd_bus_get_timeout(bus, &due) < 0 || due == UINT64_MAX) {
+    return -1;
+  }
   timespec now{};
   clock_gettime(CLOCK_MONOTONIC, &now);
   const uint64_t present =
@@ -75,15 +81,21 @@ void serve(sd_bus* bus, CallBatch& batch, int signals) {
     int waiting = 1;
     for (int handled = 0; handled < CallBatch::kMaxCalls && waiting > 0; ++handled) {
       waiting = sd_bus_process(bus, nullptr);
-      if (waiting < 0) failBus("the connection to the bus is lost", waiting);
+      if (waiting < 0) {
+        failBus("the connection to the bus is lost", waiting);
+      }
     }
     batch.finish();
 
     const int events = sd_bus_get_events(bus);
-    if (events < 0) failBus("the connection to the bus is lost", events);
+    if (events < 0) {
+      failBus("the connection to the bus is lost", events);
+    }
     pollfd files[] = {{sd_bus_get_fd(bus), static_cast<short>(events), 0}, {signals, POLLIN, 0}};
     poll(files, 2, waiting > 0 ? 0 : earlier(busTimeout(bus), batch.timeout()));
-    if (files[1].revents != 0) return;
+    if (files[1].revents != 0) {
+      return;
+    }
   }
 }
 
@@ -92,7 +104,9 @@ void serve(sd_bus* bus, CallBatch& batch, int signals) {
 int main(int argc, char** argv) {
   int exitCode = Options::ExitDone;
   const auto options = Options::parse(argc, argv, exitCode);
-  if (!options) return exitCode;
+  if (!options) {
+    return exitCode;
+  }
   try {
     const int signals = takeSignals();
     Database database(options->databaseFile);

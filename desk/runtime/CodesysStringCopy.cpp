@@ -45,7 +45,9 @@ bool isAscii(const char* text, int size) {
 /** The code point at `index`, which moves behind it. */
 char32_t nextCodePoint(const QString& text, int& index) {
   const QChar unit = text.at(index++);
-  if (!unit.isSurrogate()) return unit.unicode();
+  if (!unit.isSurrogate()) {
+    return unit.unicode();
+  }
   if (unit.isHighSurrogate() && index < text.size() && text.at(index).isLowSurrogate()) {
     return QChar::surrogateToUcs4(unit, text.at(index++));
   }
@@ -56,7 +58,9 @@ char32_t nextCodePoint(const QString& text, int& index) {
 
 int encode(char32_t codePoint, char* target, int room) {
   const int size = codePoint < 0x80 ? 1 : codePoint < 0x800 ? 2 : codePoint < 0x10000 ? 3 : 4;
-  if (size > room) return 0;
+  if (size > room) {
+    return 0;
+  }
   constexpr unsigned char kLeadBits[] = {0, 0x00, 0xC0, 0xE0, 0xF0};
   for (int i = size - 1; i > 0; --i) {
     target[i] = static_cast<char>(0x80U | (codePoint & 0x3FU));
@@ -68,11 +72,15 @@ int encode(char32_t codePoint, char* target, int room) {
 
 int encode(char32_t codePoint, unsigned short* target, int room) {
   if (!QChar::requiresSurrogates(codePoint)) {
-    if (room < 1) return 0;
+    if (room < 1) {
+      return 0;
+    }
     target[0] = static_cast<unsigned short>(codePoint);
     return 1;
   }
-  if (room < 2) return 0;
+  if (room < 2) {
+    return 0;
+  }
   target[0] = QChar::highSurrogate(codePoint);
   target[1] = QChar::lowSurrogate(codePoint);
   return 2;
@@ -107,9 +115,12 @@ bool copyPlainUnits(const QChar* source, Character* target) {
   const auto plain = isPlain(units, target);
   std::array<qint64, 2> halves{};
   std::memcpy(halves.data(), &plain, sizeof plain);
-  if ((halves[0] & halves[1]) != -1) return false;
-  for (int i = 0; i < kUnits; ++i)
+  if ((halves[0] & halves[1]) != -1) {
+    return false;
+  }
+  for (int i = 0; i < kUnits; ++i) {
     target[i] = static_cast<Character>(units[i]);
+  }
   return true;
 }
 
@@ -117,16 +128,20 @@ bool copyPlainUnits(const QChar* source, Character* target) {
 template <typename Character>
 int copyPlain(const QChar* source, int size, Character* target) {
   int count = 0;
-  while (kHasVectors && count + kUnits <= size && copyPlainUnits(source + count, target + count))
+  while (kHasVectors && count + kUnits <= size && copyPlainUnits(source + count, target + count)) {
     count += kUnits;
-  for (; count < size && isPlain(source[count].unicode(), target); ++count)
+  }
+  for (; count < size && isPlain(source[count].unicode(), target); ++count) {
     target[count] = static_cast<Character>(source[count].unicode());
+  }
   return count;
 }
 
 template <typename Character>
 bool writeText(const QString& source, Character* target, int capacity) {
-  if (target == nullptr || capacity <= 0) return false;
+  if (target == nullptr || capacity <= 0) {
+    return false;
+  }
   int written = 0;
   int index = 0;
   bool fits = true;
@@ -135,7 +150,9 @@ bool writeText(const QString& source, Character* target, int capacity) {
                                 qMin(source.size() - index, capacity - 1 - written), target + written);
     index += plain;
     written += plain;
-    if (index == source.size()) break;
+    if (index == source.size()) {
+      break;
+    }
     const char32_t codePoint = nextCodePoint(source, index);
     // IEC code would take U+0000 for the end, so it is one, and what follows counts as cut.
     const int size = codePoint == 0 ? 0 : encode(codePoint, target + written, capacity - 1 - written);
@@ -170,7 +187,9 @@ void copyCStringDataToQString(const char* source, int length, QString& target) {
 
 void copyWStringDataToQString(const unsigned short* source, int length, QString& target) {
   target.clear();
-  if (source == nullptr) return;
+  if (source == nullptr) {
+    return;
+  }
   // The unit-wise constructor keeps a byte order mark, fromUtf16() would obey it.
   target = QString(reinterpret_cast<const QChar*>(source), boundedLength(source, length));
   for (int index = 0; index < target.size();) {

@@ -16,14 +16,18 @@ QDateTime CodesysTimeConversion::IECUtcDateTimeToQDateTime(unsigned int value) {
 QDateTime CodesysTimeConversion::IECDateTimeToQDateTime(unsigned int value) {
   const QDateTime utc = IECUtcDateTimeToQDateTime(value);
   QDateTime local(utc.date(), utc.time(), Qt::LocalTime);
-  if (local.isValid()) return local;
+  if (local.isValid()) {
+    return local;
+  }
   // An hour that a zone change skips has no instant: counted on from the hour before.
   const QDateTime before = utc.addSecs(-kSecondsPerHour);
   return QDateTime(before.date(), before.time(), Qt::LocalTime).addSecs(kSecondsPerHour);
 }
 
 unsigned int CodesysTimeConversion::QDateTimeToIECUtcDateTime(const QDateTime& dateTime) {
-  if (!dateTime.isValid()) return 0;
+  if (!dateTime.isValid()) {
+    return 0;
+  }
   constexpr std::int64_t kLatest = std::numeric_limits<std::uint32_t>::max();
   return static_cast<unsigned int>(qBound<std::int64_t>(0, dateTime.toSecsSinceEpoch(), kLatest));
 }

@@ -14,7 +14,9 @@
 
 int main(int argc, char** argv) {
   void* library = argc == 2 ? dlopen(argv[1], RTLD_NOW | RTLD_LOCAL) : NULL;
-  if (library == NULL) return fprintf(stderr, "use: HeadersC11 LIBRARY\n"), 2;
+  if (library == NULL) {
+    return fprintf(stderr, "use: HeadersC11 LIBRARY\n"), 2;
+  }
   openeventlistreadhandle_struct open = {0, NULL};
   CALL(openeventlistreadhandle_ext, &open);
   stEventlistEntryType entry;

@@ -48,7 +48,9 @@ class BusTest : public testing::Test {
  protected:
   ~BusTest() override {
     expectBalance(contentOf(log));
-    if (HasFailure()) std::cerr << std::ifstream(log).rdbuf();
+    if (HasFailure()) {
+      std::cerr << std::ifstream(log).rdbuf();
+    }
   }
 
   /** The path of a file of this test. */

@@ -38,8 +38,9 @@ Message edge(EventlistHandlerEnums::State state) {
 }
 
 Message large(Message message) {
-  for (int i = 0; i < 60; ++i)
+  for (int i = 0; i < 60; ++i) {
     message.texts += QString(4000, QLatin1Char('x'));
+  }
   return message;
 }
 
@@ -79,8 +80,9 @@ class ClientTest : public BusTest {
   QStringList modules() {
     EXPECT_EQ(finish(hub->request(Request::Kind::EventList, QString())), 0) << cause;
     QStringList names;
-    for (const QJsonValue entry : object[QStringLiteral("ListData")].toArray())
+    for (const QJsonValue entry : object[QStringLiteral("ListData")].toArray()) {
       names += entry.toObject()[QStringLiteral("ModuleName")].toString();
+    }
     return names;
   }
 
@@ -99,10 +101,16 @@ TEST_F(ClientTest, MessagesOfAnOutageArriveOnceAndInOrder) {
       const QString name = QString::number(round * 300 + i);
       expected.prepend(name);
       EXPECT_TRUE(hub->submit(event(name)));
-      if (i == 100 * round) service->kill();  // some before, some in flight, some after
-      if (i == 150 && round == 2) bus.stop();
+      if (i == 100 * round) {
+        service->kill();  // some before, some in flight, some after
+      }
+      if (i == 150 && round == 2) {
+        bus.stop();
+      }
     }
-    if (round == 2) bus.start();
+    if (round == 2) {
+      bus.start();
+    }
   }
   startService(stored);
   ASSERT_TRUE(eventually([&] { return hub->books().pending == 0; }));
@@ -111,12 +119,15 @@ TEST_F(ClientTest, MessagesOfAnOutageArriveOnceAndInOrder) {
 }
 
 TEST_F(ClientTest, FullQueueRefusesReportsTheGapAndKeepsAlarmEdges) {
-  for (std::size_t i = 0; i < Outbox::kMessages; ++i)
+  for (std::size_t i = 0; i < Outbox::kMessages; ++i) {
     EXPECT_TRUE(hub->submit(event(QString())));
-  for (int i = 0; i < 10; ++i)
+  }
+  for (int i = 0; i < 10; ++i) {
     EXPECT_FALSE(hub->submit(event(QString())));
-  for (const auto state : {kOn, kOff, kOn, kOff, kOn})
+  }
+  for (const auto state : {kOn, kOff, kOn, kOff, kOn}) {
     EXPECT_TRUE(hub->submit(edge(state)));
+  }
   EXPECT_EQ(hub->books().superseded, 4U);
   EXPECT_EQ(hub->books().count(Loss::QueueFull), 10U);
   EXPECT_EQ(hub->books().pending, Outbox::kMessages + 1);
@@ -132,14 +143,17 @@ TEST_F(ClientTest, FullQueueRefusesReportsTheGapAndKeepsAlarmEdges) {
 TEST_F(ClientTest, EdgesOfOneAlarmKeepTheirOrderBetweenQueueAndRoom) {
   Outbox outbox;
   const auto deliver = [&outbox] { outbox.settle(*outbox.takeWrite(), std::nullopt); };
-  for (std::size_t i = 0; i < Outbox::kMessages; ++i)
+  for (std::size_t i = 0; i < Outbox::kMessages; ++i) {
     outbox.accept(event(QString()));
+  }
   outbox.accept(edge(kOn));  // into the room
   deliver();
-  for (const auto state : {kOff, kOn, kOff, kOn})
+  for (const auto state : {kOff, kOn, kOff, kOn}) {
     outbox.accept(edge(state));  // and now there is a place in the queue
-  for (std::size_t i = 1; i < Outbox::kMessages; ++i)
+  }
+  for (std::size_t i = 1; i < Outbox::kMessages; ++i) {
     deliver();
+  }
   EXPECT_FALSE(outbox.takeWrite(Outbox::kMessages + 1).has_value());
   const auto last = outbox.takeWrite();
   ASSERT_TRUE(last.has_value());
@@ -262,13 +276,15 @@ TEST_F(ClientTest, RequestsAreBoundedAndReleasedOnesAreNot) {
   hub->submit(event(QString()));
   untilSent();
   std::vector<DBusPendingReply::SharedPointer> replies(Outbox::kRequests);
-  for (auto& reply : replies)
+  for (auto& reply : replies) {
     reply = hub->request(Request::Kind::AlarmState, QStringLiteral("{a}"));
+  }
   EXPECT_EQ(finish(hub->request(Request::Kind::AlarmState, QStringLiteral("{a}"))), 1);
   EXPECT_EQ(cause, "too many outstanding requests");
   service->resume();
-  for (const auto& reply : replies)
+  for (const auto& reply : replies) {
     EXPECT_EQ(finish(reply), 0) << cause;
+  }
   EXPECT_EQ(hub->books().delivered, 1U);  // the bus did not refuse it for too many answers owed
 }
 
@@ -297,6 +313,8 @@ LogAddFunction pfLogAdd = reinterpret_cast<LogAddFunction>(RuntimeFunctions::fin
 extern "C" __attribute__((visibility("default"))) int clock_gettime(clockid_t clock,
                                                                     timespec* time) noexcept {
   const auto result = static_cast<int>(syscall(SYS_clock_gettime, clock, time));
-  if (clock == CLOCK_MONOTONIC) time->tv_sec += g_secondsAhead.load();
+  if (clock == CLOCK_MONOTONIC) {
+    time->tv_sec += g_secondsAhead.load();
+  }
   return result;
 }

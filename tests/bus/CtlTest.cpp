@@ -18,8 +18,9 @@ std::string column(const Strings& arguments, int number) {
   std::string line, words, word;
   for (std::getline(lines, line); std::getline(lines, line); words += word + ' ') {
     std::istringstream cells(line);
-    for (int i = 0; i <= number; ++i)
+    for (int i = 0; i <= number; ++i) {
       cells >> word;
+    }
   }
   return words;
 }
@@ -51,8 +52,9 @@ TEST_F(Ctl, ShowsTheEntriesThatPassTheFiltersAndAcknowledgesByTheBeginningOfAnId
       {{"events", "--without", "water"}, 0, "1 "},
       {{"alarms", "--active"}, 3, "alarm "},
       {{"alarms", "--inactive", "--unacknowledged"}, 3, "fault "}};
-  for (const auto& [arguments, number, shown] : rows)
+  for (const auto& [arguments, number, shown] : rows) {
     EXPECT_EQ(column(arguments, number), shown) << testing::PrintToString(arguments);
+  }
   ctl({"ack", column({"alarms", "--active"}, 5).substr(0, 9), "--user", "Kim"});
   EXPECT_EQ(column({"alarms", "--acknowledged"}, 4), "alarm ");
 }
@@ -93,8 +95,9 @@ TEST_F(Ctl, FollowsTheListThroughARestartOfAServiceThatForgets) {
   ASSERT_TRUE(eventually([&] { return shows("Valve 1"); }));
   follower.pause();
   startService();
-  for (const char* name : {"Valve 2", "Valve 3"})
+  for (const char* name : {"Valve 2", "Valve 3"}) {
     runtime.logEvent(name);
+  }
   ASSERT_TRUE(eventually([] { return column({"events"}, 0) == "2 1 "; }));
   follower.resume();
   ASSERT_TRUE(eventually([&] { return shows("Valve 3"); }));

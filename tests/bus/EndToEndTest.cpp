@@ -15,20 +15,23 @@ class Road : public BusTest {
  protected:
   Road() { startService(); }
   void logNumbered(int from, int to) const {
-    for (int i = from; i <= to; ++i)
+    for (int i = from; i <= to; ++i) {
       runtime.logEvent("Valve " + std::to_string(i));
+    }
   }
   Texts descriptions(TavrolineHandle handle) const {
     Texts result;
-    for (const auto& entry : runtime.entries(handle))
+    for (const auto& entry : runtime.entries(handle)) {
       result.push_back(text(entry.wsDescription));
+    }
     return result;
   }
   std::vector<bool> summary(TavrolineHandle handle) const {
     std::vector<bool> flags;
-    for (const char* name :
-         {"isalarminalarmlist", "isactivealarminalarmlist", "isfaultinalarmlist", "isactivefaultinalarmlist"})
+    for (const char* name : {"isalarminalarmlist", "isactivealarminalarmlist", "isfaultinalarmlist",
+                             "isactivefaultinalarmlist"}) {
       flags.push_back(runtime.flag(name, handle));
+    }
     return flags;
   }
   bool detector(TavrolineHandle handle) const { return runtime.flag("getcentraldetectorstate", handle); }
@@ -48,8 +51,9 @@ TEST_F(Road, AnEventIsToldToEachReaderAndComesBackWithTextsThatABusRefusesReplac
   event.pwsUser = reinterpret_cast<const RTS_IEC_WSTRING*>(user.c_str());
   event.dtDateTime = 4000000000U;  // in 2096
   runtime.logEvent("PumpStarted", 1, event);
-  for (const TavrolineHandle told : {reader, other})
+  for (const TavrolineHandle told : {reader, other}) {
     ASSERT_TRUE(eventually([&] { return runtime.flag("haslistchanged", told); }));
+  }
 
   setlistreadlanguage_struct german{reader, "de"};
   runtime.call("setlistreadlanguage", german);
@@ -134,8 +138,9 @@ TEST_F(Road, AnAlarmRaisedWithoutServiceArrivesAfterItsReturnAndAgainInAnEmptyOn
     return runtime.finish("getalarmstatefromalarmhandler",
                           getalarmstatefromalarmhandler_struct{alarm, &active, nullptr, TAVROLINE_BUSY});
   };
-  for (const RTS_IEC_INT state : {kOn, kOff})
+  for (const RTS_IEC_INT state : {kOn, kOff}) {
     runtime.logAlarm(fault, kFault, state);
+  }
   ASSERT_EQ(query(), TAVROLINE_DONE);
   service->kill();
   ASSERT_TRUE(bus.waitForName(ListServiceNames::kService, false));

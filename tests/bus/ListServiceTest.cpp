@@ -57,7 +57,9 @@ class ListServiceTest : public BusTest {
     sd_bus_message* reply = nullptr;
     const char* text = "";
     const int result = sd_bus_call(m_connection, message, 0, &error, &reply);
-    if (result >= 0) sd_bus_message_read(reply, "s", &text);
+    if (result >= 0) {
+      sd_bus_message_read(reply, "s", &text);
+    }
     std::string answer = result < 0 ? error.name : text;
     sd_bus_error_free(&error);
     sd_bus_message_unref(reply);
@@ -75,8 +77,9 @@ class ListServiceTest : public BusTest {
   Strings column(const char* name, Strings listCommand = {"events"}) {
     listCommand.emplace_back("--json");
     Strings result;
-    for (const QJsonValue entry : ctl(listCommand).value(QStringLiteral("ListData")).toArray())
+    for (const QJsonValue entry : ctl(listCommand).value(QStringLiteral("ListData")).toArray()) {
       result.push_back(entry.toObject().value(QLatin1String(name)).toVariant().toString().toStdString());
+    }
     return result;
   }
 
@@ -101,9 +104,10 @@ TEST_F(ListServiceTest, OffersWhatItsDescriptionSays) {
   QFile description(QStringLiteral(TAVROLINE_INTROSPECTION));
   ASSERT_TRUE(description.open(QIODevice::ReadOnly));
   QStringList live;
-  for (const char* path : {kEventListPath, kAlarmListPath})
+  for (const char* path : {kEventListPath, kAlarmListPath}) {
     live += surface(QString::fromStdString(
         call(path, "org.freedesktop.DBus.Introspectable", "Introspect", [](sd_bus_message*) {})));
+  }
   EXPECT_FALSE(live.isEmpty());
   EXPECT_EQ(live, surface(QString::fromUtf8(description.readAll())));
 }
@@ -112,8 +116,9 @@ TEST_F(ListServiceTest, KeepsEveryAnsweredMessageWhenKilledAndStoresARepeatedOne
   Strings all;
   for (const char* half : {"first", "second"}) {
     startService({"--db", file("lists.db")});
-    for (uint64_t i = 1; i <= all.size(); ++i)  // the whole of it once more, as a client does after a break
+    for (uint64_t i = 1; i <= all.size(); ++i) {  // the whole of it once more, as a client does after a break
       EXPECT_EQ(log({i, "again"}), "");
+    }
     for (int i = 0; i < 60; ++i) {
       all.insert(all.begin(), half + std::to_string(i));
       EXPECT_EQ(log({all.size(), all.front()}), "");
@@ -126,8 +131,9 @@ TEST_F(ListServiceTest, KeepsEveryAnsweredMessageWhenKilledAndStoresARepeatedOne
 
 TEST_F(ListServiceTest, DropsTheOldestBeyondItsCapacityAndNeverReusesANumber) {
   startService({"--capacity", "3"});
-  for (uint64_t i = 1; i <= 5; ++i)
+  for (uint64_t i = 1; i <= 5; ++i) {
     log({i});
+  }
   EXPECT_EQ(column("EventlistId"), (Strings{"5", "4", "3"}));
   EXPECT_EQ(column("EventlistId", {"events", "--count", "2"}), (Strings{"5", "4"}));
   EXPECT_EQ(ctl({"stats", "--json"}).value(QStringLiteral("overwritten")).toInt(), 2);
@@ -190,8 +196,9 @@ TEST_F(ListServiceTest, RefusesNonsenseAndGoesOn) {
                         {1, "endless identifier", 3, 0, std::string(300, 'a')},
                         {1, "before 1970", 3, 0, "", "test", -1},
                         {1, "beyond all calendars", 3, 0, "", "test", INT64_MAX}};
-  for (const Entry& row : rows)
+  for (const Entry& row : rows) {
     EXPECT_EQ(log(row), kErrorInvalid) << row.user;
+  }
   EXPECT_EQ(log({}, 2, "a", "s", "", "a", "s", ""), kErrorInvalid);  // a member twice
   EXPECT_EQ(log({}), "");
   EXPECT_EQ(column("EventlistId"), Strings{"1"});
@@ -206,8 +213,9 @@ TEST_F(ListServiceTest, SignalsABurstSeldomAndItsLastChangeInAnyCase) {
   sd_bus_match_signal(m_connection, nullptr, kService, kEventListPath, nullptr, "Changed", note, &signalled);
   QElapsedTimer time;
   time.start();
-  for (uint64_t sequence = 1; sequence <= 300; ++sequence)
+  for (uint64_t sequence = 1; sequence <= 300; ++sequence) {
     log({sequence});
+  }
   const qint64 most = time.elapsed() / 10 + 2;  // with the first and the last
   while (sd_bus_process(m_connection, nullptr) > 0 || sd_bus_wait(m_connection, 500000) > 0) {
   }
@@ -267,18 +275,27 @@ TEST_F(ListServiceTest, CarriesAnAlarmThroughItsLife) {
     startService({"--db", file(row.name)});
     uint64_t sequence = 0;
     for (const char step : std::string(row.steps)) {
-      if (step == 'a') ctl({"ack", "{id}", "--user", "Kim"});
-      if (step == 'd') ctl({"ack-detector", "--user", "Kim"});
-      if (step == '1' || step == '0') log({++sequence, "", row.type, step == '1' ? 1 : 2, "{id}"});
+      if (step == 'a') {
+        ctl({"ack", "{id}", "--user", "Kim"});
+      }
+      if (step == 'd') {
+        ctl({"ack-detector", "--user", "Kim"});
+      }
+      if (step == '1' || step == '0') {
+        log({++sequence, "", row.type, step == '1' ? 1 : 2, "{id}"});
+      }
     }
     startService({"--db", file(row.name)});
     std::string found;
-    for (const char* state : {"AlarmActive", "AlarmAcknowledgment"})
-      for (const std::string& value : column(state, {"alarms"}))
+    for (const char* state : {"AlarmActive", "AlarmAcknowledgment"}) {
+      for (const std::string& value : column(state, {"alarms"})) {
         found += value + ' ';
+      }
+    }
     const QJsonObject statistics = ctl({"stats", "--json"});
-    for (const char* flag : {"alarm", "active alarm", "fault", "active fault", "detector"})
+    for (const char* flag : {"alarm", "active alarm", "fault", "active fault", "detector"}) {
       found += statistics.value(QLatin1String(flag)).toBool() ? '1' : '0';
+    }
     EXPECT_EQ(found, row.found);
     EXPECT_EQ(statistics.value(QStringLiteral("entries")).toInt(), row.events);
   }
@@ -287,8 +304,9 @@ TEST_F(ListServiceTest, CarriesAnAlarmThroughItsLife) {
 TEST_F(ListServiceTest, KeepsALongListBelowTheLimitOfTheBusAndSaysWhatIsMissing) {
   startService();
   Entry entry{1, QString(4000, QChar(0x20AC)).toStdString()};
-  for (; entry.sequence <= 800; ++entry.sequence)
+  for (; entry.sequence <= 800; ++entry.sequence) {
     ASSERT_EQ(log(entry, 1, "Url", "s", entry.user.c_str()), "");
+  }
   const std::string json = call(kEventListPath, kEventListInterface, "GetList", [](sd_bus_message* message) {
     sd_bus_message_append(message, "su", "", 0U);
   });

@@ -21,15 +21,18 @@ class Runtime {
   Runtime()
       : m_component(TAVROLINE_LIBRARY), m_hook("hook", 5, [this] { m_component.communicationCycle(); }) {}
   ~Runtime() {
-    while (!m_open.empty())
+    while (!m_open.empty()) {
       close(m_open.begin()->first);
+    }
   }
 
   /** Call the function of that name, without its "_ext". */
   template <typename Structure>
   void call(const std::string& name, Structure& parameters) const {
     const ExternalFunction function = m_component.find(name + "_ext");
-    if (function == nullptr) throw std::runtime_error(name + " is not registered");
+    if (function == nullptr) {
+      throw std::runtime_error(name + " is not registered");
+    }
     reinterpret_cast<void (*)(Structure*)>(function)(&parameters);
   }
   /** Call it in cycles until it is no longer busy. @return its result */

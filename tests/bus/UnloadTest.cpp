@@ -75,7 +75,9 @@ TEST_F(Unload, LeavesNeitherTheLibraryNorItsThreadAndSendsTheOffOfAnOpenHandleOr
     EXPECT_NE(fileHolds(file(row.name), "3 message(s) lost, not sent before unload: numbers 1 to 3"),
               row.arrives);
     EXPECT_EQ(expectBalance(contentOf(file(row.name))), 3U);
-    if (!row.arrives) continue;
+    if (!row.arrives) {
+      continue;
+    }
     runtime.emplace();
     const TavrolineHandle reader = runtime->open(Runtime::kEventReader);
     ASSERT_EQ(runtime->load(reader), TAVROLINE_DONE);

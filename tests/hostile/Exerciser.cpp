@@ -87,8 +87,9 @@ struct Task {
   template <typename Structure>
   void call(const std::string& name, Structure& parameters) {
     Calls& entry = calls[name];
-    if (entry.function == nullptr)
+    if (entry.function == nullptr) {
       entry.function = s_runtime.findFunction(s_runtime.context, (name + "_ext").c_str());
+    }
     const auto start = Clock::now();
     reinterpret_cast<void (*)(Structure*)>(entry.function)(&parameters);
     ++entry.count;
@@ -110,27 +111,44 @@ struct Task {
 
   void close(const std::string& kind, TavrolineHandle handle) {
     closealarmlistwritehandle_struct parameters{handle};
-    if (handle != nullptr) call("close" + kind + "handle", parameters);
+    if (handle != nullptr) {
+      call("close" + kind + "handle", parameters);
+    }
   }
 
   void cycle(Phase phase) {
     for (unsigned i = phase == Phase::Work ? dice(4) : 0; i > 0; --i) {
       const unsigned what = dice(12);
-      if (what < 4) use(readers[what], what % 2 == 1, what < 2);
-      if (what >= 4 && what < 7) use(alarms[what - 4]);
-      if (what == 7) acknowledge();
-      for (unsigned events = what > 7 ? dice(s_burst) + 1 : 0; events > 0; --events)
+      if (what < 4) {
+        use(readers[what], what % 2 == 1, what < 2);
+      }
+      if (what >= 4 && what < 7) {
+        use(alarms[what - 4]);
+      }
+      if (what == 7) {
+        acknowledge();
+      }
+      for (unsigned events = what > 7 ? dice(s_burst) + 1 : 0; events > 0; --events) {
         logEvent();
+      }
     }
     bool all = true;
     for (std::size_t i = 0; i < readers.size(); ++i) {
-      if (readers[i].handle == nullptr || readers[i].loaded) continue;
+      if (readers[i].handle == nullptr || readers[i].loaded) {
+        continue;
+      }
       load(readers[i], s_lists[i % 2], phase);
       all = all && readers[i].loaded;
     }
-    if (phase != Phase::Returned || returnedCycles < 0) return;
-    if (++returnedCycles == kCyclesToLoad) std::puts("problem a list is not loaded after the return");
-    if (!all) return;
+    if (phase != Phase::Returned || returnedCycles < 0) {
+      return;
+    }
+    if (++returnedCycles == kCyclesToLoad) {
+      std::puts("problem a list is not loaded after the return");
+    }
+    if (!all) {
+      return;
+    }
     returnedCycles = -1;
     ++s_loaded;
   }
@@ -141,15 +159,26 @@ struct Task {
       close(kind, reader.handle);
       reader = Reader{open(kind), lasting};
     }
-    for (const char* name : {"resetlistchanged", "resetfiltereventtype", "resetfiltertime", "resetfilterall"})
-      if (dice(2) == 0) flag(name, reader.handle);
-    for (const char* name : {"setfilterstatealarm", "resetfilterstatealarm", "setfilterstateacknowledge",
-                             "resetfilterstateacknowledge", "getcentraldetectorstate", "isalarminalarmlist"})
-      if (ofAlarms && dice(2) == 0) flag(name, reader.handle, dice(2));
+    for (const char* name :
+         {"resetlistchanged", "resetfiltereventtype", "resetfiltertime", "resetfilterall"}) {
+      if (dice(2) == 0) {
+        flag(name, reader.handle);
+      }
+    }
+    for (const char* name :
+         {"setfilterstatealarm", "resetfilterstatealarm", "setfilterstateacknowledge",
+          "resetfilterstateacknowledge", "getcentraldetectorstate", "isalarminalarmlist"}) {
+      if (ofAlarms && dice(2) == 0) {
+        flag(name, reader.handle, dice(2));
+      }
+    }
     addfilterkeyword_struct keyword{reader.handle, static_cast<RTS_IEC_INT>(dice(5)), "water"};
     for (const char* name : {"addfiltereventtype", "clearfiltereventtype", "resetfilterkeyword",
-                             "addfilterkeyword", "clearfilterkeyword"})  // some read only its beginning
-      if (dice(2) == 0) call(name, keyword);
+                             "addfilterkeyword", "clearfilterkeyword"}) {  // some read only its beginning
+      if (dice(2) == 0) {
+        call(name, keyword);
+      }
+    }
     setfiltertime_struct time{reader.handle, static_cast<RTS_IEC_DATE_AND_TIME>(random()), dice(1000)};
     call("setfiltertime", time);
     setlistreadlanguage_struct language{reader.handle, dice(2) == 0 ? "de" : ""};
@@ -158,28 +187,41 @@ struct Task {
 
   void load(Reader& reader, ListClass& list, Phase phase) {
     const auto now = Clock::now();
-    if (phase == Phase::Work && now < reader.pausedUntil) return;
-    if (!reader.loading) reader.since = now;
+    if (phase == Phase::Work && now < reader.pausedUntil) {
+      return;
+    }
+    if (!reader.loading) {
+      reader.since = now;
+    }
     loadcompleteeventlist_struct step{reader.handle, -1};
     call(list.load, step);
     reader.loading = step.iResult == TAVROLINE_BUSY;
     if (reader.loading) {
-      if (!reader.lasting && dice(2000) == 0) reader.pausedUntil = now + std::chrono::seconds(6);
+      if (!reader.lasting && dice(2000) == 0) {
+        reader.pausedUntil = now + std::chrono::seconds(6);
+      }
       const Clock::time_point lastEnd{Clock::duration(list.lastEnd)};
-      if (now - std::max(lastEnd, reader.since) > kProgress) std::puts("problem no load of a class ends");
+      if (now - std::max(lastEnd, reader.since) > kProgress) {
+        std::puts("problem no load of a class ends");
+      }
       return;
     }
     list.lastEnd = now.time_since_epoch().count();
-    if (step.iResult < 0 || step.iResult > TAVROLINE_ERROR) std::puts("problem an unknown result");
+    if (step.iResult < 0 || step.iResult > TAVROLINE_ERROR) {
+      std::puts("problem an unknown result");
+    }
     reader.loaded = phase == Phase::Returned && step.iResult == TAVROLINE_DONE;
-    if (step.iResult == TAVROLINE_ERROR || dice(4) != 0) return;
+    if (step.iResult == TAVROLINE_ERROR || dice(4) != 0) {
+      return;
+    }
     std::vector<stEventlistEntryType> array(kEntries);  // the larger entries of the two kinds
     stGetEventlistEntriesType request{reader.handle, array.data(), kEntries, -1, -1};
     geteventlistentries_struct copy{&request};
     call(list.entries, copy);
     if (request.iResult != TAVROLINE_DONE || request.diNumberOfEntries < 0 ||
-        request.diNumberOfEntries > kEntries)
+        request.diNumberOfEntries > kEntries) {
       std::puts("problem a copy failed");
+    }
   }
 
   void close(Alarm& alarm) {
@@ -189,8 +231,12 @@ struct Task {
   }
 
   void use(Alarm& alarm) {
-    if (dice(8) == 0) close(alarm);
-    if (alarm.handle == nullptr) alarm.handle = open("alarmlistwrite");
+    if (dice(8) == 0) {
+      close(alarm);
+    }
+    if (alarm.handle == nullptr) {
+      alarm.handle = open("alarmlistwrite");
+    }
     logalarm_struct parameters{};
     parameters.hWriteHandle = alarm.handle;
     parameters.iEventType = dice(2) == 0 ? 0 : 2;
@@ -217,8 +263,9 @@ struct Task {
     stDescriptionUrlArgumentType url{};
     std::string("Pump %d").copy(data.sInstanceName, 8);
     data.iInstanceNumber = static_cast<RTS_IEC_INT>(random());
-    for (RTS_IEC_WSTRING& unit : argument.wsArgument)  // any text, and without an end
+    for (RTS_IEC_WSTRING& unit : argument.wsArgument) {  // any text, and without an end
       unit = static_cast<RTS_IEC_WSTRING>(random());
+    }
     parameters.psModuleName = "Basin";
     parameters.pstData = &data;
     parameters.iKeywordSize = 6;
@@ -235,28 +282,38 @@ struct Task {
     acknowledgevisualalarm_struct alarm{4, user.data(), "all", {0, 0}};
     call("acknowledgevisualalarm", alarm);
     handed += 2;
-    if (dice(8) != 0) return;
+    if (dice(8) != 0) {
+      return;
+    }
     ++handed;
     call("deleteeventlist", detector);  // which reads nothing of it
   }
 
   /** The first task's part beside its own: what readers see, and the phases. */
   void observe(Phase phase) {
-    for (std::size_t i = 0; i < observed.size(); ++i)
-      if (observed[i] == nullptr) observed[i] = open(s_lists[i].kind);
+    for (std::size_t i = 0; i < observed.size(); ++i) {
+      if (observed[i] == nullptr) {
+        observed[i] = open(s_lists[i].kind);
+      }
+    }
     std::string seen;
     for (const char* name : {"isalarminalarmlist", "isactivealarminalarmlist", "isfaultinalarmlist",
-                             "isactivefaultinalarmlist", "getcentraldetectorstate"})
+                             "isactivefaultinalarmlist", "getcentraldetectorstate"}) {
       seen += flag(name, observed[1]) ? '1' : '0';
+    }
     seen += flag("haslistchanged", observed[0]) ? '1' : '0';
-    if (seen != flags) std::printf("flags %s\n", seen.c_str());
+    if (seen != flags) {
+      std::printf("flags %s\n", seen.c_str());
+    }
     flags = seen;
 
     const bool over = Clock::now() - s_start > std::chrono::duration<double>(s_seconds);
     if (phase == Phase::Work && over) {
       std::printf("quiet\n");
       s_phase = Phase::Quiet;
-      if (s_file.empty()) s_runtime.finish(s_runtime.context, 0);
+      if (s_file.empty()) {
+        s_runtime.finish(s_runtime.context, 0);
+      }
     } else if (phase == Phase::Quiet && access(s_file.c_str(), F_OK) == 0) {
       s_phase = Phase::Returned;
     } else if (s_loaded == 8) {
@@ -268,14 +325,18 @@ struct Task {
   }
 
   void end() {
-    for (std::size_t i = 0; i < readers.size(); ++i)
+    for (std::size_t i = 0; i < readers.size(); ++i) {
       close(s_lists[i % 2].kind, readers[i].handle);
-    for (std::size_t i = 0; i < observed.size(); ++i)
+    }
+    for (std::size_t i = 0; i < observed.size(); ++i) {
       close(s_lists[i].kind, observed[i]);
-    for (Alarm& alarm : alarms)
+    }
+    for (Alarm& alarm : alarms) {
       close(alarm);
-    for (const auto& [name, entry] : calls)
+    }
+    for (const auto& [name, entry] : calls) {
       std::printf("call %s %lu %lld\n", name.c_str(), entry.count, entry.longest);
+    }
     std::printf("handed %lu\n", handed);
   }
 };
@@ -285,12 +346,15 @@ void cycle(void* state) {
   auto* task = static_cast<Task*>(state);
   const Phase phase = s_phase;
   task->cycle(phase);
-  if (task == s_tasks.data()) task->observe(phase);
+  if (task == s_tasks.data()) {
+    task->observe(phase);
+  }
 }
 
 void stop(void*) {
-  for (Task& task : s_tasks)
+  for (Task& task : s_tasks) {
     task.end();
+  }
   std::fflush(stdout);
 }
 

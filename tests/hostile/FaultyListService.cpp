@@ -35,7 +35,9 @@ std::vector<Message> s_confirmations;      ///< kept back until the signals have
 
 bool strike(const char* fault) {
   const auto row = s_faults.find(fault);
-  if (row == s_faults.end() || s_random() % row->second != 0) return false;
+  if (row == s_faults.end() || s_random() % row->second != 0) {
+    return false;
+  }
   dprintf(STDOUT_FILENO, "fault %s\n", fault);
   return true;
 }
@@ -60,15 +62,17 @@ void send(const Message& message) {
 void noteConfirmation(sd_bus_message* call) {
   const char* session = nullptr;
   uint64_t number = 0;
-  if (sd_bus_message_rewind(call, 1) >= 0 && sd_bus_message_read(call, "st", &session, &number) > 0)
+  if (sd_bus_message_rewind(call, 1) >= 0 && sd_bus_message_read(call, "st", &session, &number) > 0) {
     dprintf(STDOUT_FILENO, "confirmed %s %llu\n", session, static_cast<unsigned long long>(number));
+  }
 }
 
 std::string manyEntries() {
   std::string list = R"({"ListData":[)";
-  for (int id = 100000; id > 0; --id)
+  for (int id = 100000; id > 0; --id) {
     list += R"({"EventType":3,"LocalTime":"2024-02-29T12:00:00.000","Description":"full","EventlistId":)" +
             std::to_string(id) + (id > 1 ? "}," : "}]}");
+  }
   return list;
 }
 
@@ -76,11 +80,16 @@ std::string manyEntries() {
 const char* strangeText() {
   static const std::string s_many = manyEntries();
   static const std::string s_deep = R"({"ListData":)" + std::string(5000, '[');
-  if (strike("many")) return s_many.c_str();
-  if (strike("json"))
+  if (strike("many")) {
+    return s_many.c_str();
+  }
+  if (strike("json")) {
     return oneOf({"", "{", R"({"ListData":[{"EventType":)", R"({"ListData":{}})", "[1,2,3]", "\x7f\x01",
                   R"({"ListData":[]}])", s_deep.c_str()});
-  if (!strike("half")) return nullptr;
+  }
+  if (!strike("half")) {
+    return nullptr;
+  }
   return oneOf(
       {R"({"ListData":[{},null,7,"x",[]],"AlarmActive":2})",
        R"({"ListData":[{"EventType":"3","EventlistId":-1}]})",
@@ -92,11 +101,17 @@ const char* strangeText() {
 /** Every message that arrives comes here first. @return 1: dealt with, it does not reach the lists */
 int disturb(sd_bus_message* call, void*, sd_bus_error*) {
   const char* path = sd_bus_message_get_path(call);
-  if (path == nullptr || std::strncmp(path, "/org/tavroline/", 15) != 0) return 0;
+  if (path == nullptr || std::strncmp(path, "/org/tavroline/", 15) != 0) {
+    return 0;
+  }
   const std::string member = sd_bus_message_get_member(call);
-  if (strike("late")) std::this_thread::sleep_for(std::chrono::milliseconds(s_random() % 400));
+  if (strike("late")) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(s_random() % 400));
+  }
   const bool question = member.rfind("Get", 0) == 0;
-  if (strike("never") || (question && strike("mute"))) return 1;
+  if (strike("never") || (question && strike("mute"))) {
+    return 1;
+  }
   if (strike("error") || strike("limits")) {
     const char* name =
         oneOf({"org.tavroline.Error.Storm", SD_BUS_ERROR_LIMITS_EXCEEDED, SD_BUS_ERROR_NO_REPLY});
@@ -104,12 +119,16 @@ int disturb(sd_bus_message* call, void*, sd_bus_error*) {
     return 1;
   }
   if (strike("types")) {
-    if (!question) noteConfirmation(call);
+    if (!question) {
+      noteConfirmation(call);
+    }
     send(s_random() % 2 == 0 ? reply(call, "as", 2, "a", "b") : reply(call, "v", "i", 1));
     return 1;
   }
   const char* text = member == "GetList" || member == "GetAlarmState" ? strangeText() : nullptr;
-  if (text != nullptr) send(reply(call, "s", text));
+  if (text != nullptr) {
+    send(reply(call, "s", text));
+  }
   return text != nullptr ? 1 : 0;
 }
 
@@ -129,12 +148,17 @@ int disturb(sd_bus_message* call, void*, sd_bus_error*) {
     const ListSnapshot now = service.snapshot();
     const AlarmSummary& s = now.summary;
     std::string flags;
-    for (const bool flag : {s.alarm, s.activeAlarm, s.fault, s.activeFault, now.detector})
+    for (const bool flag : {s.alarm, s.activeAlarm, s.fault, s.activeFault, now.detector}) {
       flags += flag ? '1' : '0';
-    if (shown != flags) dprintf(STDOUT_FILENO, "flags %s\n", flags.c_str());
+    }
+    if (shown != flags) {
+      dprintf(STDOUT_FILENO, "flags %s\n", flags.c_str());
+    }
     shown = flags;
     const int due = batch.timeout();
-    if (waiting == 0) sd_bus_wait(bus, due < 0 ? UINT64_MAX : uint64_t(due) * 1000);
+    if (waiting == 0) {
+      sd_bus_wait(bus, due < 0 ? UINT64_MAX : uint64_t(due) * 1000);
+    }
   }
 }
 
@@ -143,9 +167,13 @@ int disturb(sd_bus_message* call, void*, sd_bus_error*) {
 // What the lists call to confirm a message.
 int sd_bus_reply_method_return(sd_bus_message* call, const char* types, ...) {
   noteConfirmation(call);
-  if (strike("unconfirmed")) return 1;
+  if (strike("unconfirmed")) {
+    return 1;
+  }
   s_confirmations.push_back(reply(call, types));
-  if (strike("early")) return 1;
+  if (strike("early")) {
+    return 1;
+  }
   send(s_confirmations.back());
   s_confirmations.pop_back();
   return 1;
@@ -153,7 +181,9 @@ int sd_bus_reply_method_return(sd_bus_message* call, const char* types, ...) {
 
 int sd_bus_emit_signal(sd_bus* bus, const char* path, const char* interface, const char* member,
                        const char* types, ...) {
-  if (strike("dropped")) return 1;
+  if (strike("dropped")) {
+    return 1;
+  }
   const bool wrong = strike("types");
   for (int times = strike("doubled") ? 2 : 1; times > 0; --times) {
     sd_bus_message* message = nullptr;
@@ -174,8 +204,9 @@ int main(int argc, char** argv) {
   try {
     const std::vector<std::string> words(argv + 1, argv + argc);
     s_random.seed(static_cast<unsigned>(std::stoul(words.at(0))));
-    for (std::size_t i = 2; i + 1 < words.size(); i += 2)
+    for (std::size_t i = 2; i + 1 < words.size(); i += 2) {
       s_faults[words[i]] = static_cast<unsigned>(std::stoul(words[i + 1]));
+    }
     Database database(words.at(1));
     Schema::open(database);
     ListService service(database, 10000);

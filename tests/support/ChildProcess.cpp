@@ -13,7 +13,9 @@
 bool eventually(const std::function<bool()>& condition, Milliseconds deadline) {
   const auto end = std::chrono::steady_clock::now() + deadline;
   while (!condition()) {
-    if (std::chrono::steady_clock::now() >= end) return false;
+    if (std::chrono::steady_clock::now() >= end) {
+      return false;
+    }
     std::this_thread::sleep_for(Milliseconds(2));
   }
   return true;
@@ -26,16 +28,23 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<std::st
   words.insert(words.end(), arguments.begin(), arguments.end());
   std::vector<char*> argv;
   argv.reserve(words.size() + 1);
-  for (std::string& word : words)
+  for (std::string& word : words) {
     argv.push_back(word.data());
+  }
   argv.push_back(nullptr);
 
   const pid_t parent = getpid();
   m_pid = fork();
-  if (m_pid < 0) throw std::system_error(errno, std::generic_category(), "fork");
-  if (m_pid > 0) return;
+  if (m_pid < 0) {
+    throw std::system_error(errno, std::generic_category(), "fork");
+  }
+  if (m_pid > 0) {
+    return;
+  }
   prctl(PR_SET_PDEATHSIG, SIGKILL);
-  if (getppid() != parent) _exit(126);
+  if (getppid() != parent) {
+    _exit(126);
+  }
   dup2(m_outputFile, STDOUT_FILENO);
   dup2(m_outputFile, STDERR_FILENO);
   execvp(argv[0], argv.data());
@@ -48,7 +57,9 @@ ChildProcess::~ChildProcess() {
 }
 
 void ChildProcess::signal(int number) const {
-  if (!m_status) ::kill(m_pid, number);
+  if (!m_status) {
+    ::kill(m_pid, number);
+  }
 }
 
 void ChildProcess::pause() const {
@@ -56,8 +67,9 @@ void ChildProcess::pause() const {
   // An exit that comes first is left to wait(); a stop is taken, so that the next pause() waits for its own.
   siginfo_t info{};
   const auto id = static_cast<id_t>(m_pid);
-  if (waitid(P_PID, id, &info, WSTOPPED | WEXITED | WNOWAIT) == 0 && info.si_code == CLD_STOPPED)
+  if (waitid(P_PID, id, &info, WSTOPPED | WEXITED | WNOWAIT) == 0 && info.si_code == CLD_STOPPED) {
     waitid(P_PID, id, &info, WSTOPPED);
+  }
 }
 
 void ChildProcess::resume() const {
@@ -73,8 +85,9 @@ std::optional<int> ChildProcess::wait(Milliseconds deadline) {
   eventually(
       [this] {
         int status = 0;
-        if (!m_status && waitpid(m_pid, &status, WNOHANG) == m_pid)
+        if (!m_status && waitpid(m_pid, &status, WNOHANG) == m_pid) {
           m_status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+        }
         return m_status.has_value();
       },
       deadline);
@@ -85,7 +98,8 @@ std::string ChildProcess::output() const {
   std::string text;
   std::array<char, 4096> part{};
   ssize_t size = 0;
-  while ((size = pread(m_outputFile, part.data(), part.size(), static_cast<off_t>(text.size()))) > 0)
+  while ((size = pread(m_outputFile, part.data(), part.size(), static_cast<off_t>(text.size()))) > 0) {
     text.append(part.data(), static_cast<std::size_t>(size));
+  }
   return text;
 }

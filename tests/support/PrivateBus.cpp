@@ -8,7 +8,9 @@
 
 PrivateBus::PrivateBus() {
   std::string folder = (std::filesystem::temp_directory_path() / "tavroline-XXXXXX").string();
-  if (mkdtemp(folder.data()) == nullptr) throw std::runtime_error("no temporary folder");
+  if (mkdtemp(folder.data()) == nullptr) {
+    throw std::runtime_error("no temporary folder");
+  }
   m_folder = folder;
   setenv("DBUS_SYSTEM_BUS_ADDRESS", ("unix:path=" + m_folder + "/bus").c_str(), 1);
   start();
@@ -28,8 +30,9 @@ void PrivateBus::start() {
                                                            "--address=unix:path=" + m_folder + "/bus"});
   // The address is printed once the daemon listens.
   if (!eventually([this] { return m_daemon->output().find('\n') != std::string::npos; }) ||
-      m_daemon->output().rfind("unix:", 0) != 0)
+      m_daemon->output().rfind("unix:", 0) != 0) {
     throw std::runtime_error("dbus-daemon: " + m_daemon->output());
+  }
 }
 
 void PrivateBus::stop() {
@@ -46,13 +49,16 @@ void PrivateBus::resume() const {
 
 bool PrivateBus::waitForName(const std::string& name, bool owned) const {
   sd_bus* bus = nullptr;
-  if (sd_bus_open_system(&bus) < 0) return false;
+  if (sd_bus_open_system(&bus) < 0) {
+    return false;
+  }
   const bool came = eventually([&] {
     sd_bus_message* reply = nullptr;
     int present = -1;
     if (sd_bus_call_method(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                           "NameHasOwner", nullptr, &reply, "s", name.c_str()) >= 0)
+                           "NameHasOwner", nullptr, &reply, "s", name.c_str()) >= 0) {
       sd_bus_message_read(reply, "b", &present);
+    }
     sd_bus_message_unref(reply);
     return present == (owned ? 1 : 0);
   });

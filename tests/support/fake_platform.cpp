@@ -53,7 +53,9 @@ State& state() {
 template <typename Value>
 bool take(std::map<std::string, std::deque<Value>>& scripts, const std::string& operation, Value& value) {
   auto& script = scripts[operation];
-  if (script.empty()) return false;
+  if (script.empty()) {
+    return false;
+  }
   value = std::move(script.front());
   script.pop_front();
   return true;
@@ -70,14 +72,18 @@ bool perform(const std::string& operation, const QVariantList& arguments, const 
   fake::platformCall();
   const std::lock_guard<std::mutex> lock(state().mutex);
   int& refusals = state().refusals[operation];
-  if (refusals == 0) return true;
+  if (refusals == 0) {
+    return true;
+  }
   --refusals;
   return false;
 }
 
 DBusPendingReply::SharedPointer request(const std::string& operation, const QVariantList& arguments,
                                         const void* object) {
-  if (!perform(operation, arguments, object)) return {};
+  if (!perform(operation, arguments, object)) {
+    return {};
+  }
   const auto reply = QSharedPointer<DBusPendingReply::Private>::create();
   std::vector<fake::Answer> answers{{2, {}}};
   {
@@ -89,11 +95,17 @@ DBusPendingReply::SharedPointer request(const std::string& operation, const QVar
 }
 
 bool flag(const std::string& operation, bool* value, const void* object) {
-  if (!perform(operation, {}, object)) return false;
+  if (!perform(operation, {}, object)) {
+    return false;
+  }
   const std::lock_guard<std::mutex> lock(state().mutex);
   bool present = false;
-  if (!take(state().changes, operation, present)) return false;
-  if (value != nullptr) *value = present;
+  if (!take(state().changes, operation, present)) {
+    return false;
+  }
+  if (value != nullptr) {
+    *value = present;
+  }
   return true;
 }
 
@@ -122,7 +134,9 @@ std::vector<fake::Call> fake::calls(const std::string& operation) {
   const std::lock_guard<std::mutex> lock(state().mutex);
   std::vector<Call> matching;
   for (const Call& call : state().log) {
-    if (operation.empty() || call.operation == operation) matching.push_back(call);
+    if (operation.empty() || call.operation == operation) {
+      matching.push_back(call);
+    }
   }
   return matching;
 }
@@ -155,9 +169,15 @@ int fake::platformCalls() {
 
 void fake::platformCall() {
   const int call = ++state().platformCalls;
-  if (state().firstThrowing == 0 || call < state().firstThrowing || call > state().lastThrowing) return;
-  if (state().thrown == Thrown::Exception) throw std::runtime_error("%1 thrown");
-  if (state().thrown == Thrown::BadAlloc) throw std::bad_alloc();
+  if (state().firstThrowing == 0 || call < state().firstThrowing || call > state().lastThrowing) {
+    return;
+  }
+  if (state().thrown == Thrown::Exception) {
+    throw std::runtime_error("%1 thrown");
+  }
+  if (state().thrown == Thrown::BadAlloc) {
+    throw std::bad_alloc();
+  }
   throw 5;
 }
 
@@ -172,8 +192,12 @@ DBusPendingReply::~DBusPendingReply() = default;
 int DBusPendingReply::isFinished(ErrorContainer& error) {
   perform("isFinished", {error.getErrorCode(), error.getErrorMessage()}, this);
   const fake::Answer present = m_state->answers.front();
-  if (m_state->answers.size() > 1 && present.status != 0) m_state->answers.pop_front();
-  if (present.status != 0 && present.status != 2) error = ErrorContainer(1, QString::fromUtf8(present.data));
+  if (m_state->answers.size() > 1 && present.status != 0) {
+    m_state->answers.pop_front();
+  }
+  if (present.status != 0 && present.status != 2) {
+    error = ErrorContainer(1, QString::fromUtf8(present.data));
+  }
   return present.status;
 }
 QVariant DBusPendingReply::getReply() {

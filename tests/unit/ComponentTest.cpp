@@ -27,8 +27,9 @@ RTS_RESULT registerTable(const ExternalFunctionEntry* table, std::uintptr_t rese
   EXPECT_EQ(componentId, kComponentId);
   EXPECT_EQ(reserved, 0U);
   int rows = 0;
-  while (table[rows].pfFunction != nullptr)
+  while (table[rows].pfFunction != nullptr) {
     ++rows;
+  }
   EXPECT_STREQ(table[rows].pszName, "") << "the end row's name is empty, not null";
   EXPECT_EQ(table[rows].ulSignatureId + table[rows].ulVersion, 0U);
   return noted(std::to_string(rows) + " rows, external " + std::to_string(external));
@@ -81,13 +82,15 @@ TEST_F(Component, ExportsTheFunctionsAndThenTheEmptyTable) {
 }
 
 TEST_F(Component, PollsTheAlarmListAndThenTheEventListInTheCommunicationCycleOnly) {
-  for (const std::uint32_t hook : {0U, 19U, 21U, 0x10014U})
+  for (const std::uint32_t hook : {0U, 19U, 21U, 0x10014U}) {
     EXPECT_EQ(m_record.pfHookFunction(hook, 1, 2), 0U);
+  }
   EXPECT_TRUE(fake::calls().empty());
   EXPECT_EQ(m_record.pfHookFunction(20, 1, 2), 0U);
   Lines asked;
-  for (const fake::Call& call : fake::calls())
+  for (const fake::Call& call : fake::calls()) {
     asked.push_back(call.operation.substr(std::strlen("changedFlag")));
+  }
   EXPECT_EQ(asked, (Lines{"AlarmInAlarmlist", "ActiveAlarmInAlarmlist", "FaultInAlarmlist",
                           "ActiveFaultInAlarmlist", "Alarmlist", "CentralDetector", "Eventlist"}));
   fake::throwAt(1);

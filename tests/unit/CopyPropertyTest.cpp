@@ -33,8 +33,12 @@ struct CopyStep : ComponentTest, testing::WithParamInterface<QByteArray> {
     }
     const QDateTime time = QDateTime::fromMSecsSinceEpoch(wall * 1000 + below(1000), Qt::UTC);
     QByteArray text = time.toString(Qt::ISODateWithMs).toLatin1().left(23);
-    if (below(8) == 0) return text.replace(8, 2, oneOf({"29", "30", "31"}));
-    if (below(4) != 0) return text;
+    if (below(8) == 0) {
+      return text.replace(8, 2, oneOf({"29", "30", "31"}));
+    }
+    if (below(4) != 0) {
+      return text;
+    }
     return text.replace(below(24), below(24), oneOf({"", "9", "-", "T", ",", "ä", "Z", "+02:00", "T24:00"}));
   }
   QByteArray entry(std::size_t index) {
@@ -68,15 +72,23 @@ struct CopyStep : ComponentTest, testing::WithParamInterface<QByteArray> {
     for (const Entry& entry : entries) {
       const auto& [first, second] = readings[QByteArray(entry.sModuleName).toUInt()];
       EXPECT_TRUE(entry.dtTimestamp == first || entry.dtTimestamp == second);
-      if (first == second) lines.emplace_back(reinterpret_cast<const char*>(&entry), sizeof entry);
+      if (first == second) {
+        lines.emplace_back(reinterpret_cast<const char*>(&entry), sizeof entry);
+      }
     }
     return lines;
   }
   template <typename Entry, typename Reader, typename Convert>
   void compare(int filter, Reader& reader, Convert convert) {
-    if (filter & 1) reader.addFilterEventType(EventlistHandlerEnums::EventTypeFault);
-    if (filter & 2) reader.addFilterKeyword(Reader::FilterTypeInclude, "a"_q);
-    if (filter & 4) reader.addFilterKeyword(Reader::FilterTypeExclude, filter & 2 ? ""_q : "ä\uFFFD"_q);
+    if (filter & 1) {
+      reader.addFilterEventType(EventlistHandlerEnums::EventTypeFault);
+    }
+    if (filter & 2) {
+      reader.addFilterKeyword(Reader::FilterTypeInclude, "a"_q);
+    }
+    if (filter & 4) {
+      reader.addFilterKeyword(Reader::FilterTypeExclude, filter & 2 ? ""_q : "ä\uFFFD"_q);
+    }
     const auto bound = [&](int bit) { return filter & bit ? parsed(timeText()) : QDateTime(); };
     reader.setFilterDateTime(bound(8), bound(16));
     EXPECT_EQ(copied<Entry>(reader, convert), copied<Entry>(reader, &Reader::convertAsReference));
@@ -92,16 +104,23 @@ struct CopyStep : ComponentTest, testing::WithParamInterface<QByteArray> {
 TEST_P(CopyStep, GivesTheBytesOfItsPlainForm) {
   for (int filter = 0; filter < 32; ++filter) {
     QByteArrayList list;
-    for (std::size_t i = 1; i <= kEntries; ++i)
+    for (std::size_t i = 1; i <= kEntries; ++i) {
       list << entry(i);
-    for (const char* request : {"getCompleteEventlist", "getCompleteAlarmlist"})
+    }
+    for (const char* request : {"getCompleteEventlist", "getCompleteAlarmlist"}) {
       fake::answer(request, {{0, "{\"ListData\":[" + list.join(',') + "]}"}});
+    }
     ReferenceEventlistRead events;
     ReferenceAlarmlistRead alarms;
-    for (const int result : {ResultBusy, ResultDone})
+    for (const int result : {ResultBusy, ResultDone}) {
       EXPECT_TRUE(events.loadCompleteEventlist(0) == result && alarms.loadCompleteAlarmlist() == result);
-    if (filter % 3 != 0) alarms.setFilterStateAlarm(filter % 3 == 1);
-    if (filter % 5 > 2) alarms.setFilterStateAcknowledge(filter % 5 == 3);
+    }
+    if (filter % 3 != 0) {
+      alarms.setFilterStateAlarm(filter % 3 == 1);
+    }
+    if (filter % 5 > 2) {
+      alarms.setFilterStateAcknowledge(filter % 5 == 3);
+    }
     compare<stEventlistEntryType>(filter, events, &TavrolineEventlistRead::convertEventlist);
     compare<stAlarmlistEntryType>(filter, alarms, &TavrolineAlarmlistRead::convertAlarmlist);
   }

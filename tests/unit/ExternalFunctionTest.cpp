@@ -17,7 +17,9 @@ constexpr char kNullStructure[] = "codesys struct nullpointer";
 /** Call a function of the table by its name without the suffix, with whatever structure. */
 void callNamed(const std::string& name, void* structure) {
   for (const ExternalFunctionEntry* row = ExternalFunctionTable; row->pfFunction != nullptr; ++row) {
-    if (name + "_ext" == row->pszName) return reinterpret_cast<void (*)(void*)>(row->pfFunction)(structure);
+    if (name + "_ext" == row->pszName) {
+      return reinterpret_cast<void (*)(void*)>(row->pfFunction)(structure);
+    }
   }
   ADD_FAILURE() << name << " is not in the table";
 }
@@ -60,8 +62,12 @@ void expectRefused(const HandleRow& row, const void* handle, const std::string& 
     std::memset(structure, 'Z', sizeof structure);
     std::memcpy(structure, &handle, kHandle);
     std::string expected(structure, sizeof structure);
-    if (row.result >= 0) expected.replace(std::size_t(row.result), 2, std::string("\x02\0", 2));
-    if (function == "closealarmlistwritehandle") expected.replace(0, kHandle, kHandle, '\0');
+    if (row.result >= 0) {
+      expected.replace(std::size_t(row.result), 2, std::string("\x02\0", 2));
+    }
+    if (function == "closealarmlistwritehandle") {
+      expected.replace(0, kHandle, kHandle, '\0');
+    }
     void* request = structure;
     callNamed(function,
               function.find("entries") == std::string::npos ? structure : static_cast<void*>(&request));
@@ -97,9 +103,12 @@ TEST_F(ComponentTest, AHandleThatIsNullStaleOrOfAnotherKindIsRefused) {
         expectRefused(row, nullptr, row.null);
         expectRefused(row, &kHandleRows, std::string(row.kind) + " unknown");
         for (const auto& [kind, handle] : handles) {
-          if (!open) expectRefused(row, handle, std::string(row.kind) + " already closed");
-          if (open && kind.find(row.kind) == std::string::npos)
+          if (!open) {
+            expectRefused(row, handle, std::string(row.kind) + " already closed");
+          }
+          if (open && kind.find(row.kind) == std::string::npos) {
             expectRefused(row, handle, std::string(row.kind) + " of another kind");
+          }
         }
       }
     }
@@ -108,12 +117,15 @@ TEST_F(ComponentTest, AHandleThatIsNullStaleOrOfAnotherKindIsRefused) {
 
 TEST_F(ComponentTest, TheLastSixtyFourClosedHandlesAreKnownAsClosed) {
   TavrolineHandle handles[65];
-  for (TavrolineHandle& handle : handles)
+  for (TavrolineHandle& handle : handles) {
     handle = call<openalarmlistwritehandle_ext>().hWriteHandle;
-  for (const TavrolineHandle handle : handles)
+  }
+  for (const TavrolineHandle handle : handles) {
     call<closealarmlistwritehandle_ext>(handle);
-  for (const int index : {0, 1, 64})
+  }
+  for (const int index : {0, 1, 64}) {
     call<closealarmlistwritehandle_ext>(handles[index]);
+  }
   EXPECT_EQ(items(), (Lines{"AlarmlistWriteHandle unknown", "AlarmlistWriteHandle already closed",
                             "AlarmlistWriteHandle already closed"}));
 }
@@ -137,8 +149,9 @@ INSTANTIATE_TEST_SUITE_P(Of, CopyFunctions, testing::Values(&kEventKind, &kAlarm
 TEST_P(CopyFunctions, CheckTheirRequestAndItsArray) {
   const Reader reader(kind);
   stGetEventlistEntriesType request{reader.handle, nullptr, 1, -1, -7};  // but for its array, the alarms' too
-  for (auto* pointer : {static_cast<stGetEventlistEntriesType*>(nullptr), &request})
+  for (auto* pointer : {static_cast<stGetEventlistEntriesType*>(nullptr), &request}) {
     callNamed(kind.list == "Eventlist" ? "geteventlistentries" : "getalarmlistentries", &pointer);
+  }
   EXPECT_EQ(request.iResult, TAVROLINE_ERROR);
   EXPECT_EQ(request.diNumberOfEntries, -7);
   EXPECT_EQ(items(), (Lines{kNullStructure, "DBusPendingReply nullpointer"}));

@@ -30,8 +30,9 @@ TEST_P(Readers, CopyWhatPassesTheFilterUpToTheCapacity) {
   reader.load(R"([{"EventType":3},{},5,{"EventType":3},{"EventType":2},"x",{"EventType":3}])");
   EXPECT_EQ(reader.count(), 7);
   call<addfiltereventtype_ext>(reader.handle, 3);
-  for (const int capacity : {-1, 0, 2, 3, 4, 7})
+  for (const int capacity : {-1, 0, 2, 3, 4, 7}) {
     EXPECT_EQ(reader.count(capacity), qBound(0, capacity, 3));
+  }
 }
 
 TEST_P(Readers, LearnOfAChangeWhenTheyAreOpenAtThatMoment) {
@@ -64,8 +65,9 @@ TEST_F(ComponentTest, APartOfTheEventListIsAskedForByItsCountAlone) {
   const QStringList none;
   for (const int count : {65535, 0}) {
     const Reader reader(kEventKind);
-    for (const int now : {count, 7})  // the later one is ignored
+    for (const int now : {count, 7}) {  // the later one is ignored
       EXPECT_EQ(call<loadpartofeventlist_ext>(reader.handle, now).iResult, TAVROLINE_BUSY);
+    }
     EXPECT_EQ(fake::calls("getCompleteEventlist").size(), count == 0 ? 1U : 0U);
   }
   ASSERT_EQ(fake::calls("getPartOfEventlist").size(), 1U);
@@ -79,8 +81,9 @@ void expectBytes(const ReaderKind& kind, const QByteArray& json, std::size_t siz
   const Reader reader(kind);
   reader.load("[" + json + "]");
   std::string expected(2 * size, 'Z');
-  for (const auto& [offset, bytes] : fields)
+  for (const auto& [offset, bytes] : fields) {
     expected.replace(offset, bytes.size(), bytes);
+  }
   const Copied copied = kind.copy(reader.handle, 2);
   EXPECT_EQ(copied.count, 1);
   EXPECT_EQ(copied.bytes.substr(0, 2 * size), expected);
@@ -140,8 +143,12 @@ TEST_F(ComponentTest, BothStateFiltersMustHoldAndTakeOnlyBooleans) {
       {kAny, kAny, "12345"}, {1, kAny, "12"}, {0, kAny, "345"}, {kAny, 1, "13"}, {kAny, 0, "245"},
       {1, 1, "1"},           {1, 0, "2"},     {0, 1, "3"},      {0, 0, "45"},    {2, -128, "1"}};
   for (const auto& [active, acknowledged, passing] : rows) {
-    if (active != kAny) call<setfilterstatealarm_ext>(reader.handle, active);
-    if (acknowledged != kAny) call<setfilterstateacknowledge_ext>(reader.handle, acknowledged);
+    if (active != kAny) {
+      call<setfilterstatealarm_ext>(reader.handle, active);
+    }
+    if (acknowledged != kAny) {
+      call<setfilterstateacknowledge_ext>(reader.handle, acknowledged);
+    }
     call<resetfilterall_ext>(reader.handle);  // leaves these two alone
     EXPECT_EQ(kAlarmKind.copy(reader.handle, 5).modules, passing) << active << " " << acknowledged;
     call<resetfilterstatealarm_ext>(reader.handle);

@@ -10,15 +10,17 @@ namespace {
 TEST(ReplyCheck, FindsWhatTheParserMustNotBeGiven) {
   const auto levels = [](int count, const std::string& opening) {
     std::string text;
-    for (; count > 0; --count)
+    for (; count > 0; --count) {
       text += opening;
+    }
     return text;
   };
   const std::string deep = "is nested too deep", twice = "names a member twice", none;
   const std::string escaped = "has an escape in a member's name";
   std::string many;
-  for (char name = 'a'; name < 'a' + 17; ++name)
+  for (char name = 'a'; name < 'a' + 17; ++name) {
     many += std::string(R"(,")") + name + R"(":[])";
+  }
   for (const auto& [text, fault] :
        {std::pair(levels(32, "["), none), std::pair(levels(33, "["), deep),
         std::pair(levels(17, R"({"a":[)"), deep), std::pair("[\"" + levels(40, "[") + "\"]", none),

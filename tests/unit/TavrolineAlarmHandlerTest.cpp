@@ -39,8 +39,9 @@ TEST_F(AlarmHandlerTest, OnlyAnEdgeIsSentAndOnlyNeutralIsWarnedOf) {
     fake::reset();
     log(type, state, icon);
     QStringList sent;  // type, state, icon
-    for (const fake::Call& call : fake::calls("logEvent"))
+    for (const fake::Call& call : fake::calls("logEvent")) {
       sent += QVariant(call.arguments.mid(0, 3)).toStringList();
+    }
     EXPECT_EQ(sent.join(QLatin1Char(' ')), QString::fromUtf8(expected)) << type << state << icon;
     EXPECT_EQ(messages(), state == 0 ? neutral : Lines{});
   }
@@ -84,8 +85,9 @@ TEST_F(AlarmHandlerTest, AStateQueryIsStartedAndAskedUntilItDelivers) {
         Row{R"({"AlarmActive":1,"AlarmAcknowledgment":"true"})", "0 00"}, Row{"garbage", "0 00"}}) {
     fake::answer("getAlarmState", {{2, {}}, {2, {}}, {0, reply}});
     fake::answer("getAlarmState", {{0, reply}});
-    for (const char* result : {"1 55", "1 55", expected})
+    for (const char* result : {"1 55", "1 55", expected}) {
       EXPECT_EQ(query(), result);
+    }
     EXPECT_EQ(queries(), ++started);
     EXPECT_EQ(query(), expected) << "a new query, answered at once";
     EXPECT_EQ(queries(), ++started);

@@ -103,10 +103,12 @@ TEST_F(ComponentTest, AFieldWithoutATerminatorEndsWithTheField) {
   full.stData.iTextSource = 0;
   const QVariantMap map = Convert::convertStructDescriptionData(full);
   EXPECT_EQ(map["Placeholder"_q], QString(81, QChar(0x7878)));
-  for (const QString& key : {"ModuleName"_q, "ObjectName"_q})
+  for (const QString& key : {"ModuleName"_q, "ObjectName"_q}) {
     EXPECT_EQ(map[key], QString(81, QLatin1Char('x')));
-  for (const QString& key : {"InstanceName"_q, "Url"_q})
+  }
+  for (const QString& key : {"InstanceName"_q, "Url"_q}) {
     EXPECT_EQ(map[key], QString(256, QLatin1Char('x')));
+  }
   EXPECT_EQ(messages(), Lines{}) << "of a known text source";
 }
 

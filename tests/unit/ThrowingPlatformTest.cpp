@@ -31,9 +31,12 @@ struct Scene {
     call<setfilterstatealarm_ext>(alarms.handle, 0);
     logEntry<logalarm_ext>(0, 1, "", "", 0, handler);
     for (const auto* request :
-         {"getCompleteEventlist", "getPartOfEventlist", "getCompleteAlarmlist", "getAlarmState"})
+         {"getCompleteEventlist", "getPartOfEventlist", "getCompleteAlarmlist", "getAlarmState"}) {
       fake::answer(request, {{2, {}}, {0, "{}"}});
-    if (situation == Second) run();
+    }
+    if (situation == Second) {
+      run();
+    }
   }
   ~Scene() { call<closealarmlistwritehandle_ext>(handler); }
 
@@ -64,21 +67,35 @@ struct Scene {
     entries.assign(2568, 'Z');  // three elements
     structure.assign(160, 'Z');
     auto [words, resultOffset] = arguments();
-    if (situation == NullHandle) words[0] = nullptr;
-    if (situation == ForeignHandle) words[0] = kNothing;
+    if (situation == NullHandle) {
+      words[0] = nullptr;
+    }
+    if (situation == ForeignHandle) {
+      words[0] = kNothing;
+    }
     std::memcpy(structure.data(), words.data(), words.size() * kHandle);
     failed = structure;
-    if (resultOffset != 0) failed.replace(resultOffset, 2, std::string("\x02\0", 2));
-    if (opens) failed.replace(kHandle, kHandle, kHandle, '\0');
-    if (name == "closealarmlistwritehandle_ext") failed.replace(0, kHandle, kHandle, '\0');
+    if (resultOffset != 0) {
+      failed.replace(resultOffset, 2, std::string("\x02\0", 2));
+    }
+    if (opens) {
+      failed.replace(kHandle, kHandle, kHandle, '\0');
+    }
+    if (name == "closealarmlistwritehandle_ext") {
+      failed.replace(0, kHandle, kHandle, '\0');
+    }
     void* request = structure.data();
     fake::throwAt(throwingCall, thrown, andAllAfter);
     result = int(g_functions[name](readsEntries ? &request : request));
     calls = fake::platformCalls();
     fake::throwAt(0);
-    if (readsEntries) failed.replace(kCount, 4, structure, kCount, 4);
+    if (readsEntries) {
+      failed.replace(kCount, 4, structure, kCount, 4);
+    }
     std::string opened = structure.substr(kHandle);
-    if (opens) g_functions["close" + name.substr(4)](opened.data());
+    if (opens) {
+      g_functions["close" + name.substr(4)](opened.data());
+    }
   }
 
   const std::string name;
@@ -93,8 +110,9 @@ struct Scene {
 void expectLocksAndInterfacesFree() {
   std::thread([] {
     fake::reset();
-    for (const ReaderKind* kind : {&kEventKind, &kAlarmKind})
+    for (const ReaderKind* kind : {&kEventKind, &kAlarmKind}) {
       Reader(*kind).load("[]");
+    }
     g_functions["hook"](nullptr);
     const TavrolineHandle handler = call<openalarmlistwritehandle_ext>().hWriteHandle;
     EXPECT_EQ(call<getalarmstatefromalarmhandler_ext>(handler).iResult, TAVROLINE_BUSY);
@@ -121,8 +139,11 @@ void expectEveryFailureContained(const std::string& name, Situation situation) {
       Scene scene(name, situation);
       scene.run(throwing, thrown, andAllAfter);
       std::string reported;
-      for (const std::string& item : items())
-        if (item.find("exception:") == 0) reported += item;
+      for (const std::string& item : items()) {
+        if (item.find("exception:") == 0) {
+          reported += item;
+        }
+      }
       EXPECT_EQ(reported, record);
       EXPECT_EQ(scene.result, name.find("port") != name.npos || name == "entry" ? 1 : 0);
       EXPECT_EQ(scene.structure + scene.outputs, scene.failed + "ZZ");
@@ -132,7 +153,9 @@ void expectEveryFailureContained(const std::string& name, Situation situation) {
       EXPECT_EQ(scene.entries.substr(0, finished), whole.substr(0, finished));
       EXPECT_EQ(scene.entries.find_first_not_of('Z', finished + size), scene.entries.npos);
       expectLocksAndInterfacesFree();
-      if (name.find("load") != 0 || situation > Second) continue;
+      if (name.find("load") != 0 || situation > Second) {
+        continue;
+      }
       scene.run();
       EXPECT_EQ(scene.structure[scene.arguments().second], TAVROLINE_BUSY) << "a new request";
     }
@@ -155,9 +178,11 @@ TEST_F(ComponentTest, APlatformCallThatThrowsCostsNoMoreThanItsOwnCall) {
   g_functions["import"] = [](void*) { return g_record.pfImportFunctions(); };
   g_functions["export"] = [](void*) { return g_record.pfExportFunctions(); };
   g_functions["hook"] = [](void*) { return g_record.pfHookFunction(20, 0, 0); };
-  for (const auto& function : std::map(g_functions))
-    for (int situation = 0; situation < 4; ++situation)
+  for (const auto& function : std::map(g_functions)) {
+    for (int situation = 0; situation < 4; ++situation) {
       expectEveryFailureContained(function.first, Situation(situation));
+    }
+  }
 }
 
 }  // namespace

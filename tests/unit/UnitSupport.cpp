@@ -30,8 +30,9 @@ ReaderKind readerKind(const char* list) {
             EXPECT_EQ(request.iResult, TAVROLINE_DONE);
             Copied copied{
                 request.diNumberOfEntries, {}, {reinterpret_cast<const char*>(entries), sizeof entries}};
-            for (int i = 0; i < copied.count; ++i)
+            for (int i = 0; i < copied.count; ++i) {
               copied.modules += entries[i].sModuleName;
+            }
             return copied;
           }};
 }
@@ -66,15 +67,18 @@ Lines records() {
 
 Lines items() {
   Lines texts;
-  for (const std::string& record : records())
+  for (const std::string& record : records()) {
     texts.push_back(record.substr(record.rfind(": ") + 2));
+  }
   return texts;
 }
 
 Lines messages() {
   Lines lines;
   for (const fake::Call& call : fake::calls()) {
-    if (call.operation != "qWarning" && call.operation != "qDebug") continue;
+    if (call.operation != "qWarning" && call.operation != "qDebug") {
+      continue;
+    }
     const QVariantList& all = call.arguments;
     EXPECT_EQ(all[1], "default"_q);
     EXPECT_GT(all[4].toInt(), 0) << "line";
@@ -90,7 +94,9 @@ void advanceMonotonicClock(int milliseconds) {
 
 extern "C" __attribute__((visibility("default"))) int clock_gettime(clockid_t clock,
                                                                     timespec* time) noexcept {
-  if (clock != CLOCK_MONOTONIC) return static_cast<int>(syscall(SYS_clock_gettime, clock, time));
+  if (clock != CLOCK_MONOTONIC) {
+    return static_cast<int>(syscall(SYS_clock_gettime, clock, time));
+  }
   *time = {g_monotonicMilliseconds / 1000, g_monotonicMilliseconds % 1000 * 1000000};
   return 0;
 }

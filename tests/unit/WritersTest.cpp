@@ -16,8 +16,9 @@ TEST_F(ComponentTest, AnEventIsSentWithItsIconOrTheDefaultOneAndAnAlarmIsRefused
     fake::reset();
     logEntry<logevent_ext>(type, state, icon, "Mödule", 0xFFFFFFFF);
     QVariantList sent;
-    for (const fake::Call& call : fake::calls("logEvent"))
+    for (const fake::Call& call : fake::calls("logEvent")) {
       sent += call.arguments;
+    }
     if (sentIcon == nullptr) {
       EXPECT_EQ(sent, QVariantList());
       EXPECT_EQ(messages(),
