@@ -11,10 +11,10 @@
 
 #include "ComponentManager.h"
 
-/** What the calls of one task came to, function by function. Any thread may write it. */
+/** Number and times of the calls of one task, by function. Any thread may write it. */
 class CallMeter {
  public:
-  /** More functions than that a component may register, but not have watched. */
+  /** The first functions of a component are watched, up to this number. */
   static constexpr std::size_t kFunctions = 64;
 
   struct Record {
@@ -23,7 +23,7 @@ class CallMeter {
     std::atomic<std::uint64_t> longestNanoseconds{0};
   };
 
-  /** @param periodMilliseconds 0 for calls without a period, which overrun nothing. */
+  /** @param periodMilliseconds 0 for calls outside of tasks, which cannot overrun */
   CallMeter(std::string task, std::uint32_t periodMilliseconds)
       : m_task(std::move(task)), m_period(std::uint64_t{periodMilliseconds} * 1000000) {}
 
@@ -43,33 +43,34 @@ class CallMeter {
 };
 
 /**
- * Stands between the programs and the component: hands out the external functions, and where that is wanted
- * wrappers in their place, which count, time and trace each call. It never changes what a call does.
+ * Gives the programs the external functions, or, if metering or tracing is on, wrappers that count, time and
+ * trace each call. A wrapper does not change what a call does.
  *
- * One at a time, since an external function carries no context; it outlives the programs.
+ * Only one object may exist at a time, since an external function carries no context; it outlives the
+ * programs.
  */
 class CallMonitor {
  public:
   /**
    * @param component must outlive this object
    * @param metering whether calls are counted and timed
-   * @param traceFile where each call is written as a line, empty for no trace. Throws std::runtime_error when
-   * the file cannot be opened. [init]
+   * @param traceFile gets one line for each call; empty for no trace. Throws std::runtime_error when the file
+   * cannot be opened. [init]
    */
   CallMonitor(const ComponentManager& component, bool metering, const std::string& traceFile);
   ~CallMonitor();
   CallMonitor(const CallMonitor&) = delete;
   CallMonitor& operator=(const CallMonitor&) = delete;
 
-  /** The function of that name as programs get it, null if there is none. [any-thread] */
+  /** The external function of that name or its wrapper, null if none is registered. [any-thread] */
   ExternalFunction find(const std::string& name) const;
 
-  /** A meter for one more task, valid as long as the monitor. [init] */
+  /** Adds a meter for a task; it is valid as long as the monitor. [init] */
   CallMeter& addTask(const std::string& name, std::uint32_t periodMilliseconds);
 
   /** The meters, the first one for calls outside all tasks. [init] */
   const std::list<CallMeter>& meters() const { return m_meters; }
-  /** The component whose functions the records stand for, in its order. */
+  /** The component; records are in the order of its functions. [any-thread] */
   const ComponentManager& component() const { return m_component; }
 
  private:

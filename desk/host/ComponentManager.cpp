@@ -13,7 +13,7 @@ constexpr RTS_RESULT kRefused = 1;
 /** The manager whose component is being entered: the interface's callbacks carry no context. */
 ComponentManager* s_entering = nullptr;
 
-/** Stands in the words of the runtime services that no component may rely on here. */
+/** Fills the words of those runtime services that this host does not offer. */
 void unusedService() {}
 
 void check(const char* step, RTS_RESULT result) {
@@ -61,7 +61,7 @@ RTS_RESULT ComponentManager::registerApi(const ExternalFunctionEntry* table, std
     if (row->pfFunction == nullptr || s_entering->find(row->pszName) != nullptr) {
       return kRefused;
     }
-    // Only external functions are looked up by programs; a table for other components has no reader here.
+    // Programs look up external functions only; nothing here reads a table meant for other components.
     if (external != 0) {
       s_entering->m_functions.push_back({row->pszName, row->pfFunction,
                                          static_cast<std::uint32_t>(row->ulSignatureId),

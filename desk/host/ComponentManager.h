@@ -8,10 +8,11 @@
 #include "tavroline/component.h"
 
 /**
- * Plays the runtime's component manager for one component: loads the library, enters it, lets it import the
- * runtime functions and register its function tables, and unloads it at the end of the object's life.
+ * The runtime's component manager, for one component: loads the library, calls its entry, lets it import the
+ * runtime functions and register its function tables. The destructor unloads the library.
  *
- * Not a scheduler: who calls the hook and the functions sees to it that nobody does when the object goes.
+ * It calls nothing periodically. The caller of the hook and of the functions must have stopped before the
+ * destructor runs.
  */
 class ComponentManager {
  public:
@@ -24,8 +25,8 @@ class ComponentManager {
   };
 
   /**
-   * Load and enter the component. Throws std::runtime_error when a step fails. One component is entered at a
-   * time, since a component registers without saying for whom. [init]
+   * Load the component, import and export. Throws std::runtime_error when a step fails. Not reentrant: the
+   * interface's callbacks carry no context. [init]
    */
   explicit ComponentManager(const std::string& path);
 

@@ -19,7 +19,7 @@ EndRequest::EndRequest() {
   m_signals = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
   m_finished = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
   if (m_signals < 0 || m_finished < 0) {
-    throw std::runtime_error("no descriptors left");
+    throw std::runtime_error("no file descriptor is free");
   }
 }
 
@@ -30,7 +30,7 @@ EndRequest::~EndRequest() {
 
 void EndRequest::finish(int status) {
   int none = kNone;
-  // The exit status of a process is one byte, and never negative: so no status is taken for "none".
+  // A process's exit status is one byte, so no status equals kNone.
   if (m_status.compare_exchange_strong(none, status & 0xff)) {
     eventfd_write(m_finished, 1);
   }
@@ -47,7 +47,7 @@ int EndRequest::wait(std::optional<unsigned> seconds) {
     const timespec limit{static_cast<time_t>(bounded / 1000000000), static_cast<long>(bounded % 1000000000)};
     ready = ppoll(files, 2, seconds ? &limit : nullptr, nullptr);
   } while (ready < 0 && errno == EINTR);
-  // What has come so far is this end's; only later signals are meant for a runtime that hangs.
+  // Signals received so far ask for this end; only a later one is meant to kill a runtime that hangs.
   signalfd_siginfo taken{};
   while (read(m_signals, &taken, sizeof taken) > 0) {
   }

@@ -6,14 +6,16 @@
 #include <atomic>
 
 /**
- * Who ends the runtime: a program through finish(), a person through SIGINT or SIGTERM, or the clock.
+ * Waits for the end of the runtime: a program calls finish(), a user sends SIGINT or SIGTERM, or the time is
+ * up.
  *
- * Construct it before any thread is started: it blocks the two signals, and threads inherit that. Once wait()
- * has returned, the main thread takes signals as before: a second one ends a runtime that does not stop.
+ * Construct it before any thread is started: it blocks the two signals, and threads inherit that. wait()
+ * unblocks them on the main thread before it returns, so that a second signal kills a runtime that does not
+ * stop.
  */
 class EndRequest {
  public:
-  /** Throws std::runtime_error when the system has no descriptors left. [init] */
+  /** Throws std::runtime_error when no file descriptor is free. [init] */
   EndRequest();
   ~EndRequest();
   EndRequest(const EndRequest&) = delete;
@@ -24,8 +26,8 @@ class EndRequest {
 
   /**
    * Wait for the end, once.
-   * @param seconds how long at most; nothing waits for ever
-   * @return the status that finish() was given, 0 when a signal or the clock came first. [init]
+   * @param seconds the longest wait; no value: no limit
+   * @return the status given to finish(), 0 if a signal or the end of the time was first. [init]
    */
   int wait(std::optional<unsigned> seconds);
 
@@ -36,7 +38,7 @@ class EndRequest {
   static constexpr int kNone = -1;
 
   sigset_t m_maskBefore{};
-  int m_signals = -1;   ///< readable when one of the two signals has come
-  int m_finished = -1;  ///< readable after finish()
+  int m_signals = -1;   ///< signalfd of the two signals
+  int m_finished = -1;  ///< eventfd that finish() sets
   std::atomic<int> m_status{kNone};
 };

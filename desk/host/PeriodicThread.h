@@ -9,12 +9,12 @@
 #include <thread>
 
 /**
- * A thread that calls one function at a fixed period, as PLC tasks and the communication cycle do. A cycle
- * that takes longer than its period is an overrun: counted, and the periods that it missed are left out.
+ * A thread that calls one function at a fixed period: a PLC task or the communication cycle. A cycle that
+ * ends after its period is counted as an overrun; periods that have passed by then are skipped.
  */
 class PeriodicThread {
  public:
-  /** What has happened; complete once join() has returned. */
+  /** Counts of cycles; complete once join() has returned. */
   struct Record {
     std::uint64_t cycles = 0;
     std::uint64_t overruns = 0;
@@ -27,10 +27,10 @@ class PeriodicThread {
   PeriodicThread(const PeriodicThread&) = delete;
   PeriodicThread& operator=(const PeriodicThread&) = delete;
 
-  /** Let the present cycle be the last. Returns at once. [any-thread] */
+  /** The present cycle is the last one. Returns at once. [any-thread] */
   void requestStop();
 
-  /** Wait for the end after requestStop(): the present cycle, however long it takes. [init] */
+  /** Wait, without a limit, until the present cycle has ended. Call requestStop() first. [init] */
   void join();
 
   const std::string& name() const { return m_name; }
@@ -40,7 +40,7 @@ class PeriodicThread {
   using Clock = std::chrono::steady_clock;
 
   void run();
-  /** Sleep until that time. @return false when the thread has to end. */
+  /** Sleep until that time. @return false if the thread must end */
   bool waitUntil(Clock::time_point due);
 
   std::string m_name;

@@ -9,16 +9,16 @@
 #include "PlcProgram.h"
 #include "SharedLibrary.h"
 
-/** One PLC program: loaded, its tasks run in threads of their own, stopped and unloaded. */
+/** One PLC program: loads it, runs each of its tasks in a thread, stops and unloads it. */
 class PlcApplication {
  public:
   /**
-   * Load the program and let it describe its tasks; none runs yet. Throws std::runtime_error when it cannot
-   * be loaded, refuses to start, or describes a task without a name, function or period.
+   * Load the program and call its entry, which describes its tasks; none runs yet. Throws std::runtime_error
+   * when it cannot be loaded, refuses to start, or describes a task without a name, function or period.
    * @param monitor, end must outlive this object. [init]
    */
   PlcApplication(const std::string& path, CallMonitor& monitor, EndRequest& end);
-  /** Stop, if that has not been done, and unload. */
+  /** Stop, unless stop() was called, and unload. [init] */
   ~PlcApplication();
   PlcApplication(const PlcApplication&) = delete;
   PlcApplication& operator=(const PlcApplication&) = delete;
@@ -26,10 +26,10 @@ class PlcApplication {
   /** Start the tasks. [init] */
   void start();
 
-  /** End the tasks, each after its present cycle, then call the program's own stop. [init] */
+  /** End the tasks, each after its present cycle, then call the program's stop function. [init] */
   void stop();
 
-  /** The tasks with their records; empty before start(). */
+  /** The tasks with their records; empty before start(). [init] */
   const std::list<PeriodicThread>& tasks() const { return m_tasks; }
 
  private:

@@ -1,6 +1,6 @@
 /** @file
- * What a PLC program of tavroline-host is: a shared object that exports PlcProgramMain. It finds the external
- * functions by name in the table that the component has registered, and never links the component.
+ * A PLC program of tavroline-host is a shared object that exports PlcProgramMain. It finds the external
+ * functions by name in the table that the component has registered, and does not link the component.
  */
 #ifndef PLC_PROGRAM_H
 #define PLC_PROGRAM_H
@@ -11,7 +11,7 @@
 extern "C" {
 #endif
 
-/** What the runtime offers to a program. Valid until the program has been stopped. */
+/** The runtime's services for a program. Valid until the program's stop function has returned. */
 typedef struct {
   void* context;
   /** The registered external function of that name, null if there is none. [any-thread] */
@@ -20,7 +20,7 @@ typedef struct {
   void (*finish)(void* context, int status);
 } PlcRuntime;
 
-/** One task of a program: `cycle` is called every `periodMilliseconds` in a thread of the task's own. */
+/** One task of a program: `cycle` is called every `periodMilliseconds` in the task's thread. */
 typedef struct {
   const char* name;
   uint32_t periodMilliseconds;
@@ -36,8 +36,8 @@ typedef struct {
   void* state;
 } PlcProgram;
 
-/** The program's entry, exported under this name: 0 and a filled `program`, anything else refuses to start.
- * [init] */
+/** The program's entry, exported under this name. @return 0 with `program` filled; the host refuses to start
+ * a program that returns another value. [init] */
 int PlcProgramMain(const PlcRuntime* runtime, PlcProgram* program);
 typedef int (*PlcProgramMainFunction)(const PlcRuntime* runtime, PlcProgram* program);
 

@@ -29,9 +29,9 @@ void Report::printCalls(const CallMonitor& monitor) {
   }
 }
 
-void Report::printBooks(const std::string& record) {
+void Report::printCounters(const std::string& record) {
   std::array<std::uint64_t, 12> n{};
-  const auto start = record.find(kBooksMark);
+  const auto start = record.find(kCountersMark);
   const int read =
       start == std::string::npos
           ? 0

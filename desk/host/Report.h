@@ -6,7 +6,7 @@
 #include "CallMonitor.h"
 #include "PeriodicThread.h"
 
-/** What the host tells of a run at its end, on standard output. */
+/** The tables that the host prints on standard output at the end of a run. */
 namespace Report {
 
 /** The cycles of the tasks and of the hook. [init] */
@@ -15,10 +15,10 @@ void printTasks(const std::list<const PeriodicThread*>& threads);
 /** The calls of each task, function by function; functions that a task did not call are left out. [init] */
 void printCalls(const CallMonitor& monitor);
 
-/** The mark by which the record of the books is known in the runtime log. */
-constexpr char kBooksMark[] = "Books: accepted ";
+/** Every record of the client's message counters in the runtime log contains this text. */
+constexpr char kCountersMark[] = "Books: accepted ";
 
-/** The books of the client from their last record; says so when there was none. [init] */
-void printBooks(const std::string& record);
+/** The client's message counters from their last record; an empty record is reported as missing. [init] */
+void printCounters(const std::string& record);
 
 }  // namespace Report

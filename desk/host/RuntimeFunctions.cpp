@@ -21,13 +21,13 @@ struct FileCloser {
   void operator()(FILE* file) const { std::fclose(file); }
 };
 
-/** Where records go, null for standard error. Set before the component is loaded. */
+/** The log file, null for standard error. Set before the component is loaded. */
 std::unique_ptr<FILE, FileCloser>& logFile() {
   static std::unique_ptr<FILE, FileCloser> file;
   return file;
 }
 
-/** What keepRecord() asked for. */
+/** The mark of keepRecord(), and the last record that contained it. */
 struct Kept {
   std::mutex mutex;
   std::string mark;
@@ -59,7 +59,7 @@ __attribute__((format(printf, 6, 7))) RTS_RESULT logAdd(void*, uint32_t componen
   if (length < 0) {
     return kFailed;
   }
-  // A component that passes a text with line feeds on cannot make two records of one.
+  // A text with line feeds must not look like two records.
   std::replace_if(
       std::begin(text), std::begin(text) + std::strlen(text),
       [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; }, ' ');

@@ -8,19 +8,19 @@
  */
 namespace RuntimeFunctions {
 
-/** @return the function of that name as a component stores it, null when there is none. [any-thread] */
+/** @return the address of the function of that name, null if the host has none. [any-thread] */
 void* find(const std::string& name);
 
 /**
- * Append the log's records to a file from now on; until then they go to standard error. Throws
- * std::runtime_error when the file cannot be opened. [init]
+ * Append the log's records to a file instead of standard error. Throws std::runtime_error when the file
+ * cannot be opened. [init]
  */
 void logToFile(const std::string& path);
 
-/** Keep the last of the records that contain `mark` from now on. [init] */
+/** From now on keep the last record that contains `mark`. [init] */
 void keepRecord(const std::string& mark);
 
-/** The record kept, empty when none has come. [any-thread] */
+/** The record kept, empty if there was none. [any-thread] */
 std::string keptRecord();
 
 }  // namespace RuntimeFunctions

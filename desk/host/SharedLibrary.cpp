@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <stdexcept>
 
-// Made absolute: a name without a slash would be looked for among the system's libraries.
+// Made absolute: dlopen searches the system's library folders for a name without a slash.
 SharedLibrary::SharedLibrary(const std::string& path)
     : m_handle(dlopen(std::filesystem::absolute(path).c_str(), RTLD_NOW | RTLD_LOCAL)) {
   if (!m_handle) {

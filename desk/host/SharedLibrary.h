@@ -3,13 +3,13 @@
 #include <memory>
 #include <string>
 
-/** A shared object while it is loaded. Not shared between threads while it is opened or closed. */
+/** A loaded shared object; the destructor unloads it. Construct and destroy it on one thread at a time. */
 class SharedLibrary {
  public:
-  /** Load with RTLD_NOW and RTLD_LOCAL. Throws std::runtime_error with the loader's words. [init] */
+  /** Load with RTLD_NOW and RTLD_LOCAL. Throws std::runtime_error with the loader's message. [init] */
   explicit SharedLibrary(const std::string& path);
 
-  /** The exported function of that name. Throws std::runtime_error when there is none. [any-thread] */
+  /** The exported function of that name. Throws std::runtime_error if it is missing. [any-thread] */
   template <typename Function>
   Function function(const char* name) const {
     return reinterpret_cast<Function>(symbol(name));

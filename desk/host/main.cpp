@@ -26,7 +26,7 @@ struct Options {
   std::vector<std::string> programs;
   std::uint32_t cycleMilliseconds = 10;
   std::optional<unsigned> seconds;
-  unsigned lives = 1;
+  unsigned repeat = 1;
   std::string logFile;
   std::string traceFile;
   bool report = false;
@@ -41,9 +41,9 @@ void declare(CLI::App& app, Options& options) {
   app.add_option("--cycle-ms", options.cycleMilliseconds, "period of the communication cycle")
       ->check(CLI::Range(1, 1000))
       ->capture_default_str();
-  app.add_option("--seconds", options.seconds, "end after so many seconds");
-  app.add_option("--lives", options.lives,
-                 "load, run and unload so often, as long as the programs end by themselves")
+  app.add_option("--seconds", options.seconds, "end after this many seconds");
+  app.add_option("--repeat,--lives", options.repeat,
+                 "load, run and unload this often, as long as each run is ended by a program with status 0")
       ->check(CLI::PositiveNumber)
       ->capture_default_str();
   app.add_option("--log", options.logFile, "append log records to this file instead of standard error")
@@ -51,13 +51,13 @@ void declare(CLI::App& app, Options& options) {
   app.add_option("--trace", options.traceFile, "write every call with its structure's fields to this file")
       ->type_name("FILE");
   app.add_flag("--report", options.report, "print calls, overruns and longest time per task and function");
-  app.add_flag("--stats", options.stats, "print what became of the messages handed over: the client's books");
+  app.add_flag("--stats", options.stats, "print the client's message counters");
   app.add_flag("--list", options.list, "print what the component registers, and end");
   app.add_flag("--verbose", options.verbose, "print what the component registers, and run");
   app.set_version_flag("--version", std::string(TAVROLINE_VERSION));
   app.footer(
       "A cycle overruns when it ends after its period, a call when it alone takes longer than that.\n"
-      "Ends at SIGINT or SIGTERM, or when a program asks for it; a second signal ends it at once.\n"
+      "Ends at SIGINT or SIGTERM, or when a program asks for it; a second signal kills it.\n"
       "Exit codes: the one a program asked for, otherwise 0; 2 for a wrong option, or when something could\n"
       "not be loaded or started.");
 }
@@ -81,7 +81,7 @@ void printCycles(const Threads& threads) {
   }
 }
 
-/** Everything goes in the reverse order in which it came: tasks, programs, hook, library. */
+/** Ends everything in the reverse order of its start: tasks, programs, hook, library. */
 int runComponent(const Options& options, EndRequest& end) {
   const ComponentManager component(options.library);
   if (options.list || options.verbose) {
@@ -129,21 +129,21 @@ int run(const Options& options) {
     RuntimeFunctions::logToFile(options.logFile);
   }
   if (options.stats) {
-    RuntimeFunctions::keepRecord(Report::kBooksMark);
+    RuntimeFunctions::keepRecord(Report::kCountersMark);
   }
   int status = 0;
   bool again = true;
-  for (unsigned life = 0; again && life < options.lives; ++life) {
+  for (unsigned number = 1; again && number <= options.repeat; ++number) {
     EndRequest end;
     status = runComponent(options, end);
     again = status == 0 && end.isFinished();
-    if (options.lives > 1) {
-      std::fprintf(stderr, "end of life %u\n", life + 1);
+    if (options.repeat > 1) {
+      std::fprintf(stderr, "end of run %u\n", number);
     }
   }
-  // The last record is written when the library goes.
+  // The library writes the last record when it is unloaded.
   if (options.stats) {
-    Report::printBooks(RuntimeFunctions::keptRecord());
+    Report::printCounters(RuntimeFunctions::keptRecord());
   }
   return status;
 }

@@ -1,4 +1,5 @@
-"""A private device for scripts/hostile and scripts/soak: a bus, what runs on it, and what the runtime log tells."""
+"""The test rig of scripts/hostile and scripts/soak: a private bus, the programs on it, and the message counters that
+the library writes into the runtime log."""
 
 import os
 import re
@@ -12,13 +13,14 @@ from collections import Counter
 
 ROOT = os.path.abspath(os.path.join(os.path.dirname(__file__), "..", ".."))
 BUILD = os.path.join(ROOT, "build", "release")
-BUS_CONFIGURATION = os.path.join(ROOT, "platform", "dbus", "private-bus.conf")
+BUS_CONFIGURATION = os.path.join(ROOT, "desk", "dbus", "private-bus.conf")
+
 
 class CheckFailed(Exception):
-    """Something did not hold that must."""
+    """A check of the rig failed; the text says which."""
 
 
-# Whoever ends a script ends what it has started: the next wait of every thread ends by an exception.
+# A signal ends the script and its children: the next wait of every thread raises CheckFailed.
 STOPPED = threading.Event()
 for number in (signal.SIGINT, signal.SIGTERM):
     signal.signal(number, lambda *_: STOPPED.set())
@@ -30,7 +32,7 @@ def pause(seconds):
 
 
 def wait(what, condition, seconds):
-    """Look at the condition until it gives something; that is returned."""
+    """Poll the condition until its result is true; returns that result. Raises CheckFailed after `seconds`."""
     end_of_wait = time.monotonic() + seconds
     while not (found := condition()):
         if time.monotonic() > end_of_wait:
@@ -39,8 +41,9 @@ def wait(what, condition, seconds):
     return found
 
 
-class Device:
-    """A bus with a socket in a folder of its own. Programs write into files of `logs`; all end with the block."""
+class Rig:
+    """A bus with its socket in a temporary folder. Programs write into files of `logs`. The end of the with block ends
+    all of them."""
 
     def __init__(self, logs):
         self.logs = logs
@@ -62,7 +65,7 @@ class Device:
         return os.path.join(self.logs, name)
 
     def start(self, output, command, **environment):
-        """Start a program whose standard output and error go to the end of a file."""
+        """Start a program; its standard output and error are appended to a file."""
         with open(self.file(output), "ab") as file:
             child = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=file, stderr=subprocess.STDOUT,
                                      env=dict(os.environ, DBUS_SYSTEM_BUS_ADDRESS=self.address, **environment))
@@ -70,7 +73,7 @@ class Device:
         return child
 
     def start_bus(self, limits=""):
-        """@param limits elements of a bus configuration; the socket listens when this returns"""
+        """@param limits elements of a bus configuration. The socket listens when this returns."""
         if os.path.exists(f"{self.sockets}/bus"):
             os.unlink(f"{self.sockets}/bus")
         with open(self.file("bus.conf"), "w") as file:
@@ -97,20 +100,24 @@ def end(child):
     child.wait()
 
 
-BOOKS = re.compile(r"Books: accepted .*")
+COUNTERS = re.compile(r"Books: accepted .*")
 FIGURE = re.compile(r"([a-z][a-z ]*) (\d+)")
+SUMS = {
+    "accepted": ("delivered", "pending", "superseded", "dropped"),
+    "dropped": ("unsendable", "rejected", "unanswered", "unload"),
+    "refused": ("queue full", "out of memory"),
+}
 
 
-def check_books(lines):
-    """Every record of the books of one life of the library has to balance, and nothing be pending in the last one,
-    after unload. @return the figures of the last one"""
-    books = Counter()
-    for match in filter(None, map(BOOKS.search, lines)):
-        books = Counter({name: int(figure) for name, figure in FIGURE.findall(match.group())})
-        if books["accepted"] != books["delivered"] + books["pending"] + books["superseded"] + books["dropped"] or \
-                books["dropped"] != sum(books[cause] for cause in ("unsendable", "rejected", "unanswered", "unload")) or \
-                books["refused"] != books["queue full"] + books["out of memory"]:
-            raise CheckFailed("books do not balance: " + match.group())
-    if books["pending"] or not books:
-        raise CheckFailed(f"after unload: {dict(books) or 'no record of the books'}")
-    return books
+def check_counters(lines):
+    """Check the records of the message counters of one run of the library: each must balance, and the last one, written
+    after unload, must have nothing pending. @return the figures of the last one"""
+    counters = Counter()
+    for match in filter(None, map(COUNTERS.search, lines)):
+        counters = Counter({name: int(figure) for name, figure in FIGURE.findall(match.group())})
+        for total, parts in SUMS.items():
+            if counters[total] != sum(counters[part] for part in parts):
+                raise CheckFailed(f"{total} is not the sum of its parts: {match.group()}")
+    if counters["pending"] or not counters:
+        raise CheckFailed(f"after unload: {dict(counters) or 'no record of the counters'}")
+    return counters

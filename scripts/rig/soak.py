@@ -1,15 +1,16 @@
-"""Run the library for long and see whether it stays as it is.
+"""Run the library for long and check that it needs no more of anything at the end than before.
 
 use: soak [MINUTES] [--long] [--docs]
 
-Two parts run side by side for MINUTES (2). One life of the library: eight PLC tasks use everything at once while the
-list service is killed and started again and again. Many lives in one process that keeps Qt mapped: load, use, unload;
-the service goes and comes here, too. --long goes on until a million operations, a thousand restarts and ten thousand
-lives have been. The books have to balance all the time.
+Two parts run side by side for MINUTES (2). One run: the library is loaded once, and eight PLC tasks call all functions
+while the list service is killed and restarted again and again. Many runs: one process that keeps Qt mapped loads, uses
+and unloads the library; the service is restarted here, too. --long runs until there were a million operations, a
+thousand restarts and ten thousand runs. The message counters must balance in every run.
 
-A figure of the process is what nine of ten samples do not exceed (the tenth may have met the loader at work). It counts
-as flat when it is no higher in the last third of a part than in the middle third; resident memory may be higher by 5 %
-plus 1 MiB, since threads, lists and the allocator do not meet in the same way twice. The first third is warming up.
+A figure of the process is the value that nine of ten samples do not exceed (the tenth may have been taken while the
+library was being loaded). It is flat if it is no higher in the last third of a part than in the middle third; resident
+memory may be higher by 5 % plus 1 MiB, since the allocator's state depends on how threads happen to run. The first
+third is the warm-up.
 --docs puts the figures into docs/robustness.md.
 """
 
@@ -25,25 +26,25 @@ import threading
 import time
 from collections import Counter
 
-from rig import BUILD, ROOT, Device, CheckFailed, check_books, end, pause, wait
+from rig import BUILD, ROOT, CheckFailed, Rig, check_counters, end, pause, wait
 
 FIGURES = ["resident memory, KiB", "descriptors", "threads", "match rules on the bus"]
 PAGE = os.path.join(ROOT, "docs", "robustness.md")
 
 
 class Host:
-    """The runtime with the program of eight tasks; of what it prints only what counts is kept."""
+    """The runtime with the program of eight tasks. Of its output only counters, operations and problems are kept."""
 
-    def __init__(self, device, seconds, *arguments):
-        environment = dict(os.environ, DBUS_SYSTEM_BUS_ADDRESS=device.address, LD_PRELOAD="libQt5Core.so.5",
+    def __init__(self, rig, seconds, *arguments):
+        environment = dict(os.environ, DBUS_SYSTEM_BUS_ADDRESS=rig.address, LD_PRELOAD="libQt5Core.so.5",
                            TAVROLINE_EXERCISE=f"1 {seconds} 1")
         self.process = subprocess.Popen(
             [f"{BUILD}/tavroline-host", *arguments, f"{BUILD}/libTavroline.so", f"{BUILD}/libtavroline-exerciser.so"],
             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, env=environment, text=True,
             errors="replace")
-        device.children.append(self.process)
-        self.device, self.samples, self.problems = device, [], []
-        self.lives = [[]]  # of each the records of the books
+        rig.children.append(self.process)
+        self.rig, self.samples, self.problems = rig, [], []
+        self.runs = [[]]  # the records of the message counters, by run
         self.operations = self.handed = 0
         self.reader = threading.Thread(target=self.read, daemon=True)
         self.reader.start()
@@ -51,13 +52,13 @@ class Host:
     def read(self):
         for line in self.process.stdout:
             if "Books: " in line:
-                self.lives[-1].append(line.rstrip("\n"))
+                self.runs[-1].append(line.rstrip("\n"))
             elif line.startswith("call "):
                 self.operations += int(line.split()[2])
             elif line.startswith("handed "):
                 self.handed += int(line.split()[1])
-            elif line.startswith("end of life "):
-                self.lives.append([])
+            elif line.startswith("end of run "):
+                self.runs.append([])
             elif line.startswith("problem "):
                 self.problems.append(line)
 
@@ -66,35 +67,35 @@ class Host:
         with open(f"{proc}/status") as status:
             resident = int(re.search(r"VmRSS:\s+(\d+)", status.read()).group(1))
         self.samples.append((resident, len(os.listdir(f"{proc}/fd")), len(os.listdir(f"{proc}/task")),
-                             match_rules(self.device)))
+                             match_rules(self.rig)))
 
     def finish(self):
-        """Let it end, and see that it was well; gives its books."""
+        """End the host and check its output. @return the sum of its message counters"""
         if self.process.poll() is None:
             self.process.send_signal(signal.SIGTERM)
         wait("the end of the host", lambda: self.process.poll() is not None, 20)
         self.reader.join()
         if self.process.returncode or self.problems:
             raise CheckFailed(f"the host ended with {self.process.returncode}: {self.problems[:3]}")
-        books = sum(map(check_books, filter(None, self.lives)), Counter())
-        if self.handed != books["accepted"] + books["refused"]:
-            raise CheckFailed(f"{self.handed} messages were handed over: {books}")
-        return books
+        counters = sum(map(check_counters, filter(None, self.runs)), Counter())
+        if self.handed != counters["accepted"] + counters["refused"]:
+            raise CheckFailed(f"{self.handed} messages were handed over: {counters}")
+        return counters
 
 
-def match_rules(device):
-    """What the bus counts: only the library's client installs any on this bus."""
-    said = subprocess.run(["dbus-send", f"--bus={device.address}", "--print-reply", "--dest=org.freedesktop.DBus",
+def match_rules(rig):
+    """The number of match rules on the bus; only the library's client adds any."""
+    said = subprocess.run(["dbus-send", f"--bus={rig.address}", "--print-reply", "--dest=org.freedesktop.DBus",
                            "/org/freedesktop/DBus", "org.freedesktop.DBus.Debug.Stats.GetStats"],
                           capture_output=True, text=True).stdout
     return int(re.search(r'"MatchRules"\s+variant\s+uint32 (\d+)', said).group(1))
 
 
 class Service:
-    """The list service, killed and started again, which empties its lists."""
+    """The list service; a restart kills it and starts it with empty lists."""
 
-    def __init__(self, device):
-        self.device, self.child, self.starts = device, None, 0
+    def __init__(self, rig):
+        self.rig, self.child, self.starts = rig, None, 0
         self.restart()
 
     def restart(self, gap=0.0):
@@ -102,39 +103,39 @@ class Service:
             self.stop()
             pause(gap)
         self.starts += 1
-        while self.device.lines("service.log").count("ready") < self.starts:
-            self.child = self.device.start("service.log", [f"{BUILD}/tavroline-listd"])
+        while self.rig.lines("service.log").count("ready") < self.starts:
+            self.child = self.rig.start("service.log", [f"{BUILD}/tavroline-listd"])
             wait("the service", lambda: self.child.poll() is not None or
-                 self.device.lines("service.log").count("ready") >= self.starts, 20)
+                 self.rig.lines("service.log").count("ready") >= self.starts, 20)
             if self.child.poll() is not None:
-                self.stop()  # the bus had not noticed yet that the one before has gone
+                self.stop()  # the bus had not yet noticed the end of the last one: the name was taken
 
     def stop(self):
         end(self.child)
-        self.device.children.remove(self.child)
+        self.rig.children.remove(self.child)
 
 
-def one_life(seconds, restarts):
-    """@return the host, its books and the number of restarts"""
-    with Device(os.path.join(ROOT, "build", "soak", "one")) as device:
-        device.start_bus()
-        service, host = Service(device), Host(device, 1e9)
+def one_run(seconds, restarts):
+    """@return the host, its message counters and the number of restarts"""
+    with Rig(os.path.join(ROOT, "build", "soak", "one")) as rig:
+        rig.start_bus()
+        service, host = Service(rig), Host(rig, 1e9)
         begin, dice = time.monotonic(), random.Random(1)
         while host.process.poll() is None and (time.monotonic() - begin < seconds or service.starts <= restarts):
             pause(dice.uniform(0.1, 0.6))
             service.restart(dice.uniform(0, 0.1))
             host.sample()
-        books = host.finish()
-        print(f"one life: {host.operations:,} operations, {service.starts - 1:,} restarts", flush=True)
-        return host, books, service.starts - 1
+        counters = host.finish()
+        print(f"one run: {host.operations:,} operations, {service.starts - 1:,} restarts", flush=True)
+        return host, counters, service.starts - 1
 
 
-def many_lives(lives):
-    """@return the host and how long it took"""
-    with Device(os.path.join(ROOT, "build", "soak", "many")) as device:
-        device.start_bus()
-        service, begin = Service(device), time.monotonic()
-        host = Host(device, 0.02, "--lives", str(lives))
+def many_runs(count):
+    """@return the host and the seconds taken"""
+    with Rig(os.path.join(ROOT, "build", "soak", "many")) as rig:
+        rig.start_bus()
+        service, begin = Service(rig), time.monotonic()
+        host = Host(rig, 0.02, "--repeat", str(count))
         while host.process.poll() is None:
             try:
                 host.sample()
@@ -144,18 +145,18 @@ def many_lives(lives):
             if len(host.samples) % 5 == 0:
                 service.restart()
         host.finish()
-        print(f"many lives: {host.operations:,} operations, {len(host.lives) - 1:,} lives", flush=True)
+        print(f"many runs: {host.operations:,} operations, {len(host.runs) - 1:,} runs", flush=True)
         return host, time.monotonic() - begin
 
 
-def lives_for(seconds):
-    """As many lives as the time allows, by a first look at how long they take; a stop in the midst would end the last
-    one before its books are closed."""
-    return many_lives(int(seconds / many_lives(30)[1] * 28) + 30)[0]
+def runs_for(seconds):
+    """As many runs as fit into the time; the first 30 are measured for that. Stopping the process instead would cut off
+    the last run before it writes its message counters."""
+    return many_runs(int(seconds / many_runs(30)[1] * 28) + 30)[0]
 
 
 def judge(samples):
-    """Figures of the middle and the last third, and whether that is flat: one row per figure."""
+    """One row per figure: its name, its values in the middle and in the last third, whether it is flat."""
     third = len(samples) // 3
     if third == 0:
         raise SystemExit("soak: too short to be judged")
@@ -195,19 +196,20 @@ def main():
     options = parser.parse_args()
     seconds, begin = options.minutes * 60, time.monotonic()
     with concurrent.futures.ThreadPoolExecutor(2) as pool:
-        first = pool.submit(one_life, seconds, 1000 if options.long else 0)
-        second = pool.submit(lambda: many_lives(10000)[0] if options.long else lives_for(seconds))
-        (one, books, restarts), many = first.result(), second.result()
-    lives = len(many.lives) - 1
-    if options.long and (one.operations < 1000000 or lives < 10000):
-        raise CheckFailed("that was not long")
+        first = pool.submit(one_run, seconds, 1000 if options.long else 0)
+        second = pool.submit(lambda: many_runs(10000)[0] if options.long else runs_for(seconds))
+        (one, counters, restarts), many = first.result(), second.result()
+    runs = len(many.runs) - 1
+    if options.long and (one.operations < 1000000 or runs < 10000):
+        raise CheckFailed(f"too few for --long: {one.operations} operations, {runs} runs")
 
-    parts = [("one life", judge(one.samples)), ("many lives", judge(many.samples))]
+    parts = [("one run", judge(one.samples)), ("many runs", judge(many.samples))]
     minutes = (time.monotonic() - begin) / 60
-    text = (f"{one.operations:,} operations and {restarts:,} restarts of the service in one life,\n{books['accepted']:,} "
-            f"messages accepted, {books['delivered']:,} delivered, {books['superseded']:,} superseded, "
-            f"{books['dropped']:,} dropped; "
-            f"{lives:,} lives in one process with {many.operations:,} operations; {minutes:.0f} minutes.\n\n{table(parts)}")
+    text = (f"{one.operations:,} operations and {restarts:,} restarts of the service in one run,\n"
+            f"{counters['accepted']:,} messages accepted, {counters['delivered']:,} delivered, "
+            f"{counters['superseded']:,} superseded, {counters['dropped']:,} dropped; "
+            f"{runs:,} runs in one process with {many.operations:,} operations; "
+            f"{minutes:.0f} minutes.\n\n{table(parts)}")
     print("\n" + text)
     if options.docs:
         write_docs(text)
@@ -219,5 +221,5 @@ def main():
 
 try:
     main()
-except CheckFailed as wrong:
-    sys.exit(f"soak: {wrong}")
+except CheckFailed as failure:
+    sys.exit(f"soak: {failure}")
