@@ -52,9 +52,10 @@ int main() {
     sender.ask(entry.event);
     sender.take(kWindow);
   };
-  Way ways[] = {{"library", ListServiceNames::kService, [&] { logevent_ext(&entry.event); }, [] {}},
-                {"answered", kReceiver, ask, [&] { sender.take(1); }},
-                {"unanswered", kReceiver, [&] { sender.send(entry.event); }, [] {}}};
+  Way ways[] = {
+      {"library", Tavroline::ListServiceNames::kService, [&] { logevent_ext(&entry.event); }, [] {}},
+      {"answered", kReceiver, ask, [&] { sender.take(1); }},
+      {"unanswered", kReceiver, [&] { sender.send(entry.event); }, [] {}}};
   for (int turn = -kWarmUps; turn < kTurns; ++turn) {
     for (Way& way : ways) {
       if (turn == 0) {

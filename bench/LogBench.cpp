@@ -61,7 +61,7 @@ class Measurement {
 
 int main() {
   Measurement m;
-  PlainSender sender(ListServiceNames::kService);
+  PlainSender sender(Tavroline::ListServiceNames::kService);
   LogFixture plain(false);
   LogFixture withArguments(true);
   const auto library = [](LogFixture& entry) { return [&entry] { logevent_ext(&entry.event); }; };

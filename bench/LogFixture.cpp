@@ -7,7 +7,7 @@
 #include <string_view>
 #include <thread>
 
-using namespace ListServiceNames;
+using namespace Tavroline::ListServiceNames;
 
 namespace {
 

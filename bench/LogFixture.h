@@ -26,9 +26,9 @@ class BusAndService {
   PrivateBus bus;
 
   /** Entries that a service has stored in its life. */
-  std::uint64_t stored(const char* service = ListServiceNames::kService) const;
+  std::uint64_t stored(const char* service = Tavroline::ListServiceNames::kService) const;
   /** Wait until it has stored that many. @throws std::runtime_error when it takes too long */
-  void waitForStored(std::uint64_t count, const char* service = ListServiceNames::kService) const;
+  void waitForStored(std::uint64_t count, const char* service = Tavroline::ListServiceNames::kService) const;
 
  private:
   ChildProcess m_service;

@@ -216,8 +216,8 @@ int main(int argc, char** argv) {
   Store store(argv[2]);
   sd_bus* bus = nullptr;
   check(sd_bus_open_system(&bus));
-  check(sd_bus_add_object_vtable(bus, nullptr, ListServiceNames::kEventListPath,
-                                 ListServiceNames::kEventListInterface, kMethods, &store));
+  check(sd_bus_add_object_vtable(bus, nullptr, Tavroline::ListServiceNames::kEventListPath,
+                                 Tavroline::ListServiceNames::kEventListInterface, kMethods, &store));
   check(sd_bus_request_name(bus, argv[1], 0));
   for (;;) {
     int waiting = 1;

@@ -12,6 +12,8 @@
 #include "Hub.h"
 #include "LogFixture.h"
 
+using namespace Tavroline;
+
 namespace {
 
 constexpr int kBefore = 1000;

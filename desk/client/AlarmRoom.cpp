@@ -2,6 +2,8 @@
 
 #include <iterator>
 
+namespace Tavroline {
+
 bool AlarmRoom::admit(std::list<Message>& edge, std::list<Message>& superseded) {
   const QString& alarmId = edge.front().alarmId;
   auto alarm = m_alarms.find(alarmId);
@@ -42,3 +44,5 @@ void AlarmRoom::moveFirst(std::list<Message>& target, std::list<Message>::iterat
   }
   target.splice(before, m_edges, m_edges.begin());
 }
+
+}  // namespace Tavroline

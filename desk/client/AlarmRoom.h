@@ -6,6 +6,8 @@
 
 #include "Message.h"
 
+namespace Tavroline {
+
 /**
  * Room of their own for alarm edges that the common queue has none for, in the order of their numbers.
  *
@@ -45,3 +47,5 @@ class AlarmRoom {
   std::list<Message> m_edges;
   std::map<QString, Kept> m_alarms;
 };
+
+}  // namespace Tavroline

@@ -5,6 +5,8 @@
 
 #include "Hub.h"
 
+using namespace Tavroline;
+
 /** Attached to the hub; an object without it is not. What was reported last stands here, all values false. */
 class AlarmlistHandlerDBusConnectorRead::Private {
  public:

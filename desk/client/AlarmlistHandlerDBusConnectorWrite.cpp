@@ -2,6 +2,8 @@
 
 #include "Hub.h"
 
+using namespace Tavroline;
+
 bool AlarmlistHandlerDBusConnectorWrite::acknowledgeVisualAlarm(const QStringList& alarmIds,
                                                                 const QString& user) {
   Message message;

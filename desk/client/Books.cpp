@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <numeric>
 
+namespace Tavroline {
+
 namespace {
 
 // Causes before this one refuse, the others drop what had been accepted.
@@ -80,3 +82,5 @@ QString Gap::text(Loss cause) const {
       .arg(QString::number(count), QLatin1String(describe(cause)), QString::number(firstSequence),
            QString::number(lastSequence), utc(firstTime), utc(lastTime));
 }
+
+}  // namespace Tavroline

@@ -6,6 +6,8 @@
 #include "ListServiceNames.h"
 #include "Message.h"
 
+namespace Tavroline {
+
 /**
  * The books of the hub: what became of every message that was handed over.
  *
@@ -58,3 +60,5 @@ struct Gap {
   /** The text of its record. [any-thread] */
   QString text(Loss cause) const;
 };
+
+}  // namespace Tavroline

@@ -6,6 +6,8 @@
 #include <system_error>
 #include <utility>
 
+namespace Tavroline {
+
 namespace {
 // One turn handles no more than this, so that deadlines are looked at during a flood, too.
 constexpr int kMessagesPerTurn = 256;
@@ -79,3 +81,5 @@ int BusConnection::dispatch(sd_bus_message* message, void* slot, sd_bus_error* /
   }
   return 0;
 }
+
+}  // namespace Tavroline

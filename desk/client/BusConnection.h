@@ -7,6 +7,8 @@
 #include <functional>
 #include <memory>
 
+namespace Tavroline {
+
 class BusConnection;
 
 /** A call that is outstanding or a match that is installed; ends with this object. [hub] */
@@ -79,3 +81,5 @@ class BusConnection {
   sd_bus* m_bus = nullptr;
   std::exception_ptr m_thrown;
 };
+
+}  // namespace Tavroline

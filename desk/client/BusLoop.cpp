@@ -6,6 +6,8 @@
 
 #include "ClientLog.h"
 
+namespace Tavroline {
+
 namespace {
 
 // How long a message may lie in the queue before this thread looks: it is never woken by the callers.
@@ -163,3 +165,5 @@ void BusLoop::reportBooks(bool last) {
     m_courier.tell(m_watch.owner(), books);
   }
 }
+
+}  // namespace Tavroline

@@ -9,6 +9,8 @@
 #include "Outbox.h"
 #include "ServiceWatch.h"
 
+namespace Tavroline {
+
 /**
  * What the hub's thread does: keep a connection, follow the service's owner, send, and report losses; at the
  * end send what is pending for a short while. Constructed, run and destroyed on that thread. [hub]
@@ -43,3 +45,5 @@ class BusLoop {
   Clock::time_point m_nextReport;
   QString m_sCause;  ///< why there is no connection
 };
+
+}  // namespace Tavroline

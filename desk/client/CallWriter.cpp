@@ -4,6 +4,8 @@
 
 #include "BusText.h"
 
+namespace Tavroline {
+
 CallWriter::CallWriter(sd_bus* bus, const char* destination, const char* path, const char* interface,
                        const char* member) {
   note(sd_bus_message_new_method_call(bus, &m_message, destination, path, interface, member));
@@ -117,3 +119,5 @@ void CallWriter::note(int result) {
     m_error = result;
   }
 }
+
+}  // namespace Tavroline

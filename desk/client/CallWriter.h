@@ -7,6 +7,8 @@
 #include <QVariant>
 #include <array>
 
+namespace Tavroline {
+
 /**
  * One method call being written: Qt values to the bus's types.
  *
@@ -75,3 +77,5 @@ class CallWriter {
   std::size_t m_bytes = 0;
   int m_error = 0;
 };
+
+}  // namespace Tavroline

@@ -6,6 +6,8 @@
 #include "CodesysLog.h"
 #include "StringHash.h"
 
+namespace Tavroline {
+
 namespace {
 constexpr int kLogClass = 2;
 constexpr char kComponent[] = "TavrolineClient";
@@ -27,3 +29,5 @@ void clientLog(const char* file, const char* function, int line, QLatin1String t
   } catch (...) {  // NOLINT(bugprone-empty-catch)
   }
 }
+
+}  // namespace Tavroline

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+namespace Tavroline {
+
 /**
  * The client's own records in the runtime log, under the component name TavrolineClient.
  *
@@ -17,3 +19,5 @@ void clientLog(const char* file, const char* function, int line, QLatin1String t
 
 /** Origin of a record, for the first three arguments above. */
 #define CLIENT_LOG_ORIGIN(file) file, static_cast<const char*>(__func__), __LINE__
+
+}  // namespace Tavroline

@@ -2,6 +2,8 @@
 
 #include "Hub.h"
 
+using namespace Tavroline;
+
 bool CodesysEventlistHandlerConnector::logEvent(EventlistHandlerEnums::EventType type,
                                                 EventlistHandlerEnums::State state, const QString& iconType,
                                                 const QString& moduleName, const QDateTime& dateTime,

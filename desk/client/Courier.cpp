@@ -12,6 +12,8 @@
 #include "PendingReply.h"
 #include "ReplyCheck.h"
 
+namespace Tavroline {
+
 namespace {
 
 // Together with the watch's queries below the 128 answers that a system bus lets one wait for. A released
@@ -230,3 +232,5 @@ void Courier::refuse(const QString& cause) {
     request.reply->fail(cause);
   }
 }
+
+}  // namespace Tavroline

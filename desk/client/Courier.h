@@ -9,6 +9,8 @@
 #include "BusConnection.h"
 #include "Outbox.h"
 
+namespace Tavroline {
+
 /**
  * Carries the outbox's messages and requests to one owner of the service's name, a window at a time, and
  * settles them by the answers.
@@ -78,3 +80,5 @@ class Courier {
   std::list<SentWrite> m_writes;
   std::list<SentRequest> m_requests;
 };
+
+}  // namespace Tavroline

@@ -6,6 +6,8 @@
 #include "Hub.h"
 #include "PendingReply.h"
 
+using namespace Tavroline;
+
 /** Attached to the hub; an object without it is not. */
 class EventlistHandlerDBusConnectorRead::Private {
  public:

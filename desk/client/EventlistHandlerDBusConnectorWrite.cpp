@@ -2,6 +2,8 @@
 
 #include "Hub.h"
 
+using namespace Tavroline;
+
 bool EventlistHandlerDBusConnectorWrite::deleteEventlist() {
   Message message;
   message.kind = Message::Kind::DeleteEvents;

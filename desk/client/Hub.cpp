@@ -12,6 +12,8 @@
 #include "ClientLog.h"
 #include "PendingReply.h"
 
+namespace Tavroline {
+
 namespace {
 constexpr std::chrono::seconds kRequestDeadline{10};
 constexpr std::chrono::seconds kStartPause{1};
@@ -96,3 +98,5 @@ void Hub::run() noexcept {
   pthread_setname_np(pthread_self(), kThreadName);
   BusLoop(m_outbox, m_state, m_wakeFd).run(m_bStop);
 }
+
+}  // namespace Tavroline

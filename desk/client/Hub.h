@@ -10,6 +10,8 @@
 #include "Message.h"
 #include "Outbox.h"
 
+namespace Tavroline {
+
 /**
  * The one hub of the library: outbox, list state and the thread that carries both over the bus.
  *
@@ -65,3 +67,5 @@ class Hub {
   int m_wakeFd = -1;
   std::thread m_thread;
 };
+
+}  // namespace Tavroline

@@ -4,6 +4,8 @@
 #include <array>
 #include <atomic>
 
+namespace Tavroline {
+
 /**
  * The last state of both lists that the service has reported, and how a connector finds what is new to it.
  *
@@ -62,3 +64,5 @@ class SeenGeneration {
  private:
   quint64 m_seen;
 };
+
+}  // namespace Tavroline

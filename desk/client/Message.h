@@ -10,6 +10,8 @@
 #include "DBusPendingReply.h"
 #include "EventlistHandlerEnums.h"
 
+namespace Tavroline {
+
 /**
  * What callers hand to the hub: messages that change something at the services, and requests that ask.
  *
@@ -50,3 +52,5 @@ struct Request {
   quint64 behind = 0;  ///< the last message handed over before it, which has to leave first
   bool bSent = false;
 };
+
+}  // namespace Tavroline

@@ -2,6 +2,8 @@
 
 #include "ListServiceNames.h"
 
+namespace Tavroline {
+
 using namespace ListServiceNames;
 
 namespace {
@@ -92,3 +94,5 @@ std::unique_ptr<CallWriter> marshal(const CallTarget& target, const QByteArray& 
   call->text(QString::fromLatin1(session)).counters(kBookFigures, books.figures()).expectNoReply();
   return call;
 }
+
+}  // namespace Tavroline

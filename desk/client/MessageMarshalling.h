@@ -7,6 +7,8 @@
 #include "CallWriter.h"
 #include "Message.h"
 
+namespace Tavroline {
+
 /**
  * Messages and requests as calls of the list services; the only place that knows methods and their arguments.
  */
@@ -26,3 +28,5 @@ std::unique_ptr<CallWriter> marshal(const CallTarget& target, const Request& req
 
 /** The report of a session's books, to which no reply is expected. [hub] */
 std::unique_ptr<CallWriter> marshal(const CallTarget& target, const QByteArray& session, const Books& books);
+
+}  // namespace Tavroline

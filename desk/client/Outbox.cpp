@@ -6,6 +6,8 @@
 
 #include "PendingReply.h"
 
+namespace Tavroline {
+
 bool Outbox::accept(Message&& message) noexcept {
   std::list<Message> node;
   std::list<Message> superseded;  // released after the lock
@@ -208,3 +210,5 @@ void Outbox::lose(const Message& message, Loss cause) {
   ++m_lost[index];
   m_gaps[index].add(message, Clock::now());
 }
+
+}  // namespace Tavroline

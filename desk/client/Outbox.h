@@ -13,6 +13,8 @@
 #include "Message.h"
 #include "RaisedAlarms.h"
 
+namespace Tavroline {
+
 /**
  * The one order in which messages and requests leave, bounded, with the books over it.
  *
@@ -87,3 +89,5 @@ class Outbox {
   std::array<quint64, kLossCauses> m_lost{};
   std::array<Gap, kLossCauses> m_gaps{};
 };
+
+}  // namespace Tavroline

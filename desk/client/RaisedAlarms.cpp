@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <new>
 
+namespace Tavroline {
+
 void RaisedAlarms::note(const Message& edge) noexcept {
   if (!edge.turnsOn()) {
     m_alarms.erase(edge.alarmId);
@@ -36,3 +38,5 @@ std::vector<Message> RaisedAlarms::settled() const {
             [](const Message& a, const Message& b) { return a.sequence < b.sequence; });
   return messages;
 }
+
+}  // namespace Tavroline

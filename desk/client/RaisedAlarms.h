@@ -6,6 +6,8 @@
 
 #include "Message.h"
 
+namespace Tavroline {
+
 /**
  * The "on" message of each alarm or fault that is on, kept until its "off" is handed over.
  *
@@ -34,3 +36,5 @@ class RaisedAlarms {
   };
   std::map<QString, Raised> m_alarms;
 };
+
+}  // namespace Tavroline

@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+namespace Tavroline {
+
 namespace {
 
 /** The first character behind the string whose content starts there, or the terminator. */
@@ -93,3 +95,5 @@ class Scan {
 const char* ReplyCheck::fault(const char* json) {
   return Scan(json).fault();
 }
+
+}  // namespace Tavroline

@@ -5,7 +5,7 @@
  * about a thousand levels it takes some 190 KiB. And where an object names a member a second time, Qt 5.15
  * never frees the array or object that the first one held. Says nothing about whether the text is JSON.
  */
-namespace ReplyCheck {
+namespace Tavroline::ReplyCheck {
 
 constexpr int kDeepest = 32;         ///< an entry's keywords lie at four
 constexpr int kMostContainers = 16;  ///< among the members of one object; an entry has one, its keywords
@@ -18,4 +18,4 @@ constexpr int kMostContainers = 16;  ///< among the members of one object; an en
  */
 const char* fault(const char* json);
 
-}  // namespace ReplyCheck
+}  // namespace Tavroline::ReplyCheck

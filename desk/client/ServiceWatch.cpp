@@ -6,6 +6,8 @@
 #include "CallWriter.h"
 #include "ListServiceNames.h"
 
+namespace Tavroline {
+
 using namespace ListServiceNames;
 
 namespace {
@@ -193,3 +195,5 @@ bool ServiceWatch::readDetector(sd_bus_message* message) {
   m_state.flags[ListState::CentralDetector].store(state != 0, std::memory_order_relaxed);
   return true;
 }
+
+}  // namespace Tavroline

@@ -10,6 +10,8 @@
 #include "ListState.h"
 #include "Message.h"
 
+namespace Tavroline {
+
 /**
  * Who owns the service's name, and the state of its lists: match rules, owner and state queries.
  *
@@ -69,3 +71,5 @@ class ServiceWatch {
   QByteArray m_owner;
   bool m_bAbsent = false;
 };
+
+}  // namespace Tavroline

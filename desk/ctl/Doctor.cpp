@@ -31,10 +31,10 @@ struct Finding {
 QString examineService(ListClient& client) {
   const QString owner = client.owner();
   if (owner.isEmpty()) {
-    throw ClientError("nobody owns " + std::string(ListServiceNames::kService) +
+    throw ClientError("nobody owns " + std::string(Tavroline::ListServiceNames::kService) +
                       ": start tavroline-listd on this bus");
   }
-  return QStringLiteral("%1 is owned by %2").arg(QLatin1String(ListServiceNames::kService), owner);
+  return QStringLiteral("%1 is owned by %2").arg(QLatin1String(Tavroline::ListServiceNames::kService), owner);
 }
 
 /** The names carry the version: the digits at their end. */
@@ -48,8 +48,9 @@ QString examineVersion(ListClient& client) {
       found += match.next().captured(1);
     }
   }
-  const QString spoken = QLatin1String(ListServiceNames::kEventListInterface) + QStringLiteral(", ") +
-                         QLatin1String(ListServiceNames::kAlarmListInterface);
+  const QString spoken = QLatin1String(Tavroline::ListServiceNames::kEventListInterface) +
+                         QStringLiteral(", ") +
+                         QLatin1String(Tavroline::ListServiceNames::kAlarmListInterface);
   QString names = found.join(QStringLiteral(", "));
   if (names != spoken) {
     throw ClientError("the service offers " + names.toStdString() + ", this program speaks " +

@@ -10,7 +10,7 @@
 #include "BusText.h"
 #include "ListServiceNames.h"
 
-using namespace ListServiceNames;
+using namespace Tavroline::ListServiceNames;
 
 namespace {
 
@@ -21,7 +21,7 @@ void check(int result) {
 }
 
 QByteArray bytes(const QString& text) {
-  return busText(text).toUtf8();
+  return Tavroline::busText(text).toUtf8();
 }
 
 const char* pathOf(ListClient::List list) {

@@ -1,5 +1,7 @@
 #include "BusText.h"
 
+namespace Tavroline {
+
 namespace {
 
 /** Whether a unit is a valid character without a closer look, as nearly all are. */
@@ -49,3 +51,5 @@ QString busText(const QString& text) {
   }
   return result;
 }
+
+}  // namespace Tavroline

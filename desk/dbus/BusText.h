@@ -2,6 +2,8 @@
 
 #include <QString>
 
+namespace Tavroline {
+
 /**
  * Text as the bus accepts it: neither end of it may send or store anything else. It does not shorten, trim or
  * translate.
@@ -14,3 +16,5 @@
  * replace. [any-thread]
  */
 QString busText(const QString& text);
+
+}  // namespace Tavroline

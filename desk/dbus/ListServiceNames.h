@@ -6,7 +6,7 @@
  * Names of the list services on the bus. Their methods, arguments and signals are described in
  * org.tavroline.ListService1.xml beside this file; a test compares that with the running service.
  */
-namespace ListServiceNames {
+namespace Tavroline::ListServiceNames {
 
 constexpr char kService[] = "org.tavroline.ListService1";
 
@@ -27,4 +27,4 @@ constexpr std::array<const char*, 12> kBookFigures = {"accepted",   "delivered",
                                                       "dropped",    "refused",   "unsendable", "rejected",
                                                       "unanswered", "unload",    "queueFull",  "outOfMemory"};
 
-}  // namespace ListServiceNames
+}  // namespace Tavroline::ListServiceNames

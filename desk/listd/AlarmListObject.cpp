@@ -76,6 +76,6 @@ constexpr sd_bus_vtable kMethods[] = {
 }  // namespace
 
 void addAlarmListObject(sd_bus* bus, CallBatch& batch) {
-  checkBus(sd_bus_add_object_vtable(bus, nullptr, ListServiceNames::kAlarmListPath,
-                                    ListServiceNames::kAlarmListInterface, kMethods, &batch));
+  checkBus(sd_bus_add_object_vtable(bus, nullptr, Tavroline::ListServiceNames::kAlarmListPath,
+                                    Tavroline::ListServiceNames::kAlarmListInterface, kMethods, &batch));
 }

@@ -5,7 +5,7 @@
 #include "CallError.h"
 #include "ListServiceNames.h"
 
-using namespace ListServiceNames;
+using namespace Tavroline::ListServiceNames;
 
 void checkBus(int result) {
   if (result < 0) {

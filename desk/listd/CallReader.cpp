@@ -35,7 +35,7 @@ T readBasic(sd_bus_message* call, char type) {
 }
 
 QString fitting(const char* utf8) {
-  QString text = busText(QString::fromUtf8(utf8));
+  QString text = Tavroline::busText(QString::fromUtf8(utf8));
   if (text.size() > CallReader::kMaxText) {
     const bool splits = text.at(CallReader::kMaxText - 1).isHighSurrogate();
     text.truncate(CallReader::kMaxText - (splits ? 1 : 0));
@@ -240,7 +240,7 @@ QByteArray CallReader::description() {
 }
 
 ClientBooks::Figures CallReader::figures() {
-  using ListServiceNames::kBookFigures;
+  using Tavroline::ListServiceNames::kBookFigures;
   ClientBooks::Figures figures{};
   readContainer(m_call, SD_BUS_TYPE_ARRAY, "{st}", [&] {
     readContainer(m_call, SD_BUS_TYPE_DICT_ENTRY, "st", [&] {

@@ -16,7 +16,7 @@ class ClientBooks {
   /** Sessions at most; the one that reported longest ago goes first. */
   static constexpr std::size_t kKept = 64;
 
-  using Figures = std::array<quint64, ListServiceNames::kBookFigures.size()>;
+  using Figures = std::array<quint64, Tavroline::ListServiceNames::kBookFigures.size()>;
 
   struct Report {
     QString session;

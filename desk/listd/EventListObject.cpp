@@ -5,7 +5,7 @@
 #include "DescriptionText.h"
 #include "ListServiceNames.h"
 
-using ListServiceNames::kBookFigures;
+using Tavroline::ListServiceNames::kBookFigures;
 
 namespace {
 
@@ -129,6 +129,6 @@ constexpr sd_bus_vtable kMethods[] = {
 }  // namespace
 
 void addEventListObject(sd_bus* bus, CallBatch& batch) {
-  checkBus(sd_bus_add_object_vtable(bus, nullptr, ListServiceNames::kEventListPath,
-                                    ListServiceNames::kEventListInterface, kMethods, &batch));
+  checkBus(sd_bus_add_object_vtable(bus, nullptr, Tavroline::ListServiceNames::kEventListPath,
+                                    Tavroline::ListServiceNames::kEventListInterface, kMethods, &batch));
 }

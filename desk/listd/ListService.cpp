@@ -37,7 +37,7 @@ StoredEntry acknowledgementEntry(const QString& user, const QString& moduleName,
 }
 
 [[noreturn]] void refuseForGood() {
-  throw CallError("the alarm list is full", ListServiceNames::kErrorFull);
+  throw CallError("the alarm list is full", Tavroline::ListServiceNames::kErrorFull);
 }
 
 /** The alarm's own description, or its identifier where that shows nothing. */
@@ -160,7 +160,8 @@ bool ListService::isRepetition(const Sender& sender) {
     refuseForGood();
   }
   if (!m_failed.admit(sender)) {
-    throw CallError("a message before this one could not be stored", ListServiceNames::kErrorStorage);
+    throw CallError("a message before this one could not be stored",
+                    Tavroline::ListServiceNames::kErrorStorage);
   }
   const bool seen = m_sessions.seen(sender.session, sender.sequence);
   if (seen) {

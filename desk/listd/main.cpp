@@ -48,7 +48,7 @@ Bus connect() {
 }
 
 void ownName(sd_bus* bus) {
-  const int code = sd_bus_request_name(bus, ListServiceNames::kService, 0);
+  const int code = sd_bus_request_name(bus, Tavroline::ListServiceNames::kService, 0);
   if (code == -EEXIST) {
     throw std::runtime_error("another list service runs on this bus already; end that one first");
   }

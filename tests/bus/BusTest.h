@@ -59,9 +59,9 @@ class BusTest : public testing::Test {
   /** Start the service; one that runs is killed first. */
   void startService(const Strings& arguments = {}) {
     service.reset();
-    ASSERT_TRUE(bus.waitForName(ListServiceNames::kService, false));
+    ASSERT_TRUE(bus.waitForName(Tavroline::ListServiceNames::kService, false));
     service.emplace(TAVROLINE_LISTD, arguments);
-    ASSERT_TRUE(bus.waitForName(ListServiceNames::kService)) << service->output();
+    ASSERT_TRUE(bus.waitForName(Tavroline::ListServiceNames::kService)) << service->output();
   }
 
   PrivateBus bus;

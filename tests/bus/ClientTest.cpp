@@ -17,6 +17,8 @@
 #include "Hub.h"
 #include "RuntimeFunctions.h"
 
+using namespace Tavroline;
+
 namespace {
 
 std::atomic<int> g_secondsAhead{0};

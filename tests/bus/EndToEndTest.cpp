@@ -143,7 +143,7 @@ TEST_F(Road, AnAlarmRaisedWithoutServiceArrivesAfterItsReturnAndAgainInAnEmptyOn
   }
   ASSERT_EQ(query(), TAVROLINE_DONE);
   service->kill();
-  ASSERT_TRUE(bus.waitForName(ListServiceNames::kService, false));
+  ASSERT_TRUE(bus.waitForName(Tavroline::ListServiceNames::kService, false));
   runtime.logAlarm(alarm, kAlarm, kOn);
   EXPECT_EQ(query(), TAVROLINE_ERROR);
 

@@ -14,7 +14,7 @@
 
 #include "BusTest.h"
 
-using namespace ListServiceNames;
+using namespace Tavroline::ListServiceNames;
 
 namespace {
 

@@ -12,7 +12,7 @@
 #include "ListServiceNames.h"
 #include "Schema.h"
 
-using namespace ListServiceNames;
+using namespace Tavroline::ListServiceNames;
 
 namespace {
 
@@ -28,7 +28,8 @@ constexpr const char* kMethods[][4] = {
 
 /** Append one complete type, no deeper than sd-bus takes. */
 void append(sd_bus_message* message, const char* type, FuzzedDataProvider& input, int depth = 0) {
-  const QByteArray text = busText(QString::fromStdString(input.ConsumeRandomLengthString(50))).toUtf8();
+  const QByteArray text =
+      Tavroline::busText(QString::fromStdString(input.ConsumeRandomLengthString(50))).toUtf8();
   const quint64 number = input.ConsumeIntegral<quint64>() >> input.ConsumeIntegralInRange(0, 63);
   if (*type == 's') return checkBus(sd_bus_message_append_basic(message, 's', text.constData()));
   if (std::strchr("av{", *type) == nullptr)

@@ -51,7 +51,7 @@ void fuzz::run(FuzzedDataProvider& input) {
   const int capacity = input.ConsumeIntegralInRange(-1, 6);
   const QByteArray reply =
       input.ConsumeBool() ? list(input) : QByteArray::fromStdString(input.ConsumeRemainingBytesAsString());
-  if (ReplyCheck::fault(reply.constData()) != nullptr) return;  // the client keeps it back
+  if (Tavroline::ReplyCheck::fault(reply.constData()) != nullptr) return;  // the client keeps it back
   fake::answer("getCompleteEventlist", {{0, reply}});
   fake::answer("getCompleteAlarmlist", {{0, reply}});
   for (const int result : {ResultBusy, ResultDone}) {

@@ -216,7 +216,7 @@ int main(int argc, char** argv) {
     CallBatch batch(bus, service);
     addEventListObject(bus, batch);
     addAlarmListObject(bus, batch);
-    checkBus(sd_bus_request_name(bus, ListServiceNames::kService,
+    checkBus(sd_bus_request_name(bus, Tavroline::ListServiceNames::kService,
                                  SD_BUS_NAME_REPLACE_EXISTING | SD_BUS_NAME_ALLOW_REPLACEMENT));
     dprintf(STDOUT_FILENO, "ready\n");
     serve(bus, service, batch);

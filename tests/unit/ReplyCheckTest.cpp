@@ -33,7 +33,7 @@ TEST(ReplyCheck, FindsWhatTheParserMustNotBeGiven) {
         std::pair(std::string(R"([{"":[],"":[]}])"), twice),
         std::pair("{" + many.substr(1), std::string("has too many lists in one object")),
         std::pair(std::string(R"({"a":[],"\u0061":1})"), escaped)}) {
-    const char* const found = ReplyCheck::fault(text.c_str());
+    const char* const found = Tavroline::ReplyCheck::fault(text.c_str());
     EXPECT_EQ(found == nullptr ? "" : found, fault) << text;
   }
 }
