@@ -83,7 +83,7 @@ void flagPlainly(benchmark::State& state) {
 void registry(benchmark::State& state) {
   const Readers readers(state.range(0));
   for ([[maybe_unused]] auto _ : state) {
-    benchmark::DoNotOptimize(LiveObjects::family(readers.alarmReader()));
+    benchmark::DoNotOptimize(Tavroline::LiveObjects::family(readers.alarmReader()));
   }
 }
 

@@ -1,5 +1,5 @@
-#include "ArrayBounds.h"
 #include "ExternalFunction.h"
+#include "IecMemory.h"
 #include "LogEntry.h"
 #include "TavrolineAlarmHandler.h"
 #include "TavrolineAlarmlistWrite.h"
@@ -70,7 +70,7 @@ void acknowledgevisualalarm_ext(acknowledgevisualalarm_struct* parameters) {
     }
     // The bounds come before the null test: an empty array needs no pointer.
     QStringList alarmIds;
-    if (elementCount(parameters->stAlarmIdsDimInfo) > 0) {
+    if (Tavroline::elementCount(parameters->stAlarmIdsDimInfo) > 0) {
       alarmIds = Convenience::getKeywordStringList(parameters->pasAlarmIds, parameters->iAlarmIdSize,
                                                    parameters->stAlarmIdsDimInfo);
     }

@@ -1,7 +1,7 @@
 #include "tavroline/component.h"
-#include "ComponentIdentity.h"
 #include "ExternalFunction.h"
 #include "ExternalFunctionTable.h"
+#include "RuntimeLog.h"
 #include "TavrolineAlarmlistRead.h"
 #include "TavrolineEventlistRead.h"
 
@@ -54,7 +54,7 @@ RTS_RESULT registerTables() {
   if (pfRegisterApi == nullptr) {
     return kNoService;
   }
-  const std::uint32_t id = ComponentIdentity::componentId();
+  const std::uint32_t id = Tavroline::ComponentId();
   const RTS_RESULT result = pfRegisterApi(ExternalFunctionTable, 0, 1, id);
   return result != 0 ? result : pfRegisterApi(EmptyFunctionTable, 0, 0, id);
 }
@@ -92,7 +92,7 @@ int ComponentEntry(ComponentInitRecord* record) {
     if (record == nullptr) {
       return;
     }
-    record->ulComponentId = ComponentIdentity::componentId();
+    record->ulComponentId = Tavroline::ComponentId();
     record->pfExportFunctions = ExportFunctions;
     record->pfImportFunctions = ImportFunctions;
     record->pfGetVersion = GetVersion;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "ExceptionGuard.h"
 #include "HandleCheck.h"
+#include "RuntimeLog.h"
 #include "TavrolineConvenienceFunctions.h"
 #include "tavroline/conventions.h"
 
@@ -15,7 +15,7 @@
  */
 template <typename Body>
 void externalFunction(const char* name, Body&& body) noexcept {
-  reportExceptions("ExternalFunction", name, std::forward<Body>(body));
+  Tavroline::reportExceptions("ExternalFunction", name, std::forward<Body>(body));
 }
 
 /** With a read handle and no result: `operation(reader, parameters)`. */

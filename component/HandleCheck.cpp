@@ -5,10 +5,11 @@
 #include "RuntimeLog.h"
 
 bool HandleCheck::refuse(const void* object, const char* kind) {
-  const char* const reason = LiveObjects::family(object) != LiveObjects::Family::None ? "of another kind"
-                             : LiveObjects::wasClosed(object)                         ? "already closed"
-                                                                                      : "unknown";
-  RuntimeLog::write("HandleCheck", "HandleCheck::isUsable",
-                    QStringLiteral("%1 %2").arg(QLatin1String(kind), QLatin1String(reason)));
+  const char* const reason = Tavroline::LiveObjects::family(object) != Tavroline::LiveObjects::Family::None
+                                 ? "of another kind"
+                             : Tavroline::LiveObjects::wasClosed(object) ? "already closed"
+                                                                         : "unknown";
+  Tavroline::RuntimeLog::write("HandleCheck", "HandleCheck::isUsable",
+                               QStringLiteral("%1 %2").arg(QLatin1String(kind), QLatin1String(reason)));
   return false;
 }

@@ -20,27 +20,29 @@ bool refuse(const void* object, const char* kind);
 
 /** @tparam Base as which objects of that family may be looked at, whatever their class */
 template <typename Base, typename Object>
-bool check(const Object* object, LiveObjects::Family family, const char* kind) {
-  return (LiveObjects::family(object) == family &&
+bool check(const Object* object, Tavroline::LiveObjects::Family family, const char* kind) {
+  return (Tavroline::LiveObjects::family(object) == family &&
           typeid(*static_cast<const Base*>(static_cast<const void*>(object))) == typeid(Object)) ||
          refuse(object, kind);
 }
 
 /** Either kind of reader. */
 inline bool isUsable(const TavrolineReadBaseClass* reader) {
-  return LiveObjects::family(reader) == LiveObjects::Family::Reader || refuse(reader, "ReadHandle");
+  return Tavroline::LiveObjects::family(reader) == Tavroline::LiveObjects::Family::Reader ||
+         refuse(reader, "ReadHandle");
 }
 
 inline bool isUsable(const TavrolineEventlistRead* reader) {
-  return check<TavrolineReadBaseClass>(reader, LiveObjects::Family::Reader, "EventlistReadHandle");
+  return check<TavrolineReadBaseClass>(reader, Tavroline::LiveObjects::Family::Reader, "EventlistReadHandle");
 }
 
 inline bool isUsable(const TavrolineAlarmlistRead* reader) {
-  return check<TavrolineReadBaseClass>(reader, LiveObjects::Family::Reader, "AlarmlistReadHandle");
+  return check<TavrolineReadBaseClass>(reader, Tavroline::LiveObjects::Family::Reader, "AlarmlistReadHandle");
 }
 
 inline bool isUsable(const TavrolineAlarmHandler* handler) {
-  return check<TavrolineAlarmHandler>(handler, LiveObjects::Family::AlarmHandler, "AlarmlistWriteHandle");
+  return check<TavrolineAlarmHandler>(handler, Tavroline::LiveObjects::Family::AlarmHandler,
+                                      "AlarmlistWriteHandle");
 }
 
 }  // namespace HandleCheck

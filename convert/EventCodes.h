@@ -7,7 +7,7 @@
  * through. The device's enumerations give the types, their enumerators may be named as the device likes.
  * [any-thread]
  */
-namespace EventCodes {
+namespace Tavroline::EventCodes {
 
 constexpr auto kAlarm = static_cast<EventlistHandlerEnums::EventType>(0);
 constexpr auto kAuditTrail = static_cast<EventlistHandlerEnums::EventType>(1);
@@ -18,4 +18,4 @@ constexpr auto kNeutral = static_cast<EventlistHandlerEnums::State>(0);
 constexpr auto kOn = static_cast<EventlistHandlerEnums::State>(1);
 constexpr auto kOff = static_cast<EventlistHandlerEnums::State>(2);
 
-}  // namespace EventCodes
+}  // namespace Tavroline::EventCodes

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cstring>
 
+namespace Tavroline {
+
 namespace {
 
 constexpr int kLargestField = 255;
@@ -78,3 +80,5 @@ QString formatInstanceName(const QString& name, int number) {
   }
   return QString::fromLatin1(output);
 }
+
+}  // namespace Tavroline

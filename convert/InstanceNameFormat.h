@@ -2,6 +2,8 @@
 
 #include <QString>
 
+namespace Tavroline {
+
 /**
  * Insert an instance number into an instance name that may hold a printf-style directive.
  *
@@ -12,3 +14,5 @@
  * [any-thread]
  */
 QString formatInstanceName(const QString& name, int number);
+
+}  // namespace Tavroline

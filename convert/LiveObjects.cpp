@@ -6,7 +6,7 @@
 #include <iterator>
 #include <mutex>
 
-namespace LiveObjects {
+namespace Tavroline::LiveObjects {
 
 /** Buckets of chained entries. A static object of this type needs no constructor and no destructor to run. */
 struct Registry {
@@ -72,4 +72,4 @@ bool wasClosed(const void* object) noexcept {
          std::end(s_registry.closed);
 }
 
-}  // namespace LiveObjects
+}  // namespace Tavroline::LiveObjects

@@ -8,7 +8,7 @@
  * Constant-initialised and without allocation: an object brings its own entry along. One leaf lock, held for
  * a walk of a few entries. [any-thread]
  */
-namespace LiveObjects {
+namespace Tavroline::LiveObjects {
 
 /** What registered the object, and so what its address may be taken for. */
 enum class Family { None, Reader, AlarmHandler };
@@ -35,4 +35,4 @@ Family family(const void* object) noexcept;
 /** Whether the address is one of the last 64 that went, and not alive again. */
 bool wasClosed(const void* object) noexcept;
 
-}  // namespace LiveObjects
+}  // namespace Tavroline::LiveObjects

@@ -6,12 +6,13 @@
 #include <algorithm>
 #include <utility>
 
-#include "ArrayBounds.h"
-#include "BoundedText.h"
 #include "EventCodes.h"
 #include "EventlistHandlerDefinitions.h"
+#include "IecMemory.h"
 #include "InstanceNameFormat.h"
 #include "RuntimeLog.h"
+
+using namespace Tavroline;
 
 namespace {
 
@@ -74,33 +75,31 @@ QStringList TavrolineConvenienceFunctions::getKeywordStringList(const char* keyw
 QVariantMap TavrolineConvenienceFunctions::convertStructDescriptionData(const stDataType& data) {
   // The text source comes first: it may be the subject of a warning.
   const int textSource = static_cast<int>(convertIntToTextSource(data.iTextSource));
-  QString instanceName = BoundedText::fromField(data.sInstanceName);
+  QString instanceName = fieldText(data.sInstanceName);
   if (data.iInstanceNumber != 0) {
     instanceName = formatInstanceName(instanceName, data.iInstanceNumber);
   }
   QVariantMap map;
   append(map, EventsDBusDefinitions::getEventDBusKeyInstanceName(), instanceName);
-  append(map, EventsDBusDefinitions::getEventDBusKeyModuleName(), BoundedText::fromField(data.sModuleName));
-  append(map, EventsDBusDefinitions::getEventDBusKeyObjectName(), BoundedText::fromField(data.sObjectName));
+  append(map, EventsDBusDefinitions::getEventDBusKeyModuleName(), fieldText(data.sModuleName));
+  append(map, EventsDBusDefinitions::getEventDBusKeyObjectName(), fieldText(data.sObjectName));
   append(map, EventsDBusDefinitions::getEventDBusKeyTextSource(), textSource);
-  append(map, EventsDBusDefinitions::getEventDBusKeyUrl(), BoundedText::fromField(data.sUrl));
+  append(map, EventsDBusDefinitions::getEventDBusKeyUrl(), fieldText(data.sUrl));
   return map;
 }
 
 QVariantMap TavrolineConvenienceFunctions::convertStructDescriptionData(
     const stDescriptionArgumentType& argument) {
   QVariantMap map;
-  append(map, EventsDBusDefinitions::getEventDBusKeyArgument(), BoundedText::fromField(argument.wsArgument));
-  append(map, EventsDBusDefinitions::getEventDBusKeyPlaceholder(),
-         BoundedText::fromField(argument.wsPlaceholder));
+  append(map, EventsDBusDefinitions::getEventDBusKeyArgument(), fieldText(argument.wsArgument));
+  append(map, EventsDBusDefinitions::getEventDBusKeyPlaceholder(), fieldText(argument.wsPlaceholder));
   return map;
 }
 
 QVariantMap TavrolineConvenienceFunctions::convertStructDescriptionData(
     const stDescriptionUrlArgumentType& urlArgument) {
   QVariantMap map = convertStructDescriptionData(urlArgument.stData);
-  map.insert(EventsDBusDefinitions::getEventDBusKeyPlaceholder(),
-             BoundedText::fromField(urlArgument.wsPlaceholder));
+  map.insert(EventsDBusDefinitions::getEventDBusKeyPlaceholder(), fieldText(urlArgument.wsPlaceholder));
   return map;
 }
 

@@ -11,11 +11,9 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "ComponentIdentity.h"
 #include "DBusPendingReply.h"
-#include "ExceptionGuard.h"
-#include "LockGuard.h"
 #include "RuntimeLog.h"
+#include "Synchronization.h"
 #include "TavrolineReadBaseClass.h"
 
 /**
@@ -37,12 +35,12 @@ struct Names {
 
 /** Log "<operation>: <text>" in the name of `function`. */
 inline void report(const Names& names, const char* function, const char* operation, QLatin1String text) {
-  RuntimeLog::write(names.file, function, QLatin1String(operation) % QLatin1String(": ") % text);
+  Tavroline::RuntimeLog::write(names.file, function, QLatin1String(operation) % QLatin1String(": ") % text);
 }
 
 template <typename Reader>
 void enlist(QMutex& mutex, QList<Reader*>& instances, Reader* reader) {
-  const LockGuard<QMutex> lock(mutex);
+  const Tavroline::LockGuard<QMutex> lock(mutex);
   instances.append(reader);
 }
 
@@ -50,10 +48,10 @@ void enlist(QMutex& mutex, QList<Reader*>& instances, Reader* reader) {
 template <typename Reader>
 void delist(QMutex& mutex, QList<Reader*>& instances, Reader* reader, const std::int32_t& readState,
             bool& interfaceReady, const Names& names) noexcept {
-  reportExceptions(names.file, names.destructorFunction, [&] {
+  Tavroline::reportExceptions(names.file, names.destructorFunction, [&] {
     int removed = 0;
     {
-      const LockGuard<QMutex> lock(mutex);
+      const Tavroline::LockGuard<QMutex> lock(mutex);
       if (readState == TavrolineReadBaseClass::ReadStatePending) {
         interfaceReady = true;
       }
@@ -61,7 +59,7 @@ void delist(QMutex& mutex, QList<Reader*>& instances, Reader* reader, const std:
     }
     if (removed != 1) {
       QMessageLogger(names.file, __LINE__, names.destructorFunction).warning()
-          << ComponentIdentity::kName << "Not one entry removed. Nr of removed entrys:" << removed;
+          << Tavroline::kComponentName << "Not one entry removed. Nr of removed entrys:" << removed;
     }
   });
 }
@@ -71,7 +69,7 @@ template <typename Reader, typename Visit>
 void forEach(const QList<Reader*>& instances, const Names& names, Visit visit) {
   for (Reader* const reader : instances) {
     if (reader == nullptr) {
-      RuntimeLog::write(names.file, names.pollFunction, QStringLiteral("Nullpointer access"));
+      Tavroline::RuntimeLog::write(names.file, names.pollFunction, QStringLiteral("Nullpointer access"));
     } else {
       visit(*reader);
     }
@@ -107,7 +105,7 @@ std::int16_t copyEntries(const TavrolineFilter& filter, QMutex& mutex, const QJs
   count = 0;
   QJsonArray list;
   {
-    const LockGuard<QMutex> lock(mutex);
+    const Tavroline::LockGuard<QMutex> lock(mutex);
     list = listData;
   }
   ListCopy copy = filter.listCopy();

@@ -3,7 +3,7 @@
 #include "EntryFields.h"
 #include "EventlistHandlerDefinitions.h"
 #include "ReaderClass.h"
-#include "SharedFlag.h"
+#include "Synchronization.h"
 
 namespace {
 
@@ -49,30 +49,30 @@ TavrolineAlarmlistRead::~TavrolineAlarmlistRead() {
 }
 
 void TavrolineAlarmlistRead::pollDBusSignals() {
-  const LockGuard<QMutex> lock(sm_Mutex);
+  const Tavroline::LockGuard<QMutex> lock(sm_Mutex);
   AlarmlistHandlerDBusConnectorRead& client = sm_AlarmlistHandlerDBusConnectorRead;
   bool value = false;
   if (client.changedFlagAlarmInAlarmlist(value)) {
-    SharedFlag::store(sm_bIsAlarmInAlarmlist, value);
+    Tavroline::SharedFlag::store(sm_bIsAlarmInAlarmlist, value);
   }
   if (client.changedFlagActiveAlarmInAlarmlist(value)) {
-    SharedFlag::store(sm_bIsActiveAlarmInAlarmlist, value);
+    Tavroline::SharedFlag::store(sm_bIsActiveAlarmInAlarmlist, value);
   }
   if (client.changedFlagFaultInAlarmlist(value)) {
-    SharedFlag::store(sm_bIsFaultInAlarmlist, value);
+    Tavroline::SharedFlag::store(sm_bIsFaultInAlarmlist, value);
   }
   if (client.changedFlagActiveFaultInAlarmlist(value)) {
-    SharedFlag::store(sm_bIsActiveFaultInAlarmlist, value);
+    Tavroline::SharedFlag::store(sm_bIsActiveFaultInAlarmlist, value);
   }
   const bool listChanged = client.changedFlagAlarmlist();
   bool detector = false;
   const bool detectorChanged = client.changedFlagCentralDetector(detector);
   ReaderClass::forEach(sm_AccessAlarmlistInstancePointers, kNames, [&](TavrolineAlarmlistRead& reader) {
     if (listChanged) {
-      SharedFlag::store(reader.m_bListChanged, true);
+      Tavroline::SharedFlag::store(reader.m_bListChanged, true);
     }
     if (detectorChanged) {
-      SharedFlag::store(reader.m_bCentralDetectorState, detector);
+      Tavroline::SharedFlag::store(reader.m_bCentralDetectorState, detector);
     }
   });
 }
@@ -80,14 +80,14 @@ void TavrolineAlarmlistRead::pollDBusSignals() {
 std::int16_t TavrolineAlarmlistRead::readListAsynchron(std::uint16_t /*n*/) {
   DBusPendingReply::SharedPointer reply;
   {
-    const LockGuard<QMutex> lock(sm_Mutex);
+    const Tavroline::LockGuard<QMutex> lock(sm_Mutex);
     reply = sm_AlarmlistHandlerDBusConnectorRead.getCompleteAlarmlist(m_sLanguage);
   }
   return ReaderClass::adoptReply(reply, m_PendingReply, kNames);
 }
 
 std::int16_t TavrolineAlarmlistRead::loadCompleteAlarmlist() {
-  const LockGuard<QMutex> lock(sm_Mutex);
+  const Tavroline::LockGuard<QMutex> lock(sm_Mutex);
   return loadCompleteList(sm_bDBusInterfaceReady, sm_LoadListTimeoutTimer, 0);
 }
 

@@ -33,13 +33,13 @@ class TavrolineAlarmlistRead : public TavrolineReadBaseClass {
   std::int16_t convertAlarmlist(int& count, stAlarmlistEntryType* entries, int capacity) const;
 
   /** Last state reported while this reader existed; starts false. [plc-task] */
-  bool getCentralDetectorState() const { return SharedFlag::load(m_bCentralDetectorState); }
+  bool getCentralDetectorState() const { return Tavroline::SharedFlag::load(m_bCentralDetectorState); }
 
   /** What the list holds, false until the service first reports it. [plc-task] */
-  bool isAlarmInAlarmlist() const { return SharedFlag::load(sm_bIsAlarmInAlarmlist); }
-  bool isActiveAlarmInAlarmlist() const { return SharedFlag::load(sm_bIsActiveAlarmInAlarmlist); }
-  bool isFaultInAlarmlist() const { return SharedFlag::load(sm_bIsFaultInAlarmlist); }
-  bool isActiveFaultInAlarmlist() const { return SharedFlag::load(sm_bIsActiveFaultInAlarmlist); }
+  bool isAlarmInAlarmlist() const { return Tavroline::SharedFlag::load(sm_bIsAlarmInAlarmlist); }
+  bool isActiveAlarmInAlarmlist() const { return Tavroline::SharedFlag::load(sm_bIsActiveAlarmInAlarmlist); }
+  bool isFaultInAlarmlist() const { return Tavroline::SharedFlag::load(sm_bIsFaultInAlarmlist); }
+  bool isActiveFaultInAlarmlist() const { return Tavroline::SharedFlag::load(sm_bIsActiveFaultInAlarmlist); }
 
   /** Keep active (true) or inactive (false) entries, or both. [plc-task] */
   void setFilterStateAlarm(bool active);

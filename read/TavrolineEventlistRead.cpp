@@ -2,7 +2,7 @@
 
 #include "EntryFields.h"
 #include "ReaderClass.h"
-#include "SharedFlag.h"
+#include "Synchronization.h"
 
 namespace {
 
@@ -34,11 +34,11 @@ TavrolineEventlistRead::~TavrolineEventlistRead() {
 }
 
 void TavrolineEventlistRead::pollDBusSignals() {
-  const LockGuard<QMutex> lock(sm_Mutex);
+  const Tavroline::LockGuard<QMutex> lock(sm_Mutex);
   const bool changed = sm_EventlistHandlerDBusConnectorRead.changedFlagEventlist();
   ReaderClass::forEach(sm_AccessEventlistInstancePointers, kNames, [&](TavrolineEventlistRead& reader) {
     if (changed) {
-      SharedFlag::store(reader.m_bListChanged, true);
+      Tavroline::SharedFlag::store(reader.m_bListChanged, true);
     }
   });
 }
@@ -46,7 +46,7 @@ void TavrolineEventlistRead::pollDBusSignals() {
 std::int16_t TavrolineEventlistRead::readListAsynchron(std::uint16_t n) {
   DBusPendingReply::SharedPointer reply;
   {
-    const LockGuard<QMutex> lock(sm_Mutex);
+    const Tavroline::LockGuard<QMutex> lock(sm_Mutex);
     const QStringList none;
     reply = n == 0 ? sm_EventlistHandlerDBusConnectorRead.getCompleteEventlist(m_sLanguage)
                    : sm_EventlistHandlerDBusConnectorRead.getPartOfEventlist(
@@ -56,7 +56,7 @@ std::int16_t TavrolineEventlistRead::readListAsynchron(std::uint16_t n) {
 }
 
 std::int16_t TavrolineEventlistRead::loadCompleteEventlist(std::uint16_t n) {
-  const LockGuard<QMutex> lock(sm_Mutex);
+  const Tavroline::LockGuard<QMutex> lock(sm_Mutex);
   return loadCompleteList(sm_bDBusInterfaceReady, sm_LoadListTimeoutTimer, n);
 }
 

@@ -6,7 +6,7 @@
 #include "ErrorContainer.h"
 #include "EventlistHandlerDefinitions.h"
 #include "RuntimeLog.h"
-#include "SharedFlag.h"
+#include "Synchronization.h"
 
 namespace {
 
@@ -49,19 +49,19 @@ void TavrolineReadBaseClass::setLanguage(const QString& language) {
 }
 
 void TavrolineReadBaseClass::resetListChanged() {
-  SharedFlag::store(m_bListChanged, false);
+  Tavroline::SharedFlag::store(m_bListChanged, false);
 }
 
 std::int16_t TavrolineReadBaseClass::readListAsynchron(std::uint16_t /*n*/) {
-  RuntimeLog::write(kFile, "virtual int16_t TavrolineReadBaseClass::readListAsynchron(uint16_t)",
-                    QStringLiteral("Function readListAsynchron is not override"));
+  Tavroline::RuntimeLog::write(kFile, "virtual int16_t TavrolineReadBaseClass::readListAsynchron(uint16_t)",
+                               QStringLiteral("Function readListAsynchron is not override"));
   return ResultError;
 }
 
 std::int16_t TavrolineReadBaseClass::getStatusReadListAsynchron(DBusPendingReply::SharedPointer& reply) {
   if (!reply) {
-    RuntimeLog::write(kFile, kStatusFunction,
-                      QStringLiteral("getStatusReadListAsynchron: DBusPendingReply nullpointer"));
+    Tavroline::RuntimeLog::write(kFile, kStatusFunction,
+                                 QStringLiteral("getStatusReadListAsynchron: DBusPendingReply nullpointer"));
     return ResultError;
   }
   ErrorContainer error(ErrorContainer::getErrorCodeNoError(), QString());
@@ -76,8 +76,9 @@ std::int16_t TavrolineReadBaseClass::getStatusReadListAsynchron(DBusPendingReply
     case 2:
       return ResultBusy;
     default:
-      RuntimeLog::write(kFile, kStatusFunction, QStringLiteral("getStatusReadListAsynchron: DBus error:"),
-                        error.getErrorMessage());
+      Tavroline::RuntimeLog::write(kFile, kStatusFunction,
+                                   QStringLiteral("getStatusReadListAsynchron: DBus error:"),
+                                   error.getErrorMessage());
       return ResultError;
   }
 }

@@ -8,7 +8,7 @@
 
 #include "DBusPendingReply.h"
 #include "LiveObjects.h"
-#include "SharedFlag.h"
+#include "Synchronization.h"
 #include "TavrolineFilter.h"
 
 /** Results of the reading operations, as they go into the iResult fields. */
@@ -31,7 +31,7 @@ class TavrolineReadBaseClass : public TavrolineFilter {
   void setLanguage(const QString& language);
 
   /** Whether the service has reported a change since construction or resetListChanged(). [plc-task] */
-  bool hasListChanged() const { return SharedFlag::load(m_bListChanged); }
+  bool hasListChanged() const { return Tavroline::SharedFlag::load(m_bListChanged); }
   void resetListChanged();
 
   /**
@@ -63,5 +63,5 @@ class TavrolineReadBaseClass : public TavrolineFilter {
   QJsonArray m_ListData;
   DBusPendingReply::SharedPointer m_PendingReply;
   std::int32_t m_ReadState = ReadStateIdle;
-  const LiveObjects::Entry m_LiveEntry{this, LiveObjects::Family::Reader};
+  const Tavroline::LiveObjects::Entry m_LiveEntry{this, Tavroline::LiveObjects::Family::Reader};
 };

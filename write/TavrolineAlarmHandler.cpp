@@ -8,11 +8,12 @@
 #include "ErrorContainer.h"
 #include "EventCodes.h"
 #include "EventlistHandlerDefinitions.h"
-#include "ExceptionGuard.h"
-#include "LockGuard.h"
 #include "RuntimeLog.h"
 #include "SpsConfigurationManagerDefinitions.h"
+#include "Synchronization.h"
 #include "TavrolineConvenienceFunctions.h"
+
+using namespace Tavroline;
 
 namespace {
 

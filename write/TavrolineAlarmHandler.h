@@ -64,7 +64,7 @@ class TavrolineAlarmHandler : public QObject {
   DBusPendingReply::SharedPointer m_PendingAlarmStateReply;
   bool m_bRequestAlarmState;
   QElapsedTimer m_SinceQueryFailure;  ///< invalid while no query has failed
-  const LiveObjects::Entry m_LiveEntry{this, LiveObjects::Family::AlarmHandler};
+  const Tavroline::LiveObjects::Entry m_LiveEntry{this, Tavroline::LiveObjects::Family::AlarmHandler};
 
   static QRecursiveMutex sm_Mutex;
   static AlarmlistHandlerDBusConnectorRead sm_AlarmlistHandlerDBusConnectorRead;

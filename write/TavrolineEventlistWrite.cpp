@@ -6,6 +6,8 @@
 #include "SpsConfigurationManagerDefinitions.h"
 #include "TavrolineConvenienceFunctions.h"
 
+using namespace Tavroline;
+
 TavrolineEventlistWrite::TavrolineEventlistWrite()
     : m_EventlistHandlerConnector(SpsConfigurationManagerDefinitions::getObjectNameEvents()),
       m_EventlistHandlerConnectorWrite(true) {}

@@ -4,9 +4,9 @@
 
 #include <vector>
 
-#include "ArrayBounds.h"
 #include "ExternalFunctionTable.h"
 #include "Fuzz.h"
+#include "IecMemory.h"
 #include "fake_platform.h"
 #include "tavroline/tavroline.h"
 
@@ -69,7 +69,7 @@ struct Sequence {
     const char kind = shape[i];
     const std::size_t length = input.ConsumeIntegralInRange<std::size_t>(1, 300);
     const __ARRAY__DIM__INFO bounds{static_cast<int>(words[i]), static_cast<int>(words[i] >> 32U)};
-    if (kind == '#' && elementCount(bounds) > 3) return Word{2} << 32U;  // 0 to 2
+    if (kind == '#' && Tavroline::elementCount(bounds) > 3) return Word{2} << 32U;  // 0 to 2
     if (kind == 'h') return handles[length % handles.size()];
     if (kind == 'q') return structure("hx..");
     if (kind == 't') return place(length, 1);

@@ -12,7 +12,7 @@ void fuzz::run(FuzzedDataProvider& input) {
       "\\A[^%]*%[-+ #0]*([1-9][0-9]?|1[0-9][0-9])?(\\.([0-9]{0,2}|1[0-9][0-9]))?[diuoxX][^%]*\\z"));
   const int number = input.ConsumeIntegral<int>();
   const QString name = QString::fromUtf8(input.ConsumeRandomLengthString(255).c_str());
-  const QString result = formatInstanceName(name, number);
+  const QString result = Tavroline::formatInstanceName(name, number);
   check(result.size() <= name.size() + 255 + 3, "more than one number inserted");
   if (!plain.match(name).hasMatch()) return;
   char text[2048];

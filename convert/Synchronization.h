@@ -13,10 +13,9 @@ extern "C" void __tsan_acquire(void* address);
 extern "C" void __tsan_release(void* address);
 #endif
 
-/**
- * Holds a mutex for a scope. Qt's recursive mutexes are invisible to ThreadSanitizer, so its builds are told
- * here.
- */
+namespace Tavroline {
+
+/** Holds a mutex for a scope. ThreadSanitizer does not see Qt's recursive mutexes, so it is told here. */
 template <typename Mutex>
 class LockGuard {
  public:
@@ -40,3 +39,20 @@ class LockGuard {
  private:
   Mutex& m_mutex;
 };
+
+/**
+ * Single-byte flags that one thread writes under a lock and others read without it. They are plain bools in
+ * the classes' layout; every access uses these two functions. [any-thread]
+ */
+namespace SharedFlag {
+
+inline bool load(const bool& flag) {
+  return __atomic_load_n(&flag, __ATOMIC_RELAXED);
+}
+inline void store(bool& flag, bool value) {
+  __atomic_store_n(&flag, value, __ATOMIC_RELAXED);
+}
+
+}  // namespace SharedFlag
+
+}  // namespace Tavroline
