@@ -9,8 +9,8 @@
 
 #include "tavroline/tavroline.h"
 
-// One overload per type, found by the type of the field. They are static functions and in no namespace, so
-// that the structures' ones, which come last, are found too.
+// One overload of add() per field type. Argument-dependent look-up must find the structures' overloads, which
+// are declared last, so all overloads are in the structures' namespace: the global one.
 
 static void add(std::string& text, RTS_IEC_BOOL value) {
   text += value != 0 ? "TRUE" : "FALSE";
@@ -21,7 +21,7 @@ static std::enable_if_t<std::is_integral_v<Number>> add(std::string& text, Numbe
   text += std::to_string(value);
 }
 
-/** The interface's only 32-bit unsigned type is the time, in UTC or local. */
+/** DATE_AND_TIME is the interface's only 32-bit unsigned type; the text shows it as it is, UTC or local. */
 static void add(std::string& text, RTS_IEC_DATE_AND_TIME value) {
   const auto seconds = static_cast<time_t>(value);
   tm parts{};
@@ -82,7 +82,7 @@ static std::enable_if_t<std::is_integral_v<Character>> add(std::string& text,
   addQuoted(text, field, capacity);
 }
 
-/** A pointer shows what is behind it, a handle itself. */
+/** A handle is shown as an address, any other pointer by the value it points to. */
 static void addPointer(std::string& text, void* handle) {
   char hex[24];
   std::snprintf(hex, sizeof hex, "0x%" PRIxPTR, reinterpret_cast<std::uintptr_t>(handle));
@@ -128,7 +128,7 @@ static void addField(std::string& text, const char* name, const Field& field) {
   }
 }
 
-/** The elements of an array within its bounds, the first ones; `addElement` shows one by its number. */
+/** Shows the first elements of an array within its bounds; `addElement` appends the text of one element. */
 template <typename Add>
 static void addArray(std::string& text, const char* name, const __ARRAY__DIM__INFO& bounds, const void* first,
                      const Add& addElement) {
