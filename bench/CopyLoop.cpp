@@ -30,10 +30,10 @@ void measure(const char* name, int entries, int secondsApart) {
   double plain = std::numeric_limits<double>::max();
   double subject = plain;
   for (int turn = 0; turn < kTurns; ++turn) {
-    plain = std::min(plain, nanosecondsPerEntry([&] { return list.copyPlainly(); }));
+    plain = std::min(plain, nanosecondsPerEntry([&] { return list.copyReference(); }));
     subject = std::min(subject, nanosecondsPerEntry([&] { return list.copy(); }));
   }
-  std::printf("{\"name\": \"copyPlainly/%s\", \"value\": %.1f}\n", name, plain);
+  std::printf("{\"name\": \"copyReference/%s\", \"value\": %.1f}\n", name, plain);
   std::printf("{\"name\": \"copy/%s\", \"value\": %.1f}\n", name, subject);
 }
 

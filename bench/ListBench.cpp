@@ -36,10 +36,10 @@ void copy(benchmark::State& state, int entries, int secondsApart) {
 }
 
 template <typename Case>
-void copyPlainly(benchmark::State& state, int entries, int secondsApart) {
+void copyReference(benchmark::State& state, int entries, int secondsApart) {
   Case& list = sharedCase<Case>(entries, secondsApart);
   for ([[maybe_unused]] auto _ : state) {
-    benchmark::DoNotOptimize(list.copyPlainly());
+    benchmark::DoNotOptimize(list.copyReference());
   }
   state.SetItemsProcessed(state.iterations() * entries);
 }
@@ -92,16 +92,17 @@ void enroll() {
   for (const int entries : {100, 1000, 10000, 100000}) {
     const std::string size = "/" + std::to_string(entries);
     benchmark::RegisterBenchmark(("copy" + size).c_str(), copy<EventFixture>, entries, kMinute);
-    benchmark::RegisterBenchmark(("copyPlainly" + size).c_str(), copyPlainly<EventFixture>, entries, kMinute);
+    benchmark::RegisterBenchmark(("copyReference" + size).c_str(), copyReference<EventFixture>, entries,
+                                 kMinute);
     benchmark::RegisterBenchmark(("load" + size).c_str(), load, entries);
     benchmark::RegisterBenchmark(("loadAndCopy" + size).c_str(), loadAndCopy, entries);
     benchmark::RegisterBenchmark(("fromJson" + size).c_str(), fromJson, entries);
     benchmark::RegisterBenchmark(("simdjson" + size).c_str(), simdjson, entries);
   }
   benchmark::RegisterBenchmark("copy/year", copy<EventFixture>, kHoursOfAYear, kHour);
-  benchmark::RegisterBenchmark("copyPlainly/year", copyPlainly<EventFixture>, kHoursOfAYear, kHour);
+  benchmark::RegisterBenchmark("copyReference/year", copyReference<EventFixture>, kHoursOfAYear, kHour);
   benchmark::RegisterBenchmark("copyAlarms/10000", copy<AlarmFixture>, 10000, kMinute);
-  benchmark::RegisterBenchmark("copyAlarmsPlainly/10000", copyPlainly<AlarmFixture>, 10000, kMinute);
+  benchmark::RegisterBenchmark("copyAlarmsReference/10000", copyReference<AlarmFixture>, 10000, kMinute);
 }
 
 }  // namespace

@@ -70,7 +70,7 @@ ListFixture<Reader, Entry>::ListFixture(int entries, int secondsApart)
   m_reader.addFilterKeyword(TavrolineFilter::FilterTypeExclude, QStringLiteral("test"));
   request();
   load();
-  require(copy() == entries && copyPlainly() == entries);
+  require(copy() == entries && copyReference() == entries);
 }
 
 template <typename Reader, typename Entry>
@@ -95,7 +95,7 @@ int ListFixture<Reader, Entry>::copy() {
 }
 
 template <typename Reader, typename Entry>
-int ListFixture<Reader, Entry>::copyPlainly() {
+int ListFixture<Reader, Entry>::copyReference() {
   int count = 0;
   m_reader.convertAsReference(count, m_entries.data(), static_cast<int>(m_entries.size()));
   return count;

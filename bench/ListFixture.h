@@ -26,7 +26,7 @@ class ListFixture {
 
   /** The copy step, and its plain form; both give the number of entries copied. */
   int copy();
-  int copyPlainly();
+  int copyReference();
 
  private:
   QByteArray m_json;

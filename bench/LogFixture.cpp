@@ -81,6 +81,12 @@ std::int64_t now() {
 
 }  // namespace
 
+void (*communicationCycle())() {
+  static ComponentInitRecord record{};
+  ComponentEntry(&record);
+  return [] { record.pfHookFunction(TAVROLINE_HOOK_COMM_CYCLE, 0, 0); };
+}
+
 BusAndService::BusAndService() : m_service(TAVROLINE_LISTD, {}) {
   if (!bus.waitForName(kService)) {
     throw std::runtime_error("no list service: " + m_service.output());
@@ -110,7 +116,7 @@ std::uint64_t BusAndService::stored(const char* service) const {
 }
 
 void BusAndService::waitForStored(std::uint64_t count, const char* service) const {
-  // Asked when most of the rest is likely to be there, because the answer costs the service something.
+  // Each query costs the service time, so the pause is about as long as most of the rest will take.
   Milliseconds pause(5);
   std::uint64_t last = stored(service);
   const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
@@ -120,9 +126,9 @@ void BusAndService::waitForStored(std::uint64_t count, const char* service) cons
     }
     std::this_thread::sleep_for(pause);
     const std::uint64_t present = stored(service);
-    const std::uint64_t came = std::max<std::uint64_t>(present - last, 1);
+    const std::uint64_t added = std::max<std::uint64_t>(present - last, 1);
     const std::uint64_t rest = count - std::min(present, count);
-    pause = std::clamp<Milliseconds>(pause * rest * 3 / (came * 4), Milliseconds(1), Milliseconds(50));
+    pause = std::clamp<Milliseconds>(pause * rest * 3 / (added * 4), Milliseconds(1), Milliseconds(50));
     last = present;
   }
 }
@@ -152,7 +158,7 @@ LogFixture::LogFixture(bool withArguments) {
   event.stArgumentsDimInfo = {0, withArguments ? 1 : -1};
   event.stUrlArgumentsDimInfo = {0, withArguments ? 0 : -1};
 
-  // An alarm's structure is an event's behind a handle.
+  // logalarm_struct is a handle followed by the members of logevent_struct.
   std::memcpy(&alarm.iEventType, &event, sizeof event);
   alarm.iEventType = 0;
 }

@@ -7,13 +7,17 @@
 
 #include "ListServiceNames.h"
 #include "PrivateBus.h"
+#include "tavroline/component.h"
 #include "tavroline/tavroline.h"
 
 /**
- * What a PLC program logs in the measurements, and the same content as a plain user of sd-bus sends it from
- * his own thread: built from the same structures and written to the socket in the call, with nothing in
- * between.
+ * @file
+ * The entries that the measurements log, the service that stores them, and a sender that sends the same
+ * content with sd-bus alone: built from the same structures and written to the socket on the caller's thread.
  */
+
+/** The component's hook of the communication cycle, from its init record as a runtime gets it. */
+void (*communicationCycle())();
 
 /** A private bus with the real list service on it. */
 class BusAndService {
@@ -25,14 +29,14 @@ class BusAndService {
 
   PrivateBus bus;
 
-  /** Entries that a service has stored in its life. */
+  /** Entries that a service has stored since its start. */
   std::uint64_t stored(const char* service = Tavroline::ListServiceNames::kService) const;
-  /** Wait until it has stored that many. @throws std::runtime_error when it takes too long */
+  /** Wait until it has stored `count` entries. @throws std::runtime_error after a minute */
   void waitForStored(std::uint64_t count, const char* service = Tavroline::ListServiceNames::kService) const;
 
  private:
   ChildProcess m_service;
-  sd_bus* m_connection = nullptr;  ///< to ask on; a new one for each question would cost the daemon more
+  sd_bus* m_connection = nullptr;  ///< for stored(): a new one for each call would load the bus daemon
 };
 
 /** The structures of one entry: three keywords, and with arguments two of them and one with a URL. */
@@ -51,7 +55,7 @@ class LogFixture {
   stDescriptionUrlArgumentType m_urlArgument{};
 };
 
-/** A connection of its own to the list service or to another receiver of the same call. */
+/** A connection to the list service or to another receiver of the same call. */
 class PlainSender {
  public:
   explicit PlainSender(const char* receiver);
@@ -59,11 +63,11 @@ class PlainSender {
   PlainSender(const PlainSender&) = delete;
   PlainSender& operator=(const PlainSender&) = delete;
 
-  /** Build and send; nobody waits for the answer. */
+  /** Build and send a message that expects no reply. */
   void send(const logevent_struct& event);
-  /** The same, with an answer that take() waits for. */
+  /** Build and send a call; take() receives its reply. */
   void ask(const logevent_struct& event);
-  /** Take answers until fewer than `outstanding` are owed. */
+  /** Receive replies until fewer than `outstanding` calls are unanswered. */
   void take(int outstanding);
 
  private:

@@ -9,7 +9,7 @@
 
 namespace {
 
-struct Reader : PlainObject {};
+struct Reader : ReferenceObject {};
 
 /** A generation or a flag as the bus side publishes it, and what was seen of it last. */
 struct Published {
@@ -27,15 +27,15 @@ struct Published {
 
 }  // namespace
 
-void PlainRegistry::add(PlainObject* object) {
+void ReferenceRegistry::add(ReferenceObject* object) {
   m_objects[object] = object;
 }
 
-void PlainRegistry::query(haslistchanged_struct* parameters) {
+void ReferenceRegistry::query(haslistchanged_struct* parameters) {
   if (parameters == nullptr || parameters->hReadHandle == nullptr) {
     return;
   }
-  PlainObject* object = nullptr;
+  ReferenceObject* object = nullptr;
   {
     const std::lock_guard<std::mutex> lock(m_mutex);
     const auto place = m_objects.find(parameters->hReadHandle);
@@ -44,12 +44,12 @@ void PlainRegistry::query(haslistchanged_struct* parameters) {
     }
     object = place->second;
   }
-  if (typeid(*object) == typeid(PlainObject)) {
+  if (typeid(*object) == typeid(ReferenceObject)) {
     parameters->xListChanged = static_cast<RTS_IEC_BOOL>(__atomic_load_n(&object->flag, __ATOMIC_RELAXED));
   }
 }
 
-struct PlainHook::Impl {
+struct ReferenceHook::Impl {
   template <std::size_t Flags>
   struct List {
     QMutex mutex{QMutex::Recursive};
@@ -74,20 +74,20 @@ struct PlainHook::Impl {
   List<1> events;
 };
 
-PlainHook::PlainHook(int readers) : m_impl(new Impl) {
+ReferenceHook::ReferenceHook(int readers) : m_impl(new Impl) {
   for (int i = 0; i < readers; ++i) {
     m_impl->alarms.readers.append(new Reader);
     m_impl->events.readers.append(new Reader);
   }
 }
 
-PlainHook::~PlainHook() {
+ReferenceHook::~ReferenceHook() {
   qDeleteAll(m_impl->alarms.readers);
   qDeleteAll(m_impl->events.readers);
   delete m_impl;
 }
 
-void PlainHook::run() {
+void ReferenceHook::run() {
   m_impl->alarms.poll();
   m_impl->events.poll();
 }

@@ -14,32 +14,32 @@
  */
 
 /** An object behind a handle, known by its address and its class. */
-struct PlainObject {
-  virtual ~PlainObject() = default;
+struct ReferenceObject {
+  virtual ~ReferenceObject() = default;
   bool flag = false;
   bool other = false;
 };
 
 /** A flag query: one uncontended mutex, one hash look-up, one typeid. */
-class PlainRegistry {
+class ReferenceRegistry {
  public:
-  void add(PlainObject* object);
+  void add(ReferenceObject* object);
   /** Write the object's flag into the structure; nothing when there is no such object. */
   void query(haslistchanged_struct* parameters);
 
  private:
   std::mutex m_mutex;
-  std::unordered_map<const void*, PlainObject*> m_objects;
+  std::unordered_map<const void*, ReferenceObject*> m_objects;
 };
 
 /** The hook: for each list one recursive mutex, its flags and a walk over its readers. */
-class PlainHook {
+class ReferenceHook {
  public:
   /** @param readers of each of the two lists */
-  explicit PlainHook(int readers);
-  ~PlainHook();
-  PlainHook(const PlainHook&) = delete;
-  PlainHook& operator=(const PlainHook&) = delete;
+  explicit ReferenceHook(int readers);
+  ~ReferenceHook();
+  ReferenceHook(const ReferenceHook&) = delete;
+  ReferenceHook& operator=(const ReferenceHook&) = delete;
 
   void run();
 

@@ -91,7 +91,6 @@ int main() {
   print("growthOfTheHeap", static_cast<double>(caller.growth));
   print("memory", peakMemory() - memoryBefore);
   print("lost", static_cast<double>(books.refused() + books.dropped()));
-  print("notInTheBooks",
-        std::abs(caller.calls - handedOver) + static_cast<double>(books.pending) +
-            std::abs(static_cast<double>(books.delivered) - static_cast<double>(desk.stored())));
+  print("uncounted", std::abs(caller.calls - handedOver) + static_cast<double>(books.pending) +
+                         std::abs(static_cast<double>(books.delivered) - static_cast<double>(desk.stored())));
 }

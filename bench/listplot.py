@@ -2,8 +2,8 @@
 
 import math
 
-LINES = [  # benchmark, what the picture calls it, colour
-    ("copyPlainly", "copy, the textbook way", "#b03a2e"),
+LINES = [  # benchmark, its label in the picture, colour
+    ("copyReference", "copy, reference", "#b03a2e"),
     ("loadAndCopy", "load and copy", "#1f618d"),
     ("load", "load", "#5dade2"),
     ("fromJson", "QJsonDocument::fromJson alone", "#7d8a8c"),
@@ -49,7 +49,7 @@ def plot(medians):
         path = " ".join(f"{x(size):.1f},{y(cost):.1f}" for size, cost in points)
         out.append(f'<polyline points="{path}" fill="none" stroke="{colour}" stroke-width="2"/>')
         out.extend(f'<circle cx="{x(size):.1f}" cy="{y(cost):.1f}" r="3" fill="{colour}"/>' for size, cost in points)
-        place = min([y(points[-1][1])] + [place - 16 for place in places])  # labels keep off each other
+        place = min([y(points[-1][1])] + [place - 16 for place in places])  # labels do not overlap
         places.append(place)
         out.append(f'<text x="{WIDTH - RIGHT + 12}" y="{place + 4:.1f}" fill="{colour}">{label}</text>')
     return "\n".join(out + ["</svg>"]) + "\n"
