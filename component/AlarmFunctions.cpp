@@ -5,15 +5,12 @@
 #include "TavrolineAlarmlistWrite.h"
 #include "tavroline/alarms.h"
 
+using namespace Tavroline;
+
 namespace {
 
 using Convenience = TavrolineConvenienceFunctions;
-
-/** The handler behind the handle; null when the handle is refused, which has been logged. */
-TavrolineAlarmHandler* handlerOf(TavrolineHandle handle) {
-  auto* const handler = static_cast<TavrolineAlarmHandler*>(handle);
-  return Convenience::checkStructPointer(handle) && HandleCheck::isUsable(handler) ? handler : nullptr;
-}
+constexpr char kFile[] = "AlarmFunctions";
 
 void writeIfWanted(RTS_IEC_BOOL* target, bool value) {
   if (target != nullptr) {
@@ -24,11 +21,12 @@ void writeIfWanted(RTS_IEC_BOOL* target, bool value) {
 }  // namespace
 
 void logalarm_ext(logalarm_struct* parameters) {
-  externalFunction(__func__, [&] {
+  const Origin origin = ORIGIN(logalarm);
+  externalFunction(origin, [&] {
     if (!Convenience::checkStructPointer(parameters)) {
       return;
     }
-    TavrolineAlarmHandler* const handler = handlerOf(parameters->hWriteHandle);
+    TavrolineAlarmHandler* const handler = handlerOf(origin, parameters->hWriteHandle);
     if (handler == nullptr || !Convenience::checkStructPointer(parameters->pstData) ||
         !Convenience::checkStructPointer(parameters->pastArguments) ||
         !Convenience::checkStructPointer(parameters->pastUrlArguments)) {
@@ -41,30 +39,29 @@ void logalarm_ext(logalarm_struct* parameters) {
 }
 
 void getalarmstatefromalarmhandler_ext(getalarmstatefromalarmhandler_struct* parameters) {
-  const char* const name = __func__;
-  externalFunction(name, [&] {
+  const Origin origin = ORIGIN(getalarmstatefromalarmhandler);
+  externalFunction(origin, [&] {
     if (!Convenience::checkStructPointer(parameters)) {
       return;
     }
-    storeResult(name, *parameters, [&]() -> RTS_IEC_INT {
-      TavrolineAlarmHandler* const handler = handlerOf(parameters->hWriteHandle);
-      if (handler == nullptr) {
-        return TAVROLINE_ERROR;
-      }
-      bool active = false;
-      bool acknowledged = false;
-      const RTS_IEC_INT result = handler->getAlarmState(active, acknowledged);
-      if (result == TAVROLINE_DONE) {
-        writeIfWanted(parameters->pxActive, active);
-        writeIfWanted(parameters->pxAcknowledged, acknowledged);
-      }
-      return result;
-    });
+    Output<RTS_IEC_INT> result(parameters->iResult, TAVROLINE_ERROR);
+    TavrolineAlarmHandler* const handler = handlerOf(origin, parameters->hWriteHandle);
+    if (handler == nullptr) {
+      return;
+    }
+    bool active = false;
+    bool acknowledged = false;
+    const RTS_IEC_INT state = handler->getAlarmState(active, acknowledged);
+    if (state == TAVROLINE_DONE) {
+      writeIfWanted(parameters->pxActive, active);
+      writeIfWanted(parameters->pxAcknowledged, acknowledged);
+    }
+    result = state;
   });
 }
 
 void acknowledgevisualalarm_ext(acknowledgevisualalarm_struct* parameters) {
-  externalFunction(__func__, [&] {
+  externalFunction(ORIGIN(acknowledgevisualalarm), [&] {
     if (!Convenience::checkStructPointer(parameters)) {
       return;
     }
@@ -81,7 +78,7 @@ void acknowledgevisualalarm_ext(acknowledgevisualalarm_struct* parameters) {
 }
 
 void acknowledgecentraldetector_ext(acknowledgecentraldetector_struct* parameters) {
-  externalFunction(__func__, [&] {
+  externalFunction(ORIGIN(acknowledgecentraldetector), [&] {
     if (!Convenience::checkStructPointer(parameters)) {
       return;
     }

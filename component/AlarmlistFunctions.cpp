@@ -2,9 +2,12 @@
 #include "TavrolineAlarmlistRead.h"
 #include "tavroline/alarmlist.h"
 
-using Reader = TavrolineAlarmlistRead;
+using namespace Tavroline;
 
 namespace {
+
+using Reader = TavrolineAlarmlistRead;
+constexpr char kFile[] = "AlarmlistFunctions";
 
 RTS_IEC_BOOL iecBool(bool value) {
   return value ? 1 : 0;
@@ -13,59 +16,77 @@ RTS_IEC_BOOL iecBool(bool value) {
 }  // namespace
 
 void loadcompletealarmlist_ext(loadcompletealarmlist_struct* parameters) {
-  load<Reader>(__func__, parameters, [](Reader& reader, auto&) { return reader.loadCompleteAlarmlist(); });
+  const Origin origin = ORIGIN(loadcompletealarmlist);
+  externalFunction(origin, [&] {
+    if (!TavrolineConvenienceFunctions::checkStructPointer(parameters)) {
+      return;
+    }
+    Output<RTS_IEC_INT> result(parameters->iResult, TAVROLINE_ERROR);
+    if (Reader* const reader = readerOf<Reader>(origin, parameters->hReadHandle)) {
+      result = reader->loadCompleteAlarmlist();
+    }
+  });
 }
 
 void getalarmlistentries_ext(getalarmlistentries_struct* parameters) {
-  copyRequest<Reader>(__func__, parameters, [](Reader& reader, auto& request) {
-    return reader.convertAlarmlist(request.diNumberOfEntries, request.pastEntries, request.diMaxEntries);
+  const Origin origin = ORIGIN(getalarmlistentries);
+  externalFunction(origin, [&] {
+    if (!TavrolineConvenienceFunctions::checkStructPointer(parameters) ||
+        !TavrolineConvenienceFunctions::checkStructPointer(parameters->pstRequest)) {
+      return;
+    }
+    stGetAlarmlistEntriesType& request = *parameters->pstRequest;
+    Output<RTS_IEC_INT> result(request.iResult, TAVROLINE_ERROR);
+    if (const Reader* const reader = readerOf<Reader>(origin, request.hReadHandle)) {
+      result = reader->convertAlarmlist(request.diNumberOfEntries, request.pastEntries, request.diMaxEntries);
+    }
   });
 }
 
 void getcentraldetectorstate_ext(getcentraldetectorstate_struct* parameters) {
-  onReader<Reader>(__func__, parameters, [](Reader& reader, auto& p) {
-    p.xCentralDetectorState = iecBool(reader.getCentralDetectorState());
+  onReader<Reader>(ORIGIN(getcentraldetectorstate), parameters, [&](Reader& reader) {
+    parameters->xCentralDetectorState = iecBool(reader.getCentralDetectorState());
   });
 }
 
 void isalarminalarmlist_ext(isalarminalarmlist_struct* parameters) {
-  onReader<Reader>(__func__, parameters, [](Reader& reader, auto& p) {
-    p.xAlarmInAlarmlist = iecBool(reader.isAlarmInAlarmlist());
+  onReader<Reader>(ORIGIN(isalarminalarmlist), parameters, [&](Reader& reader) {
+    parameters->xAlarmInAlarmlist = iecBool(reader.isAlarmInAlarmlist());
   });
 }
 
 void isactivealarminalarmlist_ext(isactivealarminalarmlist_struct* parameters) {
-  onReader<Reader>(__func__, parameters, [](Reader& reader, auto& p) {
-    p.xActiveAlarmInAlarmlist = iecBool(reader.isActiveAlarmInAlarmlist());
+  onReader<Reader>(ORIGIN(isactivealarminalarmlist), parameters, [&](Reader& reader) {
+    parameters->xActiveAlarmInAlarmlist = iecBool(reader.isActiveAlarmInAlarmlist());
   });
 }
 
 void isfaultinalarmlist_ext(isfaultinalarmlist_struct* parameters) {
-  onReader<Reader>(__func__, parameters, [](Reader& reader, auto& p) {
-    p.xFaultInAlarmlist = iecBool(reader.isFaultInAlarmlist());
+  onReader<Reader>(ORIGIN(isfaultinalarmlist), parameters, [&](Reader& reader) {
+    parameters->xFaultInAlarmlist = iecBool(reader.isFaultInAlarmlist());
   });
 }
 
 void isactivefaultinalarmlist_ext(isactivefaultinalarmlist_struct* parameters) {
-  onReader<Reader>(__func__, parameters, [](Reader& reader, auto& p) {
-    p.xActiveFaultInAlarmlist = iecBool(reader.isActiveFaultInAlarmlist());
+  onReader<Reader>(ORIGIN(isactivefaultinalarmlist), parameters, [&](Reader& reader) {
+    parameters->xActiveFaultInAlarmlist = iecBool(reader.isActiveFaultInAlarmlist());
   });
 }
 
 void setfilterstatealarm_ext(setfilterstatealarm_struct* parameters) {
-  onReader<Reader>(__func__, parameters,
-                   [](Reader& reader, auto& p) { reader.setFilterStateAlarm(p.xActive != 0); });
+  onReader<Reader>(ORIGIN(setfilterstatealarm), parameters,
+                   [&](Reader& reader) { reader.setFilterStateAlarm(parameters->xActive != 0); });
 }
 
 void setfilterstateacknowledge_ext(setfilterstateacknowledge_struct* parameters) {
-  onReader<Reader>(__func__, parameters,
-                   [](Reader& reader, auto& p) { reader.setFilterStateAcknowledge(p.xAcknowledged != 0); });
+  onReader<Reader>(ORIGIN(setfilterstateacknowledge), parameters,
+                   [&](Reader& reader) { reader.setFilterStateAcknowledge(parameters->xAcknowledged != 0); });
 }
 
 void resetfilterstatealarm_ext(resetfilterstatealarm_struct* parameters) {
-  onReader<Reader>(__func__, parameters, [](Reader& reader, auto&) { reader.resetFilterStateAlarm(); });
+  onReader<Reader>(ORIGIN(resetfilterstatealarm), parameters, &Reader::resetFilterStateAlarm);
 }
 
 void resetfilterstateacknowledge_ext(resetfilterstateacknowledge_struct* parameters) {
-  onReader<Reader>(__func__, parameters, [](Reader& reader, auto&) { reader.resetFilterStateAcknowledge(); });
+  onReader<Reader>(ORIGIN(resetfilterstateacknowledge), parameters, &Reader::resetFilterStateAcknowledge);
 }

@@ -5,8 +5,11 @@
 #include "TavrolineAlarmlistRead.h"
 #include "TavrolineEventlistRead.h"
 
+using namespace Tavroline;
+
 namespace {
 
+constexpr char kFile[] = "Component";
 constexpr RTS_RESULT kFailed = 1;
 constexpr RTS_RESULT kNoService = 3;
 
@@ -54,20 +57,21 @@ RTS_RESULT registerTables() {
   if (pfRegisterApi == nullptr) {
     return kNoService;
   }
-  const std::uint32_t id = Tavroline::ComponentId();
+  const std::uint32_t id = ComponentId();
   const RTS_RESULT result = pfRegisterApi(ExternalFunctionTable, 0, 1, id);
   return result != 0 ? result : pfRegisterApi(EmptyFunctionTable, 0, 0, id);
 }
 
 RTS_RESULT ImportFunctions() {
   RTS_RESULT result = kFailed;
-  externalFunction(__func__, [&] { result = lookUpRuntimeFunctions(); });
+  externalFunction({kFile, "RTS_RESULT ImportFunctions()", __LINE__},
+                   [&] { result = lookUpRuntimeFunctions(); });
   return result;
 }
 
 RTS_RESULT ExportFunctions() {
   RTS_RESULT result = kFailed;
-  externalFunction(__func__, [&] { result = registerTables(); });
+  externalFunction({kFile, "RTS_RESULT ExportFunctions()", __LINE__}, [&] { result = registerTables(); });
   return result;
 }
 
@@ -77,9 +81,10 @@ std::uint32_t GetVersion() {
 
 RTS_RESULT HookFunction(std::uint32_t hook, std::uintptr_t /*parameter1*/, std::uintptr_t /*parameter2*/) {
   if (hook == TAVROLINE_HOOK_COMM_CYCLE) {
-    // Two guards: a failing poll of one list does not cost the other its turn.
-    externalFunction(__func__, [] { TavrolineAlarmlistRead::pollDBusSignals(); });
-    externalFunction(__func__, [] { TavrolineEventlistRead::pollDBusSignals(); });
+    const Origin origin{kFile, "RTS_RESULT HookFunction(uint32_t, uintptr_t, uintptr_t)", __LINE__};
+    // Two guards: if the poll of one list fails, the other list is still polled.
+    externalFunction(origin, [] { TavrolineAlarmlistRead::pollDBusSignals(); });
+    externalFunction(origin, [] { TavrolineEventlistRead::pollDBusSignals(); });
   }
   return 0;
 }
@@ -88,11 +93,11 @@ RTS_RESULT HookFunction(std::uint32_t hook, std::uintptr_t /*parameter1*/, std::
 
 int ComponentEntry(ComponentInitRecord* record) {
   int result = kFailed;
-  externalFunction(__func__, [&] {
+  externalFunction({kFile, "int ComponentEntry(ComponentInitRecord*)", __LINE__}, [&] {
     if (record == nullptr) {
       return;
     }
-    record->ulComponentId = Tavroline::ComponentId();
+    record->ulComponentId = ComponentId();
     record->pfExportFunctions = ExportFunctions;
     record->pfImportFunctions = ImportFunctions;
     record->pfGetVersion = GetVersion;

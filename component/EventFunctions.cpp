@@ -3,8 +3,14 @@
 #include "TavrolineEventlistWrite.h"
 #include "tavroline/events.h"
 
+using namespace Tavroline;
+
+namespace {
+constexpr char kFile[] = "EventFunctions";
+}
+
 void logevent_ext(logevent_struct* parameters) {
-  externalFunction(__func__, [&] {
+  externalFunction(ORIGIN(logevent), [&] {
     if (!TavrolineConvenienceFunctions::checkStructPointer(parameters)) {
       return;
     }
@@ -15,5 +21,5 @@ void logevent_ext(logevent_struct* parameters) {
 }
 
 void deleteeventlist_ext(deleteeventlist_struct* /*parameters*/) {
-  externalFunction(__func__, [] { TavrolineEventlistWrite().deleteEventlist(); });
+  externalFunction(ORIGIN(deleteeventlist), [] { TavrolineEventlistWrite().deleteEventlist(); });
 }

@@ -2,19 +2,52 @@
 #include "TavrolineEventlistRead.h"
 #include "tavroline/eventlist.h"
 
+using namespace Tavroline;
+
+namespace {
+
 using Reader = TavrolineEventlistRead;
+constexpr char kFile[] = "EventlistFunctions";
+
+}  // namespace
 
 void loadcompleteeventlist_ext(loadcompleteeventlist_struct* parameters) {
-  load<Reader>(__func__, parameters, [](Reader& reader, auto&) { return reader.loadCompleteEventlist(0); });
+  const Origin origin = ORIGIN(loadcompleteeventlist);
+  externalFunction(origin, [&] {
+    if (!TavrolineConvenienceFunctions::checkStructPointer(parameters)) {
+      return;
+    }
+    Output<RTS_IEC_INT> result(parameters->iResult, TAVROLINE_ERROR);
+    if (Reader* const reader = readerOf<Reader>(origin, parameters->hReadHandle)) {
+      result = reader->loadCompleteEventlist(0);
+    }
+  });
 }
 
 void loadpartofeventlist_ext(loadpartofeventlist_struct* parameters) {
-  load<Reader>(__func__, parameters,
-               [](Reader& reader, auto& p) { return reader.loadCompleteEventlist(p.uiNumberOfEntries); });
+  const Origin origin = ORIGIN(loadpartofeventlist);
+  externalFunction(origin, [&] {
+    if (!TavrolineConvenienceFunctions::checkStructPointer(parameters)) {
+      return;
+    }
+    Output<RTS_IEC_INT> result(parameters->iResult, TAVROLINE_ERROR);
+    if (Reader* const reader = readerOf<Reader>(origin, parameters->hReadHandle)) {
+      result = reader->loadCompleteEventlist(parameters->uiNumberOfEntries);
+    }
+  });
 }
 
 void geteventlistentries_ext(geteventlistentries_struct* parameters) {
-  copyRequest<Reader>(__func__, parameters, [](Reader& reader, auto& request) {
-    return reader.convertEventlist(request.diNumberOfEntries, request.pastEntries, request.diMaxEntries);
+  const Origin origin = ORIGIN(geteventlistentries);
+  externalFunction(origin, [&] {
+    if (!TavrolineConvenienceFunctions::checkStructPointer(parameters) ||
+        !TavrolineConvenienceFunctions::checkStructPointer(parameters->pstRequest)) {
+      return;
+    }
+    stGetEventlistEntriesType& request = *parameters->pstRequest;
+    Output<RTS_IEC_INT> result(request.iResult, TAVROLINE_ERROR);
+    if (const Reader* const reader = readerOf<Reader>(origin, request.hReadHandle)) {
+      result = reader->convertEventlist(request.diNumberOfEntries, request.pastEntries, request.diMaxEntries);
+    }
   });
 }

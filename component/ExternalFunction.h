@@ -1,73 +1,103 @@
 #pragma once
 
-#include "HandleCheck.h"
+#include <functional>
+#include <type_traits>
+#include <typeinfo>
+
+#include "LiveObjects.h"
 #include "RuntimeLog.h"
 #include "TavrolineConvenienceFunctions.h"
+#include "TavrolineReadBaseClass.h"
 #include "tavroline/conventions.h"
 
+class TavrolineAlarmHandler;
+
 /**
- * The shape of an external function: check, convert, call one operation, store its result. Every exported
- * function runs inside externalFunction() or one of the forms below, which are made of it; no exception
- * leaves it.
- *
- * A form that has a result writes it once, at the end, so that no other task sees a value in between; a
- * refused handle and an exception make it an error.
+ * What the external functions are made of: a guard, the objects behind handles, an output field. Each
+ * function checks its structure, takes the object behind its handle, calls one operation and stores the
+ * result.
  */
+namespace Tavroline {
+
+/** The function that writes a record into the runtime log. */
+struct Origin {
+  const char* file;  ///< its source file without the extension
+  const char* signature;
+  int line;  ///< of that file
+};
+
+/** The Origin inside name_ext; its source file declares kFile. */
+#define ORIGIN(name) (Tavroline::Origin{kFile, "void " #name "_ext(" #name "_struct*)", __LINE__})
+
+/** Runs `body`; an exception ends here as one record. The guard of every function that the runtime calls. */
 template <typename Body>
-void externalFunction(const char* name, Body&& body) noexcept {
-  Tavroline::reportExceptions("ExternalFunction", name, std::forward<Body>(body));
+void externalFunction(const Origin& origin, Body body) noexcept {
+  reportExceptions(origin.file, origin.signature, body, origin.line);
 }
 
-/** With a read handle and no result: `operation(reader, parameters)`. */
+/** An output that is written once, when this object ends, so that no other task sees a value in between. */
+template <typename Value>
+class Output {
+ public:
+  /** @param failed what the field gets if nothing is assigned, as after an exception */
+  Output(Value& field, Value failed) : m_field(field), m_value(failed) {}
+  ~Output() { m_field = m_value; }
+  Output(const Output&) = delete;
+  Output& operator=(const Output&) = delete;
+  void operator=(Value value) { m_value = value; }
+
+ private:
+  Value& m_field;
+  Value m_value;
+};
+
+/** Logs why a handle that is not null is refused: unknown, already closed or of another kind. */
+void logRefusal(const Origin& origin, TavrolineHandle handle, const char* kind);
+
+constexpr const char* kindOf(const TavrolineReadBaseClass*) {
+  return "ReadHandle";
+}
+constexpr const char* kindOf(const TavrolineEventlistRead*) {
+  return "EventlistReadHandle";
+}
+constexpr const char* kindOf(const TavrolineAlarmlistRead*) {
+  return "AlarmlistReadHandle";
+}
+
+/**
+ * The reader behind a handle; null if the handle is refused, which is logged. The address is not followed
+ * unless it is that of a live reader.
+ * @tparam Reader the class that the function takes; TavrolineReadBaseClass takes both kinds. [plc-task]
+ */
+template <typename Reader>
+Reader* readerOf(const Origin& origin, TavrolineHandle handle) {
+  Reader* reader = nullptr;
+  if (!TavrolineConvenienceFunctions::getHandlePointer(&reader, handle)) {
+    return nullptr;
+  }
+  constexpr bool kTakesBothKinds = std::is_same_v<Reader, TavrolineReadBaseClass>;
+  if (LiveObjects::family(handle) == LiveObjects::Family::Reader &&
+      (kTakesBothKinds || typeid(*static_cast<TavrolineReadBaseClass*>(handle)) == typeid(Reader))) {
+    return reader;
+  }
+  logRefusal(origin, handle, kindOf(reader));
+  return nullptr;
+}
+
+/** The alarm handler behind a handle; null if the handle is refused, which is logged. [plc-task] */
+TavrolineAlarmHandler* handlerOf(const Origin& origin, TavrolineHandle handle);
+
+/** A function on a reader without a result: calls `operation(*reader)`, often a member function. */
 template <typename Reader, typename Parameters, typename Operation>
-void onReader(const char* name, Parameters* parameters, Operation operation) noexcept {
-  externalFunction(name, [&] {
-    Reader* reader = nullptr;
-    if (TavrolineConvenienceFunctions::checkStructPointer(parameters) &&
-        TavrolineConvenienceFunctions::getHandlePointer(&reader, parameters->hReadHandle) &&
-        HandleCheck::isUsable(reader)) {
-      operation(*reader, *parameters);
+void onReader(const Origin& origin, const Parameters* parameters, Operation operation) noexcept {
+  externalFunction(origin, [&] {
+    Reader* const reader = TavrolineConvenienceFunctions::checkStructPointer(parameters)
+                               ? readerOf<Reader>(origin, parameters->hReadHandle)
+                               : nullptr;
+    if (reader != nullptr) {
+      std::invoke(operation, *reader);
     }
   });
 }
 
-/** With a result: iResult = `body()`. The structure has been checked. */
-template <typename Parameters, typename Body>
-void storeResult(const char* name, Parameters& parameters, Body body) noexcept {
-  RTS_IEC_INT result = TAVROLINE_ERROR;
-  externalFunction(name, [&] { result = body(); });
-  parameters.iResult = result;
-}
-
-/** With a read handle and a result: iResult = `operation(reader, parameters)`. The structure has been
- * checked. */
-template <typename Reader, typename Parameters, typename Operation>
-void storeReaderResult(const char* name, Parameters& parameters, Operation operation) noexcept {
-  storeResult(name, parameters, [&]() -> RTS_IEC_INT {
-    Reader* reader = nullptr;
-    const bool usable = TavrolineConvenienceFunctions::getHandlePointer(&reader, parameters.hReadHandle) &&
-                        HandleCheck::isUsable(reader);
-    return usable ? operation(*reader, parameters) : RTS_IEC_INT{TAVROLINE_ERROR};
-  });
-}
-
-/** The load functions. */
-template <typename Reader, typename Parameters, typename Operation>
-void load(const char* name, Parameters* parameters, Operation operation) noexcept {
-  externalFunction(name, [&] {
-    if (TavrolineConvenienceFunctions::checkStructPointer(parameters)) {
-      storeReaderResult<Reader>(name, *parameters, operation);
-    }
-  });
-}
-
-/** The copy functions, whose structure points to a second one that holds everything. */
-template <typename Reader, typename Parameters, typename Operation>
-void copyRequest(const char* name, Parameters* parameters, Operation operation) noexcept {
-  externalFunction(name, [&] {
-    if (TavrolineConvenienceFunctions::checkStructPointer(parameters) &&
-        TavrolineConvenienceFunctions::checkStructPointer(parameters->pstRequest)) {
-      storeReaderResult<Reader>(name, *parameters->pstRequest, operation);
-    }
-  });
-}
+}  // namespace Tavroline

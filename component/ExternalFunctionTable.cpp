@@ -6,7 +6,7 @@
 #define ROW(name, signatureId) {reinterpret_cast<ExternalFunction>(name), #name, signatureId, TAVROLINE_FUNCTION_VERSION}
 #define END_ROW {nullptr, "", 0, 0}
 
-const ExternalFunctionEntry ExternalFunctionTable[39] = {
+const ExternalFunctionEntry ExternalFunctionTable[] = {
     ROW(setlistreadlanguage_ext, 0xAB54A789u),
     ROW(setfiltertime_ext, 0x2352B977u),
     ROW(setfilterstatealarm_ext, 0xEB1397DEu),

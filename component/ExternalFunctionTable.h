@@ -2,8 +2,8 @@
 
 #include "tavroline/component.h"
 
-/** The 38 external functions, then the end row. Constant data. */
-extern const ExternalFunctionEntry ExternalFunctionTable[39];
+/** One row for each external function, then the end row. Constant data. */
+extern const ExternalFunctionEntry ExternalFunctionTable[];
 
 /** The end row alone, registered after the table of external functions. */
 extern const ExternalFunctionEntry EmptyFunctionTable[1];

@@ -4,28 +4,30 @@
 #include "TavrolineEventlistRead.h"
 #include "tavroline/handles.h"
 
+using namespace Tavroline;
+
 namespace {
 
+constexpr char kFile[] = "HandleFunctions";
+
 template <typename Reader>
-void openReader(const char* name, openeventlistreadhandle_struct* parameters) {
-  externalFunction(name, [&] {
-    if (parameters != nullptr) {
-      parameters->hReadHandle = nullptr;
-      parameters->hReadHandle = new Reader;
-      parameters->xSuccess = 1;
-    }
-  });
+void openReader(const Origin& origin, openeventlistreadhandle_struct* parameters) {
+  if (parameters == nullptr) {
+    return;
+  }
+  Reader* reader = nullptr;
+  externalFunction(origin, [&] { reader = new Reader; });
+  parameters->hReadHandle = reader;
+  if (reader != nullptr) {
+    parameters->xSuccess = 1;
+  }
 }
 
 template <typename Reader>
-void closeReader(const char* name, const closeeventlistreadhandle_struct* parameters) {
-  externalFunction(name, [&] {
-    if (parameters == nullptr || parameters->hReadHandle == nullptr) {
-      return;
-    }
-    auto* const reader = static_cast<Reader*>(parameters->hReadHandle);
-    if (HandleCheck::isUsable(reader)) {
-      delete reader;
+void closeReader(const Origin& origin, const closeeventlistreadhandle_struct* parameters) {
+  externalFunction(origin, [&] {
+    if (parameters != nullptr && parameters->hReadHandle != nullptr) {
+      delete readerOf<Reader>(origin, parameters->hReadHandle);
     }
   });
 }
@@ -33,40 +35,36 @@ void closeReader(const char* name, const closeeventlistreadhandle_struct* parame
 }  // namespace
 
 void openeventlistreadhandle_ext(openeventlistreadhandle_struct* parameters) {
-  openReader<TavrolineEventlistRead>(__func__, parameters);
+  openReader<TavrolineEventlistRead>(ORIGIN(openeventlistreadhandle), parameters);
 }
 
 void openalarmlistreadhandle_ext(openalarmlistreadhandle_struct* parameters) {
-  openReader<TavrolineAlarmlistRead>(__func__, parameters);
+  openReader<TavrolineAlarmlistRead>(ORIGIN(openalarmlistreadhandle), parameters);
 }
 
 void closeeventlistreadhandle_ext(closeeventlistreadhandle_struct* parameters) {
-  closeReader<TavrolineEventlistRead>(__func__, parameters);
+  closeReader<TavrolineEventlistRead>(ORIGIN(closeeventlistreadhandle), parameters);
 }
 
 void closealarmlistreadhandle_ext(closealarmlistreadhandle_struct* parameters) {
-  closeReader<TavrolineAlarmlistRead>(__func__, parameters);
+  closeReader<TavrolineAlarmlistRead>(ORIGIN(closealarmlistreadhandle), parameters);
 }
 
 void openalarmlistwritehandle_ext(openalarmlistwritehandle_struct* parameters) {
-  externalFunction(__func__, [&] {
+  externalFunction(ORIGIN(openalarmlistwritehandle), [&] {
     if (TavrolineConvenienceFunctions::checkStructPointer(parameters)) {
-      parameters->hWriteHandle = nullptr;
-      parameters->hWriteHandle = new TavrolineAlarmHandler(nullptr);
+      Output<TavrolineHandle> handle(parameters->hWriteHandle, nullptr);
+      handle = new TavrolineAlarmHandler(nullptr);
     }
   });
 }
 
 void closealarmlistwritehandle_ext(closealarmlistwritehandle_struct* parameters) {
-  externalFunction(__func__, [&] {
-    if (!TavrolineConvenienceFunctions::checkStructPointer(parameters) ||
-        !TavrolineConvenienceFunctions::checkStructPointer(parameters->hWriteHandle)) {
-      return;
-    }
-    auto* const handler = static_cast<TavrolineAlarmHandler*>(parameters->hWriteHandle);
-    parameters->hWriteHandle = nullptr;  // first: the record of a refusal may fail
-    if (HandleCheck::isUsable(handler)) {
-      delete handler;
+  const Origin origin = ORIGIN(closealarmlistwritehandle);
+  externalFunction(origin, [&] {
+    if (TavrolineConvenienceFunctions::checkStructPointer(parameters)) {
+      delete handlerOf(origin, parameters->hWriteHandle);
+      parameters->hWriteHandle = nullptr;  // also after a refusal
     }
   });
 }

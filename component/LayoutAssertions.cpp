@@ -9,13 +9,13 @@
 
 // Types and members take no parentheses.
 // NOLINTBEGIN(bugprone-macro-parentheses)
-#define SIZE(type, size, alignment)                   \
-  static_assert(sizeof(type) == (size), #type);       \
-  static_assert(alignof(type) == (alignment), #type); \
-  static_assert(std::is_standard_layout<type>::value, #type)
-#define FIELD(type, field, offset, width)                             \
-  static_assert(offsetof(type, field) == (offset), #type "." #field); \
-  static_assert(sizeof(std::declval<type&>().field) == (width), #type "." #field)
+#define SIZE(type, size, alignment)                                 \
+  static_assert(sizeof(type) == (size), #type ": size");            \
+  static_assert(alignof(type) == (alignment), #type ": alignment"); \
+  static_assert(std::is_standard_layout<type>::value, #type ": not a C structure")
+#define FIELD(type, field, offset, width)                                        \
+  static_assert(offsetof(type, field) == (offset), #type "." #field ": offset"); \
+  static_assert(sizeof(std::declval<type&>().field) == (width), #type "." #field ": width")
 // NOLINTEND(bugprone-macro-parentheses)
 
 static_assert(std::is_integral<RTS_IEC_BOOL>::value && sizeof(RTS_IEC_BOOL) == 1, "BOOL is one byte");

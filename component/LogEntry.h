@@ -10,8 +10,9 @@
 #include "EventlistHandlerEnums.h"
 #include "TavrolineConvenienceFunctions.h"
 
-/** What logevent_ext and logalarm_ext hand on, converted from the fields that their structures have in
- * common. */
+namespace Tavroline {
+
+/** What logevent_ext and logalarm_ext pass on, converted from the fields that their structures share. */
 struct LogEntry {
   EventlistHandlerEnums::EventType type;
   EventlistHandlerEnums::State state;
@@ -23,7 +24,7 @@ struct LogEntry {
   QVariantMap description;
 };
 
-/** Convert in the order texts, time, keywords, description, which the log shows; a time of 0 stays null.
+/** Converts texts, time, keywords and description in this order, which the log shows. A time of 0 stays null.
  * [plc-task] */
 template <typename Parameters>
 LogEntry convertLogEntry(const Parameters& parameters) {
@@ -43,3 +44,5 @@ LogEntry convertLogEntry(const Parameters& parameters) {
       parameters.pastUrlArguments, parameters.stUrlArgumentsDimInfo);
   return entry;
 }
+
+}  // namespace Tavroline
