@@ -30,11 +30,13 @@ class AlarmlistHandlerDBusConnectorRead::Private {};
 namespace {
 
 using fake::Call;
+using fake::record;
 
 /** Everything that is recorded and scripted. */
 struct State {
   std::mutex mutex;
   std::vector<Call> log;
+  std::vector<Call> readingClients;
   std::map<std::string, std::deque<std::vector<fake::Answer>>> answers;
   std::map<std::string, std::deque<bool>> changes;
   std::map<std::string, int> refusals;
@@ -59,11 +61,6 @@ bool take(std::map<std::string, std::deque<Value>>& scripts, const std::string& 
   value = std::move(script.front());
   script.pop_front();
   return true;
-}
-
-void record(const std::string& operation, const QVariantList& arguments, const void* object) {
-  const std::lock_guard<std::mutex> lock(state().mutex);
-  state().log.push_back({operation, arguments, object});
 }
 
 /** Record a call that can be made to fail; false when it is to be refused. */
@@ -119,6 +116,15 @@ void recordMessage(QtMsgType type, const QMessageLogContext& context, const QStr
 constexpr QChar kItemSeparator(0x1F);
 
 }  // namespace
+
+void fake::record(const std::string& operation, const QVariantList& arguments, const void* object) {
+  const std::lock_guard<std::mutex> lock(state().mutex);
+  state().log.push_back({operation, arguments, object});
+}
+
+std::vector<fake::Call> fake::readingClients() {
+  return state().readingClients;
+}
 
 void fake::reset() {
   qInstallMessageHandler(recordMessage);
@@ -205,7 +211,9 @@ QVariant DBusPendingReply::getReply() {
   return m_state->answers.front().data;
 }
 
-EventlistHandlerDBusConnectorRead::EventlistHandlerDBusConnectorRead(bool /*deviceBus*/) noexcept {}
+EventlistHandlerDBusConnectorRead::EventlistHandlerDBusConnectorRead(bool deviceBus) noexcept {
+  state().readingClients.push_back({"EventlistHandlerDBusConnectorRead", {deviceBus}, this});
+}
 EventlistHandlerDBusConnectorRead::~EventlistHandlerDBusConnectorRead() = default;
 DBusPendingReply::SharedPointer EventlistHandlerDBusConnectorRead::getCompleteEventlist(
     const QString& language) {
@@ -223,7 +231,9 @@ bool EventlistHandlerDBusConnectorRead::changedFlagEventlist() {
   return flag("changedFlagEventlist", nullptr, this);
 }
 
-AlarmlistHandlerDBusConnectorRead::AlarmlistHandlerDBusConnectorRead(bool /*deviceBus*/) noexcept {}
+AlarmlistHandlerDBusConnectorRead::AlarmlistHandlerDBusConnectorRead(bool deviceBus) noexcept {
+  state().readingClients.push_back({"AlarmlistHandlerDBusConnectorRead", {deviceBus}, this});
+}
 AlarmlistHandlerDBusConnectorRead::~AlarmlistHandlerDBusConnectorRead() = default;
 DBusPendingReply::SharedPointer AlarmlistHandlerDBusConnectorRead::getCompleteAlarmlist(
     const QString& language) {

@@ -9,15 +9,19 @@
 
 /**
  * The device's classes for unit tests: whatever the component does with them, and every Qt message, goes into
- * one ordered log, and what they answer is scripted. Texts, times, hash and vocabulary are the real ones and
- * are not recorded. Operations go by their method name. What is not scripted succeeds: a request's reply
- * stays outstanding, a flag answers false, a hand-over is accepted. [any-thread]
+ * one ordered log, and what they answer is scripted. Texts, times, hash and vocabulary are the real ones; the
+ * unit tests also record the calls of the text and time helpers. An operation has its method's name. What is
+ * not scripted succeeds: a request's reply stays outstanding, a flag answers false, a hand-over is accepted.
+ * [any-thread]
  */
 namespace fake {
 
 /**
  * One entry of the log. `arguments` are those of the operation, in order, and then what its object was
  * constructed with, of the clients that live for one call (true, or the object name of the event client).
+ *  - "copyCStringDataToQString" and the other text helpers: the text, then length or capacity, then the flag;
+ * object: source or target in IEC memory
+ *  - "QDateTimeToIECUtcDateTime" and the other time helpers: what is converted
  *  - "CodesysLog": logger is null, componentId, class, error, info, component, file, function, line, items (a
  * list)
  *  - "qDebug", "qWarning": text, category, file, function, line
@@ -62,7 +66,11 @@ void throwAt(int call, Thrown what = Thrown::Exception, bool andAllAfter = false
 /** Platform calls since throwAt(). */
 int platformCalls();
 
-/** To be called by a platform function that a test brings along. */
+/** Platform functions that a test brings along call these: for throwAt(), and for the log. */
 void platformCall();
+void record(const std::string& operation, const QVariantList& arguments, const void* object);
+
+/** The reading clients, which outlive every test, as they were constructed: class and argument. */
+std::vector<Call> readingClients();
 
 }  // namespace fake

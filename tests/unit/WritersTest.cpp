@@ -53,4 +53,15 @@ TEST_F(ComponentTest, AnAcknowledgementNamesTheUserAndTheIdentifiersThatAreNotEm
   EXPECT_EQ(fake::calls("acknowledgeCentralDetector").at(0).arguments, (QVariantList{"Bö"_q, true}));
 }
 
+TEST_F(ComponentTest, EveryReadingClientIsConstructedForTheDevicesBus) {
+  std::string constructed;
+  for (const fake::Call& client : fake::readingClients()) {
+    EXPECT_EQ(client.arguments, QVariantList{true});
+    constructed += client.operation + " ";
+  }
+  EXPECT_EQ(constructed,
+            "EventlistHandlerDBusConnectorRead AlarmlistHandlerDBusConnectorRead "
+            "AlarmlistHandlerDBusConnectorRead ");
+}
+
 }  // namespace
