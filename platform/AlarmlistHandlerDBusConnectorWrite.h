@@ -7,7 +7,7 @@
 class AlarmlistHandlerDBusConnectorWrite {
  public:
   /** @param deviceBus true attaches to the device's bus, false refuses every request. [plc-task] */
-  explicit AlarmlistHandlerDBusConnectorWrite(bool deviceBus) noexcept : m_bDeviceBus(deviceBus) {}
+  explicit AlarmlistHandlerDBusConnectorWrite(bool deviceBus) noexcept : m_deviceBus(deviceBus) {}
 
   /**
    * Hand over the visual acknowledgement of some alarms, an empty list included.
@@ -21,5 +21,5 @@ class AlarmlistHandlerDBusConnectorWrite {
   bool acknowledgeCentralDetector(const QString& user);
 
  private:
-  bool m_bDeviceBus;
+  bool m_deviceBus;
 };

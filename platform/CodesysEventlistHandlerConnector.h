@@ -11,7 +11,7 @@
 class CodesysEventlistHandlerConnector {
  public:
   /** @param objectName the object under which the entries are written. [plc-task] */
-  explicit CodesysEventlistHandlerConnector(const QString& objectName) : m_sObjectName(objectName) {}
+  explicit CodesysEventlistHandlerConnector(const QString& objectName) : m_objectName(objectName) {}
 
   /**
    * Hand over one entry. Entries arrive in the order in which they were handed over, each at most once.
@@ -27,5 +27,5 @@ class CodesysEventlistHandlerConnector {
                 const QString& alarmId) const;
 
  private:
-  QString m_sObjectName;
+  QString m_objectName;
 };

@@ -35,5 +35,5 @@ class CodesysLog {
   const char* m_file;
   const char* m_function;
   const char* m_line;
-  QString m_sText;
+  QString m_text;
 };

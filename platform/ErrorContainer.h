@@ -5,13 +5,13 @@
 /** An error code with its text; filled by the device's client classes. A plain value. [any-thread] */
 class ErrorContainer {
  public:
-  ErrorContainer(int code, const QString& message) : m_code(code), m_sMessage(message) {}
+  ErrorContainer(int code, const QString& message) : m_code(code), m_message(message) {}
 
   static int getErrorCodeNoError() { return 0; }
   int getErrorCode() const { return m_code; }
-  QString getErrorMessage() const { return m_sMessage; }
+  QString getErrorMessage() const { return m_message; }
 
  private:
   int m_code;
-  QString m_sMessage;
+  QString m_message;
 };

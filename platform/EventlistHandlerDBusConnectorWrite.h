@@ -4,7 +4,7 @@
 class EventlistHandlerDBusConnectorWrite {
  public:
   /** @param deviceBus true attaches to the device's bus, false refuses every request. [plc-task] */
-  explicit EventlistHandlerDBusConnectorWrite(bool deviceBus) noexcept : m_bDeviceBus(deviceBus) {}
+  explicit EventlistHandlerDBusConnectorWrite(bool deviceBus) noexcept : m_deviceBus(deviceBus) {}
 
   /**
    * Hand over the request to delete the whole event list; it keeps its place behind what was handed over
@@ -15,5 +15,5 @@ class EventlistHandlerDBusConnectorWrite {
   bool deleteEventlist();
 
  private:
-  bool m_bDeviceBus;
+  bool m_deviceBus;
 };

@@ -14,11 +14,11 @@ class AlarmlistHandlerDBusConnectorRead::Private {
     if (!m_hub.start()) {
       return false;
     }
-    const bool bPresent = m_hub.listState().flags[flag].load(std::memory_order_relaxed);
-    if (bPresent == m_reported[flag]) {
+    const bool present = m_hub.listState().flags[flag].load(std::memory_order_relaxed);
+    if (present == m_reported[flag]) {
       return false;
     }
-    value = m_reported[flag] = bPresent;
+    value = m_reported[flag] = present;
     return true;
   }
 

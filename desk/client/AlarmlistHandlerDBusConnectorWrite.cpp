@@ -10,12 +10,12 @@ bool AlarmlistHandlerDBusConnectorWrite::acknowledgeVisualAlarm(const QStringLis
   message.kind = Message::Kind::AcknowledgeAlarms;
   message.texts = alarmIds;
   message.user = user;
-  return m_bDeviceBus && Hub::instance().submit(std::move(message));
+  return m_deviceBus && Hub::instance().submit(std::move(message));
 }
 
 bool AlarmlistHandlerDBusConnectorWrite::acknowledgeCentralDetector(const QString& user) {
   Message message;
   message.kind = Message::Kind::AcknowledgeDetector;
   message.user = user;
-  return m_bDeviceBus && Hub::instance().submit(std::move(message));
+  return m_deviceBus && Hub::instance().submit(std::move(message));
 }

@@ -73,14 +73,14 @@ void BusLoop::turn() {
     m_pause = kFirstPause;
   }
   followOwner();
-  const bool bStates = m_watch.keep(now);
-  if (!m_courier.expire(now) || !bStates) {
+  const bool statesAnswered = m_watch.keep(now);
+  if (!m_courier.expire(now) || !statesAnswered) {
     breakOff(QStringLiteral("the list service leaves calls unanswered"));
   }
   if (!m_courier.owner().isEmpty()) {
     m_courier.send(now);
   } else if (!m_connection.isOpen()) {
-    m_courier.refuse(m_sCause);
+    m_courier.refuse(m_cause);
   } else if (m_watch.isAbsent()) {
     m_courier.refuse(QStringLiteral("the list service is not running"));
   }
@@ -116,7 +116,7 @@ void BusLoop::breakOff(const QString& cause) {
   m_connection.close();
   m_nextAttempt = Clock::now() + m_pause;
   m_pause = std::min<Clock::duration>(m_pause * 2, kLongestPause);
-  m_sCause = cause;
+  m_cause = cause;
 }
 
 void BusLoop::drain() {
@@ -124,7 +124,7 @@ void BusLoop::drain() {
     return;
   }
   const auto end = Clock::now() + kDrainTime;
-  bool bOffEdgesOnly = false;
+  bool offEdgesOnly = false;
   turn();  // it may be the first one: the end can follow at once upon the first use
   // A connection that is still being made counts as one, a service that is known to be absent does not.
   const auto mayArrive = [this] {
@@ -135,9 +135,9 @@ void BusLoop::drain() {
     if (left <= Clock::duration::zero()) {
       return;
     }
-    if (!bOffEdgesOnly && left < kOffEdgesTime) {
+    if (!offEdgesOnly && left < kOffEdgesTime) {
       m_outbox.dropUnsent(true);
-      bOffEdgesOnly = true;
+      offEdgesOnly = true;
     }
     turn();
     m_connection.wait(-1, kTick);

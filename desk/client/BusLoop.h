@@ -43,7 +43,7 @@ class BusLoop {
   Clock::duration m_pause;
   Books m_reported;
   Clock::time_point m_nextReport;
-  QString m_sCause;  ///< why there is no connection
+  QString m_cause;  ///< why there is no connection
 };
 
 }  // namespace Tavroline

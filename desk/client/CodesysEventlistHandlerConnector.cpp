@@ -20,6 +20,6 @@ bool CodesysEventlistHandlerConnector::logEvent(EventlistHandlerEnums::EventType
   message.texts = keywords;
   message.user = user;
   message.alarmId = alarmId;
-  message.objectName = m_sObjectName;
+  message.objectName = m_objectName;
   return Hub::instance().submit(std::move(message));
 }

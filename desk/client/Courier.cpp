@@ -54,12 +54,12 @@ void Courier::raiseAgain() {
 // Everything behind the first message that could not be stored comes again too, whatever its answer will be.
 void Courier::postpone() {
   m_resume = Clock::now() + kStoragePause;
-  const bool bRaising =
+  const bool raising =
       !m_raise.empty() ||
       std::any_of(m_writes.begin(), m_writes.end(), [](const SentWrite& s) { return !s.write.has_value(); });
   m_writes.clear();
   m_outbox.takeBack();
-  if (bRaising) {
+  if (raising) {
     raiseAgain();
   }
 }
@@ -86,22 +86,22 @@ void Courier::send(Clock::time_point now) {
 
 bool Courier::sendNext(Clock::time_point now) {
   // While nothing can be stored, a list is read as it is.
-  const bool bPostponed = now < m_resume;
+  const bool postponed = now < m_resume;
   // Nor do questions that are not answered hold up what is to be stored.
-  const bool bAsking = m_requests.size() < kRequestWindow;
-  if ((m_raise.empty() || bPostponed) && bAsking) {
-    if (const auto asked = m_outbox.takeRequest(bPostponed)) {
+  const bool mayAsk = m_requests.size() < kRequestWindow;
+  if ((m_raise.empty() || postponed) && mayAsk) {
+    if (const auto asked = m_outbox.takeRequest(postponed)) {
       sendRequest(*asked, now);
       return true;
     }
   }
-  if (bPostponed || m_writes.size() >= kWindow) {
+  if (postponed || m_writes.size() >= kWindow) {
     return false;
   }
   // Strictly by number, because the service takes what follows a higher one for a repetition: an alarm may
   // have been settled before a message with a lower number was.
   const quint64 before = m_raise.empty() ? std::numeric_limits<quint64>::max() : m_raise.front().sequence;
-  const auto write = m_outbox.takeWrite(before, !bAsking);
+  const auto write = m_outbox.takeWrite(before, !mayAsk);
   if (write.has_value()) {
     sendWrite(**write, write, now);
     return true;
@@ -145,19 +145,19 @@ void Courier::onWriteReply(std::list<SentWrite>::iterator sent, sd_bus_message* 
   if (sd_bus_message_is_method_error(reply, ListServiceNames::kErrorStorage) > 0) {
     return postpone();
   }
-  const bool bRejected = sd_bus_message_is_method_error(reply, nullptr) > 0;
-  finish(sent, bRejected ? std::optional<Loss>(Loss::Rejected) : std::nullopt);
+  const bool rejected = sd_bus_message_is_method_error(reply, nullptr) > 0;
+  finish(sent, rejected ? std::optional<Loss>(Loss::Rejected) : std::nullopt);
 }
 
 void Courier::onRequestReply(std::list<SentRequest>::iterator sent, sd_bus_message* reply) {
   if (sent->asked.has_value()) {
     const char* text = nullptr;
     DBusPendingReply::Private& state = *(*sent->asked)->reply;
-    const bool bList = (*sent->asked)->kind != Request::Kind::AlarmState;
+    const bool isList = (*sent->asked)->kind != Request::Kind::AlarmState;
     if (sd_bus_message_is_method_error(reply, nullptr) > 0) {
       state.fail(errorText(*sd_bus_message_get_error(reply)));
     } else if (sd_bus_message_read(reply, "s", &text) <= 0 ||
-               std::strlen(text) > (bList ? kMaximumListBytes : kMaximumStateBytes)) {
+               std::strlen(text) > (isList ? kMaximumListBytes : kMaximumStateBytes)) {
       state.fail(QStringLiteral("the list service answered in an unknown form"));
     } else if (const char* fault = ReplyCheck::fault(text); fault != nullptr) {
       state.fail(QStringLiteral("the list service's answer %1").arg(QLatin1String(fault)));
@@ -174,8 +174,8 @@ bool Courier::isGone(sd_bus_message* reply) const {
                                                         SD_BUS_ERROR_NAME_HAS_NO_OWNER, SD_BUS_ERROR_NO_REPLY,
                                                         SD_BUS_ERROR_DISCONNECTED};
   const char* sender = sd_bus_message_get_sender(reply);
-  const bool bFromService = sender != nullptr && m_owner == sender;  // who answers is not gone
-  return !bFromService && std::any_of(kNames.begin(), kNames.end(), [reply](const char* name) {
+  const bool fromService = sender != nullptr && m_owner == sender;  // who answers is not gone
+  return !fromService && std::any_of(kNames.begin(), kNames.end(), [reply](const char* name) {
     return sd_bus_message_is_method_error(reply, name) > 0;
   });
 }
@@ -194,30 +194,30 @@ void Courier::release(SentRequest& sent) {
 }
 
 bool Courier::expire(Clock::time_point now) {
-  bool bAnswering = true;
+  bool answering = true;
   for (auto sent = m_writes.begin(); sent != m_writes.end();) {
-    const bool bOverdue = sent->deadline <= now;
-    bAnswering = bAnswering && !bOverdue;
-    sent = bOverdue ? finish(sent, Loss::Unanswered) : std::next(sent);
+    const bool overdue = sent->deadline <= now;
+    answering = answering && !overdue;
+    sent = overdue ? finish(sent, Loss::Unanswered) : std::next(sent);
   }
   for (SentRequest& sent : m_requests) {
-    bAnswering = bAnswering && now < sent.deadline;
+    answering = answering && now < sent.deadline;
     if (!sent.asked.has_value()) {
       continue;
     }
     const Request& request = **sent.asked;
-    const bool bOverdue = request.deadline <= now;
-    if (bOverdue) {
+    const bool overdue = request.deadline <= now;
+    if (overdue) {
       request.reply->fail(QLatin1String(kUnanswered));
     }
-    if (bOverdue || request.reply->isReleased()) {
+    if (overdue || request.reply->isReleased()) {
       release(sent);
     }
   }
   for (const Request& request : m_outbox.takeEndedRequests(now)) {
     request.reply->fail(QLatin1String(kUnanswered));
   }
-  return bAnswering;
+  return answering;
 }
 
 void Courier::tell(const QByteArray& owner, const Books& books) {

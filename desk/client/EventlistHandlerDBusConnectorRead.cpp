@@ -32,10 +32,9 @@ DBusPendingReply::SharedPointer EventlistHandlerDBusConnectorRead::getPartOfEven
   if (!m_private) {
     return {};
   }
-  const bool bByCountAlone = criteriaA.isEmpty() && criteriaB.isEmpty() && criteriaC.isEmpty() &&
-                             criteriaD.isEmpty() && earliest.isNull() && latest.isNull() &&
-                             keywords.isEmpty();
-  if (!bByCountAlone) {
+  const bool byCountAlone = criteriaA.isEmpty() && criteriaB.isEmpty() && criteriaC.isEmpty() &&
+                            criteriaD.isEmpty() && earliest.isNull() && latest.isNull() && keywords.isEmpty();
+  if (!byCountAlone) {
     return DBusPendingReply::Private::failed(QStringLiteral("the list service selects by count alone"));
   }
   return Hub::instance().request(Request::Kind::EventList, language,

@@ -7,5 +7,5 @@ using namespace Tavroline;
 bool EventlistHandlerDBusConnectorWrite::deleteEventlist() {
   Message message;
   message.kind = Message::Kind::DeleteEvents;
-  return m_bDeviceBus && Hub::instance().submit(std::move(message));
+  return m_deviceBus && Hub::instance().submit(std::move(message));
 }

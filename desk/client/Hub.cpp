@@ -26,7 +26,7 @@ Hub& Hub::instance() noexcept {
 }
 
 Hub::~Hub() {
-  m_bStop.store(true, std::memory_order_release);
+  m_stop.store(true, std::memory_order_release);
   if (m_thread.joinable()) {
     eventfd_write(m_wakeFd, 1);
     m_thread.join();
@@ -34,14 +34,14 @@ Hub::~Hub() {
     return;
   }
   // Never started: there may be messages all the same.
-  BusLoop(m_outbox, m_state, -1).run(m_bStop);
+  BusLoop(m_outbox, m_state, -1).run(m_stop);
 }
 
 bool Hub::submit(Message&& message) noexcept {
   message.handedOverAt = QDateTime::currentMSecsSinceEpoch();
-  const bool bAccepted = m_outbox.accept(std::move(message));
+  const bool accepted = m_outbox.accept(std::move(message));
   start();
-  return bAccepted;
+  return accepted;
 }
 
 DBusPendingReply::SharedPointer Hub::request(Request::Kind kind, const QString& text,
@@ -69,7 +69,7 @@ DBusPendingReply::SharedPointer Hub::request(Request::Kind kind, const QString& 
 bool Hub::tryStart() noexcept {
   const std::lock_guard<std::mutex> lock(m_startMutex);
   const auto now = Clock::now();
-  if (m_bRunning.load(std::memory_order_relaxed)) {
+  if (m_running.load(std::memory_order_relaxed)) {
     return true;
   }
   if (now < m_nextStart) {
@@ -80,7 +80,7 @@ bool Hub::tryStart() noexcept {
   if (m_wakeFd >= 0) {
     try {
       m_thread = std::thread(&Hub::run, this);
-      m_bRunning.store(true, std::memory_order_release);
+      m_running.store(true, std::memory_order_release);
       return true;
     } catch (const std::exception&) {
       close(m_wakeFd);
@@ -96,7 +96,7 @@ void Hub::run() noexcept {
   sigfillset(&all);
   pthread_sigmask(SIG_BLOCK, &all, nullptr);
   pthread_setname_np(pthread_self(), kThreadName);
-  BusLoop(m_outbox, m_state, m_wakeFd).run(m_bStop);
+  BusLoop(m_outbox, m_state, m_wakeFd).run(m_stop);
 }
 
 }  // namespace Tavroline

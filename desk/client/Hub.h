@@ -49,7 +49,7 @@ class Hub {
   const ListState& listState() const { return m_state; }
 
   /** Start the thread unless it runs. @return whether it runs now. [any-thread] */
-  bool start() noexcept { return m_bRunning.load(std::memory_order_acquire) || tryStart(); }
+  bool start() noexcept { return m_running.load(std::memory_order_acquire) || tryStart(); }
 
   /** The books of this moment. [any-thread] */
   Books books() const { return m_outbox.books(); }
@@ -62,8 +62,8 @@ class Hub {
   ListState m_state;
   std::mutex m_startMutex;
   Clock::time_point m_nextStart;
-  std::atomic<bool> m_bRunning{false};
-  std::atomic<bool> m_bStop{false};
+  std::atomic<bool> m_running{false};
+  std::atomic<bool> m_stop{false};
   int m_wakeFd = -1;
   std::thread m_thread;
 };

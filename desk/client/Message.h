@@ -50,7 +50,7 @@ struct Request {
   QSharedPointer<DBusPendingReply::Private> reply;
   Clock::time_point deadline;
   quint64 behind = 0;  ///< the last message handed over before it, which has to leave first
-  bool bSent = false;
+  bool sent = false;
 };
 
 }  // namespace Tavroline

@@ -17,12 +17,12 @@ bool Outbox::accept(Message&& message) noexcept {
     // `message` is untouched: only the node's memory was missing
   }
   const std::lock_guard<std::mutex> lock(m_mutex);
-  const bool bStored = !node.empty();
-  Message& numbered = bStored ? node.front() : message;  // NOLINT(bugprone-use-after-move)
+  const bool stored = !node.empty();
+  Message& numbered = stored ? node.front() : message;  // NOLINT(bugprone-use-after-move)
   numbered.sequence = ++m_lastSequence;
-  Loss cause = bStored ? Loss::QueueFull : Loss::NoMemory;
+  Loss cause = stored ? Loss::QueueFull : Loss::NoMemory;
   try {
-    if (bStored && place(node, superseded)) {
+    if (stored && place(node, superseded)) {
       ++m_accepted;
       m_superseded += superseded.size();
       return true;
@@ -37,8 +37,8 @@ bool Outbox::accept(Message&& message) noexcept {
 bool Outbox::place(std::list<Message>& message, std::list<Message>& superseded) {
   const Message& placed = message.front();
   // An alarm's edges stay together: superseding one in the room must not pass over one in the queue.
-  const bool bJoinsRoom = placed.isEdge() && m_room.last(placed.alarmId) != nullptr;
-  if (m_queue.size() < kMessages && !bJoinsRoom) {
+  const bool joinsRoom = placed.isEdge() && m_room.last(placed.alarmId) != nullptr;
+  if (m_queue.size() < kMessages && !joinsRoom) {
     m_queue.splice(m_queue.end(), message);
     if (m_next == m_queue.end()) {
       m_next = std::prev(m_queue.end());
@@ -76,44 +76,44 @@ Books Outbox::books() const {
 }
 
 Outbox::Asked Outbox::firstUnsentRequest() {
-  return std::find_if(m_requests.begin(), m_requests.end(), [](const Request& r) { return !r.bSent; });
+  return std::find_if(m_requests.begin(), m_requests.end(), [](const Request& r) { return !r.sent; });
 }
 
-std::optional<Outbox::Write> Outbox::takeWrite(quint64 before, bool bPassing) {
+std::optional<Outbox::Write> Outbox::takeWrite(quint64 before, bool passing) {
   const std::lock_guard<std::mutex> lock(m_mutex);
-  const bool bQueued = m_next != m_queue.end();
+  const bool queued = m_next != m_queue.end();
   const Message* spare = m_room.first();
-  const bool bFromRoom = spare != nullptr && (!bQueued || spare->sequence < m_next->sequence);
-  if (!bQueued && !bFromRoom) {
+  const bool fromRoom = spare != nullptr && (!queued || spare->sequence < m_next->sequence);
+  if (!queued && !fromRoom) {
     return std::nullopt;
   }
 
-  const quint64 sequence = (bFromRoom ? *spare : *m_next).sequence;
+  const quint64 sequence = (fromRoom ? *spare : *m_next).sequence;
   const Asked asked = firstUnsentRequest();
-  const bool bAskedFirst = asked != m_requests.end() && asked->behind < sequence;
-  if (sequence >= before || (!bPassing && bAskedFirst)) {
+  const bool askedFirst = asked != m_requests.end() && asked->behind < sequence;
+  if (sequence >= before || (!passing && askedFirst)) {
     return std::nullopt;
   }
-  if (!bFromRoom) {
+  if (!fromRoom) {
     return m_next++;
   }
   m_room.moveFirst(m_queue, m_next);
   return std::prev(m_next);
 }
 
-std::optional<Outbox::Asked> Outbox::takeRequest(bool bPassing) {
+std::optional<Outbox::Asked> Outbox::takeRequest(bool passing) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   const Asked asked = firstUnsentRequest();
   if (asked == m_requests.end()) {
     return std::nullopt;
   }
   const Message* spare = m_room.first();
-  const bool bQueueFirst = m_next != m_queue.end() && m_next->sequence <= asked->behind;
-  const bool bRoomFirst = spare != nullptr && spare->sequence <= asked->behind;
-  if (!bPassing && (bQueueFirst || bRoomFirst)) {
+  const bool queueFirst = m_next != m_queue.end() && m_next->sequence <= asked->behind;
+  const bool roomFirst = spare != nullptr && spare->sequence <= asked->behind;
+  if (!passing && (queueFirst || roomFirst)) {
     return std::nullopt;
   }
-  asked->bSent = true;
+  asked->sent = true;
   return asked;
 }
 
@@ -148,7 +148,7 @@ std::list<Request> Outbox::takeRequestsIf(Predicate predicate) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   for (Asked asked = m_requests.begin(); asked != m_requests.end();) {
     const Asked candidate = asked++;
-    if (!candidate->bSent && predicate(*candidate)) {
+    if (!candidate->sent && predicate(*candidate)) {
       taken.splice(taken.end(), m_requests, candidate);
     }
   }

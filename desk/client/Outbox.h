@@ -44,8 +44,8 @@ class Outbox {
 
   /** The next to leave, if that is a message (with a number below `before`) or a request respectively; it
    * counts as sent. Each may pass over those of the other kind before it. [hub] */
-  std::optional<Write> takeWrite(quint64 before = std::numeric_limits<quint64>::max(), bool bPassing = false);
-  std::optional<Asked> takeRequest(bool bPassing = false);
+  std::optional<Write> takeWrite(quint64 before = std::numeric_limits<quint64>::max(), bool passing = false);
+  std::optional<Asked> takeRequest(bool passing = false);
 
   /** A message has been delivered (no loss) or dropped. [hub] */
   void settle(Write write, std::optional<Loss> loss);

@@ -26,7 +26,7 @@ class DBusPendingReply::Private {
 
   /** Publish the failure and its cause. [any-thread] */
   void fail(const QString& cause) {
-    m_sCause = cause;
+    m_cause = cause;
     m_status.store(Failed, std::memory_order_release);
   }
 
@@ -35,18 +35,18 @@ class DBusPendingReply::Private {
 
   /** Valid while status() is Arrived; the other while it is Failed. [any-thread] */
   const QByteArray& reply() const { return m_reply; }
-  const QString& cause() const { return m_sCause; }
+  const QString& cause() const { return m_cause; }
 
   /** The caller has lost interest. [any-thread] */
-  void release() { m_bReleased.store(true, std::memory_order_release); }
-  bool isReleased() const { return m_bReleased.load(std::memory_order_acquire); }
+  void release() { m_released.store(true, std::memory_order_release); }
+  bool isReleased() const { return m_released.load(std::memory_order_acquire); }
 
   /** A reply that has failed already; null when there is no memory for it. [any-thread] */
   static SharedPointer failed(const QString& cause) noexcept;
 
  private:
   std::atomic<Status> m_status{Outstanding};
-  std::atomic<bool> m_bReleased{false};
+  std::atomic<bool> m_released{false};
   QByteArray m_reply;
-  QString m_sCause;
+  QString m_cause;
 };

@@ -23,14 +23,14 @@ void RaisedAlarms::note(const Message& edge) noexcept {
 void RaisedAlarms::settle(const Message& message) {
   const auto alarm = m_alarms.find(message.alarmId);
   if (alarm != m_alarms.end() && alarm->second.message.sequence == message.sequence) {
-    alarm->second.bSettled = true;
+    alarm->second.settled = true;
   }
 }
 
 std::vector<Message> RaisedAlarms::settled() const {
   std::vector<Message> messages;
   for (const auto& alarm : m_alarms) {
-    if (alarm.second.bSettled) {
+    if (alarm.second.settled) {
       messages.push_back(alarm.second.message);
     }
   }

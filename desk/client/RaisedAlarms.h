@@ -32,7 +32,7 @@ class RaisedAlarms {
  private:
   struct Raised {
     Message message;
-    bool bSettled = false;
+    bool settled = false;
   };
   std::map<QString, Raised> m_alarms;
 };

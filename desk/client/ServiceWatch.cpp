@@ -53,18 +53,18 @@ void ServiceWatch::stop() {
   m_search.reset();
   m_matches.clear();
   setOwner("");
-  m_bAbsent = false;
+  m_absent = false;
 }
 
 bool ServiceWatch::keep(Clock::time_point now) {
-  bool bAnswering = true;
+  bool answering = true;
   for (StateQuery& query : m_queries) {
     if (!m_owner.isEmpty() && query.due <= now) {
       ask(query, now);
     }
-    bAnswering = bAnswering && query.calls.size() <= kMaximumUnanswered;
+    answering = answering && query.calls.size() <= kMaximumUnanswered;
   }
-  return bAnswering;
+  return answering;
 }
 
 void ServiceWatch::match(const char* rule, void (ServiceWatch::*handler)(sd_bus_message*)) {
@@ -91,14 +91,14 @@ void ServiceWatch::provokeStart() {
   const CallWriter call(m_connection.get(), kService, kEventListPath, kEventListInterface, "GetState");
   m_search = m_connection.call(call.message(), [this](sd_bus_message* reply) {
     if (isError(reply) && m_owner.isEmpty()) {
-      m_bAbsent = true;
+      m_absent = true;
     }
   });
 }
 
 void ServiceWatch::setOwner(const char* name) {
   m_owner = name;
-  m_bAbsent = m_owner.isEmpty();
+  m_absent = m_owner.isEmpty();
   for (StateQuery& query : m_queries) {
     query.calls.clear();
     query.due = {};
@@ -110,8 +110,8 @@ void ServiceWatch::ask(StateQuery& query, Clock::time_point now) {
   const CallWriter call(m_connection.get(), m_owner.constData(), query.path, query.interface, "GetState");
   const auto asked = query.calls.emplace(query.calls.end());
   *asked = m_connection.call(call.message(), [this, &query, asked](sd_bus_message* reply) {
-    const bool bKnown = !isError(reply) && (this->*query.read)(reply);
-    query.due = bKnown ? Clock::time_point::max() : Clock::now() + kRefusedPause;
+    const bool known = !isError(reply) && (this->*query.read)(reply);
+    query.due = known ? Clock::time_point::max() : Clock::now() + kRefusedPause;
     query.calls.erase(asked);
   });
 }

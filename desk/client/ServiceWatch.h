@@ -38,7 +38,7 @@ class ServiceWatch {
   const QByteArray& owner() const { return m_owner; }
 
   /** The bus knows of no owner and could not start the service. */
-  bool isAbsent() const { return m_bAbsent; }
+  bool isAbsent() const { return m_absent; }
 
  private:
   struct StateQuery {
@@ -69,7 +69,7 @@ class ServiceWatch {
   std::unique_ptr<BusSlot> m_search;
   std::array<StateQuery, 2> m_queries;
   QByteArray m_owner;
-  bool m_bAbsent = false;
+  bool m_absent = false;
 };
 
 }  // namespace Tavroline

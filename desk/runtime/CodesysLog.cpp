@@ -36,7 +36,7 @@ CodesysLog::~CodesysLog() {
     QString record = QStringLiteral("%1 %2 %3 %4: ")
                          .arg(QString::fromUtf8(m_component), QString::fromUtf8(m_file),
                               QString::fromUtf8(m_function), QString::fromUtf8(m_line)) +
-                     m_sText;
+                     m_text;
     replaceControlCharacters(record);
     const QByteArray text = record.toUtf8();
     // The record never serves as the format: it carries texts of the PLC program and of the bus.
@@ -52,11 +52,11 @@ CodesysLog::~CodesysLog() {
 
 CodesysLog& CodesysLog::operator<<(const QVariant& item) {
   // Null means no item yet; an empty first item is still followed by the blank.
-  if (m_sText.isNull()) {
-    m_sText = QLatin1String("");
+  if (m_text.isNull()) {
+    m_text = QLatin1String("");
   } else {
-    m_sText += QLatin1Char(' ');
+    m_text += QLatin1Char(' ');
   }
-  m_sText += item.toString();
+  m_text += item.toString();
   return *this;
 }

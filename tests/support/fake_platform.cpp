@@ -256,14 +256,14 @@ CHANGED_FLAG(changedFlagActiveFaultInAlarmlist)
 CHANGED_FLAG(changedFlagCentralDetector)
 
 bool EventlistHandlerDBusConnectorWrite::deleteEventlist() {
-  return perform("deleteEventlist", {m_bDeviceBus}, this);
+  return perform("deleteEventlist", {m_deviceBus}, this);
 }
 bool AlarmlistHandlerDBusConnectorWrite::acknowledgeVisualAlarm(const QStringList& alarmIds,
                                                                 const QString& user) {
-  return perform("acknowledgeVisualAlarm", {alarmIds, user, m_bDeviceBus}, this);
+  return perform("acknowledgeVisualAlarm", {alarmIds, user, m_deviceBus}, this);
 }
 bool AlarmlistHandlerDBusConnectorWrite::acknowledgeCentralDetector(const QString& user) {
-  return perform("acknowledgeCentralDetector", {user, m_bDeviceBus}, this);
+  return perform("acknowledgeCentralDetector", {user, m_deviceBus}, this);
 }
 bool CodesysEventlistHandlerConnector::logEvent(EventlistHandlerEnums::EventType type,
                                                 EventlistHandlerEnums::State entryState,
@@ -273,7 +273,7 @@ bool CodesysEventlistHandlerConnector::logEvent(EventlistHandlerEnums::EventType
                                                 const QString& alarmId) const {
   return perform("logEvent",
                  {int{type}, int{entryState}, iconType, moduleName, dateTime, description, keywords, user,
-                  alarmId, m_sObjectName},
+                  alarmId, m_objectName},
                  this);
 }
 
@@ -294,11 +294,11 @@ CodesysLog::~CodesysLog() {
   record("CodesysLog",
          {m_logger == nullptr, m_componentId, m_logClass, m_errorId, m_infoId, QString::fromUtf8(m_component),
           QString::fromUtf8(m_file), QString::fromUtf8(m_function), QString::fromUtf8(m_line),
-          QStringList(m_sText.split(kItemSeparator).mid(1))},
+          QStringList(m_text.split(kItemSeparator).mid(1))},
          this);
 }
 CodesysLog& CodesysLog::operator<<(const QVariant& item) {
   fake::platformCall();
-  m_sText += kItemSeparator + item.toString();
+  m_text += kItemSeparator + item.toString();
   return *this;
 }
