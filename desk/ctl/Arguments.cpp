@@ -4,7 +4,7 @@
 
 namespace {
 
-/** What CLI11 fills; the texts become Arguments afterwards. Command lines and output are UTF-8. */
+/** The values as CLI11 stores them, before conversion into Arguments. Command lines and output are UTF-8. */
 struct Raw {
   using Texts = std::vector<std::string>;
 
@@ -67,7 +67,7 @@ void addListOptions(CLI::App* command, Arguments& arguments, Raw& raw) {
       ->type_name("WORD")
       ->allow_extra_args(false);
   command->add_option("--count", arguments.count, "the newest of these only; 0 for all")->type_name("N");
-  command->add_flag("--follow", arguments.follow, "go on with every change, until SIGINT");
+  command->add_flag("--follow", arguments.follow, "show every change, until SIGINT");
 }
 
 void addLists(CLI::App* events, CLI::App* alarms, Arguments& arguments, Raw& raw) {
@@ -101,17 +101,18 @@ void addCommands(CLI::App& app, Arguments& arguments, Raw& raw) {
     command->add_option("--user", raw.user, "who acknowledges")->type_name("NAME")->required();
   }
 
-  CLI::App* stats = add("stats", Command::Statistics,
-                        "Show the counters and flags of the service and the books of its clients");
-  stats->add_option("--interval", arguments.interval, "read again after so many seconds and show rates")
+  CLI::App* stats =
+      add("stats", Command::Statistics, "Show counters and flags of the service and counters of its clients");
+  stats->add_option("--interval", arguments.interval, "read again after this many seconds and show rates")
       ->type_name("SECONDS")
       ->check(CLI::Range(1, 3600).description(""));
-  stats->add_flag("--follow", arguments.follow, "go on reading, until SIGINT")->needs("--interval");
+  stats->add_flag("--follow", arguments.follow, "keep reading, until SIGINT")->needs("--interval");
 
   add("doctor", Command::Doctor, "Check bus, service, interface version, policy and clock");
 }
 
-/** Print what is wrong. CLI11 looks for what is missing first, but a word that nobody knows says more. */
+/** Print the error. CLI11 reports a missing command or option first; an unknown word is the better message.
+ */
 int complain(const CLI::App& app, const CLI::ParseError& error) {
   const Raw::Texts unknown = app.remaining(true);
   const bool missing = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError);
@@ -123,12 +124,11 @@ int complain(const CLI::App& app, const CLI::ParseError& error) {
 std::optional<Arguments> Arguments::parse(int argc, char** argv, int& exitCode) {
   CLI::App app("Shows and acknowledges what the list services hold.", "tavroline-ctl");
   app.footer(
-      "The bus is that of DBUS_SYSTEM_BUS_ADDRESS where that is set. Tables fit the terminal; colours come "
-      "on a\n"
-      "terminal only, and not where NO_COLOR is set. Each command has a --help of its own.\n"
-      "Exit codes: 0 done; 1 the service refused, or the doctor found a fault; 2 wrong usage; 3 the bus "
-      "cannot\n"
-      "be reached; 4 no list service on the bus.");
+      "The bus is that of DBUS_SYSTEM_BUS_ADDRESS if it is set, else the system bus. Tables fit the "
+      "terminal;\n"
+      "colours are shown on a terminal only, and not if NO_COLOR is set. Each command has its own --help.\n"
+      "Exit codes: 0 done; 1 the service refused, or the doctor found a fault; 2 wrong usage; 3 the bus\n"
+      "cannot be reached; 4 no list service on the bus.");
   app.set_version_flag("--version", TAVROLINE_VERSION);
   app.require_subcommand(1);
   Arguments arguments;

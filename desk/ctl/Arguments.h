@@ -25,9 +25,9 @@ struct Arguments {
   QString user;
 
   /**
-   * Read the command line; help, version and complaints are printed here.
-   * @param exitCode set when there is nothing to run
-   * @return nothing when the program has to end with `exitCode`. [any-thread]
+   * Parse the command line; prints help, version and errors.
+   * @param exitCode set if no command is to be run
+   * @return no value if the program must end with `exitCode`
    */
   static std::optional<Arguments> parse(int argc, char** argv, int& exitCode);
 };

@@ -2,27 +2,126 @@
 
 #include <QJsonDocument>
 
-#include "Doctor.h"
+#include <algorithm>
+#include <cstdio>
+
 #include "EventlistHandlerDefinitions.h"
-#include "ListCommands.h"
 #include "ListView.h"
-#include "Statistics.h"
 
 namespace {
 
-/** What a change reports where JSON is wanted; otherwise silence means done. */
-void confirm(const Arguments& arguments, const QString& done, const QJsonValue& what) {
-  if (arguments.json) {
-    printPiece(QJsonDocument(QJsonObject{{done, what}}).toJson());
+using Keys = EventlistHandlerDefinitions;
+
+/** The entries of a list reply; reports on stderr if the service had to leave out older ones. */
+QJsonArray entriesOf(const QJsonObject& reply) {
+  const int omitted = reply.value(QStringLiteral("Omitted")).toInt();
+  if (omitted > 0) {
+    std::fprintf(stderr, "tavroline-ctl: %d older entries did not fit into the service's reply\n", omitted);
+  }
+  return reply.value(Keys::getListDataName()).toArray();
+}
+
+qint64 idOf(const QJsonValue& entry) {
+  return entry.toObject().value(Keys::getListColumnNameEventlistId()).toVariant().toLongLong();
+}
+
+/** Reads the entries that were added to the event list since the last reading. */
+class EventFollower {
+ public:
+  EventFollower(ListClient& client, const QString& language) : m_client(client), m_language(language) {}
+
+  /** The entries added since the last call, the oldest first. */
+  QJsonArray next() {
+    constexpr quint32 kUsual = 100;
+    QJsonArray list = entriesOf(m_client.events(m_language, kUsual));
+    if (list.size() == static_cast<int>(kUsual) && idOf(list.last()) > idOf(m_last)) {
+      list = entriesOf(m_client.events(m_language, 0));
+    }
+    QJsonArray result;
+    for (int i = firstKnown(list) - 1; i >= 0; --i) {
+      result.append(list.at(i));
+    }
+    if (!list.isEmpty()) {
+      m_last = list.first();
+    }
+    return result;
+  }
+
+ private:
+  /**
+   * The index of the newest entry that was shown. A service without a database file numbers from 1 again
+   * after a restart, so whole entries are compared; entries that such a service lost unread are not shown.
+   */
+  int firstKnown(const QJsonArray& list) const {
+    const auto known =
+        std::find_if(list.begin(), list.end(), [this](const QJsonValue& entry) { return entry == m_last; });
+    return static_cast<int>(known - list.begin());
+  }
+
+  ListClient& m_client;
+  QString m_language;
+  QJsonValue m_last;  ///< the newest entry shown
+};
+
+/** Call `update` after each change of the list; waits for a service that is absent. */
+template <class Update>
+[[noreturn]] void follow(ListClient& client, const Update& update) {
+  for (;;) {
+    client.waitForChange();
+    try {
+      update();
+    } catch (const NoService&) {
+      std::fputs("tavroline-ctl: the list service is gone; waiting for it\n", stderr);
+    }
   }
 }
 
-/** The one identifier in the list that is meant: the whole of it, or its beginning as a table shows it. */
+void showEvents(ListClient& client, const Arguments& arguments) {
+  const EntryFilter& filter = arguments.filter;
+  ListView view(ListClient::List::Events, arguments.json);
+  if (!arguments.follow) {
+    const quint32 asked = filter.isEmpty() ? arguments.count : 0;
+    view.showAll(filter.passing(entriesOf(client.events(arguments.language, asked)), arguments.count));
+    return;
+  }
+  client.subscribe(ListClient::List::Events);
+  EventFollower follower(client, arguments.language);
+  QJsonArray first = filter.passing(follower.next());
+  while (arguments.count != 0 && static_cast<quint32>(first.size()) > arguments.count) {
+    first.removeFirst();
+  }
+  view.showMore(first);
+  follow(client, [&] { view.showMore(filter.passing(follower.next())); });
+}
+
+void showAlarms(ListClient& client, const Arguments& arguments) {
+  ListView view(ListClient::List::Alarms, arguments.json);
+  const auto wanted = [&] {
+    return arguments.filter.passing(entriesOf(client.alarms(arguments.language)), arguments.count);
+  };
+  if (!arguments.follow) {
+    view.showAll(wanted());
+    return;
+  }
+  client.subscribe(ListClient::List::Alarms);
+  view.showMore(wanted());
+  follow(client, [&] { view.showAgain(wanted()); });
+}
+
+/** Report a change that was carried out, with --json; without it the exit code says so. */
+void confirm(const Arguments& arguments, const QString& done, const QJsonValue& what) {
+  if (arguments.json) {
+    Terminal::print(QJsonDocument(QJsonObject{{done, what}}).toJson());
+  }
+}
+
+/** The identifier in the list that `given` is equal to, or is the beginning of. Throws ClientError unless
+ * there is exactly one. */
 QString identifierOf(const QJsonArray& list, const QString& given) {
   constexpr int kShortest = 9;
   QStringList beginning;
   for (const QJsonValue& alarm : list) {
-    QString id = alarm.toObject().value(EventlistHandlerDefinitions::getListColumnNameAlarmID()).toString();
+    QString id = alarm.toObject().value(Keys::getListColumnNameAlarmID()).toString();
     if (id == given) {
       return id;
     }
@@ -37,7 +136,7 @@ QString identifierOf(const QJsonArray& list, const QString& given) {
                     given.toStdString() + "; nothing acknowledged");
 }
 
-/** The service passes unknown identifiers over; a person who mistyped one wants to know. */
+/** Checks the identifiers first: the service ignores unknown ones without an error. */
 void acknowledge(ListClient& client, const Arguments& arguments) {
   const QJsonArray list = entriesOf(client.alarms(QString()));
   QStringList ids;
@@ -50,10 +149,10 @@ void acknowledge(ListClient& client, const Arguments& arguments) {
 
 }  // namespace
 
-void runCommand(const Arguments& arguments) {
-  // The doctor has to find out whether there is a bus at all.
+void Commands::run(const Arguments& arguments) {
+  // diagnose() must itself try to connect to the bus.
   if (arguments.command == Arguments::Command::Doctor) {
-    return Doctor::examine(arguments.json);
+    return diagnose(arguments.json);
   }
   ListClient client;
   switch (arguments.command) {

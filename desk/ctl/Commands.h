@@ -1,9 +1,20 @@
 #pragma once
 
 #include "Arguments.h"
+#include "ListClient.h"
 
-/**
- * Carry out one command of tavroline-ctl; what it shows goes to stdout. Following a list ends with the
- * process. Throws ClientError. [any-thread]
- */
-void runCommand(const Arguments& arguments);
+/** The commands of tavroline-ctl. Results go to stdout. Each throws ClientError. */
+namespace Commands {
+
+/** Carry out the command of these arguments; --follow runs until the process is ended. */
+void run(const Arguments& arguments);
+
+/** Show the counters and flags of the service and the message counters of its clients: once, or with their
+ * rates after each interval. */
+void showStatistics(ListClient& client, const Arguments& arguments);
+
+/** Check bus, service, policy, interface version and clock, in this order, and print one line for each: OK,
+ * or the fault and its remedy. Changes nothing. Throws ClientError if a check finds a fault. */
+void diagnose(bool json);
+
+}  // namespace Commands

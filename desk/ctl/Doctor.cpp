@@ -1,4 +1,4 @@
-#include "Doctor.h"
+#include "Commands.h"
 
 #include <sys/timex.h>
 
@@ -10,16 +10,14 @@
 #include <optional>
 #include <tuple>
 
-#include "ListClient.h"
 #include "ListServiceNames.h"
-#include "ListView.h"
-#include "TextTable.h"
+#include "Terminal.h"
 
 namespace {
 
 using List = ListClient::List;
 
-/** What a check found well; what it did not is thrown as ClientError. */
+/** Returns the finding if all is well, else throws ClientError with fault and remedy. */
 using Check = std::function<QString()>;
 
 struct Finding {
@@ -37,7 +35,7 @@ QString examineService(ListClient& client) {
   return QStringLiteral("%1 is owned by %2").arg(QLatin1String(Tavroline::ListServiceNames::kService), owner);
 }
 
-/** The names carry the version: the digits at their end. */
+/** The digits at the end of an interface's name are its version. */
 QString examineVersion(ListClient& client) {
   static const QRegularExpression offered(
       QStringLiteral("<interface name=\"(org\\.tavroline\\.[A-Za-z]+[0-9]+)\""));
@@ -74,10 +72,10 @@ QString examinePolicy(ListClient& client) {
   return QStringLiteral("this user may read and change both lists");
 }
 
-/** Entries that come without a time of their own are stamped from this clock. */
+/** Entries without a time stamp get the time of this clock. */
 QString examineClock() {
   const QDateTime now = QDateTime::currentDateTime();
-  // No machine that runs this stood before 2026; from 2106 on a DATE_AND_TIME of the PLC starts anew.
+  // This program is from 2026; a DATE_AND_TIME of the PLC overflows in 2106.
   if (now.date().year() < 2026 || now.date().year() >= 2106) {
     throw ClientError("the clock says " + now.toString(Qt::ISODate).toStdString() + ": set it");
   }
@@ -99,7 +97,7 @@ std::vector<Finding> examineAll() {
       {"policy", [&client] { return examinePolicy(*client); }},
       {"interface", [&client] { return examineVersion(*client); }}};
   std::vector<Finding> findings;
-  // Each of these needs the one before it.
+  // Each of these checks needs the one before it.
   for (const auto& [name, check] : checks) {
     const bool possible = findings.empty() || findings.back().well;
     Finding finding{name, possible, QStringLiteral("not examined, because of the line above")};
@@ -107,10 +105,11 @@ std::vector<Finding> examineAll() {
       if (possible) {
         finding.text = check();
       }
-    } catch (const Forbidden&) {  // of the calls here only this one says so by an exception
+    } catch (const Forbidden&) {  // only introspect() throws it: mayCall() returns false instead
       finding.well = false;
       finding.text = QStringLiteral(
-          "the bus forbids to look at what the service offers: allow org.freedesktop.DBus.Introspectable");
+          "the bus forbids this user to query the service's interfaces: allow "
+          "org.freedesktop.DBus.Introspectable");
     } catch (const ClientError& error) {
       finding.well = false;
       finding.text = QString::fromUtf8(error.what());
@@ -127,7 +126,7 @@ std::vector<Finding> examineAll() {
 
 }  // namespace
 
-void Doctor::examine(bool json) {
+void Commands::diagnose(bool json) {
   bool well = true;
   QJsonArray document;
   const Terminal terminal = Terminal::ofStandardOutput();
@@ -137,7 +136,7 @@ void Doctor::examine(bool json) {
     document.append(QJsonObject{{QStringLiteral("check"), QLatin1String(finding.name)},
                                 {QStringLiteral("ok"), finding.well},
                                 {QStringLiteral("text"), finding.text}});
-    // Never cut: what to do stands at the end.
+    // Never cut: the remedy is at the end.
     const QString line = QStringLiteral("%1  %2  %3")
                              .arg(QLatin1String(finding.name), -9)
                              .arg(QLatin1String(finding.well ? "OK" : "BAD"), -3)
@@ -145,7 +144,7 @@ void Doctor::examine(bool json) {
     lines += terminal.coloured(line.toUtf8(), finding.well ? Terminal::Colour::None : Terminal::Colour::Red) +
              '\n';
   }
-  printPiece(json ? QJsonDocument(document).toJson() : lines);
+  Terminal::print(json ? QJsonDocument(document).toJson() : lines);
   if (!well) {
     throw ClientError("not everything is well");
   }

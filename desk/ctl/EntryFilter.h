@@ -8,12 +8,12 @@
 
 #include <optional>
 
-/** Which entries of a list a person wants to see; without conditions all of them. [any-thread] */
+/** The user's conditions for the entries of a list; without conditions every entry passes. */
 struct EntryFilter {
-  QVector<int> types;            ///< as the lists number them; empty: every type
-  QStringList keywords;          ///< at least one of them; empty: whatever the entry carries
-  QStringList excludedKeywords;  ///< none of them
-  QDateTime since;               ///< inclusive, like the next; invalid: no bound
+  QVector<int> types;            ///< numbers of event types; empty: every type
+  QStringList keywords;          ///< the entry has at least one of them; empty: no condition
+  QStringList excludedKeywords;  ///< the entry has none of them
+  QDateTime since;               ///< inclusive, as `until`; invalid: no bound
   QDateTime until;
   std::optional<bool> active;  ///< alarms in this state only
   std::optional<bool> acknowledged;
@@ -28,11 +28,10 @@ struct EntryFilter {
   static const QStringList& typeNames();
 
   /**
-   * Read a point in local time: a date, a date and a time, a time of today, or how long ago (15m; s, m, h,
-   * d).
+   * Parse a point in local time: a date, a date and a time, a time of today, or an age (15m; s, m, h, d).
    * @param text in UTF-8
-   * @param atEnd a date alone means the end of that day, not its start
-   * @return invalid when the text is none of these
+   * @param atEnd a date without a time means the end of that day, not its start
+   * @return invalid if the text has another form
    */
   static QDateTime time(const std::string& text, bool atEnd);
 

@@ -104,7 +104,7 @@ QString ListClient::introspect(List list) {
 
 bool ListClient::mayCall(List list, const char* method) {
   const Message request = newCall(list, method);
-  // No method takes a lone byte: the call is refused before it is carried out.
+  // No method has a single byte as its argument: the service refuses the call without carrying it out.
   check(sd_bus_message_append(request.get(), "y", 0));
   BusError error;
   sd_bus_message* reply = nullptr;
@@ -149,7 +149,7 @@ QByteArray ListClient::readText(const Message& reply) {
 QJsonObject ListClient::readList(const Message& request) {
   const auto list = QJsonDocument::fromJson(readText(call(request)));
   if (!list.isObject()) {
-    throw ClientError("the service answered with something that is no list");
+    throw ClientError("the service's reply is not a list");
   }
   return list.object();
 }
@@ -198,21 +198,21 @@ QJsonObject ListClient::statistics() {
   return statistics;
 }
 
-QJsonArray ListClient::books() {
+QJsonArray ListClient::clientCounters() {
   const Message reply = call(newCall(List::Events, "GetBooks"));
-  QJsonArray books;
+  QJsonArray clients;
   check(sd_bus_message_enter_container(reply.get(), SD_BUS_TYPE_ARRAY, "(sxa{st})"));
   while (sd_bus_message_enter_container(reply.get(), SD_BUS_TYPE_STRUCT, "sxa{st}") > 0) {
     const char* session = nullptr;
     int64_t time = 0;
     check(sd_bus_message_read(reply.get(), "sx", &session, &time));
-    QJsonObject book = readFigures(reply);
-    book.insert(QStringLiteral("session"), QString::fromUtf8(session));
-    book.insert(QStringLiteral("time"), static_cast<double>(time));
-    books.append(book);
+    QJsonObject client = readFigures(reply);
+    client.insert(QStringLiteral("session"), QString::fromUtf8(session));
+    client.insert(QStringLiteral("time"), static_cast<double>(time));
+    clients.append(client);
     check(sd_bus_message_exit_container(reply.get()));
   }
-  return books;
+  return clients;
 }
 
 void ListClient::deleteEvents() {
@@ -239,10 +239,10 @@ void ListClient::acknowledgeDetector(const QString& user) {
 void ListClient::subscribe(List list) {
   check(sd_bus_match_signal(m_bus.get(), nullptr, kService, pathOf(list), interfaceOf(list), "Changed",
                             onChange, &m_changed));
-  const std::string comingAndGoing =
+  const std::string ownerChanges =
       std::string("type='signal',sender='org.freedesktop.DBus',member='NameOwnerChanged',arg0='") + kService +
       "'";
-  check(sd_bus_add_match(m_bus.get(), nullptr, comingAndGoing.c_str(), onChange, &m_changed));
+  check(sd_bus_add_match(m_bus.get(), nullptr, ownerChanges.c_str(), onChange, &m_changed));
 }
 
 void ListClient::waitForChange() {

@@ -9,7 +9,7 @@
 #include <memory>
 #include <stdexcept>
 
-/** The bus or the service cannot be reached, or the service refused; what() is for the user. */
+/** The bus or the service cannot be reached, or the service refused a call; what() is for the user. */
 class ClientError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -27,15 +27,15 @@ class Forbidden : public ClientError {
   using ClientError::ClientError;
 };
 
-/** Nobody owns the service's name now. */
+/** No connection owns the service's name now. */
 class NoService : public ClientError {
  public:
   using ClientError::ClientError;
 };
 
 /**
- * The list services as one person's program sees them: each call waits for its answer. Its changes belong to
- * a session of its own. It formats nothing. Every operation throws ClientError. [any-thread]
+ * Calls the list services and waits for each reply. An object's changes form one session of the service. It
+ * formats nothing. Every operation throws ClientError.
  */
 class ListClient {
  public:
@@ -44,13 +44,13 @@ class ListClient {
   /** Connect to the system bus; throws NoBus. */
   ListClient();
 
-  /** Where the bus is. */
+  /** The address of the bus. */
   static QString address();
-  /** The connection that owns the service's name, empty for nobody; starts no service. */
+  /** The connection that owns the service's name, empty if there is none; starts no service. */
   QString owner();
-  /** The service's own description of a list's object, XML. */
+  /** The service's introspection of a list's object, XML. */
   QString introspect(List list);
-  /** Whether the bus lets this user call the method; the call itself is malformed and changes nothing. */
+  /** Whether the bus permits this user to call the method. Sends a malformed call, which changes nothing. */
   bool mayCall(List list, const char* method);
 
   /** A list reply, a JSON object as ListService1 describes it; `count` 0 for all. */
@@ -59,15 +59,15 @@ class ListClient {
 
   /** Counters and flags by name. */
   QJsonObject statistics();
-  /** What clients last reported of their messages, the newest report first: session, time (milliseconds
+  /** The last report of each client's message counters, the newest report first: session, time (milliseconds
    * since 1970-01-01 00:00:00 UTC), and figures by name. */
-  QJsonArray books();
+  QJsonArray clientCounters();
 
   void deleteEvents();
   void acknowledgeAlarms(const QStringList& alarmIds, const QString& user);
   void acknowledgeDetector(const QString& user);
 
-  /** From now on count changes of `list`, and the service's coming and going, as changes. */
+  /** From now on waitForChange() reports changes of `list`, and every start and end of the service. */
   void subscribe(List list);
   /** Wait for the next change since subscribe() or the last return. */
   void waitForChange();

@@ -2,8 +2,6 @@
 
 #include <QJsonDocument>
 
-#include <cstdio>
-
 #include "EntryFilter.h"
 #include "EventlistHandlerDefinitions.h"
 #include "EventlistHandlerEnums.h"
@@ -97,7 +95,7 @@ ListView::ListView(ListClient::List list, bool json) : m_json(json), m_list(list
 
 void ListView::showAll(const QJsonArray& entries) {
   if (m_json) {
-    printPiece(document(entries, QJsonDocument::Indented));
+    Terminal::print(document(entries, QJsonDocument::Indented));
     return;
   }
   m_table = tableOf(m_list);
@@ -106,10 +104,10 @@ void ListView::showAll(const QJsonArray& entries) {
 
 void ListView::showAgain(const QJsonArray& entries) {
   if (m_json) {
-    printPiece(document(entries, QJsonDocument::Compact) + '\n');
+    Terminal::print(document(entries, QJsonDocument::Compact) + '\n');
     return;
   }
-  printPiece("\n");
+  Terminal::print("\n");
   showAll(entries);
 }
 
@@ -119,7 +117,7 @@ void ListView::showMore(const QJsonArray& entries) {
     return;
   }
   for (const QJsonValue& entry : entries) {
-    printPiece(QJsonDocument(entry.toObject()).toJson(QJsonDocument::Compact) + '\n');
+    Terminal::print(QJsonDocument(entry.toObject()).toJson(QJsonDocument::Compact) + '\n');
   }
 }
 
@@ -132,10 +130,5 @@ void ListView::addRows(const QJsonArray& entries) {
     }
     m_table.addRow(row, colourOf(entry, m_list));
   }
-  printPiece(m_table.takeUtf8());
-}
-
-void printPiece(const QByteArray& text) {
-  std::fwrite(text.constData(), 1, static_cast<std::size_t>(text.size()), stdout);
-  std::fflush(stdout);
+  Terminal::print(m_table.takeUtf8());
 }

@@ -1,4 +1,4 @@
-#include "Statistics.h"
+#include "Commands.h"
 
 #include <QDateTime>
 #include <QJsonDocument>
@@ -6,24 +6,23 @@
 #include <chrono>
 #include <thread>
 
-#include "ListView.h"
-#include "TextTable.h"
+#include "Terminal.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-const QString kBooks = QStringLiteral("books");
+const QString kClients = QStringLiteral("books");  // scripts of users read this name
 const QString kSession = QStringLiteral("session");
 const QString kReported = QStringLiteral("time");
 const QString kRates = QStringLiteral("rates");
 
-// What grows; the other figures are levels, of which a rate says nothing.
+// Counts, which have a rate; the other figures are levels.
 const QStringList kCounts{QStringLiteral("stored"),     QStringLiteral("overwritten"),
                           QStringLiteral("duplicates"), QStringLiteral("rejected"),
                           QStringLiteral("accepted"),   QStringLiteral("delivered")};
 
-/** One reading: the counters, with an array of the clients' books among them. */
+/** One reading of the service's counters, and the array of its clients' message counters among them. */
 struct Reading {
   QJsonObject figures;
   Clock::time_point at;
@@ -31,11 +30,11 @@ struct Reading {
 
 Reading read(ListClient& client) {
   Reading reading{client.statistics(), Clock::now()};
-  reading.figures.insert(kBooks, client.books());
+  reading.figures.insert(kClients, client.clientCounters());
   return reading;
 }
 
-/** Add to `now` what its counts have grown by per second since `before`. */
+/** Add to `now` the growth of its counts per second since `before`. */
 void addRates(QJsonObject& now, const QJsonObject& before, double seconds) {
   QJsonObject rates;
   for (const QString& name : kCounts) {
@@ -48,20 +47,20 @@ void addRates(QJsonObject& now, const QJsonObject& before, double seconds) {
 
 void addRates(Reading& now, const Reading& before) {
   const double seconds = std::chrono::duration<double>(now.at - before.at).count();
-  QJsonArray books;
-  const QJsonArray present = now.figures.value(kBooks).toArray();
-  const QJsonArray past = before.figures.value(kBooks).toArray();
+  QJsonArray clients;
+  const QJsonArray present = now.figures.value(kClients).toArray();
+  const QJsonArray past = before.figures.value(kClients).toArray();
   for (const QJsonValue value : present) {
-    QJsonObject book = value.toObject();
+    QJsonObject client = value.toObject();
     for (const QJsonValue earlier : past) {
-      if (earlier.toObject().value(kSession) == book.value(kSession)) {
-        addRates(book, earlier.toObject(), seconds);
+      if (earlier.toObject().value(kSession) == client.value(kSession)) {
+        addRates(client, earlier.toObject(), seconds);
       }
     }
-    books.append(book);
+    clients.append(client);
   }
   addRates(now.figures, before.figures, seconds);
-  now.figures.insert(kBooks, books);
+  now.figures.insert(kClients, clients);
 }
 
 QString figure(const QJsonValue& value) {
@@ -87,28 +86,28 @@ QByteArray counterTable(const QJsonObject& figures) {
   return table.takeUtf8();
 }
 
-/** What became of the messages of each client; a session's first characters tell it from the others. */
-QByteArray bookTable(const QJsonArray& books, bool rates) {
+/** The message counters of each client; a session's first characters identify it. */
+QByteArray clientTable(const QJsonArray& clients, bool rates) {
   static const QStringList kShown{QStringLiteral("accepted"), QStringLiteral("delivered"),
                                   QStringLiteral("pending"),  QStringLiteral("superseded"),
                                   QStringLiteral("dropped"),  QStringLiteral("refused")};
-  // 80 characters are enough for either of the two.
+  // Either of the two tables fits into 80 characters.
   QVector<TextTable::Column> columns{{QStringLiteral("SESSION"), 10},
                                      {rates ? QStringLiteral("DELIV./S") : QStringLiteral("REPORTED"), 0}};
   for (const QString& name : kShown) {
     columns.append({name.toUpper(), 0});
   }
   TextTable table(columns, Terminal::ofStandardOutput());
-  for (const QJsonValue value : books) {
-    const QJsonObject book = value.toObject();
+  for (const QJsonValue value : clients) {
+    const QJsonObject client = value.toObject();
     const auto reported =
-        QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(book.value(kReported).toDouble()));
-    QStringList row{book.value(kSession).toString(),
-                    rates ? rate(book, kShown.at(1)) : reported.toString(QStringLiteral("HH:mm:ss"))};
+        QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(client.value(kReported).toDouble()));
+    QStringList row{client.value(kSession).toString(),
+                    rates ? rate(client, kShown.at(1)) : reported.toString(QStringLiteral("HH:mm:ss"))};
     for (const QString& name : kShown) {
-      row += figure(book.value(name));
+      row += figure(client.value(name));
     }
-    const bool lost = book.value(kShown.at(4)).toDouble() + book.value(kShown.at(5)).toDouble() > 0;
+    const bool lost = client.value(kShown.at(4)).toDouble() + client.value(kShown.at(5)).toDouble() > 0;
     table.addRow(row, lost ? Terminal::Colour::Yellow : Terminal::Colour::None);
   }
   return table.takeUtf8();
@@ -117,18 +116,18 @@ QByteArray bookTable(const QJsonArray& books, bool rates) {
 void show(const Reading& reading, const Arguments& arguments) {
   if (arguments.json) {
     const auto format = arguments.follow ? QJsonDocument::Compact : QJsonDocument::Indented;
-    printPiece(QJsonDocument(reading.figures).toJson(format) + (arguments.follow ? "\n" : ""));
+    Terminal::print(QJsonDocument(reading.figures).toJson(format) + (arguments.follow ? "\n" : ""));
     return;
   }
-  const QJsonArray books = reading.figures.value(kBooks).toArray();
-  printPiece(counterTable(reading.figures) +
-             (books.isEmpty() ? QByteArray() : '\n' + bookTable(books, arguments.interval != 0)) +
-             (arguments.follow ? "\n" : ""));
+  const QJsonArray clients = reading.figures.value(kClients).toArray();
+  Terminal::print(counterTable(reading.figures) +
+                  (clients.isEmpty() ? QByteArray() : '\n' + clientTable(clients, arguments.interval != 0)) +
+                  (arguments.follow ? "\n" : ""));
 }
 
 }  // namespace
 
-void showStatistics(ListClient& client, const Arguments& arguments) {
+void Commands::showStatistics(ListClient& client, const Arguments& arguments) {
   Reading before = read(client);
   if (arguments.interval == 0) {
     return show(before, arguments);

@@ -1,19 +1,60 @@
 #pragma once
 
 #include <QByteArray>
+#include <QStringList>
+#include <QVector>
 
-/** What standard output is: a terminal of some width that shows colours, or anything else, which gets neither
- * cut lines nor colours. */
+/** Standard output: a terminal of some width that may show colours, or a file or pipe, whose lines are
+ * neither cut nor coloured. */
 struct Terminal {
   enum class Colour { None, Bold, Red, Yellow, Cyan };
 
   int width = 0;  ///< characters in a line, 0 for no limit
   bool colours = false;
 
-  /** As standard output is now; NO_COLOR in the environment and the terminal "dumb" switch colours off.
-   * [any-thread] */
+  /** Standard output as it is now; NO_COLOR in the environment or the terminal "dumb" switches colours off.
+   */
   static Terminal ofStandardOutput();
 
-  /** The text, between the sequences that colour it where colours are shown. [any-thread] */
+  /** The text, between the sequences that colour it if colours are shown. */
   QByteArray coloured(const QByteArray& text, Colour colour) const;
+
+  /** Write the text to standard output at once, so that a reader of the pipe gets it. */
+  static void print(const QByteArray& text);
+};
+
+/**
+ * Rows of texts as plain text with aligned columns, cut to the width of a terminal. Control characters are
+ * shown as blanks. It counts characters, not the columns that wide characters take.
+ */
+class TextTable {
+ public:
+  /** A column and its least width; 0: it is never narrower than its cells. */
+  struct Column {
+    QString title;
+    int least = 0;
+  };
+
+  /** If the table is too wide, columns shrink from left to right, each down to `least`. */
+  TextTable(const QVector<Column>& columns, const Terminal& terminal);
+
+  /** @param cells one for each column */
+  void addRow(const QStringList& cells, Terminal::Colour colour = Terminal::Colour::None);
+
+  /** The lines added since the last call in UTF-8, without trailing blanks. A column is at least as wide as
+   * in the last call, unless the table must shrink. */
+  QByteArray takeUtf8();
+
+ private:
+  struct Row {
+    QStringList cells;
+    Terminal::Colour colour;
+  };
+
+  QVector<int> fittingWidths() const;
+
+  QVector<Column> m_columns;
+  Terminal m_terminal;
+  QVector<int> m_widths;  ///< characters of the longest cell so far
+  QVector<Row> m_rows;
 };

@@ -2,7 +2,6 @@
 
 #include "Arguments.h"
 #include "Commands.h"
-#include "ListClient.h"
 
 int main(int argc, char** argv) {
   int exitCode = Arguments::ExitDone;
@@ -15,7 +14,7 @@ int main(int argc, char** argv) {
     return code;
   };
   try {
-    runCommand(*arguments);
+    Commands::run(*arguments);
   } catch (const NoBus& error) {
     return complain(error, Arguments::ExitNoBus);
   } catch (const NoService& error) {

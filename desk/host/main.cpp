@@ -43,7 +43,7 @@ void declare(CLI::App& app, Options& options) {
       ->capture_default_str();
   app.add_option("--seconds", options.seconds, "end after this many seconds");
   app.add_option("--repeat,--lives", options.repeat,
-                 "load, run and unload this often, as long as each run is ended by a program with status 0")
+                 "number of runs; each must be ended by a program with status 0")
       ->check(CLI::PositiveNumber)
       ->capture_default_str();
   app.add_option("--log", options.logFile, "append log records to this file instead of standard error")
