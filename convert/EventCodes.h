@@ -1,21 +1,21 @@
 #pragma once
 
 #include "EventlistHandlerEnums.h"
+#include "tavroline/conventions.h"
 
 /**
- * The numbers of event types and states that the component itself acts on; every other number only passes
- * through. The device's enumerations give the types, their enumerators may be named as the device likes.
- * [any-thread]
+ * The event types and states on which the component itself acts, in the types of the device's enumerations,
+ * whatever the device names its enumerators. [any-thread]
  */
 namespace Tavroline::EventCodes {
 
-constexpr auto kAlarm = static_cast<EventlistHandlerEnums::EventType>(0);
-constexpr auto kAuditTrail = static_cast<EventlistHandlerEnums::EventType>(1);
-constexpr auto kFault = static_cast<EventlistHandlerEnums::EventType>(2);
-constexpr auto kEvent = static_cast<EventlistHandlerEnums::EventType>(3);
+constexpr auto kAlarm = static_cast<EventlistHandlerEnums::EventType>(TAVROLINE_ALARM);
+constexpr auto kAuditTrail = static_cast<EventlistHandlerEnums::EventType>(TAVROLINE_AUDIT_TRAIL);
+constexpr auto kFault = static_cast<EventlistHandlerEnums::EventType>(TAVROLINE_FAULT);
+constexpr auto kEvent = static_cast<EventlistHandlerEnums::EventType>(TAVROLINE_EVENT);
 
-constexpr auto kNeutral = static_cast<EventlistHandlerEnums::State>(0);
-constexpr auto kOn = static_cast<EventlistHandlerEnums::State>(1);
-constexpr auto kOff = static_cast<EventlistHandlerEnums::State>(2);
+constexpr auto kNeutral = static_cast<EventlistHandlerEnums::State>(TAVROLINE_NEUTRAL);
+constexpr auto kOn = static_cast<EventlistHandlerEnums::State>(TAVROLINE_ON);
+constexpr auto kOff = static_cast<EventlistHandlerEnums::State>(TAVROLINE_OFF);
 
 }  // namespace Tavroline::EventCodes

@@ -49,6 +49,15 @@ enum {
 /** Results in iResult fields. */
 enum { TAVROLINE_DONE = 0, TAVROLINE_BUSY = 1, TAVROLINE_ERROR = 2 };
 
+/** Event types. Other numbers pass through the component unchanged. */
+enum { TAVROLINE_ALARM = 0, TAVROLINE_AUDIT_TRAIL = 1, TAVROLINE_FAULT = 2, TAVROLINE_EVENT = 3 };
+
+/** States. An alarm or fault is raised by "on" and cleared by "off". */
+enum { TAVROLINE_NEUTRAL = 0, TAVROLINE_ON = 1, TAVROLINE_OFF = 2 };
+
+/** Keyword lists of a filter. */
+enum { TAVROLINE_INCLUDE = 0, TAVROLINE_EXCLUDE = 1 };
+
 /** A read or write handle: opaque, 0 (null) means none. */
 typedef void* TavrolineHandle;
 
