@@ -44,6 +44,7 @@ struct State {
   std::atomic<int> firstThrowing{0};
   std::atomic<int> lastThrowing{0};
   fake::Thrown thrown{};
+  std::function<void()> observe;
 };
 
 // Constructed by the first static object that records something, so it outlives all of them.
@@ -173,8 +174,15 @@ int fake::platformCalls() {
   return state().platformCalls;
 }
 
+void fake::atEachCall(std::function<void()> observe) {
+  state().observe = std::move(observe);
+}
+
 void fake::platformCall() {
   const int call = ++state().platformCalls;
+  if (state().observe) {
+    state().observe();
+  }
   if (state().firstThrowing == 0 || call < state().firstThrowing || call > state().lastThrowing) {
     return;
   }

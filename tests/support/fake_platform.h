@@ -4,6 +4,7 @@
 #include <QString>
 #include <QVariantList>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -65,6 +66,9 @@ void throwAt(int call, Thrown what = Thrown::Exception, bool andAllAfter = false
 
 /** Platform calls since throwAt(). */
 int platformCalls();
+
+/** Calls `observe` at each platform call, before it can throw; an empty function ends that. */
+void atEachCall(std::function<void()> observe);
 
 /** Platform functions that a test brings along call these: for throwAt(), and for the log. */
 void platformCall();
