@@ -6,14 +6,15 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <vector>
 
 #include "CodesysRuntime.h"
 #include "CodesysStringCopy.h"
 
 /**
  * Bounds for reading the PLC application's memory: how many elements an array has and where the text of a
- * fixed-size field ends. The device's text helpers read up to the terminator; a field without one is handed
- * to them as a terminated copy, so that nothing behind the field is read. [any-thread]
+ * field or element ends. The device's text helpers read up to the terminator; a text without one is handed
+ * to them as a terminated copy, so that nothing behind it is read. [any-thread]
  */
 namespace Tavroline {
 
@@ -33,26 +34,34 @@ inline void readText(const RTS_IEC_WSTRING* text, QString& target) {
   copyWStringDataToQString(text, -1, target);
 }
 
-inline bool isTerminated(const RTS_IEC_STRING* field, std::size_t capacity) {
-  return std::memchr(field, 0, capacity) != nullptr;
+inline bool isTerminated(const RTS_IEC_STRING* text, std::size_t capacity) {
+  return std::memchr(text, 0, capacity) != nullptr;
 }
-inline bool isTerminated(const RTS_IEC_WSTRING* field, std::size_t capacity) {
-  return std::find(field, field + capacity, RTS_IEC_WSTRING{0}) != field + capacity;
+inline bool isTerminated(const RTS_IEC_WSTRING* text, std::size_t capacity) {
+  return std::find(text, text + capacity, RTS_IEC_WSTRING{0}) != text + capacity;
 }
 
-/** The text of a STRING or WSTRING field, read up to its terminator or its end, whichever comes first. */
+/**
+ * The text of a STRING or WSTRING, read up to its terminator or its end, whichever comes first.
+ * @param capacity characters of the field or array element
+ */
+template <typename Character>
+QString boundedText(const Character* text, std::size_t capacity) {
+  QString result;
+  if (isTerminated(text, capacity)) {
+    readText(text, result);
+  } else {
+    std::vector<Character> terminated(text, text + capacity);
+    terminated.push_back(0);
+    readText(terminated.data(), result);
+  }
+  return result;
+}
+
+/** The same for a field of a structure. */
 template <typename Character, std::size_t Capacity>
 QString fieldText(const Character (&field)[Capacity]) {
-  QString text;
-  if (isTerminated(&field[0], Capacity)) {
-    readText(&field[0], text);
-  } else {
-    Character terminated[Capacity + 1];
-    std::copy(field, field + Capacity, terminated);
-    terminated[Capacity] = 0;
-    readText(&terminated[0], text);
-  }
-  return text;
+  return boundedText(&field[0], Capacity);
 }
 
 }  // namespace Tavroline

@@ -4,7 +4,6 @@
 #include <QMessageLogger>
 
 #include <algorithm>
-#include <utility>
 
 #include "EventCodes.h"
 #include "EventlistHandlerDefinitions.h"
@@ -19,18 +18,25 @@ namespace {
 constexpr char kFile[] = "TavrolineConvenienceFunctions";
 constexpr std::int64_t kUsualKeywords = 8;
 
-/** Insert a key that is not there yet, cheapest where it belongs in front of `next`, right in any case. */
-void put(QVariantMap& map, QVariantMap::const_iterator next, const QString& key, QVariant value) {
-  map.insert(next, key, QVariant()).value().swap(value);
-}
-void append(QVariantMap& map, const QString& key, QVariant value) {
-  put(map, map.constEnd(), key, std::move(value));
-}
+// Lines that the interface prescribes for these messages, wherever they are written.
+constexpr int kNullStructLine = 76;
+constexpr int kUnknownTextSourceLine = 268;
 
 /** A name of the device's definitions as a plain function, however its getter returns it. */
 template <auto Getter>
-QString text() {
+QString nameOf() {
   return Getter();
+}
+
+template <typename Object>
+bool takeHandle(Object** target, void* handle, const char* function, const char* message,
+                int line = __builtin_LINE()) {
+  if (handle == nullptr) {
+    RuntimeLog::write(kFile, function, QLatin1String(message), line);
+    return false;
+  }
+  *target = static_cast<Object*>(handle);
+  return true;
 }
 
 template <typename Element>
@@ -45,13 +51,40 @@ QVariantList convertArray(const Element* elements, const __ARRAY__DIM__INFO& dim
 
 }  // namespace
 
-void TavrolineConvenienceFunctions::reportNullStruct() {
-  RuntimeLog::write(kFile, "static bool TavrolineConvenienceFunctions::checkStructPointer(const void*)",
-                    QStringLiteral("codesys struct nullpointer"), 76);
+bool TavrolineConvenienceFunctions::checkStructPointer(const void* pointer) {
+  if (pointer == nullptr) {
+    RuntimeLog::write(kFile, "static bool TavrolineConvenienceFunctions::checkStructPointer(const void*)",
+                      QStringLiteral("codesys struct nullpointer"), kNullStructLine);
+  }
+  return pointer != nullptr;
 }
 
-void TavrolineConvenienceFunctions::reportNullHandle(const char* function, const char* message) {
-  RuntimeLog::write(kFile, function, QLatin1String(message));
+bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineReadBaseClass** target, void* handle) {
+  return takeHandle(
+      target, handle,
+      "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineReadBaseClass**, void*)",
+      "EventlistReadHandle nullpointer");
+}
+
+bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineEventlistRead** target, void* handle) {
+  return takeHandle(
+      target, handle,
+      "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineEventlistRead**, void*)",
+      "EventlistReadHandle nullpointer");
+}
+
+bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineEventlistWrite** target, void* handle) {
+  return takeHandle(
+      target, handle,
+      "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineEventlistWrite**, void*)",
+      "EventlistWriteHandle nullpointer");
+}
+
+bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineAlarmlistRead** target, void* handle) {
+  return takeHandle(
+      target, handle,
+      "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineAlarmlistRead**, void*)",
+      "AlarmlistReadHandle nullpointer");
 }
 
 QStringList TavrolineConvenienceFunctions::getKeywordStringList(const char* keywords, short elementSize,
@@ -63,8 +96,7 @@ QStringList TavrolineConvenienceFunctions::getKeywordStringList(const char* keyw
   const std::int64_t count = elementCount(dimension);
   list.reserve(static_cast<int>(std::min(count, kUsualKeywords)));
   for (std::int64_t k = 0; k < count; ++k) {
-    QString keyword;
-    copyCStringDataToQString(keywords + k * elementSize, -1, keyword);
+    const QString keyword = boundedText(keywords + k * elementSize, static_cast<std::size_t>(elementSize));
     if (!keyword.isEmpty()) {
       list.append(keyword);
     }
@@ -73,26 +105,25 @@ QStringList TavrolineConvenienceFunctions::getKeywordStringList(const char* keyw
 }
 
 QVariantMap TavrolineConvenienceFunctions::convertStructDescriptionData(const stDataType& data) {
-  // The text source comes first: it may be the subject of a warning.
-  const int textSource = static_cast<int>(convertIntToTextSource(data.iTextSource));
+  QVariantMap map;
+  map.insert(EventsDBusDefinitions::getEventDBusKeyTextSource(),
+             static_cast<int>(convertIntToTextSource(data.iTextSource)));
+  map.insert(EventsDBusDefinitions::getEventDBusKeyModuleName(), fieldText(data.sModuleName));
+  map.insert(EventsDBusDefinitions::getEventDBusKeyObjectName(), fieldText(data.sObjectName));
   QString instanceName = fieldText(data.sInstanceName);
   if (data.iInstanceNumber != 0) {
     instanceName = formatInstanceName(instanceName, data.iInstanceNumber);
   }
-  QVariantMap map;
-  append(map, EventsDBusDefinitions::getEventDBusKeyInstanceName(), instanceName);
-  append(map, EventsDBusDefinitions::getEventDBusKeyModuleName(), fieldText(data.sModuleName));
-  append(map, EventsDBusDefinitions::getEventDBusKeyObjectName(), fieldText(data.sObjectName));
-  append(map, EventsDBusDefinitions::getEventDBusKeyTextSource(), textSource);
-  append(map, EventsDBusDefinitions::getEventDBusKeyUrl(), fieldText(data.sUrl));
+  map.insert(EventsDBusDefinitions::getEventDBusKeyInstanceName(), instanceName);
+  map.insert(EventsDBusDefinitions::getEventDBusKeyUrl(), fieldText(data.sUrl));
   return map;
 }
 
 QVariantMap TavrolineConvenienceFunctions::convertStructDescriptionData(
     const stDescriptionArgumentType& argument) {
   QVariantMap map;
-  append(map, EventsDBusDefinitions::getEventDBusKeyArgument(), fieldText(argument.wsArgument));
-  append(map, EventsDBusDefinitions::getEventDBusKeyPlaceholder(), fieldText(argument.wsPlaceholder));
+  map.insert(EventsDBusDefinitions::getEventDBusKeyArgument(), fieldText(argument.wsArgument));
+  map.insert(EventsDBusDefinitions::getEventDBusKeyPlaceholder(), fieldText(argument.wsPlaceholder));
   return map;
 }
 
@@ -111,16 +142,15 @@ QVariantMap TavrolineConvenienceFunctions::getDescriptionVariantMap(
     return QVariantMap();
   }
   QVariantMap map = convertStructDescriptionData(*data);
-  put(map, map.constBegin(), EventsDBusDefinitions::getEventDBusKeyArguments(),
-      convertArray(arguments, argumentsDimension));
-  append(map, EventsDBusDefinitions::getEventDBusKeyUrlArguments(),
-         convertArray(urlArguments, urlArgumentsDimension));
+  map.insert(EventsDBusDefinitions::getEventDBusKeyArguments(), convertArray(arguments, argumentsDimension));
+  map.insert(EventsDBusDefinitions::getEventDBusKeyUrlArguments(),
+             convertArray(urlArguments, urlArgumentsDimension));
   return map;
 }
 
 EventsDBusDefinitions::TextSource TavrolineConvenienceFunctions::convertIntToTextSource(RTS_IEC_INT value) {
   if (value != 0 && value != 1) {
-    QMessageLogger(kFile, 268,
+    QMessageLogger(kFile, kUnknownTextSourceLine,
                    "static EventsDBusDefinitions::TextSource "
                    "TavrolineConvenienceFunctions::convertIntToTextSource(RTS_IEC_INT)")
             .warning()
@@ -140,14 +170,14 @@ QString TavrolineConvenienceFunctions::getDefaultIconType(EventlistHandlerEnums:
   using Names = EventlistHandlerDefinitions;
   using namespace EventCodes;
   static constexpr Row kRows[] = {
-      {kAlarm, kOn, text<Names::getIconNameAlarmOn>},
-      {kAlarm, kOff, text<Names::getIconNameAlarmOff>},
-      {kAuditTrail, kNeutral, text<Names::getIconNameAuditTrail>},
-      {kFault, kOn, text<Names::getIconNameFaultOn>},
-      {kFault, kOff, text<Names::getIconNameFaultOff>},
-      {kEvent, kNeutral, text<Names::getIconNameEvent>},
-      {kEvent, kOn, text<Names::getIconNameEventOn>},
-      {kEvent, kOff, text<Names::getIconNameEventOff>},
+      {kAlarm, kOn, nameOf<Names::getIconNameAlarmOn>},
+      {kAlarm, kOff, nameOf<Names::getIconNameAlarmOff>},
+      {kAuditTrail, kNeutral, nameOf<Names::getIconNameAuditTrail>},
+      {kFault, kOn, nameOf<Names::getIconNameFaultOn>},
+      {kFault, kOff, nameOf<Names::getIconNameFaultOff>},
+      {kEvent, kNeutral, nameOf<Names::getIconNameEvent>},
+      {kEvent, kOn, nameOf<Names::getIconNameEventOn>},
+      {kEvent, kOff, nameOf<Names::getIconNameEventOff>},
   };
   for (const Row& row : kRows) {
     if (row.type == type && row.state == state) {

@@ -23,46 +23,22 @@ class TavrolineConvenienceFunctions {
   virtual ~TavrolineConvenienceFunctions() = default;
 
   /** Whether `pointer` is not null; a null one is written to the runtime log. */
-  static bool checkStructPointer(const void* pointer) {
-    if (pointer == nullptr) {
-      reportNullStruct();
-    }
-    return pointer != nullptr;
-  }
+  static bool checkStructPointer(const void* pointer);
 
   /**
    * Take a handle as a pointer to the object of its kind. Tests for null only: a null handle leaves `target`
    * as it is and is written to the runtime log.
    */
-  static bool getHandlePointer(TavrolineReadBaseClass** target, void* handle) {
-    return takeHandle(
-        target, handle,
-        "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineReadBaseClass**, void*)",
-        "EventlistReadHandle nullpointer");
-  }
-  static bool getHandlePointer(TavrolineEventlistRead** target, void* handle) {
-    return takeHandle(
-        target, handle,
-        "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineEventlistRead**, void*)",
-        "EventlistReadHandle nullpointer");
-  }
-  static bool getHandlePointer(TavrolineEventlistWrite** target, void* handle) {
-    return takeHandle(
-        target, handle,
-        "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineEventlistWrite**, void*)",
-        "EventlistWriteHandle nullpointer");
-  }
-  static bool getHandlePointer(TavrolineAlarmlistRead** target, void* handle) {
-    return takeHandle(
-        target, handle,
-        "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineAlarmlistRead**, void*)",
-        "AlarmlistReadHandle nullpointer");
-  }
+  static bool getHandlePointer(TavrolineReadBaseClass** target, void* handle);
+  static bool getHandlePointer(TavrolineEventlistRead** target, void* handle);
+  static bool getHandlePointer(TavrolineEventlistWrite** target, void* handle);
+  static bool getHandlePointer(TavrolineAlarmlistRead** target, void* handle);
 
   /**
-   * The texts of an IEC ARRAY OF STRING in array order, empty ones left out.
+   * The texts of an IEC ARRAY OF STRING in array order, empty ones left out. Each element is read up to its
+   * terminator or its size, whichever comes first.
    * @param keywords first element; null is written to the runtime log and gives an empty list
-   * @param elementSize bytes from one element to the next; 0 or less gives an empty list
+   * @param elementSize bytes of one element; 0 or less gives an empty list
    */
   static QStringList getKeywordStringList(const char* keywords, short elementSize,
                                           const __ARRAY__DIM__INFO& dimension);
@@ -88,18 +64,4 @@ class TavrolineConvenienceFunctions {
   /** The icon of an entry whose application named none; empty for a pair that has none. */
   static QString getDefaultIconType(EventlistHandlerEnums::EventType type,
                                     EventlistHandlerEnums::State state);
-
- private:
-  // The tests stand here because every call makes them; what they log does not.
-  static void reportNullStruct();
-  static void reportNullHandle(const char* function, const char* message);
-  template <typename Object>
-  static bool takeHandle(Object** target, void* handle, const char* function, const char* message) {
-    if (handle == nullptr) {
-      reportNullHandle(function, message);
-      return false;
-    }
-    *target = static_cast<Object*>(handle);
-    return true;
-  }
 };

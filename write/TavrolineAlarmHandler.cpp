@@ -52,7 +52,9 @@ void TavrolineAlarmHandler::changeState(EventlistHandlerEnums::EventType type,
         .warning("Neutral alarm or fault not allowed");
     return;
   }
-  if ((state != EventCodes::kOn && state != EventCodes::kOff) || state == m_State) {
+  const bool raised = state == EventCodes::kOn && m_State == EventCodes::kOff;
+  const bool cleared = state == EventCodes::kOff && m_State == EventCodes::kOn;
+  if (!raised && !cleared) {
     return;
   }
   const QString icon =

@@ -8,6 +8,11 @@
 
 using namespace Tavroline;
 
+namespace {
+/** The interface prescribes it for this message, wherever that is written. */
+constexpr int kRefusedTypeLine = 49;
+}  // namespace
+
 TavrolineEventlistWrite::TavrolineEventlistWrite()
     : m_EventlistHandlerConnector(SpsConfigurationManagerDefinitions::getObjectNameEvents()),
       m_EventlistHandlerConnectorWrite(true) {}
@@ -22,7 +27,7 @@ void TavrolineEventlistWrite::logEvent(EventlistHandlerEnums::EventType type,
   const QString icon =
       iconType.isEmpty() ? TavrolineConvenienceFunctions::getDefaultIconType(type, state) : iconType;
   if (type == EventCodes::kAlarm || type == EventCodes::kFault) {
-    QMessageLogger("TavrolineEventlistWrite", 49,
+    QMessageLogger("TavrolineEventlistWrite", kRefusedTypeLine,
                    "void TavrolineEventlistWrite::logEvent(EventlistHandlerEnums::EventType, "
                    "EventlistHandlerEnums::State, const QString&, const QString&, const QDateTime&, "
                    "const QVariantMap&, const QStringList&, const QString&) const")
