@@ -4,9 +4,9 @@ namespace {
 
 constexpr RTS_IEC_DINT kMaxEntries = 100;
 
-/** Ask one function for one flag: all of them have a structure of handle and BOOL. */
+/** Query one flag: the structures of all these functions are a handle and a BOOL. */
 template <typename Structure>
-bool ask(void (*function)(Structure*), TavrolineHandle handle, RTS_IEC_BOOL Structure::*flag) {
+bool query(void (*function)(Structure*), TavrolineHandle handle, RTS_IEC_BOOL Structure::*flag) {
   Structure parameters{};
   parameters.hReadHandle = handle;
   function(&parameters);
@@ -29,11 +29,11 @@ AlarmReader::~AlarmReader() {
 AlarmReader::Summary AlarmReader::summary() const {
   const Functions& f = m_functions;
   return {
-      ask(f.alarmInList, m_handle, &isalarminalarmlist_struct::xAlarmInAlarmlist),
-      ask(f.activeAlarmInList, m_handle, &isactivealarminalarmlist_struct::xActiveAlarmInAlarmlist),
-      ask(f.faultInList, m_handle, &isfaultinalarmlist_struct::xFaultInAlarmlist),
-      ask(f.activeFaultInList, m_handle, &isactivefaultinalarmlist_struct::xActiveFaultInAlarmlist),
-      ask(f.detectorState, m_handle, &getcentraldetectorstate_struct::xCentralDetectorState),
+      query(f.alarmInList, m_handle, &isalarminalarmlist_struct::xAlarmInAlarmlist),
+      query(f.activeAlarmInList, m_handle, &isactivealarminalarmlist_struct::xActiveAlarmInAlarmlist),
+      query(f.faultInList, m_handle, &isfaultinalarmlist_struct::xFaultInAlarmlist),
+      query(f.activeFaultInList, m_handle, &isactivefaultinalarmlist_struct::xActiveFaultInAlarmlist),
+      query(f.detectorState, m_handle, &getcentraldetectorstate_struct::xCentralDetectorState),
   };
 }
 

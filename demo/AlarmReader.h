@@ -8,7 +8,7 @@
 /** A read handle on the alarm list with its summary; open while the object lives. */
 class AlarmReader {
  public:
-  /** What the list holds, and the central detector. */
+  /** Whether the list holds entries of each kind, and whether the central detector is on. */
   struct Summary {
     bool alarm;
     bool activeAlarm;
@@ -22,13 +22,13 @@ class AlarmReader {
   AlarmReader(const AlarmReader&) = delete;
   AlarmReader& operator=(const AlarmReader&) = delete;
 
-  /** As the services have reported it so far. */
+  /** The flags as the services last reported them. */
   Summary summary() const;
 
   /** One step of loading the list: TAVROLINE_DONE, _BUSY (call again) or _ERROR. */
   RTS_IEC_INT load();
 
-  /** What of the loaded list has these states; nothing given lets both pass. */
+  /** The entries of the loaded list with these states; without a value both states pass. */
   std::vector<stAlarmlistEntryType> entries(std::optional<bool> active = std::nullopt,
                                             std::optional<bool> acknowledged = std::nullopt);
 

@@ -5,8 +5,8 @@
 #include "ProcessModel.h"
 
 /**
- * The alarm "level high" and the fault "dry run", each behind a write handle of its own. In every cycle both
- * report the level of their condition; that only its changes reach the service is not this program's concern.
+ * The alarm "level high" and the fault "dry run", each with its write handle. In every cycle both report
+ * whether their condition holds; the component sends only changes to the service.
  */
 class AlarmStation {
  public:
@@ -15,14 +15,14 @@ class AlarmStation {
   AlarmStation(const AlarmStation&) = delete;
   AlarmStation& operator=(const AlarmStation&) = delete;
 
-  /** Report both conditions as they are now. */
+  /** Report both conditions. */
   void cycle(const ProcessModel& process);
 
-  /** End the fault's handle, whether or not the fault is on; its condition is not reported any more. */
+  /** Close the fault's handle, also while the fault is on; afterwards its condition is not reported. */
   void closeDryRun();
 
-  /** One step of asking the service for the state of "level high": TAVROLINE_DONE (then both are set),
-   * _BUSY or _ERROR. */
+  /** One step of a query for the state of "level high". @return TAVROLINE_DONE (then both are set),
+   * TAVROLINE_BUSY (call again) or TAVROLINE_ERROR */
   RTS_IEC_INT levelHighState(bool& active, bool& acknowledged);
 
   /** Acknowledge one alarm or fault by the identifier in its list entry. */

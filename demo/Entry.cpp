@@ -11,7 +11,7 @@ Entry::Entry(std::string_view text, int value, std::array<std::string_view, 2> k
   m_data.iTextSource = kTextTable;
   IecText::fill(m_data.sModuleName, std::string_view(kModule));
   IecText::fill(m_data.sObjectName, text);
-  // The number goes into the directive, the argument into the placeholder; %% is a percent sign.
+  // The service replaces %d by the number and {value} by the argument; %% is a percent sign.
   IecText::fill(m_data.sInstanceName, "(P%d, {value} %%)"sv);
   m_data.iInstanceNumber = 1;
   IecText::fill(m_argument.wsPlaceholder, u"{value}"sv);

@@ -12,12 +12,12 @@ enum EntryType : RTS_IEC_INT { kAlarm = 0, kAuditTrail = 1, kFault = 2, kEvent =
 /** States of an entry. */
 enum EntryState : RTS_IEC_INT { kNeutral = 0, kOn = 1, kOff = 2 };
 
-/** What stands in every entry of this station. */
+/** The module name in every entry of this station. */
 constexpr char kModule[] = "Basin";
 
 /**
- * The parts of an entry that logevent_struct and logalarm_struct hold alike: description with one argument,
- * keywords and user. Keeps the memory that the structure points to until the call has returned.
+ * The members that logevent_struct and logalarm_struct share: description with one argument, keywords and
+ * user. The structure points into this object, so it must exist until the call has returned.
  */
 class Entry {
  public:
@@ -49,7 +49,7 @@ class Entry {
  private:
   stDataType m_data{};
   stDescriptionArgumentType m_argument{};
-  stDescriptionUrlArgumentType m_noUrlArgument{};  // alarms must point at one, even at none
+  stDescriptionUrlArgumentType m_noUrlArgument{};  // the pointer must not be null, even for no arguments
   char m_keywords[2][TAVROLINE_TEXT_80]{};
   IecText::WString m_user;
 };

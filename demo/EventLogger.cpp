@@ -36,7 +36,7 @@ void EventLogger::logPump(const ProcessModel& process) {
 
 void EventLogger::logSetpoint(const ProcessModel& process) {
   const Entry entry("SetpointChanged", process.setpoint(), {"setpoint", ""}, kOperator);
-  // Without an icon of its own the entry gets the default one of an audit trail.
+  // An empty icon: the entry gets the default icon of an audit trail.
   log(kNeutral, "", entry,
       {kAuditTrail, process.time(), english("Setpoint changed", process.setpoint()),
        IecText::narrow(IecText::wide(kOperator).data()), true});

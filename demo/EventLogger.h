@@ -9,8 +9,8 @@
 #include "ProcessModel.h"
 
 /**
- * Logs what happens at the station: an event for each start and stop of the pump, an audit-trail entry for
- * each change of the set-point. Keeps a journal of what it has logged, to compare the list with.
+ * Logs an event for each start and stop of the pump, and an audit-trail entry for each change of the
+ * set-point. Keeps a journal of the entries logged; the event list is compared with it.
  */
 class EventLogger {
  public:
@@ -22,14 +22,14 @@ class EventLogger {
     bool byHand;
   };
 
-  /** @param process as it is at the start: only what changes from then on is logged. */
+  /** @param process its present state; only later changes are logged */
   EventLogger(const Functions& functions, const ProcessModel& process)
       : m_functions(functions), m_pumpRan(process.pumpRuns()), m_setpoint(process.setpoint()) {}
 
-  /** Look at the process once per cycle and log what has changed. */
+  /** Log the changes of the process since the last call. Once per cycle. */
   void cycle(const ProcessModel& process);
 
-  /** What was logged, the oldest first. */
+  /** The entries logged, the oldest first. */
   const std::vector<Logged>& journal() const { return m_journal; }
 
  private:

@@ -6,7 +6,7 @@ namespace {
 
 constexpr RTS_IEC_DINT kMaxEntries = 1000;
 
-/** Filter bounds count the seconds of the wall clock. */
+/** Filter bounds are local time. */
 RTS_IEC_DATE_AND_TIME localTime(std::uint32_t utc) {
   const auto time = static_cast<std::time_t>(utc);
   std::tm parts{};

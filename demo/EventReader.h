@@ -14,13 +14,13 @@ class EventReader {
   EventReader(const EventReader&) = delete;
   EventReader& operator=(const EventReader&) = delete;
 
-  /** Whether the list has changed; forgets it when it has. */
+  /** Whether the list has changed since the last call. */
   bool takeChanged();
 
   /** One step of loading the list in a language: TAVROLINE_DONE, _BUSY (call again) or _ERROR. */
   RTS_IEC_INT load(const char* language);
 
-  /** What of the loaded list passes the filters, the newest first. */
+  /** The entries of the loaded list that pass the filters, the newest first. */
   std::vector<stEventlistEntryType> entries() const;
 
   void filterType(EntryType type);

@@ -6,8 +6,8 @@
 #include "tavroline/tavroline.h"
 
 /**
- * The external functions that this program uses, found by their registered names. The program links none of
- * them: a name that the component has not registered is only missing here.
+ * The external functions that this program uses, found by their registered names. The program does not link
+ * the component: a name that is not registered is reported by missing().
  */
 class Functions {
  public:

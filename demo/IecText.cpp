@@ -39,7 +39,7 @@ std::string IecText::narrow(const RTS_IEC_WSTRING* text) {
   std::string result;
   for (; *text != 0; ++text) {
     char32_t character = *text;
-    // The component never delivers a lone surrogate, so a high one has its partner behind it.
+    // The component never delivers a lone surrogate, so a low one follows a high one.
     if (character >= kFirstHighSurrogate && character < kFirstLowSurrogate) {
       character =
           kFirstSupplementary + ((character - kFirstHighSurrogate) << 10) + (*++text - kFirstLowSurrogate);

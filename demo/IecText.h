@@ -8,7 +8,7 @@
 
 #include "tavroline/conventions.h"
 
-/** Texts between this program and IEC memory: STRING is UTF-8, WSTRING UTF-16. [any-thread] */
+/** Texts between this program and IEC memory: STRING is UTF-8, WSTRING UTF-16. */
 namespace IecText {
 
 /** A WSTRING(80) with its terminator. */

@@ -3,8 +3,8 @@
 #include <cstdint>
 
 /**
- * The basin with its pump: level, inflow, set-point. A pure model; every step is one simulated minute, so
- * that its entries carry time stamps that are apart from each other. Not aware of lists or alarms.
+ * A model of the basin with its pump: level, inflow, set-point. Every step is one simulated minute, so that
+ * entries have different time stamps. It knows nothing of lists and alarms.
  */
 class ProcessModel {
  public:
@@ -15,7 +15,7 @@ class ProcessModel {
 
   void setInflow(int percentPerStep) { m_inflow = percentPerStep; }
   void setSetpoint(int percent) { m_setpoint = percent; }
-  /** By hand the pump runs whatever the level is. */
+  /** By hand the pump runs at any level. */
   void setPumpByHand(bool byHand) { m_byHand = byHand; }
 
   std::uint32_t time() const { return m_time; }

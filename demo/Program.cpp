@@ -1,4 +1,4 @@
-// The pump station as a PLC program: one task, whose cycle is the station's.
+// The pump station as a PLC program with one task.
 #include <cstdio>
 #include <memory>
 #include <optional>

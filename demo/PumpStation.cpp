@@ -12,7 +12,8 @@ namespace {
 constexpr int kDeadlineCycles = 500;
 constexpr std::uint32_t kSecondsPerDay = 86400;
 
-// Beside what the journal holds: alarm and fault each turned on and off, each acknowledged with the detector.
+// Entries beyond the journal: alarm and fault are each turned on and off, and each is acknowledged together
+// with the detector.
 constexpr std::size_t kAlarmEdges = 4;
 constexpr std::size_t kAcknowledgements = 4;
 
@@ -54,7 +55,7 @@ PumpStation::Outcome PumpStation::cycle() {
   m_logger.cycle(m_process);
   m_alarms.cycle(m_process);
 
-  if (m_steps[m_step].through()) {
+  if (m_steps[m_step].done()) {
     ++m_step;
     m_cyclesInStep = 0;
   } else if (++m_cyclesInStep > kDeadlineCycles) {
@@ -140,7 +141,7 @@ std::vector<PumpStation::Step> PumpStation::lifeOfTheFault() {
            return false;
          }
          Tables::print("Dry run: summary of the alarm list", summary);
-         // The handle goes while its fault is on: the component sees to the "off".
+         // The handle is closed while its fault is on: the component sends the "off".
          m_alarms.closeDryRun();
          m_process.setPumpByHand(false);
          return true;
@@ -241,7 +242,7 @@ void PumpStation::checkFilters() {
   Tables::print("Event list, from the first to the second start of the pump", range);
   check(sameOrder(range, where(journal,
                                [&](const auto& logged) { return logged.time >= from && logged.time <= to; })),
-        "the time range selects what lies in it, its bounds included");
+        "the time range selects the entries in it, its bounds included");
   m_events.resetFilters();
 }
 

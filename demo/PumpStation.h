@@ -13,10 +13,9 @@
 #include "ProcessModel.h"
 
 /**
- * A day at the station, told in steps: the pump works, a storm raises the alarm, the operator acknowledges,
- * the pump runs dry and raises the fault, both lists are read. A step is asked once per cycle until it is
- * through; nothing waits. A step that does not get through, and a list that does not hold what it must, make
- * the outcome bad.
+ * A scenario in steps: the pump runs, a storm raises the alarm, the operator acknowledges it, the pump runs
+ * dry and raises the fault, both lists are read. The present step is tried once per cycle until it is done;
+ * nothing waits. The outcome is bad if a step is not done in time or a list does not hold what it must.
  */
 class PumpStation {
  public:
@@ -30,7 +29,7 @@ class PumpStation {
  private:
   struct Step {
     const char* name;
-    std::function<bool()> through;
+    std::function<bool()> done;
   };
 
   std::vector<Step> work();

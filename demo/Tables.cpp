@@ -27,10 +27,12 @@ void printTable(const char* title, const std::vector<Row>& rows) {
   }
   std::printf("\n%s\n", title);
   for (const Row& row : rows) {
+    std::string line;
     for (std::size_t i = 0; i < row.size(); ++i) {
-      std::printf("  %s%*s", row[i].c_str(), static_cast<int>(widths[i] - width(row[i])), "");
+      line += "  " + row[i] + std::string(widths[i] - width(row[i]), ' ');
     }
-    std::printf("\n");
+    line.erase(line.find_last_not_of(' ') + 1);
+    std::printf("%s\n", line.c_str());
   }
   if (rows.size() == 1) {
     std::printf("  (none)\n");
@@ -56,25 +58,36 @@ const char* yesNo(bool value) {
   return value ? "yes" : "no";
 }
 
+std::string stateText(const stAlarmlistEntryType& entry) {
+  return std::string(entry.xAlarmActive != 0 ? "on" : "off") +
+         (entry.xAlarmAcknowledgment != 0 ? ", ack" : "");
+}
+
+/** The beginning of an alarm identifier is enough to tell the few alarms of a table apart. */
+std::string shortId(const stAlarmlistEntryType& entry) {
+  constexpr std::size_t kLength = 9;
+  return std::string(entry.sAlarmID).substr(0, kLength);
+}
+
 }  // namespace
 
 void Tables::print(const char* title, const std::vector<stEventlistEntryType>& entries) {
-  std::vector<Row> rows{{"id", "type", "time (UTC)", "icon", "module", "description", "user"}};
+  // Icon and module are left out, so that the lines keep to 100 characters.
+  std::vector<Row> rows{{"id", "type", "time (UTC)", "description", "user"}};
   for (const stEventlistEntryType& entry : entries) {
     rows.push_back({std::to_string(entry.uliEventlistId), typeText(entry.iEventType),
-                    timeText(entry.dtTimestamp), entry.sIconType, entry.sModuleName,
-                    IecText::narrow(entry.wsDescription), IecText::narrow(entry.wsUser)});
+                    timeText(entry.dtTimestamp), IecText::narrow(entry.wsDescription),
+                    IecText::narrow(entry.wsUser)});
   }
   printTable(title, rows);
 }
 
 void Tables::print(const char* title, const std::vector<stAlarmlistEntryType>& entries) {
-  std::vector<Row> rows{
-      {"active", "acknowledged", "type", "time (UTC)", "icon", "module", "description", "alarm id"}};
+  std::vector<Row> rows{{"state", "type", "time (UTC)", "icon", "module", "description", "alarm id"}};
   for (const stAlarmlistEntryType& entry : entries) {
-    rows.push_back({yesNo(entry.xAlarmActive != 0), yesNo(entry.xAlarmAcknowledgment != 0),
-                    typeText(entry.iEventType), timeText(entry.dtTimestamp), entry.sIconType,
-                    entry.sModuleName, IecText::narrow(entry.wsDescription), entry.sAlarmID});
+    rows.push_back({stateText(entry), typeText(entry.iEventType), timeText(entry.dtTimestamp),
+                    entry.sIconType, entry.sModuleName, IecText::narrow(entry.wsDescription),
+                    shortId(entry)});
   }
   printTable(title, rows);
 }

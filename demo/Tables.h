@@ -5,7 +5,7 @@
 #include "AlarmReader.h"
 #include "Functions.h"
 
-/** What the program shows of the lists, as aligned tables on standard output. */
+/** Prints lists as aligned tables on standard output, in lines of at most 100 characters. */
 namespace Tables {
 
 void print(const char* title, const std::vector<stEventlistEntryType>& entries);

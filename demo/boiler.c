@@ -24,17 +24,17 @@ static void (*openAlarm)(openalarmlistwritehandle_struct*);
 static void (*closeAlarm)(closealarmlistwritehandle_struct*);
 
 static const PlcRuntime* runtime;
-static TavrolineHandle overheated; /* one handle stands for one alarm */
+static TavrolineHandle overheated; /* one handle for one alarm */
 static int temperature = 20;
 static bool burns = false;
 static bool cooling = false;
 
-/* Nothing to put in the place of anything; a null pointer instead would be written to the runtime log. */
+/* No arguments. A null pointer instead would be reported in the runtime log. */
 static const stDescriptionArgumentType noArgument;
 static const stDescriptionUrlArgumentType noUrlArgument;
 static const __ARRAY__DIM__INFO none = {0, -1};
 
-/* What is described in the list as "module: object state". */
+/* The list shows it as "module: object state". */
 static stDataType description(const char* object, const char* state) {
   stDataType data = {0};
   snprintf(data.sModuleName, sizeof data.sModuleName, "%s", MODULE);
@@ -58,7 +58,7 @@ static void logBurner(void) {
   logEvent(&event);
 }
 
-/* Called in every cycle with the state as it is: only its changes become entries. */
+/* Called in every cycle with the present state: only its changes become entries. */
 static void reportOverheating(void) {
   const stDataType data = description("water", "too hot");
   logalarm_struct alarm = {.hWriteHandle = overheated,
@@ -95,7 +95,7 @@ static void cycle(void* state) {
   }
 }
 
-/* What is open has to be closed: an alarm that is still on is cleared by that. */
+/* Every handle must be closed; that also clears an alarm that is still on. */
 static void stop(void* state) {
   (void)state;
   closealarmlistwritehandle_struct close = {.hWriteHandle = overheated};

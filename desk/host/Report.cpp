@@ -49,9 +49,10 @@ void Report::printCounters(const std::string& record) {
               "SUPERSEDED", "DROPPED", "REFUSED");
   std::printf("%-8s  %9" PRIu64 "  %9" PRIu64 "  %9" PRIu64 "  %10" PRIu64 "  %9" PRIu64 "  %9" PRIu64 "\n",
               "messages", n[0], n[1], n[2], n[3], n[4], n[9]);
-  std::printf("causes    dropped: unsendable %" PRIu64 ", rejected %" PRIu64 ", unanswered %" PRIu64
-              ", unload %" PRIu64 "; refused: queue full %" PRIu64 ", out of memory %" PRIu64 "\n",
-              n[5], n[6], n[7], n[8], n[10], n[11]);
+  std::printf("dropped   unsendable %" PRIu64 ", rejected %" PRIu64 ", unanswered %" PRIu64
+              ", unload %" PRIu64 "\n",
+              n[5], n[6], n[7], n[8]);
+  std::printf("refused   queue full %" PRIu64 ", out of memory %" PRIu64 "\n", n[10], n[11]);
   if (n[0] != n[1] + n[2] + n[3] + n[4]) {
     std::puts("These books do not balance.");
   }

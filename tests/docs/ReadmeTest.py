@@ -6,7 +6,7 @@ import os, pathlib, re, subprocess, sys, tempfile
 
 # What differs from run to run, and the widths of columns with it.
 BLANKS = [(r"\d{4}-\d\d-\d\d[T ]\d\d:\d\d:\d\d[.\d]*(Z|[+-]\d\d:\d\d)?", "TIME"), (r"\b\d\d:\d\d:\d\d\b", "TIME"),
-          (r"\{?[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}\}?", "ID"), (r"0x[0-9a-f]+", "ADDRESS"),
+          (r"\{[0-9a-f]{8}\b", "ID"), (r"0x[0-9a-f]+", "ADDRESS"),
           (r"\d+ us\b", "N"), (r"(_ext +\d+) +\d+ +\d+$", r"\1 N"), (r"unix:path=\S+", "PATH"), (r"owned by :\S+", "owned"),
           (r", (not )?synchronised.*", ""), (r"\s+", " ")]
 
