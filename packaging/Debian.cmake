@@ -15,7 +15,7 @@ set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(this "= ${PROJECT_VERSION}-1")
 
-# debian_package(component name [depends]): the package of a component; its description stands below.
+# debian_package(component name [depends]): the package of a component; its description follows each call.
 function(debian_package component name)
   string(TOUPPER ${component} upper)
   set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${name} PARENT_SCOPE)
@@ -40,7 +40,7 @@ if(TARGET tavroline-host)
   debian_package(host tavroline-host "tavroline (${this})")
   set(CPACK_COMPONENT_HOST_DESCRIPTION "event and alarm lists for PLC programs - minimal runtime
 Loads the component and runs PLC programs on a desk, with a pump station as an
-example of one.")
+example.")
   list(APPEND CPACK_COMPONENTS_ALL host)
 endif()
 if(TARGET tavroline-listd)
@@ -48,14 +48,14 @@ if(TARGET tavroline-listd)
   set(CPACK_DEBIAN_DESK_PACKAGE_RECOMMENDS "default-dbus-system-bus | dbus-system-bus")
   set(CPACK_DEBIAN_DESK_PACKAGE_CONTROL_EXTRA
     ${CMAKE_CURRENT_SOURCE_DIR}/debian/postinst ${CMAKE_CURRENT_SOURCE_DIR}/debian/postrm)
-  set(CPACK_COMPONENT_DESK_DESCRIPTION "event and alarm lists for PLC programs - desk-top device
-The list services with their tool and a demonstration: what a controller
-supplies, on a desk.")
+  set(CPACK_COMPONENT_DESK_DESCRIPTION "event and alarm lists for PLC programs - list services
+Stand in for the list services of a controller on a desk, with a tool to look
+at the lists and a demonstration.")
   list(APPEND CPACK_COMPONENTS_ALL desk)
 endif()
 
 if(CMAKE_CROSSCOMPILING)
-  # The tool that finds out dependencies looks at this machine's packages alone: the target's are named here.
+  # The tool that finds dependencies knows the packages of the build machine only; the target's are named here.
   set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armhf)
   set(runtime "libc6 (>= 2.36), libgcc-s1, libstdc++6 (>= 12)")
   string(APPEND CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "${runtime}, libqt5core5a (>= 5.15.2), libsystemd0 (>= 252)")
@@ -64,7 +64,7 @@ else()
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 endif()
 
-# The date of the newest version stands in the changelog, and nowhere else.
+# The newest version's date is read from CHANGELOG.md, its only place.
 file(STRINGS ${PROJECT_SOURCE_DIR}/CHANGELOG.md heading REGEX "^## " LIMIT_COUNT 1)
 if(NOT heading MATCHES "^## ${PROJECT_VERSION} \\(([0-9-]+)\\)$")
   message(FATAL_ERROR "CHANGELOG.md begins with \"${heading}\" and not with version ${PROJECT_VERSION} and its date")
