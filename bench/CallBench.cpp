@@ -85,7 +85,7 @@ void sameLevel(benchmark::State& state) {
   openalarmlistwritehandle_struct opened{};
   openalarmlistwritehandle_ext(&opened);
   entry.alarm.hWriteHandle = opened.hWriteHandle;
-  entry.alarm.iState = 1;
+  entry.alarm.iState = TAVROLINE_ON;
   for ([[maybe_unused]] auto _ : state) {
     logalarm_ext(&entry.alarm);
   }

@@ -146,7 +146,7 @@ LogFixture::LogFixture(bool withArguments) {
   put(m_arguments[1].wsArgument, "6.50 bar");
   put(m_urlArgument.wsPlaceholder, "pump");
 
-  event.iEventType = 3;
+  event.iEventType = TAVROLINE_EVENT;
   event.psIconType = "valve";
   event.psModuleName = "WaterPumps";
   event.pstData = &m_data;
@@ -160,7 +160,7 @@ LogFixture::LogFixture(bool withArguments) {
 
   // logalarm_struct is a handle followed by the members of logevent_struct.
   std::memcpy(&alarm.iEventType, &event, sizeof event);
-  alarm.iEventType = 0;
+  alarm.iEventType = TAVROLINE_ALARM;
 }
 
 PlainSender::PlainSender(const char* receiver) : m_receiver(receiver) {

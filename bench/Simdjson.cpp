@@ -66,7 +66,7 @@ int simdjsonToStructures(const QByteArray& json, stEventlistEntryType* entries, 
     target.dtTimestamp = static_cast<RTS_IEC_DATE_AND_TIME>(seconds - offsets.at(seconds).value_or(0));
     copyText(entry["ModuleName"], target.sModuleName);
     copyText(entry["Description"], target.wsDescription);
-    if (target.iEventType == 2 && hasKeyword(entry["Keywords"])) {
+    if (target.iEventType == TAVROLINE_FAULT && hasKeyword(entry["Keywords"])) {
       ++count;
     }
   }

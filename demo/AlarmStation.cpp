@@ -21,9 +21,9 @@ AlarmStation::~AlarmStation() {
 }
 
 void AlarmStation::cycle(const ProcessModel& process) {
-  report(m_levelHigh, kAlarm, process.levelHigh(), "LevelHigh", process);
+  report(m_levelHigh, TAVROLINE_ALARM, process.levelHigh(), "LevelHigh", process);
   if (m_dryRun != nullptr) {
-    report(m_dryRun, kFault, process.dryRun(), "DryRun", process);
+    report(m_dryRun, TAVROLINE_FAULT, process.dryRun(), "DryRun", process);
   }
 }
 
@@ -53,11 +53,11 @@ void AlarmStation::acknowledgeDetector() {
   m_functions.acknowledgeDetector(&parameters);
 }
 
-void AlarmStation::report(TavrolineHandle handle, EntryType type, bool on, const char* text,
+void AlarmStation::report(TavrolineHandle handle, RTS_IEC_INT type, bool on, const char* text,
                           const ProcessModel& process) {
   const Entry entry(text, process.level(), {"alarm", "automatic"}, u"");
   logalarm_struct parameters{};
-  entry.describe(parameters, type, on ? kOn : kOff, process.time());
+  entry.describe(parameters, type, on ? TAVROLINE_ON : TAVROLINE_OFF, process.time());
   parameters.hWriteHandle = handle;
   parameters.psIconType = "";
   m_functions.logAlarm(&parameters);

@@ -30,7 +30,8 @@ class AlarmStation {
   void acknowledgeDetector();
 
  private:
-  void report(TavrolineHandle handle, EntryType type, bool on, const char* text, const ProcessModel& process);
+  void report(TavrolineHandle handle, RTS_IEC_INT type, bool on, const char* text,
+              const ProcessModel& process);
   void close(TavrolineHandle& handle);
 
   const Functions& m_functions;

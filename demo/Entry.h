@@ -6,12 +6,6 @@
 #include "IecText.h"
 #include "tavroline/description.h"
 
-/** Event types as the lists number them. */
-enum EntryType : RTS_IEC_INT { kAlarm = 0, kAuditTrail = 1, kFault = 2, kEvent = 3 };
-
-/** States of an entry. */
-enum EntryState : RTS_IEC_INT { kNeutral = 0, kOn = 1, kOff = 2 };
-
 /** The module name in every entry of this station. */
 constexpr char kModule[] = "Basin";
 
@@ -28,9 +22,9 @@ class Entry {
    */
   Entry(std::string_view text, int value, std::array<std::string_view, 2> keywords, std::u16string_view user);
 
-  /** Point a logevent_struct or logalarm_struct at this entry. */
+  /** Point a logevent_struct or logalarm_struct at this entry. @param type, state TAVROLINE_… constants */
   template <typename Structure>
-  void describe(Structure& parameters, EntryType type, EntryState state, std::uint32_t time) const {
+  void describe(Structure& parameters, RTS_IEC_INT type, RTS_IEC_INT state, std::uint32_t time) const {
     parameters.iEventType = type;
     parameters.iState = state;
     parameters.psModuleName = kModule;

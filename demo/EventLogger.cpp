@@ -29,20 +29,20 @@ void EventLogger::logPump(const ProcessModel& process) {
   const std::u16string_view user = byHand ? kOperator : u"";
   const Entry entry(started ? "PumpStarted" : "PumpStopped", process.level(),
                     {"pump", byHand ? "hand" : "automatic"}, user);
-  log(started ? kOn : kOff, started ? "pump-runs" : "pump-stands", entry,
-      {kEvent, process.time(), english(started ? "Pump started" : "Pump stopped", process.level()),
+  log(started ? TAVROLINE_ON : TAVROLINE_OFF, started ? "pump-runs" : "pump-stands", entry,
+      {TAVROLINE_EVENT, process.time(), english(started ? "Pump started" : "Pump stopped", process.level()),
        IecText::narrow(IecText::wide(user).data()), byHand});
 }
 
 void EventLogger::logSetpoint(const ProcessModel& process) {
   const Entry entry("SetpointChanged", process.setpoint(), {"setpoint", ""}, kOperator);
   // An empty icon: the entry gets the default icon of an audit trail.
-  log(kNeutral, "", entry,
-      {kAuditTrail, process.time(), english("Setpoint changed", process.setpoint()),
+  log(TAVROLINE_NEUTRAL, "", entry,
+      {TAVROLINE_AUDIT_TRAIL, process.time(), english("Setpoint changed", process.setpoint()),
        IecText::narrow(IecText::wide(kOperator).data()), true});
 }
 
-void EventLogger::log(EntryState state, const char* icon, const Entry& entry, Logged logged) {
+void EventLogger::log(RTS_IEC_INT state, const char* icon, const Entry& entry, Logged logged) {
   logevent_struct parameters{};
   entry.describe(parameters, logged.type, state, logged.time);
   parameters.psIconType = icon;

@@ -15,7 +15,7 @@
 class EventLogger {
  public:
   struct Logged {
-    EntryType type;
+    RTS_IEC_INT type;
     std::uint32_t time;
     std::string text;  ///< in English
     std::string user;
@@ -35,7 +35,7 @@ class EventLogger {
  private:
   void logPump(const ProcessModel& process);
   void logSetpoint(const ProcessModel& process);
-  void log(EntryState state, const char* icon, const Entry& entry, Logged logged);
+  void log(RTS_IEC_INT state, const char* icon, const Entry& entry, Logged logged);
 
   const Functions& m_functions;
   bool m_pumpRan;

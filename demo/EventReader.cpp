@@ -54,7 +54,7 @@ std::vector<stEventlistEntryType> EventReader::entries() const {
   return array;
 }
 
-void EventReader::filterType(EntryType type) {
+void EventReader::filterType(RTS_IEC_INT type) {
   addfiltereventtype_struct add{m_handle, type};
   m_functions.addFilterType(&add);
 }

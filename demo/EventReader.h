@@ -23,9 +23,9 @@ class EventReader {
   /** The entries of the loaded list that pass the filters, the newest first. */
   std::vector<stEventlistEntryType> entries() const;
 
-  void filterType(EntryType type);
-  void includeKeyword(const char* keyword) { filterKeyword(0, keyword); }
-  void excludeKeyword(const char* keyword) { filterKeyword(1, keyword); }
+  void filterType(RTS_IEC_INT type);
+  void includeKeyword(const char* keyword) { filterKeyword(TAVROLINE_INCLUDE, keyword); }
+  void excludeKeyword(const char* keyword) { filterKeyword(TAVROLINE_EXCLUDE, keyword); }
   /** Both bounds are inclusive, in UTC seconds. */
   void filterTime(std::uint32_t earliest, std::uint32_t latest);
   void resetFilters();

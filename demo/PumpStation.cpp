@@ -100,7 +100,8 @@ std::vector<PumpStation::Step> PumpStation::lifeOfTheAlarm() {
          }
          const auto open = m_alarmList.entries(true, false);
          Tables::print("Alarm list: active and not acknowledged", open);
-         check(open.size() == 1 && open[0].iEventType == kAlarm, "the alarm list shows the raised alarm");
+         check(open.size() == 1 && open[0].iEventType == TAVROLINE_ALARM,
+               "the alarm list shows the raised alarm");
          if (!open.empty()) {
            m_alarms.acknowledge(open[0]);
          }
@@ -154,7 +155,8 @@ std::vector<PumpStation::Step> PumpStation::lifeOfTheFault() {
          }
          const auto inactive = m_alarmList.entries(false);
          Tables::print("Alarm list: inactive", inactive);
-         check(inactive.size() == 1 && inactive[0].iEventType == kFault && m_alarmList.entries(true).empty(),
+         check(inactive.size() == 1 && inactive[0].iEventType == TAVROLINE_FAULT &&
+                   m_alarmList.entries(true).empty(),
                "the fault is inactive, not acknowledged, and the only entry");
          if (!inactive.empty()) {
            m_alarms.acknowledge(inactive[0]);
@@ -216,14 +218,14 @@ void PumpStation::checkFullList() {
 void PumpStation::checkFilters() {
   const auto& journal = m_logger.journal();
 
-  m_events.filterType(kAuditTrail);
+  m_events.filterType(TAVROLINE_AUDIT_TRAIL);
   const auto audit = m_events.entries();
   Tables::print("Event list, audit trail only", audit);
-  check(
-      audit.size() == 1 + kAcknowledgements &&
-          matches(audit.back(), *std::find_if(journal.begin(), journal.end(),
-                                              [](const auto& logged) { return logged.type == kAuditTrail; })),
-      "the audit trail holds the set-point and the acknowledgements");
+  check(audit.size() == 1 + kAcknowledgements &&
+            matches(audit.back(),
+                    *std::find_if(journal.begin(), journal.end(),
+                                  [](const auto& logged) { return logged.type == TAVROLINE_AUDIT_TRAIL; })),
+        "the audit trail holds the set-point and the acknowledgements");
 
   m_events.resetFilters();
   m_events.includeKeyword("pump");
@@ -231,7 +233,8 @@ void PumpStation::checkFilters() {
   const auto automatic = m_events.entries();
   Tables::print("Event list, keyword pump but not hand", automatic);
   check(sameOrder(automatic,
-                  where(journal, [](const auto& logged) { return logged.type == kEvent && !logged.byHand; })),
+                  where(journal,
+                        [](const auto& logged) { return logged.type == TAVROLINE_EVENT && !logged.byHand; })),
         "the keywords select the automatic starts and stops");
 
   m_events.resetFilters();

@@ -50,8 +50,18 @@ std::string timeText(RTS_IEC_DATE_AND_TIME utc) {
 }
 
 const char* typeText(RTS_IEC_INT type) {
-  constexpr const char* kNames[] = {"alarm", "audit", "fault", "event"};
-  return type >= 0 && type <= 3 ? kNames[type] : "?";
+  switch (type) {
+    case TAVROLINE_ALARM:
+      return "alarm";
+    case TAVROLINE_AUDIT_TRAIL:
+      return "audit";
+    case TAVROLINE_FAULT:
+      return "fault";
+    case TAVROLINE_EVENT:
+      return "event";
+    default:
+      return "?";
+  }
 }
 
 const char* yesNo(bool value) {

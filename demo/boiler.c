@@ -13,8 +13,6 @@
 
 #define MODULE "Boiler"
 
-enum { kAlarm = 0, kEvent = 3 };              /* types of an entry */
-enum { kOn = 1, kOff = 2 };                   /* states of an entry */
 enum { kHot = 90, kTooHot = 80, kWarm = 60 }; /* degrees */
 
 /* The external functions: found by name at the start, never linked. */
@@ -45,8 +43,8 @@ static stDataType description(const char* object, const char* state) {
 
 static void logBurner(void) {
   const stDataType data = description("burner", burns ? "started" : "stopped");
-  logevent_struct event = {.iEventType = kEvent,
-                           .iState = burns ? kOn : kOff,
+  logevent_struct event = {.iEventType = TAVROLINE_EVENT,
+                           .iState = burns ? TAVROLINE_ON : TAVROLINE_OFF,
                            .psModuleName = MODULE,
                            .pstData = &data,
                            .iKeywordSize = sizeof "burner",
@@ -62,8 +60,8 @@ static void logBurner(void) {
 static void reportOverheating(void) {
   const stDataType data = description("water", "too hot");
   logalarm_struct alarm = {.hWriteHandle = overheated,
-                           .iEventType = kAlarm,
-                           .iState = temperature > kTooHot ? kOn : kOff,
+                           .iEventType = TAVROLINE_ALARM,
+                           .iState = temperature > kTooHot ? TAVROLINE_ON : TAVROLINE_OFF,
                            .psModuleName = MODULE,
                            .pstData = &data,
                            .iKeywordSize = sizeof "water",
