@@ -7,13 +7,12 @@
 #include "DBusPendingReply.h"
 
 /**
- * Reading client of the alarm-list service. What EventlistHandlerDBusConnectorRead promises about waiting,
- * exceptions, construction and threads holds here too.
+ * Reading client of the alarm-list service. An implementation keeps the promises about waiting, exceptions,
+ * construction and threads that EventlistHandlerDBusConnectorRead.h states.
  */
 class AlarmlistHandlerDBusConnectorRead {
  public:
-  /** @param deviceBus true attaches to the device's bus; false: requests give null, the flags stay false.
-   * [init] */
+  /** @param deviceBus true, always: attach to the device's bus. [init] */
   explicit AlarmlistHandlerDBusConnectorRead(bool deviceBus) noexcept;
   ~AlarmlistHandlerDBusConnectorRead();
   AlarmlistHandlerDBusConnectorRead(const AlarmlistHandlerDBusConnectorRead&) = delete;
@@ -21,24 +20,28 @@ class AlarmlistHandlerDBusConnectorRead {
 
   /**
    * Start the request for the whole list.
-   * @param language of the descriptions; empty selects the service's default
-   * @return the outstanding reply, null when the request could not be created. [plc-task]
+   * @param language of the descriptions, as the application set it; empty selects the service's default
+   * @return the reply, outstanding or finished already; null when the request could not be created.
+   * [plc-task]
    */
   DBusPendingReply::SharedPointer getCompleteAlarmlist(const QString& language);
 
   /**
-   * Start the query for one alarm; its reply is a JSON object with the alarm-active and acknowledgment
-   * columns, both false for an identifier that the list does not hold.
+   * Start the query for the state of one alarm. Its reply is a JSON object with two boolean members, named by
+   * getListColumnNameAlarmActive() and getListColumnNameAlarmAcknowledgment(); both are false for an alarm
+   * that the list does not hold.
+   * @param alarmId identifier that logEvent() was given
    * @return as getCompleteAlarmlist(). [plc-task]
    */
   DBusPendingReply::SharedPointer getAlarmState(const QString& alarmId);
 
-  /** True once after each change of the list that the service has reported to this object. [hook] */
+  /** @return true if the service has reported a change of the list since the last call on this object. [hook]
+   */
   bool changedFlagAlarmlist();
 
   /**
-   * Each of these returns true once after each change reported to this object and then sets its argument to
-   * the present value; otherwise the argument is left alone. All values start false. [hook]
+   * Each of these returns true if its value differs from the one that this object returned last, and then
+   * sets `value` to the present one; otherwise `value` is left alone. An object starts with false. [hook]
    */
   bool changedFlagAlarmInAlarmlist(bool& value);
   bool changedFlagActiveAlarmInAlarmlist(bool& value);

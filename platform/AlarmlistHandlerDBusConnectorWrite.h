@@ -3,17 +3,20 @@
 #include <QString>
 #include <QStringList>
 
-/** Writing client of the alarm-list service. Objects share nothing; each may live for a single call. */
+/**
+ * Writing client of the alarm-list service. An object lives for one call; several objects may be used at the
+ * same time on different threads. No operation waits for the bus, and what an object was given is sent also
+ * after its destruction.
+ */
 class AlarmlistHandlerDBusConnectorWrite {
  public:
-  /** @param deviceBus true attaches to the device's bus, false refuses every request. [plc-task] */
+  /** @param deviceBus true, always: attach to the device's bus. [plc-task] */
   explicit AlarmlistHandlerDBusConnectorWrite(bool deviceBus) noexcept : m_deviceBus(deviceBus) {}
 
   /**
    * Hand over the visual acknowledgement of some alarms, an empty list included.
-   * @param alarmIds identifiers as the alarm list shows them; unknown ones are ignored by the service
-   * @return true when it was accepted for sending, false when it was refused (and counted as lost).
-   * [plc-task]
+   * @param alarmIds identifiers as the alarm list shows them; any of them may be unknown to the service
+   * @return whether it was accepted for sending; the component does not use it. [plc-task]
    */
   bool acknowledgeVisualAlarm(const QStringList& alarmIds, const QString& user);
 

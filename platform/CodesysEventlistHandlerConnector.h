@@ -7,19 +7,24 @@
 
 #include "EventlistHandlerEnums.h"
 
-/** Sends entries of PLC applications to the event-list service. Objects share nothing and may overlap. */
+/**
+ * Sends entries of PLC applications to the event-list service. Several objects may be used at the same time
+ * on different threads. No operation waits for the bus, and what an object was given is sent also after its
+ * destruction.
+ */
 class CodesysEventlistHandlerConnector {
  public:
   /** @param objectName the object under which the entries are written. [plc-task] */
   explicit CodesysEventlistHandlerConnector(const QString& objectName) : m_objectName(objectName) {}
 
   /**
-   * Hand over one entry. Entries arrive in the order in which they were handed over, each at most once.
-   * @param dateTime null: the time of this call
-   * @param description keys of EventsDBusDefinitions
+   * Hand over one entry. Entries reach the service in the order in which they were handed over, each once at
+   * most.
+   * @param type, state any 16-bit value may come
+   * @param dateTime UTC; null when the application gave no time
+   * @param description by the keys of EventsDBusDefinitions
    * @param alarmId empty for an event; otherwise the identifier of the alarm or fault that turns on or off
-   * @return true when it was accepted for sending, false when it was refused (and counted as lost).
-   * [plc-task]
+   * @return whether it was accepted for sending; the component does not use it. [plc-task]
    */
   bool logEvent(EventlistHandlerEnums::EventType type, EventlistHandlerEnums::State state,
                 const QString& iconType, const QString& moduleName, const QDateTime& dateTime,

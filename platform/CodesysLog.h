@@ -6,10 +6,11 @@
 #include <cstdint>
 
 /**
- * One record of the runtime log: constructed with its origin, filled by streaming, written on destruction.
+ * One record of the runtime log: constructed with its origin, filled by streaming, written by the destructor.
  *
- * Items that are streamed one after another are separated by one blank in the record. The record reaches the
- * runtime through pfLogAdd; its text is never used as a format. Meant as a temporary. [any-thread]
+ * The streamed items stand in the record one after another, separated by one blank. The destructor passes the
+ * record to pfLogAdd, which is null until the runtime's import call; the text is never used as a format,
+ * because it holds texts of the PLC application and of the bus. The destructor throws nothing. [any-thread]
  */
 class CodesysLog {
  public:

@@ -32,17 +32,18 @@ typedef struct {
 /** Result of a runtime function: 0 is success. */
 typedef uint32_t RTS_RESULT;
 
-/** Write one record into the runtime log. `format` and what follows are as for printf. [any-thread] */
+/** Write one record into the runtime log. `format` and the arguments after it are as for printf. [any-thread]
+ */
 typedef RTS_RESULT (*LogAddFunction)(void* logger, uint32_t componentId, int32_t logClass, int32_t errorId,
                                      int32_t infoId, const char* format, ...);
 /** Copy `size` bytes. [any-thread] */
 typedef void* (*CMUtlMemCpyFunction)(void* target, const void* source, size_t size);
 /** Copy a C string into `capacity` bytes, terminated; non-zero if it had to be cut. [any-thread] */
 typedef RTS_RESULT (*CMUtlSafeStrCpyFunction)(char* target, size_t capacity, const char* source);
-/** Open a file; `accessMode` 0 reads, 1 writes anew, 2 appends. Null on failure, with the cause in `result`.
- */
+/** Open a file; `accessMode` 0 reads, 1 truncates and writes, 2 appends. Null on failure, with the cause in
+ * `result`. */
 typedef void* (*SysFileOpenFunction)(const char* path, int32_t accessMode, RTS_RESULT* result);
-/** Read or write up to `size` bytes; the number of bytes moved is returned. */
+/** Read or write up to `size` bytes. @return the number of bytes read or written. */
 typedef size_t (*SysFileReadFunction)(void* file, void* buffer, size_t size, RTS_RESULT* result);
 typedef size_t (*SysFileWriteFunction)(void* file, const void* buffer, size_t size, RTS_RESULT* result);
 typedef RTS_RESULT (*SysFileCloseFunction)(void* file);

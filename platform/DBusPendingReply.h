@@ -6,10 +6,12 @@
 #include "ErrorContainer.h"
 
 /**
- * The reply to one asynchronous request, to be asked until it is there.
+ * The reply to one asynchronous request. The component asks isFinished() once per cycle until the result is
+ * not 2.
  *
- * An implementation keeps its own deadline, so that every reply finishes or fails at last. Asking never waits
- * for the bus. One reply belongs to one caller at a time, on any thread; releasing it abandons the request.
+ * An implementation keeps its own deadline, so that every reply arrives or fails. No operation waits for the
+ * bus. The component never makes two calls on one reply at the same time, but its calls may come from another
+ * thread than the request did. Releasing the last pointer abandons the request.
  */
 class DBusPendingReply {
  public:
@@ -22,15 +24,18 @@ class DBusPendingReply {
   DBusPendingReply& operator=(const DBusPendingReply&) = delete;
 
   /**
-   * @param error set to the cause when the call failed, otherwise left alone
-   * @return 0 the reply has arrived, 2 it is outstanding, 1 the call failed. [any-thread]
+   * @param error set to the cause when the request failed, otherwise left alone
+   * @return 0 the reply has arrived, 2 it is outstanding, 1 the request failed. [any-thread]
    */
   int isFinished(ErrorContainer& error);
 
   /**
-   * The reply's bytes (a JSON document) once isFinished() returned 0, otherwise an invalid variant. The
-   * caller parses them on its own stack, so an implementation fails a reply that is nested deeper than 32
-   * levels. [any-thread]
+   * The component parses the bytes on the stack of a PLC task; bytes that are no JSON give an empty list. An
+   * implementation may fail a reply instead that is nested deeper than 32 levels or in which an object names
+   * a member twice: the first costs stack, the second costs memory that Qt 5.15 never frees. The load or the
+   * query then ends with 2.
+   * @return the reply's bytes (a JSON document) once isFinished() has returned 0, otherwise an invalid
+   * variant. [any-thread]
    */
   QVariant getReply();
 

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-/** An error code with its text; filled by the device's client classes. A plain value. [any-thread] */
+/** An error code with its text, set by DBusPendingReply::isFinished(). A plain value. [any-thread] */
 class ErrorContainer {
  public:
   ErrorContainer(int code, const QString& message) : m_code(code), m_message(message) {}

@@ -11,14 +11,14 @@
 /**
  * Reading client of the event-list service.
  *
- * Constructing, using and destroying one never waits for the bus and never throws for want of a bus or a
- * service. A constructor may run while the library is being loaded: it starts no thread and opens no
- * connection. Calls on one object must not overlap; different objects may be used on different threads.
+ * The component constructs its objects while the library is loaded and destroys them while it is unloaded.
+ * The constructor therefore starts no thread, opens no connection and throws nothing. No operation waits for
+ * the bus, and a missing bus or service is no exception. The component never makes two calls on one object at
+ * the same time; different objects may be used at the same time on different threads.
  */
 class EventlistHandlerDBusConnectorRead {
  public:
-  /** @param deviceBus true attaches to the device's bus; false: requests give null, the flag stays false.
-   * [init] */
+  /** @param deviceBus true, always: attach to the device's bus. [init] */
   explicit EventlistHandlerDBusConnectorRead(bool deviceBus) noexcept;
   ~EventlistHandlerDBusConnectorRead();
   EventlistHandlerDBusConnectorRead(const EventlistHandlerDBusConnectorRead&) = delete;
@@ -26,15 +26,16 @@ class EventlistHandlerDBusConnectorRead {
 
   /**
    * Start the request for the whole list.
-   * @param language of the descriptions, for example "de"; empty selects the service's default
-   * @return the outstanding reply, null when the request could not be created. [plc-task]
+   * @param language of the descriptions, as the application set it; empty selects the service's default
+   * @return the reply, outstanding or finished already; null when the request could not be created.
+   * [plc-task]
    */
   DBusPendingReply::SharedPointer getCompleteEventlist(const QString& language);
 
   /**
-   * Start the request for a part of the list. This service selects by count alone: `criteria…`, the time
-   * range and `keywords` must be empty or null, otherwise the reply fails at once with a text that says so.
-   * @param count the number of newest entries wanted, 1 or more
+   * Start the request for a part of the list. The component filters for itself and passes the language and
+   * the count alone: the lists are empty, the times null.
+   * @param count number of entries wanted, 1 to 65,535; the service decides which
    * @return as getCompleteEventlist(). [plc-task]
    */
   DBusPendingReply::SharedPointer getPartOfEventlist(const QString& language, const QStringList& criteriaA,
@@ -44,7 +45,8 @@ class EventlistHandlerDBusConnectorRead {
                                                      const QDateTime& latest, const QStringList& keywords,
                                                      int count);
 
-  /** True once after each change of the list that the service has reported to this object. [hook] */
+  /** @return true if the service has reported a change of the list since the last call on this object. [hook]
+   */
   bool changedFlagEventlist();
 
  private:

@@ -1,16 +1,19 @@
 #pragma once
 
-/** Writing client of the event-list service. Objects share nothing; each may live for a single call. */
+/**
+ * Writing client of the event-list service. An object lives for one call; several objects may be used at the
+ * same time on different threads. No operation waits for the bus, and what an object was given is sent also
+ * after its destruction.
+ */
 class EventlistHandlerDBusConnectorWrite {
  public:
-  /** @param deviceBus true attaches to the device's bus, false refuses every request. [plc-task] */
+  /** @param deviceBus true, always: attach to the device's bus. [plc-task] */
   explicit EventlistHandlerDBusConnectorWrite(bool deviceBus) noexcept : m_deviceBus(deviceBus) {}
 
   /**
-   * Hand over the request to delete the whole event list; it keeps its place behind what was handed over
-   * before.
-   * @return true when it was accepted for sending, false when it was refused (and counted as lost).
-   * [plc-task]
+   * Hand over the request to delete the whole event list. It takes effect after everything that was handed
+   * over before it.
+   * @return whether it was accepted for sending; the component does not use it. [plc-task]
    */
   bool deleteEventlist();
 

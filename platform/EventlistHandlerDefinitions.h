@@ -5,14 +5,14 @@
 /**
  * Keys of the lists that the services deliver, and the names of the default icons.
  *
- * Every getter returns the same constant text at every call, allocates nothing and may be called from any
- * thread, also while static objects are constructed or destroyed. [any-thread]
+ * Every getter returns the same text at every call and may be called while static objects are constructed or
+ * destroyed. [any-thread]
  */
 struct EventlistHandlerDefinitions {
   /** Key of the entry array in the top-level object of a list reply. */
   static QString getListDataName();
 
-  // Members of one list entry. Event list: all but the three alarm columns; alarm list: all but id and user.
+  // Members of one list entry. The event list has all but the last three, the alarm list all but id and user.
   static QString getListColumnNameEventlistId();          ///< integer
   static QString getListColumnNameEventType();            ///< integer, EventlistHandlerEnums::EventType
   static QString getListColumnNameIconType();             ///< text

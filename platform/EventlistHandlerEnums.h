@@ -1,6 +1,7 @@
 #pragma once
 
-/** Event types and states as the list services number them. Any 16-bit value may travel in either type. */
+/** Event types and states as the list services number them. The component stores any 16-bit value of an
+ * application in either type, so they need an underlying type of at least 16 bits. */
 struct EventlistHandlerEnums {
   enum EventType : int {
     EventTypeAlarm = 0,

@@ -5,11 +5,11 @@
 /**
  * Keys of the description map that travels with an event, and the sources of its text.
  *
- * Every getter returns the same constant text at every call, allocates nothing and may be called from any
- * thread, also while static objects are constructed or destroyed. [any-thread]
+ * Every getter returns the same text at every call and may be called while static objects are constructed or
+ * destroyed. [any-thread]
  */
 struct EventsDBusDefinitions {
-  /** Where the service takes the text from: 0 the names in the map as they stand, 1 its own text table. */
+  /** The two sources of an entry's text. The component passes the number on; its meaning is the service's. */
   enum TextSource : int { TextSourceGiven = 0, TextSourceTable = 1 };
 
   static QString getEventDBusKeyTextSource();

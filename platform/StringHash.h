@@ -4,6 +4,6 @@
 
 #include <cstdint>
 
-/** The device's 32-bit hash of a name: the same for the same text on every machine and in every run.
- * [any-thread] */
+/** The device's 32-bit hash of a name, the same on every machine and in every run. The component's identifier
+ * is made of it. [any-thread] */
 std::uint32_t hashFromString(const QString& text);
