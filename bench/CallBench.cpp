@@ -96,7 +96,7 @@ void sameLevel(benchmark::State& state) {
 void conversions(benchmark::State& state) {
   LogFixture entry(false);
   for ([[maybe_unused]] auto _ : state) {
-    benchmark::DoNotOptimize(convertLogEntry(entry.alarm));
+    benchmark::DoNotOptimize(Tavroline::convertLogEntry(entry.alarm));
   }
 }
 
