@@ -2,12 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <map>
 #include <optional>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -25,25 +25,28 @@ inline bool fileHolds(const std::string& path, const std::string& text) {
   return contentOf(path).find(text) != std::string::npos;
 }
 
-/** Every record of the client's books balances, and nothing is pending in the last. @return accepted by that
- */
+/** Expects that the counters of each "Books:" record balance and that the last one has no pending message.
+ * @return the accepted messages of the last record */
 inline unsigned long expectBalance(const std::string& records) {
-  std::array<unsigned long, 12> n{};
-  for (auto at = records.find("Books: "); at != std::string::npos; at = records.find("Books: ", at + 1)) {
-    const int read = std::sscanf(
-        &records[at],
-        "Books: accepted %lu, delivered %lu, pending %lu, superseded %lu, dropped %lu (unsendable %lu,"
-        " rejected %lu, unanswered %lu, unload %lu), refused %lu (queue full %lu, out of memory %lu)",
-        &n[0], &n[1], &n[2], &n[3], &n[4], &n[5], &n[6], &n[7], &n[8], &n[9], &n[10], &n[11]);
-    EXPECT_TRUE(read == 12 && n[0] == n[1] + n[2] + n[3] + n[4] && n[4] == n[5] + n[6] + n[7] + n[8] &&
-                n[9] == n[10] + n[11])
-        << records.substr(at, 300);
+  static const std::regex record("Books: .*"), counter("([a-z][a-z ]*) ([0-9]+)");
+  std::map<std::string, unsigned long> n;
+  const std::sregex_iterator end;
+  for (std::sregex_iterator line(records.begin(), records.end(), record); line != end; ++line) {
+    const std::string text = line->str();
+    n.clear();
+    for (std::sregex_iterator match(text.begin(), text.end(), counter); match != end; ++match) {
+      n[match->str(1)] = std::stoul(match->str(2));
+    }
+    EXPECT_EQ(n.size(), 12U) << text;
+    EXPECT_EQ(n["accepted"], n["delivered"] + n["pending"] + n["superseded"] + n["dropped"]) << text;
+    EXPECT_EQ(n["dropped"], n["unsendable"] + n["rejected"] + n["unanswered"] + n["unload"]) << text;
+    EXPECT_EQ(n["refused"], n["queue full"] + n["out of memory"]) << text;
   }
-  EXPECT_EQ(n[2], 0U) << "pending after unload";
-  return n[0];
+  EXPECT_EQ(n["pending"], 0U) << "after unload";
+  return n["accepted"];
 }
 
-/** A private bus and the real list service on it, once it is started. */
+/** A private bus and, from startService() on, the real list service. */
 class BusTest : public testing::Test {
  protected:
   ~BusTest() override {
@@ -56,7 +59,7 @@ class BusTest : public testing::Test {
   /** The path of a file of this test. */
   std::string file(const std::string& name) const { return bus.folder() + "/" + name; }
 
-  /** Start the service; one that runs is killed first. */
+  /** Starts the service; one that runs is killed first. */
   void startService(const Strings& arguments = {}) {
     service.reset();
     ASSERT_TRUE(bus.waitForName(Tavroline::ListServiceNames::kService, false));
@@ -65,6 +68,6 @@ class BusTest : public testing::Test {
   }
 
   PrivateBus bus;
-  const std::string log = file("runtime.log");  ///< for the records of a runtime, shown when the test fails
+  const std::string log = file("runtime.log");  ///< for a runtime's records; printed if the test fails
   std::optional<ChildProcess> service;
 };

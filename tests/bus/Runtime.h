@@ -8,10 +8,7 @@
 #include "PeriodicThread.h"
 #include "tavroline/tavroline.h"
 
-constexpr RTS_IEC_INT kAlarm = 0, kFault = 2, kEvent = 3;
-constexpr RTS_IEC_INT kOn = 1, kOff = 2;
-
-/** A runtime in this process: the library, its functions by their registered names, its hook in a thread. */
+/** A runtime in this process: loads the library, finds functions by name and calls the hook in a thread. */
 class Runtime {
  public:
   static constexpr char kEventReader[] = "eventlistread";
@@ -26,7 +23,7 @@ class Runtime {
     }
   }
 
-  /** Call the function of that name, without its "_ext". */
+  /** Calls the function of that name, given without "_ext". */
   template <typename Structure>
   void call(const std::string& name, Structure& parameters) const {
     const ExternalFunction function = m_component.find(name + "_ext");
@@ -35,21 +32,24 @@ class Runtime {
     }
     reinterpret_cast<void (*)(Structure*)>(function)(&parameters);
   }
-  /** Call it in cycles until it is no longer busy. @return its result */
+  /** Calls it until it is no longer busy. @return its result */
   template <typename Structure>
   RTS_IEC_INT finish(const std::string& name, Structure parameters) const {
-    eventually([&] { return call(name, parameters), parameters.iResult != TAVROLINE_BUSY; });
+    eventually([&] {
+      call(name, parameters);
+      return parameters.iResult != TAVROLINE_BUSY;
+    });
     return parameters.iResult;
   }
 
-  /** @param kind one of the three above; the handle stands in the same place of all their structures */
+  /** @param kind one of the three above; the handle is the first field of all their structures */
   TavrolineHandle open(const std::string& kind) {
     openalarmlistwritehandle_struct parameters{};
     call("open" + kind + "handle", parameters);
     m_open[parameters.hWriteHandle] = kind;
     return parameters.hWriteHandle;
   }
-  /** Close a handle of any kind; what is still open at the end is closed then. */
+  /** Closes a handle of any kind. The destructor closes those that are still open. */
   void close(TavrolineHandle handle) {
     closealarmlistwritehandle_struct parameters{handle};
     call("close" + m_open.at(handle) + "handle", parameters);
@@ -58,7 +58,7 @@ class Runtime {
 
   void logEvent(const std::string& object, RTS_IEC_INT textSource = 0,
                 logevent_struct parameters = {}) const {
-    parameters.iEventType = kEvent;
+    parameters.iEventType = TAVROLINE_EVENT;
     log("logevent", parameters, object, textSource);
   }
   void logAlarm(TavrolineHandle handle, RTS_IEC_INT type, RTS_IEC_INT state) const {
@@ -69,7 +69,7 @@ class Runtime {
     log("logalarm", parameters, "Valve", 0);
   }
 
-  /** Load to the end: 0 or 2. `count` 0 is the complete list. */
+  /** Loads the newest `count` entries, all with 0. @return 0 or 2 */
   RTS_IEC_INT load(TavrolineHandle handle, RTS_IEC_UINT count = 0) const {
     return finish("loadpartofeventlist", loadpartofeventlist_struct{handle, count, TAVROLINE_BUSY});
   }
@@ -82,7 +82,7 @@ class Runtime {
     return array;
   }
 
-  /** A flag that a function writes into the byte behind the handle. */
+  /** Calls a function whose structure is a handle and a BOOL. */
   bool flag(const std::string& name, TavrolineHandle handle) const {
     haslistchanged_struct parameters{handle, 0};
     call(name, parameters);
@@ -90,7 +90,7 @@ class Runtime {
   }
 
  private:
-  /** Complete the parameters and call; one keyword, no arguments. */
+  /** Calls with one keyword and no arguments. */
   template <typename Structure>
   void log(const std::string& name, Structure& parameters, const std::string& object,
            RTS_IEC_INT textSource) const {

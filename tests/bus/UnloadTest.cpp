@@ -10,11 +10,11 @@
 
 namespace {
 
-/** What is counted at the end must be there at the start. */
-class Unload : public BusTest {
+/** Starts what would otherwise be missing in the first count of memory and threads. */
+class UnloadTest : public BusTest {
  protected:
-  Unload() {
-    // Qt loses memory of its own whenever it is unloaded: a program that counts memory keeps it.
+  UnloadTest() {
+    // Each unloading of Qt leaks: a program that counts memory keeps Qt.
     dlopen("libQt5Core.so.5", RTLD_NOW | RTLD_NODELETE);
     // The thread sanitizer starts a thread of its own with the first one.
     std::thread([] {}).join();
@@ -32,7 +32,7 @@ auto threads() {
 
 }  // namespace
 
-TEST_F(Unload, LeavesNeitherTheLibraryNorItsThreadAndSendsTheOffOfAnOpenHandleOrReportsItLost) {
+TEST_F(UnloadTest, LeavesNoLibraryAndNoThreadAndSendsTheOffOfAnOpenHandleOrReportsItLost) {
   const struct {
     const char* name;
     bool inUse;
@@ -56,19 +56,17 @@ TEST_F(Unload, LeavesNeitherTheLibraryNorItsThreadAndSendsTheOffOfAnOpenHandleOr
     std::optional<Runtime> runtime(std::in_place);
     EXPECT_TRUE(!row.inUse || runtime->load(runtime->open(Runtime::kEventReader)) == TAVROLINE_DONE);
     row.disturb();
-    // both roads and the hook, without waiting for an answer
+    // both lists and the hook, without waiting for an answer
     runtime->logEvent("Valve");
     loadcompleteeventlist_struct load{runtime->open(Runtime::kEventReader), TAVROLINE_ERROR};
     runtime->call("loadcompleteeventlist", load);
     EXPECT_NE(load.iResult, TAVROLINE_DONE);
     EXPECT_FALSE(runtime->flag("getcentraldetectorstate", runtime->open(Runtime::kAlarmReader)));
-    runtime->logAlarm(runtime->open(Runtime::kAlarmHandler), kFault, kOn);
+    runtime->logAlarm(runtime->open(Runtime::kAlarmHandler), TAVROLINE_FAULT, TAVROLINE_ON);
     EXPECT_TRUE(libraryIsMapped());
     EXPECT_EQ(threads(), before + 2) << "the hook's and the client's own";
 
-    const auto start = std::chrono::steady_clock::now();
-    runtime.reset();
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+    runtime.reset();  // ends by itself, also if nothing is answered
     EXPECT_FALSE(libraryIsMapped());
     // A joined thread may stay listed for a moment.
     EXPECT_TRUE(eventually([&] { return threads() == before; })) << threads() - before;
