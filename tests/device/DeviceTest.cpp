@@ -1,7 +1,7 @@
 #include "Runtime.h"
 #include "RuntimeFunctions.h"
 
-TEST(Device, RecordsListsAndChangesComeThroughTheClientClassesOfAnother) {
+TEST(DeviceTest, RecordsListsAndChangesPassThroughTheClientClassesOfAnotherDevice) {
   const std::string log = testing::TempDir() + "tavroline-device.log";
   RuntimeFunctions::logToFile(log);
   Runtime runtime;
@@ -16,7 +16,7 @@ TEST(Device, RecordsListsAndChangesComeThroughTheClientClassesOfAnother) {
   EXPECT_EQ(runtime.load(reader), TAVROLINE_DONE);
   const std::vector<stEventlistEntryType> entries = runtime.entries(reader);
   ASSERT_EQ(entries.size(), 1u);
-  EXPECT_EQ(entries[0].iEventType, kEvent);
+  EXPECT_EQ(entries[0].iEventType, TAVROLINE_EVENT);
   EXPECT_STREQ(entries[0].sIconType, "getIconNameEvent");
   EXPECT_EQ(entries[0].wsDescription[3], 'e');
 }
