@@ -1,5 +1,5 @@
-// The calls of every cycle: hook, flag queries, an alarm's unchanged level. Real client, with bus and
-// service.
+// The calls of every cycle: hook, flag queries, an alarm's unchanged level. With the desk's client, a bus and
+// the list service.
 
 #include <benchmark/benchmark.h>
 

@@ -1,6 +1,6 @@
-// End to end: how fast entries get into a service's storage, through the library into the list service, and
-// by plain sd-bus into a receiver that stores the same way. Once with each call answered after it was stored,
-// as the library has it, once with none answered. Entries per second.
+// End to end, in entries per second: the library into the list service, beside a plain sd-bus sender into a
+// receiver that stores the same way. The sender measures twice: with a reply to each stored call, as the
+// library receives it, and without replies.
 
 #include <chrono>
 #include <cstdio>
@@ -11,11 +11,11 @@
 
 namespace {
 
-constexpr int kEntries = 8000;  // at a time; the ways take turns, so that a busy machine hits all of them
+constexpr int kEntries = 8000;  // in one turn; the ways take turns, so that a busy machine slows all of them
 constexpr int kTurns = 4;
-constexpr int kWarmUps = 2;  // then both storages are full
+constexpr int kWarmUps = 2;  // turns until both storages are full
 constexpr char kReceiver[] = "org.tavroline.PlainReceiver";
-constexpr int kWindow = 32;  // what may be unanswered, as the library has it
+constexpr int kWindow = 32;  // unanswered calls, as many as the library allows
 
 /** One way into a storage. */
 struct Way {

@@ -1,5 +1,5 @@
-// What a logging call costs its caller, beside a plain sd-bus send of the same content to the same service:
-// in a burst, paced, and with many handles open. Times in nanoseconds.
+// The time of a logging call, beside a plain sd-bus send of the same content to the same service: in a burst,
+// paced, and with many handles open. In nanoseconds.
 
 #include <algorithm>
 #include <cstdio>
@@ -67,7 +67,7 @@ int main() {
   const auto library = [](LogFixture& entry) { return [&entry] { logevent_ext(&entry.event); }; };
   const auto sdbus = [&sender](LogFixture& entry) { return [&] { sender.send(entry.event); }; };
 
-  // The first burst of each makes the heap grow and is not looked at.
+  // The first burst of each makes the heap grow; no row uses it.
   m.measure("warm/library", library(withArguments), kBurst);
   m.measure("warm/sdbus", sdbus(withArguments), kBurst);
   m.measure("burst/sdbus", sdbus(plain), kBurst);

@@ -1,6 +1,6 @@
-// The least service that stores what a Log call carries as the list service does: the same table and
-// settings, the same transactions over the calls that wait together, answered after the commit. The
-// description is kept as JSON text. No sessions, no alarm list, no signals, no checks.
+// A minimal service that stores Log calls as the list service does: the same table and settings, one
+// transaction for all waiting calls, replies after the commit. The description is stored as JSON text. No
+// sessions, no alarm list, no signals, no checks.
 
 #include <poll.h>
 #include <sqlite3.h>
@@ -208,7 +208,7 @@ const sd_bus_vtable kMethods[] = {
 
 }  // namespace
 
-/** NAME FILE: the name to own, the database; ":memory:" keeps nothing. */
+/** Arguments: NAME, the bus name to own; FILE, the database, ":memory:" for none. */
 int main(int argc, char** argv) {
   if (argc != 3) {
     fail("use: PlainReceiver NAME FILE");

@@ -11,7 +11,7 @@ namespace {
 
 struct Reader : ReferenceObject {};
 
-/** A generation or a flag as the bus side publishes it, and what was seen of it last. */
+/** A generation or a flag that the hub publishes, and the value last read. */
 struct Published {
   std::atomic<std::uint64_t> now{0};
   std::uint64_t seen = 0;

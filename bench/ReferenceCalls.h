@@ -9,11 +9,12 @@
 #include "tavroline/tavroline.h"
 
 /**
- * The least that a flag query and the hook can do: nothing of the component is in here. Compiled by itself,
- * so that a call is a call.
+ * @file
+ * Minimal forms of a flag query and of the hook, without the component's code. A separate source file, so
+ * that the compiler cannot inline the calls.
  */
 
-/** An object behind a handle, known by its address and its class. */
+/** An object behind a handle, identified by its address and its class. */
 struct ReferenceObject {
   virtual ~ReferenceObject() = default;
   bool flag = false;

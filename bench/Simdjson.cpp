@@ -21,7 +21,7 @@ void copyText(std::string_view text, RTS_IEC_STRING (&field)[Capacity]) {
   field[size] = 0;
 }
 
-/** ASCII by hand, which is the rule; the rest by way of Qt. */
+/** Most texts are ASCII and are copied here; Qt converts the others. */
 template <std::size_t Capacity>
 void copyText(std::string_view text, RTS_IEC_WSTRING (&field)[Capacity]) {
   if (text.size() < Capacity && std::all_of(text.begin(), text.end(), [](char c) { return c > 0; })) {

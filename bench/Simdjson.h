@@ -5,8 +5,7 @@
 #include "tavroline/eventlist.h"
 
 /**
- * The limit for the list path: the bytes of a reply straight into the caller's array with a parser that
- * builds no tree, filtered like a ListFixture. Takes only what the service sends, in canonical form. No part
- * of the product.
+ * The limit for the list path: a parser that builds no tree copies a reply into the caller's array, with the
+ * filter of ListFixture. Accepts only the service's canonical form. Not part of the product.
  */
 int simdjsonToStructures(const QByteArray& json, stEventlistEntryType* entries, int capacity);

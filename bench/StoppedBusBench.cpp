@@ -1,5 +1,5 @@
-// Logging while the bus stands still for three seconds: what the caller sees, what is kept and what is lost.
-// One call every 100 µs, three times what the queue holds in that time.
+// Logging while the bus is stopped for three seconds: times and system calls of the caller, messages sent and
+// lost. One call every 100 µs, nearly twice as many as the queue holds.
 
 #include <sys/syscall.h>
 
@@ -17,7 +17,7 @@ using namespace Tavroline;
 namespace {
 
 constexpr int kBefore = 1000;
-constexpr std::chrono::seconds kStall{3};
+constexpr std::chrono::seconds kStop{3};
 constexpr std::chrono::microseconds kPace{100};
 constexpr double kSlow = 1.0;  // milliseconds
 
@@ -25,7 +25,7 @@ void print(const char* name, double value) {
   std::printf("{\"name\": \"%s\", \"value\": %.3f}\n", name, value);
 }
 
-/** Resident memory in MiB, its highest so far. */
+/** The highest resident memory so far, in MiB. */
 double peakMemory() {
   std::ifstream status("/proc/self/status");
   for (std::string word; status >> word;) {
@@ -74,7 +74,7 @@ int main() {
   }
   const double memoryBefore = peakMemory();
   desk.bus.pause();
-  const auto end = Clock::now() + kStall;
+  const auto end = Clock::now() + kStop;
   for (auto due = Clock::now(); due < end; due += kPace) {
     std::this_thread::sleep_until(due);
     caller.call(entry.event);

@@ -10,8 +10,8 @@
 #include <csignal>
 #include <system_error>
 
-// While a call is watched, only these instructions reach the kernel: the system call that the handler makes
-// in its place, and the return from the handler. An instruction counts by the address behind it.
+// While a call is watched, only these instructions may enter the kernel: the handler repeats the intercepted
+// system call here and returns from the signal here. The kernel checks the address after the instruction.
 asm(R"(
 watchBegin:
 watchPassOn:
@@ -42,7 +42,7 @@ void* __libc_realloc(void* old, std::size_t size) noexcept;
 
 namespace {
 
-constexpr unsigned long kOwnReturn = 0x04000000;  // SA_RESTORER, which the C library keeps to itself
+constexpr unsigned long kOwnReturn = 0x04000000;  // SA_RESTORER; the C library does not define it
 
 thread_local long t_allocations = 0;
 std::array<long, CallWatch::kNumbers> s_systemCalls{};
@@ -74,7 +74,8 @@ SEEN void* realloc(void* old, std::size_t size) noexcept {
 }
 
 CallWatch::CallWatch() {
-  // The kernel's own form of an action: the C library would put in a return that is not let through.
+  // The kernel's form of a signal action: the C library would set its own return code, which the kernel would
+  // intercept.
   const struct {
     void (*handler)(int, siginfo_t*, void*);
     unsigned long flags;

@@ -4,21 +4,21 @@
 #include <utility>
 
 /**
- * Sees what a call does on this thread: how often it allocates, and each of its system calls by number.
+ * Counts the allocations and, by number, the system calls of a call on this thread.
  *
- * The program that links this has the malloc family and SIGSYS taken. For one thread of it; x86-64 and glibc
- * only, and neither under sanitizers nor under emulation.
+ * It replaces the program's malloc family and its SIGSYS handler. For one thread of the program; x86-64 and
+ * glibc only, and neither under sanitizers nor under emulation.
  */
 class CallWatch {
  public:
   static constexpr std::size_t kNumbers = 512;
 
-  /** Take this thread's system calls. @throws std::system_error where the kernel cannot do it */
+  /** Redirect this thread's system calls. @throws std::system_error if the kernel does not support it */
   CallWatch();
   CallWatch(const CallWatch&) = delete;
   CallWatch& operator=(const CallWatch&) = delete;
 
-  /** Run `call` under watch; what the last one did stays until the next. */
+  /** Run `call` and count; the counts are valid until the next call of watch(). */
   template <typename Call>
   void watch(Call call) {
     begin();
@@ -28,10 +28,10 @@ class CallWatch {
 
   long allocations() const { return m_allocations; }
 
-  /** By system call number, contended locks (futex) and the allocator's growth among them. */
+  /** Counts by system call number, including contended locks (futex) and growth of the heap. */
   const std::array<long, kNumbers>& systemCalls() const { return m_systemCalls; }
 
-  /** Growing and shrinking of the heap: brk and the calls that map memory. */
+  /** Whether the allocator grows and shrinks the heap by this call: brk and the calls that map memory. */
   static bool isAllocators(std::size_t number);
 
  private:
