@@ -71,7 +71,7 @@ template <class Update>
     try {
       update();
     } catch (const NoService&) {
-      std::fputs("tavroline-ctl: the list service is gone; waiting for it\n", stderr);
+      std::fputs("tavroline-ctl: the list service has ended; waiting for it\n", stderr);
     }
   }
 }

@@ -29,7 +29,8 @@ struct Finding {
 QString examineService(ListClient& client) {
   const QString owner = client.owner();
   if (owner.isEmpty()) {
-    throw ClientError("nobody owns " + std::string(Tavroline::ListServiceNames::kService) +
+    throw ClientError("no list service: no connection owns " +
+                      std::string(Tavroline::ListServiceNames::kService) +
                       ": start tavroline-listd on this bus");
   }
   return QStringLiteral("%1 is owned by %2").arg(QLatin1String(Tavroline::ListServiceNames::kService), owner);

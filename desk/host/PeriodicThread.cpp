@@ -43,7 +43,7 @@ bool PeriodicThread::waitUntil(Clock::time_point due) {
 }
 
 void PeriodicThread::run() {
-  // Absolute times, so that what a cycle takes does not add up to a drift.
+  // Absolute times, so that the durations of cycles do not add up to a drift.
   auto due = Clock::now();
   while (waitUntil(due)) {
     const auto start = Clock::now();

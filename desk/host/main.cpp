@@ -58,8 +58,8 @@ void declare(CLI::App& app, Options& options) {
   app.footer(
       "A cycle overruns when it ends after its period, a call when it alone takes longer than that.\n"
       "Ends at SIGINT or SIGTERM, or when a program asks for it; a second signal kills it.\n"
-      "Exit codes: the one a program asked for, otherwise 0; 2 for a wrong option, or when something could\n"
-      "not be loaded or started.");
+      "Exit codes: the one a program asked for, otherwise 0; 2 for a wrong option, or if a file could not\n"
+      "be loaded or started.");
 }
 
 void printRegistered(const ComponentManager& component) {
