@@ -9,30 +9,32 @@
 namespace Tavroline {
 
 /**
- * Room of their own for alarm edges that the common queue has none for, in the order of their numbers.
+ * The overflow for alarm edges: holds them, ordered by sequence number, when the outbox's queue is full.
  *
- * Of each alarm it keeps the first unsent edge and the last one at most; when a third arrives, the edges in
- * between have cancelled out and are superseded. For that to be true, all later edges of an alarm must come
- * here as long as it has one here. Not locked: the outbox does that.
+ * It keeps at most two edges of an alarm, the first unsent one and the last one. A third edge cancels the
+ * second one, which is then superseded. While it holds an edge of an alarm, the outbox must add all later
+ * edges of that alarm here too. The outbox locks; this class does not.
  */
 class AlarmRoom {
  public:
   static constexpr std::size_t kAlarms = 4096;
 
   /**
-   * Take in the one edge of `edge`. Superseded edges (the given one may be among them) go to `superseded`.
-   * @return false when there is no room for one more alarm; `edge` is left as it was then
+   * Add an edge.
+   * @param edge list of exactly one edge, which is moved out of it
+   * @param superseded receives the superseded edges; the added one may be among them
+   * @return false when kAlarms alarms have edges here already; `edge` is then unchanged
    * @throws std::bad_alloc with nothing changed. [any-thread]
    */
   bool admit(std::list<Message>& edge, std::list<Message>& superseded);
 
-  /** The last edge that is kept of an alarm; null for none. [any-thread] */
+  /** The last edge held of an alarm, null if there is none. [any-thread] */
   const Message* last(const QString& alarmId) const;
 
-  /** The edge with the lowest number; null when the room is empty. [any-thread] */
+  /** The edge with the lowest sequence number, null if there is none. [any-thread] */
   const Message* first() const { return m_edges.empty() ? nullptr : &m_edges.front(); }
 
-  /** Move first() into `target` in front of `before`. [hub] */
+  /** Move first(), which must not be null, into `target` before the position `before`. [hub] */
   void moveFirst(std::list<Message>& target, std::list<Message>::iterator before);
 
   std::size_t size() const { return m_edges.size(); }

@@ -7,7 +7,7 @@
 
 using namespace Tavroline;
 
-/** Attached to the hub; an object without it is not. What was reported last stands here, all values false. */
+/** Exists in a connector that uses the hub. Holds the flags as the connector reported them last. */
 class AlarmlistHandlerDBusConnectorRead::Private {
  public:
   bool flagChanged(ListState::Flag flag, bool& value) {

@@ -7,7 +7,7 @@ namespace Tavroline {
 
 namespace {
 
-// Causes before this one refuse, the others drop what had been accepted.
+// The causes before this one count refused messages, it and the later ones count dropped messages.
 constexpr auto kFirstDropping = static_cast<std::ptrdiff_t>(Loss::Unsendable);
 
 const char* describe(Loss cause) {

@@ -9,18 +9,18 @@
 namespace Tavroline {
 
 /**
- * The books of the hub: what became of every message that was handed over.
+ * Counters of what happened to the messages that were handed to the hub.
  *
- * At every moment accepted = delivered + pending + superseded + dropped(). Refused messages never were
- * accepted and stand beside that equation. Alarms that are raised again are in no books.
+ * accepted = delivered + pending + superseded + dropped() always holds. Refused messages were never accepted
+ * and are not part of it. Alarms that are sent again to a new owner of the service are not counted.
  */
 enum class Loss {
-  QueueFull,   ///< refused: no room
-  NoMemory,    ///< refused: no memory for it
-  Unsendable,  ///< dropped: too large or of a form that the bus does not carry
+  QueueFull,   ///< refused: queue and overflow are full
+  NoMemory,    ///< refused: memory allocation failed
+  Unsendable,  ///< dropped: too large, or of a type that the bus cannot transport
   Rejected,    ///< dropped: the service or the bus answered with an error
   Unanswered,  ///< dropped: no answer within its deadline
-  Unload       ///< dropped: the library went before it could be sent
+  Unload       ///< dropped: the library was unloaded first
 };
 constexpr std::size_t kLossCauses = 6;
 
@@ -38,26 +38,26 @@ struct Books {
 
   using Figures = std::array<quint64, ListServiceNames::kBookFigures.size()>;
 
-  /** All of them in the order of their names, ListServiceNames::kBookFigures. [any-thread] */
+  /** All counters in the order of ListServiceNames::kBookFigures. [any-thread] */
   Figures figures() const;
 
-  /** The text of their record. [any-thread] */
+  /** Text of the log record "Books:". [any-thread] */
   QString text() const;
 };
 
-/** One gap: messages lost for one cause without a pause in between, reported as one record. */
+/** Messages lost for one cause in quick succession; one gap gives one log record. */
 struct Gap {
   quint64 count = 0;
   quint64 firstSequence = 0;
   quint64 lastSequence = 0;
-  qint64 firstTime = 0;  ///< of hand-over, milliseconds since 1970-01-01 00:00:00 UTC
+  qint64 firstTime = 0;  ///< of the first hand-over, ms since 1970-01-01 00:00:00 UTC
   qint64 lastTime = 0;
   Clock::time_point lastLoss;
 
-  /** Note one more lost message. [any-thread] */
+  /** Count one more lost message. [any-thread] */
   void add(const Message& message, Clock::time_point now);
 
-  /** The text of its record. [any-thread] */
+  /** Text of the log record. [any-thread] */
   QString text(Loss cause) const;
 };
 

@@ -9,9 +9,9 @@
 namespace Tavroline {
 
 namespace {
-// One turn handles no more than this, so that deadlines are looked at during a flood, too.
+// Bound of one process() call, so that deadlines are checked during a flood of messages too.
 constexpr int kMessagesPerTurn = 256;
-constexpr std::uint64_t kNoTimeout = UINT64_MAX;  // the callers keep deadlines of their own
+constexpr std::uint64_t kNoTimeout = UINT64_MAX;  // the callers check deadlines themselves
 
 void check(int result) {
   if (result < 0) {
@@ -48,7 +48,7 @@ int BusConnection::process() {
 void BusConnection::wait(int wakeFd, std::chrono::milliseconds time) const {
   const int busFd = m_bus == nullptr ? -1 : sd_bus_get_fd(m_bus);
   const int events = busFd < 0 ? 0 : sd_bus_get_events(m_bus);
-  // poll() passes over negative descriptors
+  // poll() ignores negative descriptors
   std::array<pollfd, 2> descriptors{
       {{wakeFd, POLLIN, 0}, {busFd, static_cast<short>(events < 0 ? 0 : events), 0}}};
   poll(descriptors.data(), descriptors.size(), static_cast<int>(time.count()));
@@ -73,7 +73,7 @@ std::unique_ptr<BusSlot> BusConnection::match(const char* rule, BusSlot::Handler
 int BusConnection::dispatch(sd_bus_message* message, void* slot, sd_bus_error* /*error*/) {
   BusConnection& connection = static_cast<BusSlot*>(slot)->m_connection;
   try {
-    // a copy, because the handler may end its own slot
+    // a copy, because the handler may destroy its own slot
     const BusSlot::Handler handler = static_cast<BusSlot*>(slot)->m_handler;
     handler(message);
   } catch (...) {

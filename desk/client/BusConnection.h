@@ -11,7 +11,7 @@ namespace Tavroline {
 
 class BusConnection;
 
-/** A call that is outstanding or a match that is installed; ends with this object. [hub] */
+/** An outstanding call or an installed match. Destroying the slot cancels it. [hub] */
 class BusSlot {
  public:
   using Handler = std::function<void(sd_bus_message*)>;
@@ -30,11 +30,11 @@ class BusSlot {
 };
 
 /**
- * The connection to the system bus, without any knowledge of services. Nothing here waits for the bus but
- * wait(); a bus that breaks is an ordinary result.
+ * The connection to the system bus. It knows nothing of the list services. Only wait() waits; a broken
+ * connection is reported as a result, not as an exception.
  *
- * Handlers run within process(). They may throw: no exception passes through sd-bus, process() throws it
- * again. A slot may be destroyed in its own handler. [hub]
+ * process() calls the handlers. An exception of a handler does not pass through sd-bus: process() catches it
+ * there and throws it to its own caller. A handler may destroy its own slot. [hub]
  */
 class BusConnection {
  public:
@@ -43,36 +43,38 @@ class BusConnection {
   BusConnection(const BusConnection&) = delete;
   BusConnection& operator=(const BusConnection&) = delete;
 
-  /** Begin to connect. @return 0 or a negative errno. */
+  /** Start connecting. @return 0 or a negative errno. */
   int open();
 
-  /** Let go at once; slots that still exist will not be called any more. */
+  /** Close without flushing. Handlers of slots that still exist are not called any more. */
   void close();
 
   bool isOpen() const { return m_bus != nullptr; }
 
-  /** Connected and greeted, so that messages can be exchanged. */
+  /** Whether the connection is set up, so that messages can be exchanged. */
   bool isReady() const { return m_bus != nullptr && sd_bus_is_ready(m_bus) > 0; }
 
-  /** The library's object, null while closed. */
+  /** The sd-bus object, null while closed. */
   sd_bus* get() const { return m_bus; }
 
-  /** Handle what has arrived, up to a bound. @return 0 or the negative errno that ended the connection. */
+  /** Handle received messages, a bounded number of them. @return 0, or the negative errno that ended the
+   * connection. */
   int process();
 
-  /** Wait until something can be processed, `wakeFd` (-1: none) is readable or the time is over. */
+  /** Wait until a message can be processed, `wakeFd` (-1: none) is readable or `time` has passed. */
   void wait(int wakeFd, std::chrono::milliseconds time) const;
 
   /**
-   * Send a call; its handler gets the reply, an error included.
-   * @throws std::system_error when it cannot be sent: what follows would overtake it
+   * Send a call; `handler` gets the reply or the error reply.
+   * @throws std::system_error when it cannot be sent; the caller must then close the connection, because a
+   * later message would overtake this one
    */
   std::unique_ptr<BusSlot> call(sd_bus_message* message, BusSlot::Handler handler);
 
-  /** Send what nobody answers. @throws as call(). */
+  /** Send a message that has no reply. @throws as call(). */
   void send(sd_bus_message* message);
 
-  /** Install a match; a bus that refuses it ends the connection. @throws as call(). */
+  /** Install a match for signals. If the bus refuses it, sd-bus ends the connection. @throws as call(). */
   std::unique_ptr<BusSlot> match(const char* rule, BusSlot::Handler handler);
 
  private:

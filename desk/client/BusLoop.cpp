@@ -10,13 +10,13 @@ namespace Tavroline {
 
 namespace {
 
-// How long a message may lie in the queue before this thread looks: it is never woken by the callers.
+// A message waits at most this long in the queue: callers never wake this thread.
 constexpr std::chrono::milliseconds kTick{5};
 constexpr std::chrono::milliseconds kFirstPause{100};
 constexpr std::chrono::milliseconds kLongestPause{2000};
 constexpr std::chrono::seconds kReportPause{1};
 constexpr std::chrono::milliseconds kDrainTime{500};
-// So much of it is kept for the edges that turn alarms off, should the rest take too long.
+// The last part of kDrainTime, in which only edges that turn an alarm off are sent.
 constexpr std::chrono::milliseconds kOffEdgesTime{150};
 
 QString errnoText(int result) {
@@ -44,7 +44,7 @@ void BusLoop::run(const std::atomic<bool>& stop) noexcept {
   guarded([this] { reportBooks(true); });
 }
 
-// The one place where exceptions of this thread end; the state they leave goes with the connection.
+// All exceptions of this thread are caught here. Resetting the connection discards the state they leave.
 template <typename Step>
 void BusLoop::guarded(Step step) noexcept {
   try {
@@ -125,8 +125,8 @@ void BusLoop::drain() {
   }
   const auto end = Clock::now() + kDrainTime;
   bool offEdgesOnly = false;
-  turn();  // it may be the first one: the end can follow at once upon the first use
-  // A connection that is still being made counts as one, a service that is known to be absent does not.
+  turn();  // perhaps the first one: the library may be unloaded right after its first use
+  // Messages can be delivered if the service has an owner, or if that is not known yet.
   const auto mayArrive = [this] {
     return !m_courier.owner().isEmpty() || (m_connection.isOpen() && !m_watch.isAbsent());
   };
@@ -150,7 +150,7 @@ void BusLoop::reportGaps(bool all) {
   }
 }
 
-// The last report is made whatever was reported before, unless there is nothing to tell at all.
+// The last report repeats known counters; it is left out only if all are 0.
 void BusLoop::reportBooks(bool last) {
   const Books books = m_outbox.books();
   const auto now = Clock::now();

@@ -12,15 +12,16 @@
 namespace Tavroline {
 
 /**
- * What the hub's thread does: keep a connection, follow the service's owner, send, and report losses; at the
- * end send what is pending for a short while. Constructed, run and destroyed on that thread. [hub]
+ * The loop of the hub's thread: keeps a connection, follows the owner of the service's name, sends messages
+ * and requests, and logs losses. Before it ends it sends pending messages for at most half a second. All
+ * operations, constructor and destructor included, run on that thread. [hub]
  */
 class BusLoop {
  public:
   /** @param wakeFd becomes readable when `stop` of run() has been set */
   BusLoop(Outbox& outbox, ListState& state, int wakeFd);
 
-  /** Runs until `stop` is set, and then through drain. Throws nothing. */
+  /** Run until `stop` is set, then send what is pending (drain()). */
   void run(const std::atomic<bool>& stop) noexcept;
 
  private:
@@ -36,14 +37,14 @@ class BusLoop {
 
   Outbox& m_outbox;
   const int m_wakeFd;
-  BusConnection m_connection;  // before those that hold slots of it
+  BusConnection m_connection;  // declared before its slots' holders, so that it is destroyed after them
   ServiceWatch m_watch;
   Courier m_courier;
   Clock::time_point m_nextAttempt;
   Clock::duration m_pause;
   Books m_reported;
   Clock::time_point m_nextReport;
-  QString m_cause;  ///< why there is no connection
+  QString m_cause;  ///< why the last connection ended
 };
 
 }  // namespace Tavroline

@@ -10,14 +10,14 @@
 namespace Tavroline {
 
 /**
- * One method call being written: Qt values to the bus's types.
+ * Writes one method call: converts Qt values to the bus's types.
  *
- * The first failure sticks and the rest does nothing, so that one look at error() after the last value
- * suffices. Texts pass busText(). The message is released with this object. [hub]
+ * After the first failure all further operations do nothing, so the caller checks error() once, after the
+ * last value. Texts pass busText(). The destructor releases the message. [hub]
  */
 class CallWriter {
  public:
-  /** A bus ends the connection of who sends too large a message, so these end before it does. */
+  /** The bus disconnects a client that sends an oversized message; writing fails earlier, at these limits. */
   static constexpr std::size_t kMaximumBytes = 1U << 20U;
   static constexpr int kMaximumDepth = 16;
 
@@ -34,10 +34,10 @@ class CallWriter {
   CallWriter& text(const QString& value);
   CallWriter& texts(const QStringList& values);
 
-  /** As a{sv}: int, bool, double and QString by their bus types, lists as av, maps as a{sv}. */
+  /** Write as a{sv}. Its values may be int, bool, double, QString, lists (av) and maps (a{sv}). */
   CallWriter& map(const QVariantMap& values) { return map(values, 0); }
 
-  /** As a{st}: each value under the name in the same place. */
+  /** Write as a{st}: values[i] under names[i]. */
   template <std::size_t Count>
   CallWriter& counters(const std::array<const char*, Count>& names,
                        const std::array<quint64, Count>& values) {
@@ -51,7 +51,7 @@ class CallWriter {
     return *this;
   }
 
-  /** Nobody waits for the answer of this call, and the bus does not count it. */
+  /** Tell the service not to reply; the bus then does not count the call as outstanding. */
   void expectNoReply() {
     if (m_error == 0) {
       note(sd_bus_message_set_expect_reply(m_message, 0));
@@ -61,7 +61,7 @@ class CallWriter {
   /** 0, or the negative errno of the first failure. */
   int error() const { return m_error; }
 
-  /** The message, valid as long as this object. */
+  /** The message, owned by this object. */
   sd_bus_message* message() const { return m_message; }
 
  private:

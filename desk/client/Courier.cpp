@@ -16,20 +16,20 @@ namespace Tavroline {
 
 namespace {
 
-// Together with the watch's queries below the 128 answers that a system bus lets one wait for. A released
-// request counts until it is answered.
+// Calls that may wait for a reply: messages, and requests including released ones. A stock system bus allows
+// 128 on a connection; the state queries of ServiceWatch need some of them too.
 constexpr std::size_t kWindow = 32;
 constexpr std::size_t kRequestWindow = 48;
 constexpr std::chrono::seconds kAnswerDeadline{30};
 constexpr std::chrono::seconds kStoragePause{1};
 constexpr int kMaximumErrorText = 200;
-// Answers are parsed by their callers: of an alarm's state, and of a list, which the service keeps below.
+// Bounds of replies, which the component parses on a PLC task. The service keeps its lists below 16 MiB.
 constexpr std::size_t kMaximumStateBytes = 65536;
 constexpr std::size_t kMaximumListBytes = 16U << 20U;
 
 const char kUnanswered[] = "the list service did not answer in time";
 
-// Texts of an error come from others: shortened, on one line.
+// The service chose the text of the error; it is reduced to one line of bounded length.
 QString errorText(const sd_bus_error& error) {
   const QString text = QString::fromUtf8(error.name) + QLatin1String(": ") + QString::fromUtf8(error.message);
   return text.simplified().left(kMaximumErrorText);
@@ -51,7 +51,8 @@ void Courier::raiseAgain() {
   m_raise.assign(raised.begin(), raised.end());
 }
 
-// Everything behind the first message that could not be stored comes again too, whatever its answer will be.
+// Sends all unsettled messages again, also those whose reply is still outstanding: the service refuses them
+// as well, because they follow one that it could not store.
 void Courier::postpone() {
   m_resume = Clock::now() + kStoragePause;
   const bool raising =
@@ -85,9 +86,9 @@ void Courier::send(Clock::time_point now) {
 }
 
 bool Courier::sendNext(Clock::time_point now) {
-  // While nothing can be stored, a list is read as it is.
+  // While the service cannot store, requests overtake messages.
   const bool postponed = now < m_resume;
-  // Nor do questions that are not answered hold up what is to be stored.
+  // When all requests of the window wait for a reply, messages overtake requests.
   const bool mayAsk = m_requests.size() < kRequestWindow;
   if ((m_raise.empty() || postponed) && mayAsk) {
     if (const auto asked = m_outbox.takeRequest(postponed)) {
@@ -98,8 +99,8 @@ bool Courier::sendNext(Clock::time_point now) {
   if (postponed || m_writes.size() >= kWindow) {
     return false;
   }
-  // Strictly by number, because the service takes what follows a higher one for a repetition: an alarm may
-  // have been settled before a message with a lower number was.
+  // Messages and replayed alarms are merged by sequence number, because the service treats a lower number
+  // after a higher one as a repetition. An alarm to replay may have a lower number than an unsettled message.
   const quint64 before = m_raise.empty() ? std::numeric_limits<quint64>::max() : m_raise.front().sequence;
   const auto write = m_outbox.takeWrite(before, !mayAsk);
   if (write.has_value()) {
@@ -140,7 +141,7 @@ void Courier::sendRequest(Outbox::Asked asked, Clock::time_point now) {
 
 void Courier::onWriteReply(std::list<SentWrite>::iterator sent, sd_bus_message* reply) {
   if (isGone(reply)) {
-    return;  // stays unsettled; the change of the owner that follows sends it again
+    return;  // not settled: it is sent again when the change of the owner is reported
   }
   if (sd_bus_message_is_method_error(reply, ListServiceNames::kErrorStorage) > 0) {
     return postpone();
@@ -174,7 +175,7 @@ bool Courier::isGone(sd_bus_message* reply) const {
                                                         SD_BUS_ERROR_NAME_HAS_NO_OWNER, SD_BUS_ERROR_NO_REPLY,
                                                         SD_BUS_ERROR_DISCONNECTED};
   const char* sender = sd_bus_message_get_sender(reply);
-  const bool fromService = sender != nullptr && m_owner == sender;  // who answers is not gone
+  const bool fromService = sender != nullptr && m_owner == sender;  // a sender that replies is still there
   return !fromService && std::any_of(kNames.begin(), kNames.end(), [reply](const char* name) {
     return sd_bus_message_is_method_error(reply, name) > 0;
   });

@@ -12,52 +12,53 @@
 namespace Tavroline {
 
 /**
- * Carries the outbox's messages and requests to one owner of the service's name, a window at a time, and
- * settles them by the answers.
+ * Sends the outbox's messages and requests to the owner of the service's name and settles them when the
+ * replies arrive. The number of calls that wait for a reply is bounded by a window.
  *
- * Calls go to the owner's unique name: when it goes away, everything behind the first undelivered message
- * fails as well, so that sending again keeps the order. The service does the same behind a message that it
- * could not store, which is sent again after a pause. Who the owner is decides the service watch. [hub]
+ * Calls are addressed to the owner's unique name. If the owner disconnects, all messages after the first
+ * undelivered one fail too; sending them again therefore keeps the order. If the service cannot store a
+ * message, it refuses the following ones as well, and all of them are sent again after a pause. ServiceWatch
+ * finds out who the owner is. [hub]
  */
 class Courier {
  public:
   Courier(BusConnection& connection, Outbox& outbox) : m_connection(connection), m_outbox(outbox) {}
 
-  /** Empty while there is nobody to send to. */
+  /** Unique name of the owner, empty while there is none. */
   const QByteArray& owner() const { return m_owner; }
 
-  /** Send to this owner from now on, first the alarms that are on and that it may not know. */
+  /** Use this owner from now on. First send it the alarms that are on, because it may not know them. */
   void begin(const QByteArray& owner);
 
-  /** The owner or the connection has gone: sent requests fail, unsettled messages wait for the next owner. */
+  /** The owner or the connection is lost: fail sent requests, keep unsettled messages for the next owner. */
   void interrupt(const QString& cause);
 
-  /** Send what the windows allow; only with an owner. */
+  /** Send as many messages and requests as the windows allow. Needs an owner. */
   void send(Clock::time_point now);
 
   /**
-   * End what has passed its deadline or was released by its caller.
-   * @return false when an answer has been owed for so long that the connection has to be renewed: a bus
-   * counts owed answers, refuses calls beyond its bound, and forgets them only with the connection
+   * Settle messages and requests whose deadline has passed, and requests that their caller has released.
+   * @return false when a reply is overdue and the connection must be renewed: the bus counts outstanding
+   * replies per connection and refuses further calls at its limit
    */
   bool expire(Clock::time_point now);
 
-  /** Tell this owner the books; what becomes of it is in no books. */
+  /** Send the counters to this owner. The call itself is not counted. */
   void tell(const QByteArray& owner, const Books& books);
 
-  /** Fail all requests that wait to be sent. */
+  /** Fail all unsent requests. */
   void refuse(const QString& cause);
 
  private:
   struct SentWrite {
-    std::optional<Outbox::Write> write;  ///< none: an alarm raised again, which is in no books
+    std::optional<Outbox::Write> write;  ///< empty: an alarm that is sent again and not counted
     std::unique_ptr<BusSlot> call;
     Clock::time_point deadline;
   };
   struct SentRequest {
-    std::optional<Outbox::Asked> asked;  ///< none: its caller has gone, only the answer is still owed
+    std::optional<Outbox::Asked> asked;  ///< empty: the caller has its result, only the reply is missing
     std::unique_ptr<BusSlot> call;
-    Clock::time_point deadline;  ///< of the answer; the caller's own may be earlier
+    Clock::time_point deadline;  ///< of the reply; the request's own deadline may be earlier
   };
 
   void raiseAgain();
@@ -76,7 +77,7 @@ class Courier {
   QByteArray m_session;
   QByteArray m_owner;
   std::deque<Message> m_raise;
-  Clock::time_point m_resume;  ///< until then no messages are sent
+  Clock::time_point m_resume;  ///< no messages are sent before this time
   std::list<SentWrite> m_writes;
   std::list<SentRequest> m_requests;
 };

@@ -8,7 +8,7 @@
 
 using namespace Tavroline;
 
-/** Attached to the hub; an object without it is not. */
+/** Exists in a connector that uses the hub. */
 class EventlistHandlerDBusConnectorRead::Private {
  public:
   Hub& hub = Hub::instance();

@@ -33,7 +33,7 @@ Hub::~Hub() {
     close(m_wakeFd);
     return;
   }
-  // Never started: there may be messages all the same.
+  // The thread could never be started, but messages may have been accepted.
   BusLoop(m_outbox, m_state, -1).run(m_stop);
 }
 
@@ -91,7 +91,7 @@ bool Hub::tryStart() noexcept {
 }
 
 void Hub::run() noexcept {
-  // Signals are the host's: none of them is handled on this thread.
+  // The host process handles its signals itself, on its own threads.
   sigset_t all;
   sigfillset(&all);
   pthread_sigmask(SIG_BLOCK, &all, nullptr);

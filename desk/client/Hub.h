@@ -13,45 +13,47 @@
 namespace Tavroline {
 
 /**
- * The one hub of the library: outbox, list state and the thread that carries both over the bus.
+ * Owns the outbox, the state of the lists and the background thread that exchanges both with the bus. The
+ * library has one hub.
  *
- * It comes into being idle with the first connector and outlives them all; its first use starts the thread
- * and with it the connection. Its end sends what is pending for at most half a second, counts the rest as
- * lost and joins the thread, whatever the bus is doing.
+ * The first connector constructs it, so it is destroyed after all connectors. The constructor is passive; the
+ * first use starts the thread, which connects to the bus. The destructor sends pending messages for at most
+ * half a second, counts the rest as lost and joins the thread. It does not wait for the bus longer than that.
  */
 class Hub {
  public:
-  /** The library's own: made by the first connector, so that it outlives them all. [any-thread] */
+  /** The library's hub, constructed by the first call. [any-thread] */
   static Hub& instance() noexcept;
 
-  /** Starts no thread, opens nothing. [init] */
+  /** Starts no thread and opens no connection. [init] */
   Hub() noexcept = default;
   ~Hub();
   Hub(const Hub&) = delete;
   Hub& operator=(const Hub&) = delete;
 
   /**
-   * Hand over a message; its time of hand-over is set here.
+   * Hand over a message. This sets its hand-over time.
    * @return true when it was accepted, false when it was refused and counted. [plc-task]
    */
   bool submit(Message&& message) noexcept;
 
   /**
    * Hand over a request.
-   * @param text language of a list or identifier of an alarm, by kind
-   * @param count newest entries wanted, 0 for all
-   * @return the reply, failed already when too many are outstanding; null without memory for it. [plc-task]
+   * @param text the language of a list, or the identifier of the alarm
+   * @param count number of newest entries wanted, 0 for all
+   * @return the reply, which has failed already if too many are outstanding; null if memory allocation
+   * failed. [plc-task]
    */
   DBusPendingReply::SharedPointer request(Request::Kind kind, const QString& text,
                                           quint32 count = 0) noexcept;
 
-  /** What the service has reported; from start() on the hub listens. [any-thread] */
+  /** The state of both lists as the service reported it last. Updated from start() on. [any-thread] */
   const ListState& listState() const { return m_state; }
 
-  /** Start the thread unless it runs. @return whether it runs now. [any-thread] */
+  /** Start the thread if it is not running. @return whether it is running now. [any-thread] */
   bool start() noexcept { return m_running.load(std::memory_order_acquire) || tryStart(); }
 
-  /** The books of this moment. [any-thread] */
+  /** A snapshot of the counters. [any-thread] */
   Books books() const { return m_outbox.books(); }
 
  private:

@@ -7,14 +7,13 @@
 namespace Tavroline {
 
 /**
- * The last state of both lists that the service has reported, and how a connector finds what is new to it.
+ * The generation of one list: a number that the service raises with every change of the list.
  *
- * The hub's thread writes, any thread reads; nothing is locked. Each connector compares with what it has
- * reported itself, so that none consumes another's change and a repeated signal changes nothing.
+ * The hub's thread writes it, any thread reads it without a lock.
  */
 class Generation {
  public:
-  /** A generation has been reported; 0 tells nothing. [hub] */
+  /** Record a reported generation; 0 means unknown and is ignored. [hub] */
   void report(quint64 generation) {
     if (generation == 0) {
       return;
@@ -25,7 +24,7 @@ class Generation {
     m_current.store(generation, std::memory_order_release);
   }
 
-  /** The present one, 0 while unknown; and the first that was ever seen. [any-thread] */
+  /** The last reported generation and the first one, both 0 while unknown. [any-thread] */
   quint64 current() const { return m_current.load(std::memory_order_acquire); }
   quint64 first() const { return m_first.load(std::memory_order_relaxed); }
 
@@ -34,6 +33,7 @@ class Generation {
   std::atomic<quint64> m_current{0};
 };
 
+/** The state of both lists as the service reported it last. Written by the hub's thread, read by any. */
 struct ListState {
   enum Flag { AlarmInList, ActiveAlarmInList, FaultInList, ActiveFaultInList, CentralDetector, FlagCount };
 
@@ -42,13 +42,15 @@ struct ListState {
   std::array<std::atomic<bool>, FlagCount> flags{};
 };
 
-/** One connector's view of a list's generation. */
+/** The generation that one connector has reported last. Each connector has its own, so that none consumes the
+ * change that another one has to report. */
 class SeenGeneration {
  public:
-  /** Starts from what is known at this moment. [any-thread] */
+  /** Starts with the current generation. [any-thread] */
   explicit SeenGeneration(const Generation& generation) : m_seen(generation.current()) {}
 
-  /** True once after each change since; the first generation that the hub ever sees is none. [hook] */
+  /** @return whether the generation has changed since the last call. The first generation that the hub
+   * receives is not a change. [hook] */
   bool changed(const Generation& generation) {
     const quint64 current = generation.current();
     if (m_seen == 0) {

@@ -12,29 +12,29 @@
 
 namespace Tavroline {
 
-/**
- * What callers hand to the hub: messages that change something at the services, and requests that ask.
- *
- * Plain data of implicitly shared values, so that handing over copies and converts nothing; what the bus
- * needs is made of it on the hub's thread.
- */
 using Clock = std::chrono::steady_clock;
 
+/**
+ * A message is a change that the component hands to the hub; a request asks the service for something.
+ *
+ * The members are implicitly shared, so the PLC task copies no text when it hands them over. The hub's thread
+ * converts them for the bus.
+ */
 struct Message {
   enum class Kind { LogEntry, DeleteEvents, AcknowledgeAlarms, AcknowledgeDetector };
 
   Kind kind = Kind::LogEntry;
-  quint64 sequence = 0;     ///< its number within this hub's life, given on hand-over
-  qint64 handedOverAt = 0;  ///< milliseconds since 1970-01-01 00:00:00 UTC; stands in for an invalid dateTime
+  quint64 sequence = 0;     ///< number of the message, given by the outbox; starts at 1
+  qint64 handedOverAt = 0;  ///< ms since 1970-01-01 00:00:00 UTC; used if dateTime is invalid
   int eventType = 0;
   int state = 0;
   QString iconType;
   QString moduleName;
   QDateTime dateTime;
   QVariantMap description;
-  QStringList texts;  ///< keywords of an entry, or the identifiers to acknowledge
+  QStringList texts;  ///< keywords of an entry, or identifiers of the alarms to acknowledge
   QString user;
-  QString alarmId;  ///< not empty: an edge of that alarm or fault
+  QString alarmId;  ///< if not empty, the message is an edge of this alarm or fault
   QString objectName;
 
   bool isEdge() const { return !alarmId.isEmpty(); }
@@ -46,10 +46,10 @@ struct Request {
 
   Kind kind = Kind::EventList;
   QString text;       ///< the language of a list, or the identifier of the alarm
-  quint32 count = 0;  ///< newest entries wanted, 0 for all
+  quint32 count = 0;  ///< number of newest entries wanted, 0 for all
   QSharedPointer<DBusPendingReply::Private> reply;
   Clock::time_point deadline;
-  quint64 behind = 0;  ///< the last message handed over before it, which has to leave first
+  quint64 behind = 0;  ///< number of the last message before it; that one is sent first
   bool sent = false;
 };
 

@@ -10,23 +10,25 @@
 namespace Tavroline {
 
 /**
- * Messages and requests as calls of the list services; the only place that knows methods and their arguments.
+ * Converts messages and requests to method calls of the list services. The client's only place that names
+ * those methods and orders their arguments.
  */
 
-/** Where a call goes: the service's unique name on an open bus. */
+/** The receiver of a call: unique name of the service on an open connection. */
 struct CallTarget {
   sd_bus* bus;
   const char* owner;
 };
 
-/** A message's call, sent under the given session. Whether it could be written stands in error(). [hub] */
+/** The call for a message. @param session identifies this hub to the service. The caller checks error().
+ * [hub] */
 std::unique_ptr<CallWriter> marshal(const CallTarget& target, const QByteArray& session,
                                     const Message& message);
 
-/** A request's call. [hub] */
+/** The call for a request. [hub] */
 std::unique_ptr<CallWriter> marshal(const CallTarget& target, const Request& request);
 
-/** The report of a session's books, to which no reply is expected. [hub] */
+/** The call that reports the counters of a session; it expects no reply. [hub] */
 std::unique_ptr<CallWriter> marshal(const CallTarget& target, const QByteArray& session, const Books& books);
 
 }  // namespace Tavroline

@@ -10,11 +10,11 @@ namespace Tavroline {
 
 bool Outbox::accept(Message&& message) noexcept {
   std::list<Message> node;
-  std::list<Message> superseded;  // released after the lock
+  std::list<Message> superseded;  // freed after the mutex is unlocked
   try {
     node.push_back(std::move(message));
   } catch (const std::bad_alloc&) {
-    // `message` is untouched: only the node's memory was missing
+    // allocating the node failed; `message` has not been moved from
   }
   const std::lock_guard<std::mutex> lock(m_mutex);
   const bool stored = !node.empty();
@@ -36,7 +36,8 @@ bool Outbox::accept(Message&& message) noexcept {
 
 bool Outbox::place(std::list<Message>& message, std::list<Message>& superseded) {
   const Message& placed = message.front();
-  // An alarm's edges stay together: superseding one in the room must not pass over one in the queue.
+  // While the overflow holds an edge of this alarm, later ones join it, so that they can cancel each other
+  // out.
   const bool joinsRoom = placed.isEdge() && m_room.last(placed.alarmId) != nullptr;
   if (m_queue.size() < kMessages && !joinsRoom) {
     m_queue.splice(m_queue.end(), message);
@@ -118,7 +119,7 @@ std::optional<Outbox::Asked> Outbox::takeRequest(bool passing) {
 }
 
 void Outbox::settle(Write write, std::optional<Loss> loss) {
-  std::list<Message> settled;  // released after the lock
+  std::list<Message> settled;  // freed after the mutex is unlocked
   const std::lock_guard<std::mutex> lock(m_mutex);
   if (write->isEdge()) {
     m_raised.settle(*write);
@@ -132,7 +133,7 @@ void Outbox::settle(Write write, std::optional<Loss> loss) {
 }
 
 void Outbox::finish(Asked asked) {
-  std::list<Request> finished;  // released after the lock
+  std::list<Request> finished;  // freed after the mutex is unlocked
   const std::lock_guard<std::mutex> lock(m_mutex);
   finished.splice(finished.begin(), m_requests, asked);
 }
@@ -169,7 +170,7 @@ std::vector<Message> Outbox::raisedAlarms() const {
 }
 
 void Outbox::dropUnsent(bool keepOffEdges) {
-  std::list<Message> dropped;  // released after the lock
+  std::list<Message> dropped;  // freed after the mutex is unlocked
   const std::lock_guard<std::mutex> lock(m_mutex);
   std::list<Message> unsent;
   unsent.splice(unsent.end(), m_queue, m_next, m_queue.end());

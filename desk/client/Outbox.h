@@ -16,57 +16,59 @@
 namespace Tavroline {
 
 /**
- * The one order in which messages and requests leave, bounded, with the books over it.
+ * The bounded queue of messages and requests, and the counters of messages.
  *
- * A message stays here until it is settled, so that it can be sent again after a break; its iterator is valid
- * until then. One leaf mutex guards everything and is never held while anything is sent, logged or released.
+ * It keeps the order of hand-over between messages and requests. A message stays here until it is settled, so
+ * that it can be sent again on the next connection; its iterator is valid until then. One mutex guards all
+ * members. It is never held while something is sent, logged or freed.
  */
 class Outbox {
  public:
   static constexpr std::size_t kMessages = 16384;
   static constexpr int kRequests = 32;
-  /** A gap is over, and reported, when nothing has been lost for so long. */
+  /** A gap ends when no message has been lost for this time. */
   static constexpr std::chrono::milliseconds kGapPause{1000};
 
   using Write = std::list<Message>::iterator;
   using Asked = std::list<Request>::iterator;
   using Gaps = std::vector<std::pair<Loss, Gap>>;
 
-  /** Take over a message and number it; false when it was refused (and counted). [any-thread] */
+  /** Number a message and add it. @return false when it was refused and counted as lost. [any-thread] */
   bool accept(Message&& message) noexcept;
 
-  /** Take over a request; false when kRequests are outstanding. Released ones do not count.
+  /** Add a request. @return false when kRequests are outstanding; released ones do not count.
    * @throws std::bad_alloc with nothing changed. [any-thread] */
   bool accept(const Request& request);
 
-  /** The books of this moment. [any-thread] */
+  /** A snapshot of the counters. [any-thread] */
   Books books() const;
 
-  /** The next to leave, if that is a message (with a number below `before`) or a request respectively; it
-   * counts as sent. Each may pass over those of the other kind before it. [hub] */
+  /** The next message (with a number below `before`) or the next request to send, which is then marked as
+   * sent. Empty if there is none, or if one of the other kind has to be sent first and `passing` is false.
+   * [hub] */
   std::optional<Write> takeWrite(quint64 before = std::numeric_limits<quint64>::max(), bool passing = false);
   std::optional<Asked> takeRequest(bool passing = false);
 
-  /** A message has been delivered (no loss) or dropped. [hub] */
+  /** Remove a sent message. @param loss why it was dropped; empty if it was delivered. [hub] */
   void settle(Write write, std::optional<Loss> loss);
 
-  /** A sent request has ended. [hub] */
+  /** Remove a sent request. [hub] */
   void finish(Asked asked);
 
-  /** After a break: messages that were sent and not settled are to be sent again, in their order. [hub] */
+  /** Mark all messages as unsent, so that they are sent again in their order. [hub] */
   void takeBack();
 
-  /** Remove and return the requests that were not sent: all, or those overdue or released at `now`. [hub] */
+  /** Remove and return unsent requests: all of them, or those that are overdue or released. [hub] */
   std::list<Request> takeUnsentRequests();
   std::list<Request> takeEndedRequests(Clock::time_point now);
 
-  /** Alarms that are on and whose message has left the queue, in the order of their numbers. [hub] */
+  /** The "on" messages of alarms that are on, as far as they are settled, by sequence number. [hub] */
   std::vector<Message> raisedAlarms() const;
 
-  /** Unload: drop what has not been sent, all of it or all but the edges that turn an alarm off. [hub] */
+  /** Drop unsent messages at unload, all of them or all but the edges that turn an alarm off. [hub] */
   void dropUnsent(bool keepOffEdges);
 
-  /** Gaps that are over at `now`, or all of them. [hub] */
+  /** Remove and return the gaps that have ended, or all of them. [hub] */
   Gaps takeGaps(Clock::time_point now, bool all);
 
  private:
@@ -77,7 +79,7 @@ class Outbox {
   Asked firstUnsentRequest();
 
   mutable std::mutex m_mutex;
-  std::list<Message> m_queue;    ///< sent and unsent, by number
+  std::list<Message> m_queue;    ///< sent and unsent messages by sequence number
   Write m_next = m_queue.end();  ///< the first unsent of m_queue
   AlarmRoom m_room;
   RaisedAlarms m_raised;

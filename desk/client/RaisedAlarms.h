@@ -11,22 +11,22 @@ namespace Tavroline {
 /**
  * The "on" message of each alarm or fault that is on, kept until its "off" is handed over.
  *
- * When the service returns, those that have left the queue are sent again under their old numbers: a service
- * that kept its store takes them as repetitions, one that lost it raises the alarms again. Not locked: the
- * outbox does that.
+ * When a new owner of the service appears, the settled ones are sent again under their old sequence numbers.
+ * A service that kept its store ignores them as repetitions; a service that lost it raises the alarms again.
+ * The outbox locks; this class does not.
  */
 class RaisedAlarms {
  public:
   static constexpr std::size_t kAlarms = 16384;
 
-  /** Note the last edge of an alarm. Beyond the bound, or without memory, an alarm is not kept. [any-thread]
-   */
+  /** Record the last edge of an alarm. Beyond kAlarms, or if memory allocation fails, an "on" is not kept.
+   * [any-thread] */
   void note(const Message& edge) noexcept;
 
-  /** That message has left the queue, delivered or dropped. [hub] */
+  /** Record that this message was delivered or dropped. [hub] */
   void settle(const Message& message);
 
-  /** Copies of the settled "on" messages in the order of their numbers. [hub] */
+  /** Copies of the settled "on" messages, by sequence number. [hub] */
   std::vector<Message> settled() const;
 
  private:

@@ -10,7 +10,8 @@ namespace Tavroline {
 
 namespace {
 
-/** The first character behind the string whose content starts there, or the terminator. */
+/** @param position the first character of a string's content. @return the first character after its closing
+ * quote, or the terminator. */
 const char* behindString(const char* position) {
   for (;;) {
     position += std::strcspn(position, "\"\\");
@@ -21,12 +22,12 @@ const char* behindString(const char* position) {
       return position;
     }
     if (*position != '\0') {
-      ++position;  // behind a backslash
+      ++position;  // the escaped character
     }
   }
 }
 
-/** One pass over a text. */
+/** Scans a text once, from its start to its end. */
 class Scan {
  public:
   explicit Scan(const char* json) : m_position(json) {}
@@ -53,7 +54,7 @@ class Scan {
  private:
   using Names = std::vector<std::string_view>;
 
-  /** Pass a string, and remember it if it is a member's name. */
+  /** Skip a string. If it is a member's name, store it and check it. */
   const char* passString() {
     const char* const content = m_position;
     m_position = behindString(content);
@@ -85,9 +86,10 @@ class Scan {
   }
 
   const char* m_position;
-  std::string_view m_name;  ///< of the member whose value is next, with its closing quote; empty if none is
+  std::string_view m_name;  ///< of the member whose value follows, with its closing quote; else empty
   std::size_t m_depth = 0;
-  std::array<Names, ReplyCheck::kDeepest + 1> m_containers;  ///< members by depth
+  std::array<Names, ReplyCheck::kDeepest + 1>
+      m_containers;  ///< names of members that hold an array or object, by depth
 };
 
 }  // namespace

@@ -1,20 +1,22 @@
 #pragma once
 
 /**
- * What the callers' JSON parser must not be given. It recurses on a PLC task's stack: at its own limit of
- * about a thousand levels it takes some 190 KiB. And where an object names a member a second time, Qt 5.15
- * never frees the array or object that the first one held. Says nothing about whether the text is JSON.
+ * Finds replies that the component's JSON parser must not get. The parser recurses on the stack of a PLC task
+ * and takes some 190 KiB at its own limit of about a thousand levels. And Qt 5.15 never frees the array or
+ * object of a member that the same object names a second time. The check does not tell whether the text is
+ * JSON at all.
  */
 namespace Tavroline::ReplyCheck {
 
-constexpr int kDeepest = 32;         ///< an entry's keywords lie at four
-constexpr int kMostContainers = 16;  ///< among the members of one object; an entry has one, its keywords
+constexpr int kDeepest = 32;         ///< levels; an entry's keywords are at level four
+constexpr int kMostContainers = 16;  ///< arrays and objects among the members of one object; an entry has one
 
 /**
- * The text's first fault: nested deeper than kDeepest, a member named twice after it held a container, a name
- * with an escape, which could be another's, or more than kMostContainers. [any-thread]
+ * Finds the first of these faults: nesting deeper than kDeepest; a member that holds an array or object and
+ * is named again; a member's name with an escape, because it could equal another name; more than
+ * kMostContainers. [any-thread]
  *
- * @return predicate of a sentence about the text; nullptr if it has none
+ * @return the fault as the predicate of a sentence ("names a member twice"); nullptr if there is none
  */
 const char* fault(const char* json);
 

@@ -15,7 +15,7 @@ namespace {
 constexpr char kBus[] = "org.freedesktop.DBus";
 constexpr char kBusPath[] = "/org/freedesktop/DBus";
 
-// An unanswered state query is repeated, a refused one sooner.
+// Time until a state query is repeated: without a reply, and after an error reply.
 constexpr std::chrono::milliseconds kUnansweredPause{2000};
 constexpr std::chrono::milliseconds kRefusedPause{500};
 constexpr std::size_t kMaximumUnanswered = 10;
@@ -85,8 +85,8 @@ void ServiceWatch::findOwner() {
   });
 }
 
-// A call to the well-known name makes a bus start the service if it can; NameOwnerChanged then tells the
-// owner.
+// A call to the well-known name makes the bus start the service if it can. The signal NameOwnerChanged then
+// names the owner.
 void ServiceWatch::provokeStart() {
   const CallWriter call(m_connection.get(), kService, kEventListPath, kEventListInterface, "GetState");
   m_search = m_connection.call(call.message(), [this](sd_bus_message* reply) {
@@ -117,7 +117,7 @@ void ServiceWatch::ask(StateQuery& query, Clock::time_point now) {
 }
 
 void ServiceWatch::onNameOwnerChanged(sd_bus_message* signal) {
-  // The rule does not see to it: a signal that is addressed to us gets past its sender.
+  // The match rule is not enough: a signal sent to us directly bypasses its sender condition.
   const char* sender = sd_bus_message_get_sender(signal);
   if (sender == nullptr || std::strcmp(sender, kBus) != 0) {
     return;
@@ -131,7 +131,8 @@ void ServiceWatch::onNameOwnerChanged(sd_bus_message* signal) {
 }
 
 bool ServiceWatch::isFromOwner(sd_bus_message* signal) const {
-  // What is told before the owner is known comes again with the answer to the first state query.
+  // A signal that arrives before the owner is known may be dropped: the first state query returns its
+  // content.
   const char* sender = sd_bus_message_get_sender(signal);
   return sender != nullptr && m_owner == sender;
 }

@@ -13,31 +13,30 @@
 namespace Tavroline {
 
 /**
- * Who owns the service's name, and the state of its lists: match rules, owner and state queries.
+ * Finds out who owns the service's name, and keeps the state of its lists up to date.
  *
- * The state is asked for after every connection and every new owner; signals keep it up to date. It sends no
- * messages and knows no connectors. [hub]
+ * It queries the state from each new owner; from then on the service's signals update it. It sends no
+ * messages of the outbox. [hub]
  */
 class ServiceWatch {
  public:
   ServiceWatch(BusConnection& connection, ListState& state);
 
-  /** Subscribe and look for the owner, on a connection that has become ready. */
+  /** Install the matches and ask for the owner. The connection must be ready. */
   void start();
 
-  /** Forget all that belongs to the present connection. */
+  /** Discard everything that belongs to the present connection. */
   void stop();
 
   bool isStarted() const { return !m_matches.empty(); }
 
-  /** Ask again for a state that is owed. @return false when the owner has left too many queries unanswered.
-   */
+  /** Repeat the state queries that are due. @return false when the owner has left too many unanswered. */
   bool keep(Clock::time_point now);
 
-  /** The owner's unique name, empty while there is none or it is not known. */
+  /** Unique name of the owner, empty while there is none or while it is not known yet. */
   const QByteArray& owner() const { return m_owner; }
 
-  /** The bus knows of no owner and could not start the service. */
+  /** Whether the bus has no owner of the name and could not start the service. */
   bool isAbsent() const { return m_absent; }
 
  private:
@@ -45,7 +44,7 @@ class ServiceWatch {
     const char* path;
     const char* interface;
     bool (ServiceWatch::*read)(sd_bus_message*);
-    std::list<std::unique_ptr<BusSlot>> calls;  ///< unanswered, all of them: a slow answer is one, too
+    std::list<std::unique_ptr<BusSlot>> calls;  ///< all that have no reply yet: a late reply counts too
     Clock::time_point due;
   };
 

@@ -4,12 +4,12 @@ namespace Tavroline {
 
 namespace {
 
-/** Whether a unit is a valid character without a closer look, as nearly all are. */
+/** Whether a unit is accepted without further checks, as nearly all are. */
 bool isUsual(QChar unit) {
   return !unit.isNull() && unit.unicode() < 0xD800;
 }
 
-/** Code units of the valid character at `position`, negative when they have to be replaced. */
+/** Number of code units of the character at `position`; negative if it must be replaced. */
 int acceptedUnits(const QChar* units, int position, int size) {
   const QChar unit = units[position];
   if (!unit.isSurrogate()) {

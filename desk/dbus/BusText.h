@@ -5,15 +5,14 @@
 namespace Tavroline {
 
 /**
- * Text as the bus accepts it: neither end of it may send or store anything else. It does not shorten, trim or
- * translate.
+ * Replaces the characters that the bus does not accept. Client and service use it for every text that they
+ * send or store.
  *
- * sd-bus refuses a string with such a character as a whole and cuts at U+0000, so that one of them in the
- * store would make a whole list unloadable.
+ * sd-bus refuses a string with a lone surrogate or a noncharacter and cuts a string at U+0000. One such text
+ * in the store would make the whole list unloadable.
  *
- * @return `text` with U+0000, lone surrogates and noncharacters (U+FDD0 to U+FDEF, U+xxFFFE, U+xxFFFF)
- * replaced by U+FFFD, a noncharacter beyond U+FFFF by one of them; shares the data when there is nothing to
- * replace. [any-thread]
+ * @return `text` with U+0000, each lone surrogate and each noncharacter (U+FDD0 to U+FDEF, U+xxFFFE,
+ * U+xxFFFF) replaced by one U+FFFD; shares the data of `text` if there is nothing to replace. [any-thread]
  */
 QString busText(const QString& text);
 

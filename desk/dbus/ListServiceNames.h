@@ -16,13 +16,13 @@ constexpr char kEventListInterface[] = "org.tavroline.EventList1";
 constexpr char kAlarmListPath[] = "/org/tavroline/AlarmList";
 constexpr char kAlarmListInterface[] = "org.tavroline.AlarmList1";
 
-/** Errors that the service answers with, beside those of the bus itself. */
+/** Names of the service's error replies. */
 constexpr char kErrorInvalid[] = "org.tavroline.Error.Invalid";  ///< an argument is out of range or malformed
-constexpr char kErrorFull[] = "org.tavroline.Error.Full";  ///< the alarm list has no room for one more alarm
+constexpr char kErrorFull[] = "org.tavroline.Error.Full";        ///< the alarm list is full
 constexpr char kErrorStorage[] =
-    "org.tavroline.Error.Storage";  ///< could not be kept now; send it again, in order
+    "org.tavroline.Error.Storage";  ///< could not be stored now; send it again, in order
 
-/** Names of the figures in a client's books, in the order in which both ends keep them. */
+/** Names of a client's message counters, in the order that client and service use. */
 constexpr std::array<const char*, 12> kBookFigures = {"accepted",   "delivered", "pending",    "superseded",
                                                       "dropped",    "refused",   "unsendable", "rejected",
                                                       "unanswered", "unload",    "queueFull",  "outOfMemory"};
