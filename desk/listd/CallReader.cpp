@@ -34,7 +34,8 @@ T readBasic(sd_bus_message* call, char type) {
   return value;
 }
 
-QString fitting(const char* utf8) {
+/** The text with characters that the bus accepts, cut to kMaxText without splitting a surrogate pair. */
+QString truncated(const char* utf8) {
   QString text = Tavroline::busText(QString::fromUtf8(utf8));
   if (text.size() > CallReader::kMaxText) {
     const bool splits = text.at(CallReader::kMaxText - 1).isHighSurrogate();
@@ -44,7 +45,7 @@ QString fitting(const char* utf8) {
 }
 
 QString readText(sd_bus_message* call, char type) {
-  return fitting(readBasic<const char*>(call, type));
+  return truncated(readBasic<const char*>(call, type));
 }
 
 /** A text as a JSON string. Most are short and ASCII and fit as they are. */
@@ -53,7 +54,7 @@ void readQuoted(sd_bus_message* call, QByteArray& json) {
   const bool fits = text.size() <= CallReader::kMaxText &&
                     std::none_of(text.begin(), text.end(), [](char c) { return (c & 0x80) != 0; });
   ListJson::appendQuoted(json, fits ? QByteArray::fromRawData(text.data(), static_cast<int>(text.size()))
-                                    : fitting(text.data()).toUtf8());
+                                    : truncated(text.data()).toUtf8());
 }
 
 void checkSize(const QByteArray& json) {

@@ -25,9 +25,10 @@ using Bus = std::unique_ptr<sd_bus, CloseBus>;
   throw std::runtime_error(std::string(what) + ": " + std::strerror(-code));
 }
 
-/** SIGTERM and SIGINT become readable here instead of ending the process in the middle of a transaction. */
-int takeSignals() {
-  // A full file-size limit is the database's error to report, a reader gone from stdout nobody's.
+/** Block SIGTERM and SIGINT, so that they do not end the process within a transaction. @return their signalfd
+ */
+int blockSignals() {
+  // The database reports a full file-size limit; a closed stdout is no error.
   signal(SIGXFSZ, SIG_IGN);
   signal(SIGPIPE, SIG_IGN);
   sigset_t set;
@@ -47,7 +48,7 @@ Bus connect() {
   return Bus(bus);
 }
 
-void ownName(sd_bus* bus) {
+void requestName(sd_bus* bus) {
   const int code = sd_bus_request_name(bus, Tavroline::ListServiceNames::kService, 0);
   if (code == -EEXIST) {
     throw std::runtime_error("another list service runs on this bus already; end that one first");
@@ -57,7 +58,7 @@ void ownName(sd_bus* bus) {
   }
 }
 
-/** Milliseconds until sd-bus wants to be called again, -1 for as long as nothing arrives. */
+/** Milliseconds until sd-bus wants to be called again, -1 if it waits for a message only. */
 int busTimeout(sd_bus* bus) {
   uint64_t due = UINT64_MAX;  // microseconds, monotonic clock
   if (sd_bus_get_timeout(bus, &due) < 0 || due == UINT64_MAX) {
@@ -70,8 +71,8 @@ int busTimeout(sd_bus* bus) {
   return due <= present ? 0 : static_cast<int>(qMin<uint64_t>((due - present + 999) / 1000, 60000));
 }
 
-/** The shorter of two timeouts, where -1 is none. */
-int earlier(int one, int other) {
+/** The shorter of two timeouts; -1 is no timeout. */
+int shorterTimeout(int one, int other) {
   return one < 0 || other < 0 ? qMax(one, other) : qMin(one, other);
 }
 
@@ -92,7 +93,7 @@ void serve(sd_bus* bus, CallBatch& batch, int signals) {
       failBus("the connection to the bus is lost", events);
     }
     pollfd files[] = {{sd_bus_get_fd(bus), static_cast<short>(events), 0}, {signals, POLLIN, 0}};
-    poll(files, 2, waiting > 0 ? 0 : earlier(busTimeout(bus), batch.timeout()));
+    poll(files, 2, waiting > 0 ? 0 : shorterTimeout(busTimeout(bus), batch.timeout()));
     if (files[1].revents != 0) {
       return;
     }
@@ -108,7 +109,7 @@ int main(int argc, char** argv) {
     return exitCode;
   }
   try {
-    const int signals = takeSignals();
+    const int signals = blockSignals();
     Database database(options->databaseFile);
     Schema::open(database);
     ListService service(database, options->capacity);
@@ -116,7 +117,7 @@ int main(int argc, char** argv) {
     CallBatch batch(bus.get(), service);
     addEventListObject(bus.get(), batch);
     addAlarmListObject(bus.get(), batch);
-    ownName(bus.get());
+    requestName(bus.get());
     std::puts("ready");
     std::fflush(stdout);
     serve(bus.get(), batch, signals);
