@@ -1,6 +1,8 @@
-#include "ExternalFunction.h"
-
+#include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <map>
+#include <new>
 #include <optional>
 #include <set>
 
@@ -11,50 +13,74 @@
 #include "UnitSupport.h"
 
 namespace {
+thread_local bool t_outOfMemory = false;  // the next `new` fails
+}
+
+void* operator new(std::size_t size) {
+  void* const memory = t_outOfMemory ? nullptr : std::malloc(size);
+  t_outOfMemory = false;
+  if (memory == nullptr) {
+    throw std::bad_alloc();
+  }
+  return memory;
+}
+void operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, std::size_t /*size*/) noexcept {
+  std::free(memory);
+}
+
+namespace {
+
+struct ExternalFunctionTest : ComponentTest {};
 
 constexpr char kNullStructure[] = "codesys struct nullpointer";
 
-/** Call a function of the table by its name without the suffix, with whatever structure. */
-void callNamed(const std::string& name, void* structure) {
+/** The functions of the table by name. */
+std::map<std::string, void (*)(void*)> functions() {
+  std::map<std::string, void (*)(void*)> all;
   for (const ExternalFunctionEntry* row = ExternalFunctionTable; row->pfFunction != nullptr; ++row) {
-    if (name + "_ext" == row->pszName) {
-      return reinterpret_cast<void (*)(void*)>(row->pfFunction)(structure);
-    }
+    all[row->pszName] = reinterpret_cast<void (*)(void*)>(row->pfFunction);
   }
-  ADD_FAILURE() << name << " is not in the table";
+  return all;
 }
 
-/** All functions that take a handle, which is the first field of their structure, or of their request. */
+/** The functions that take a handle as the first field of their structure, or of its request. */
 struct HandleRow {
   const char* kind;
-  const char* null;  ///< what a null handle is called; empty: silent
-  int result;        ///< offset of iResult, or -1
+  const char* nullMessage;  ///< empty: a null handle is ignored
+  int result;               ///< offset of iResult, or -1
   Lines functions;
 };
 constexpr int kHandle = sizeof(TavrolineHandle);
-constexpr int kRequestResult = 2 * kHandle + 4;  ///< the structure points to a request
-const Lines kReaderFunctions{"setlistreadlanguage",  "setfiltertime",      "resetlistchanged",
-                             "resetfiltertime",      "resetfilterkeyword", "resetfiltereventtype",
-                             "resetfilterall",       "haslistchanged",     "clearfilterkeyword",
-                             "clearfiltereventtype", "addfilterkeyword",   "addfiltereventtype"};
-const Lines kAlarmReaderFunctions{
-    "setfilterstatealarm",         "setfilterstateacknowledge", "resetfilterstatealarm",
-    "resetfilterstateacknowledge", "isfaultinalarmlist",        "isalarminalarmlist",
-    "isactivefaultinalarmlist",    "isactivealarminalarmlist",  "getcentraldetectorstate"};
+constexpr int kRequestResult = 2 * kHandle + 4;
+constexpr char kNullEventReader[] = "EventlistReadHandle nullpointer";
+constexpr char kNullAlarmReader[] = "AlarmlistReadHandle nullpointer";
 const HandleRow kHandleRows[] = {
-    {"ReadHandle", "EventlistReadHandle nullpointer", -1, kReaderFunctions},
-    {"EventlistReadHandle", "EventlistReadHandle nullpointer", kHandle, {"loadcompleteeventlist"}},
-    {"EventlistReadHandle", "EventlistReadHandle nullpointer", kHandle + 2, {"loadpartofeventlist"}},
-    {"EventlistReadHandle", "EventlistReadHandle nullpointer", kRequestResult, {"geteventlistentries"}},
+    {"ReadHandle",
+     kNullEventReader,
+     -1,
+     {"setlistreadlanguage", "setfiltertime", "resetlistchanged", "resetfiltertime", "resetfilterkeyword",
+      "resetfiltereventtype", "resetfilterall", "haslistchanged", "clearfilterkeyword",
+      "clearfiltereventtype", "addfilterkeyword", "addfiltereventtype"}},
+    {"AlarmlistReadHandle",
+     kNullAlarmReader,
+     -1,
+     {"setfilterstatealarm", "setfilterstateacknowledge", "resetfilterstatealarm",
+      "resetfilterstateacknowledge", "isfaultinalarmlist", "isalarminalarmlist", "isactivefaultinalarmlist",
+      "isactivealarminalarmlist", "getcentraldetectorstate"}},
+    {"EventlistReadHandle", kNullEventReader, kHandle, {"loadcompleteeventlist"}},
+    {"EventlistReadHandle", kNullEventReader, kHandle + 2, {"loadpartofeventlist"}},
+    {"EventlistReadHandle", kNullEventReader, kRequestResult, {"geteventlistentries"}},
     {"EventlistReadHandle", "", -1, {"closeeventlistreadhandle"}},
-    {"AlarmlistReadHandle", "AlarmlistReadHandle nullpointer", -1, kAlarmReaderFunctions},
-    {"AlarmlistReadHandle", "AlarmlistReadHandle nullpointer", kHandle, {"loadcompletealarmlist"}},
-    {"AlarmlistReadHandle", "AlarmlistReadHandle nullpointer", kRequestResult, {"getalarmlistentries"}},
+    {"AlarmlistReadHandle", kNullAlarmReader, kHandle, {"loadcompletealarmlist"}},
+    {"AlarmlistReadHandle", kNullAlarmReader, kRequestResult, {"getalarmlistentries"}},
     {"AlarmlistReadHandle", "", -1, {"closealarmlistreadhandle"}},
     {"AlarmlistWriteHandle", kNullStructure, -1, {"logalarm", "closealarmlistwritehandle"}},
     {"AlarmlistWriteHandle", kNullStructure, 3 * kHandle, {"getalarmstatefromalarmhandler"}}};
 
-/** One record, if any, and no byte written but an error result and the field of a write handle's close. */
+/** One record, if any; no byte written but an error result and the field of a write handle's close. */
 void expectRefused(const HandleRow& row, const void* handle, const std::string& message) {
   for (const std::string& function : row.functions) {
     fake::reset();
@@ -69,21 +95,21 @@ void expectRefused(const HandleRow& row, const void* handle, const std::string& 
       expected.replace(0, kHandle, kHandle, '\0');
     }
     void* request = structure;
-    callNamed(function,
-              function.find("entries") == std::string::npos ? structure : static_cast<void*>(&request));
+    functions().at(function + "_ext")(row.result == kRequestResult ? &request : request);
     EXPECT_EQ(std::string(structure, sizeof structure), expected) << function << ": " << message;
     EXPECT_EQ(items(), message.empty() ? Lines{} : Lines{message}) << function;
   }
 }
 
-TEST_F(ComponentTest, AHandleThatIsNullStaleOrOfAnotherKindIsRefused) {
+TEST_F(ExternalFunctionTest, AHandleThatIsNullStaleOrOfAnotherKindIsRefused) {
   std::optional<TavrolineEventlistRead> events;
   std::optional<TavrolineAlarmlistRead> alarms;
   std::optional<TavrolineAlarmHandler> handler;
   // The address of an optional is that of its object.
   const std::pair<std::string, const void*> handles[] = {
       {"EventlistReadHandle", &events}, {"AlarmlistReadHandle", &alarms}, {"AlarmlistWriteHandle", &handler}};
-  for (const int round : {1, 2}) {
+  for (const char* round : {"new address", "address in use again"}) {
+    SCOPED_TRACE(round);
     events.emplace();
     alarms.emplace();
     handler.emplace(nullptr);
@@ -92,72 +118,87 @@ TEST_F(ComponentTest, AHandleThatIsNullStaleOrOfAnotherKindIsRefused) {
     EXPECT_EQ(call<loadcompleteeventlist_ext>(&events).iResult, TAVROLINE_BUSY);
     EXPECT_EQ(call<loadcompletealarmlist_ext>(&alarms).iResult, TAVROLINE_BUSY);
     EXPECT_EQ(call<getalarmstatefromalarmhandler_ext>(&handler).iResult, TAVROLINE_BUSY);
-    EXPECT_EQ(items(), Lines{}) << "an address in use again is live in round 2: " << round;
-    for (const bool open : {true, false}) {
-      if (!open) {
-        events.reset();
-        alarms.reset();
-        handler.reset();
-      }
-      for (const HandleRow& row : kHandleRows) {
-        expectRefused(row, nullptr, row.null);
-        expectRefused(row, &kHandleRows, std::string(row.kind) + " unknown");
-        for (const auto& [kind, handle] : handles) {
-          if (!open) {
-            expectRefused(row, handle, std::string(row.kind) + " already closed");
-          }
-          if (open && kind.find(row.kind) == std::string::npos) {
-            expectRefused(row, handle, std::string(row.kind) + " of another kind");
-          }
+    EXPECT_EQ(items(), Lines{});
+    for (const HandleRow& row : kHandleRows) {
+      expectRefused(row, nullptr, row.nullMessage);
+      expectRefused(row, &kHandleRows, std::string(row.kind) + " unknown");
+      for (const auto& [kind, handle] : handles) {
+        if (kind.find(row.kind) == std::string::npos) {
+          expectRefused(row, handle, std::string(row.kind) + " of another kind");
         }
+      }
+    }
+    events.reset();
+    alarms.reset();
+    handler.reset();
+    for (const HandleRow& row : kHandleRows) {
+      for (const auto& [kind, handle] : handles) {
+        expectRefused(row, handle, std::string(row.kind) + " already closed");
       }
     }
   }
 }
 
-TEST_F(ComponentTest, TheLastSixtyFourClosedHandlesAreKnownAsClosed) {
-  TavrolineHandle handles[65];
-  for (TavrolineHandle& handle : handles) {
-    handle = call<openalarmlistwritehandle_ext>().hWriteHandle;
-  }
-  for (const TavrolineHandle handle : handles) {
-    call<closealarmlistwritehandle_ext>(handle);
-  }
-  for (const int index : {0, 1, 64}) {
-    call<closealarmlistwritehandle_ext>(handles[index]);
-  }
-  EXPECT_EQ(items(), (Lines{"AlarmlistWriteHandle unknown", "AlarmlistWriteHandle already closed",
-                            "AlarmlistWriteHandle already closed"}));
-}
-
-TEST_F(ComponentTest, ANullStructureIsReportedWhereItIsNotIgnored) {
+TEST_F(ExternalFunctionTest, ANullStructureOrRequestIsReportedWhereItIsNotIgnored) {
   const std::set<std::string> silent{"openeventlistreadhandle_ext", "openalarmlistreadhandle_ext",
                                      "deleteeventlist_ext", "closeeventlistreadhandle_ext",
                                      "closealarmlistreadhandle_ext"};
-  int functions = 0;
-  for (const auto* row = ExternalFunctionTable; row->pfFunction != nullptr; ++row, ++functions) {
+  for (const auto& [name, function] : functions()) {
     fake::reset();
-    reinterpret_cast<void (*)(void*)>(row->pfFunction)(nullptr);
-    EXPECT_EQ(items(), silent.count(row->pszName) == 1 ? Lines{} : Lines{kNullStructure}) << row->pszName;
+    function(nullptr);
+    void* request = nullptr;
+    function(name.find("entries") == std::string::npos ? request : &request);
+    EXPECT_EQ(items(), silent.count(name) == 1 ? Lines{} : Lines(2, kNullStructure)) << name;
   }
-  EXPECT_EQ(functions, 38);
+}
+
+/** The function that has this line in a source file of the component, as it begins there. */
+std::string functionAt(const QString& file, int line) {
+  std::ifstream source(TAVROLINE_COMPONENT "/" + file.toStdString() + ".cpp");
+  std::string function;
+  for (std::string text; line > 0 && std::getline(source, text); --line) {
+    if (text.find("void ") == 0 || text == "}") {
+      function = text;
+    }
+  }
+  return line == 0 ? function : "behind the end";
+}
+
+TEST_F(ExternalFunctionTest, ARecordNamesTheFunctionThatWritesItAndOneOfItsLines) {
+  const std::set<std::string> withoutHandle{"logevent_ext", "deleteeventlist_ext",
+                                            "acknowledgevisualalarm_ext", "acknowledgecentraldetector_ext"};
+  for (const auto& [name, function] : functions()) {
+    const void* structure[20] = {structure, structure, structure};  // an unknown handle; its own request
+    fake::reset();
+    fake::throwAt(int(withoutHandle.count(name)));
+    t_outOfMemory = name.find("open") == 0;
+    function(structure);
+    if (name.find("open") == 0) {
+      EXPECT_EQ(structure[0], structure) << "success unchanged";
+      EXPECT_EQ(structure[1], nullptr) << "no handle";
+    }
+    const auto records = fake::calls("CodesysLog");
+    ASSERT_EQ(records.size(), 1U) << name;
+    const QVariantList& record = records[0].arguments;
+    const std::string begin = "void " + name + "(" + name.substr(0, name.size() - 3) + "struct*";
+    EXPECT_EQ(record[7].toString().toStdString(), begin + ")");
+    EXPECT_EQ(functionAt(record[6].toString(), record[8].toInt()).substr(0, begin.size()), begin);
+  }
 }
 
 struct CopyFunctions : ReaderTest {};
 INSTANTIATE_TEST_SUITE_P(Of, CopyFunctions, testing::Values(&kEventKind, &kAlarmKind));
 
-TEST_P(CopyFunctions, CheckTheirRequestAndItsArray) {
+TEST_P(CopyFunctions, CheckTheirArray) {
   const Reader reader(kind);
   stGetEventlistEntriesType request{reader.handle, nullptr, 1, -1, -7};  // but for its array, the alarms' too
-  for (auto* pointer : {static_cast<stGetEventlistEntriesType*>(nullptr), &request}) {
-    callNamed(kind.list == "Eventlist" ? "geteventlistentries" : "getalarmlistentries", &pointer);
-  }
+  void* pointer = &request;
+  functions().at(kind.list == "Eventlist" ? "geteventlistentries_ext" : "getalarmlistentries_ext")(&pointer);
   EXPECT_EQ(request.iResult, TAVROLINE_ERROR);
   EXPECT_EQ(request.diNumberOfEntries, -7);
-  EXPECT_EQ(items(), (Lines{kNullStructure, "DBusPendingReply nullpointer"}));
-  EXPECT_EQ(records().at(1), kind.className() + ": int16_t " + kind.className() + "::convert" + kind.list +
-                                 "(int&, st" + kind.list + "EntryType*, int) const: convert" + kind.list +
-                                 ": DBusPendingReply nullpointer");
+  EXPECT_EQ(records(), Lines{kind.className() + ": int16_t " + kind.className() + "::convert" + kind.list +
+                             "(int&, st" + kind.list + "EntryType*, int) const: convert" + kind.list +
+                             ": DBusPendingReply nullpointer"});
 }
 
 }  // namespace

@@ -7,49 +7,65 @@
 
 namespace {
 
-struct FilterFunctions : ReaderTest {};
-INSTANTIATE_TEST_SUITE_P(Of, FilterFunctions, testing::Values(&kEventKind, &kAlarmKind));
+struct FilterFunctionsTest : ReaderTest {};
+INSTANTIATE_TEST_SUITE_P(Of, FilterFunctionsTest, testing::Values(&kEventKind, &kAlarmKind));
 
-// Each step builds on those before it and says which entries pass then.
-TEST_P(FilterFunctions, ActOnEitherKindAtTheNextCopyWithoutANewLoad) {
+/** A call and the module names of the entries that pass after it. */
+struct Step {
+  const char* name;
+  std::function<void(TavrolineHandle)> act;
+  const char* passing;
+};
+constexpr unsigned int kNoon = 1714564800;  // of 1 May 2024, counted on the wall clock
+
+// Each step builds on those before it.
+// clang-format off
+#define STEP(passing, act) {#act, [](TavrolineHandle handle) { act; }, passing}
+const Step kSteps[] = {
+    STEP("c", call<addfiltereventtype_ext>(handle, 2)),
+    STEP("abcfg", call<addfiltereventtype_ext>(handle, 0)),
+    STEP("abfg", call<clearfiltereventtype_ext>(handle, 2)),
+    STEP("abcdefg", call<resetfiltereventtype_ext>(handle)),
+    STEP("c", call<addfilterkeyword_ext>(handle, 0, "x")),
+    STEP("cd", call<addfilterkeyword_ext>(handle, 0, "xy")),
+    STEP("cdg", call<addfilterkeyword_ext>(handle, 0, "\uFEFFx")),  // a byte order mark is a character
+    STEP("cd", call<clearfilterkeyword_ext>(handle, 0, "\uFEFFx")),
+    STEP("d", call<clearfilterkeyword_ext>(handle, 0, "x")),
+    STEP("de", call<addfilterkeyword_ext>(handle, 0, nullptr)),  // an empty keyword
+    STEP("e", call<clearfilterkeyword_ext>(handle, 0, "xy")),
+    STEP("abcdefg", call<clearfilterkeyword_ext>(handle, 0, nullptr)),
+    STEP("abdefg", call<addfilterkeyword_ext>(handle, -3, "x")),
+    STEP("", call<addfilterkeyword_ext>(handle, 0, "x")),
+    STEP("c", call<resetfilterkeyword_ext>(handle, 1)),
+    STEP("abcdefg", call<resetfilterkeyword_ext>(handle, 0)),
+    STEP("cf", call<setfiltertime_ext>(handle, kNoon, kNoon)),  // both bounds inclusive
+    STEP("cef", call<setfiltertime_ext>(handle, kNoon, kNoon - 1)),
+    STEP("cdf", call<setfiltertime_ext>(handle, kNoon + 1, kNoon)),
+    STEP("c", call<addfiltereventtype_ext>(handle, 2)),
+    STEP("", call<addfilterkeyword_ext>(handle, 1, "y")),
+    STEP("", call<resetfiltertime_ext>(handle)),
+    STEP("abcdefg", call<resetfilterall_ext>(handle)),
+    STEP("", call<setfiltertime_ext>(handle, 0, kNoon))};  // 0 is a bound like any other value
+// clang-format on
+
+TEST_P(FilterFunctionsTest, ActOnEitherKindAtTheNextCopyWithoutANewLoad) {
   setenv("TZ", "CET-1", 1);
   const Reader reader(kind);
+  call<setlistreadlanguage_ext>(reader.handle, "\uFEFFde");
   reader.load(R"([{"ModuleName":"a"},
       {"ModuleName":"b","EventType":"2","Keywords":"x","LocalTime":"none"},
       {"ModuleName":"c","EventType":2,"Keywords":["y","x"],"LocalTime":"2024-05-01T12:00:00.000"},
       {"ModuleName":"d","EventType":65538,"Keywords":["X","xy"],"LocalTime":"2024-05-01T12:00:00.001"},
       {"ModuleName":"e","EventType":-7,"Keywords":[5],"LocalTime":"2024-05-01T11:59:59.999"},
-      {"ModuleName":"f","EventType":0.5,"Keywords":[],"LocalTime":"2024-05-01T11:00:00.000Z"}])");
-  const TavrolineHandle handle = reader.handle;
-  const unsigned int noon = 1714564800;  // of 1 May 2024, counted on the wall clock
-  const std::pair<std::function<void()>, const char*> steps[] = {
-      {[=] { call<addfiltereventtype_ext>(handle, 2); }, "c"},
-      {[=] { call<addfiltereventtype_ext>(handle, 0); }, "abcf"},
-      {[=] { call<clearfiltereventtype_ext>(handle, 2); }, "abf"},
-      {[=] { call<resetfiltereventtype_ext>(handle); }, "abcdef"},
-      {[=] { call<addfilterkeyword_ext>(handle, 0, "x"); }, "c"},
-      {[=] { call<addfilterkeyword_ext>(handle, 0, "xy"); }, "cd"},
-      {[=] { call<clearfilterkeyword_ext>(handle, 0, "x"); }, "d"},
-      {[=] { call<addfilterkeyword_ext>(handle, 0, nullptr); }, "de"},  // an empty keyword
-      {[=] { call<clearfilterkeyword_ext>(handle, 0, "xy"); }, "e"},
-      {[=] { call<clearfilterkeyword_ext>(handle, 0, nullptr); }, "abcdef"},
-      {[=] { call<addfilterkeyword_ext>(handle, -3, "x"); }, "abdef"},
-      {[=] { call<addfilterkeyword_ext>(handle, 0, "x"); }, ""},
-      {[=] { call<resetfilterkeyword_ext>(handle, 1); }, "c"},
-      {[=] { call<resetfilterkeyword_ext>(handle, 0); }, "abcdef"},
-      {[=] { call<setfiltertime_ext>(handle, noon, noon); }, "cf"},  // both bounds inclusive
-      {[=] { call<setfiltertime_ext>(handle, noon, noon - 1); }, "cef"},
-      {[=] { call<setfiltertime_ext>(handle, noon + 1, noon); }, "cdf"},
-      {[=] { call<addfiltereventtype_ext>(handle, 2); }, "c"},
-      {[=] { call<addfilterkeyword_ext>(handle, 1, "y"); }, ""},
-      {[=] { call<resetfiltertime_ext>(handle); }, ""},
-      {[=] { call<resetfilterall_ext>(handle); }, "abcdef"},
-      {[=] { call<setfiltertime_ext>(handle, 0, noon); }, ""}};  // 0 is a bound like any other value
-  for (const auto& [act, passing] : steps) {
-    act();
-    EXPECT_EQ(kind.copy(handle, 20).modules, passing) << "step " << &act - &steps[0].first;
+      {"ModuleName":"f","EventType":0.5,"Keywords":[],"LocalTime":"2024-05-01T11:00:00.000Z"},
+      {"ModuleName":"g","Keywords":["\ufeffx"]}])");
+  for (const Step& step : kSteps) {
+    step.act(reader.handle);
+    EXPECT_EQ(kind.copy(reader.handle, 20).modules, step.passing) << step.name;
   }
-  EXPECT_EQ(fake::calls(kind.request()).size(), 1U);
+  const auto requests = fake::calls(kind.request());
+  ASSERT_EQ(requests.size(), 1U);
+  EXPECT_EQ(requests[0].arguments, QVariantList{QStringLiteral("\uFEFFde")});
 }
 
 }  // namespace
