@@ -44,7 +44,7 @@ void getalarmstatefromalarmhandler_ext(getalarmstatefromalarmhandler_struct* par
     if (!Convenience::checkStructPointer(parameters)) {
       return;
     }
-    Output<RTS_IEC_INT> result(parameters->iResult, TAVROLINE_ERROR);
+    Result result(parameters->iResult);
     TavrolineAlarmHandler* const handler = handlerOf(origin, parameters->hWriteHandle);
     if (handler == nullptr) {
       return;
@@ -52,7 +52,7 @@ void getalarmstatefromalarmhandler_ext(getalarmstatefromalarmhandler_struct* par
     bool active = false;
     bool acknowledged = false;
     const RTS_IEC_INT state = handler->getAlarmState(active, acknowledged);
-    if (state == TAVROLINE_DONE) {
+    if (state == ResultDone) {
       writeIfWanted(parameters->pxActive, active);
       writeIfWanted(parameters->pxAcknowledged, acknowledged);
     }

@@ -21,7 +21,7 @@ void loadcompletealarmlist_ext(loadcompletealarmlist_struct* parameters) {
     if (!TavrolineConvenienceFunctions::checkStructPointer(parameters)) {
       return;
     }
-    Output<RTS_IEC_INT> result(parameters->iResult, TAVROLINE_ERROR);
+    Result result(parameters->iResult);
     if (Reader* const reader = readerOf<Reader>(origin, parameters->hReadHandle)) {
       result = reader->loadCompleteAlarmlist();
     }
@@ -36,7 +36,7 @@ void getalarmlistentries_ext(getalarmlistentries_struct* parameters) {
       return;
     }
     stGetAlarmlistEntriesType& request = *parameters->pstRequest;
-    Output<RTS_IEC_INT> result(request.iResult, TAVROLINE_ERROR);
+    Result result(request.iResult);
     if (const Reader* const reader = readerOf<Reader>(origin, request.hReadHandle)) {
       result = reader->convertAlarmlist(request.diNumberOfEntries, request.pastEntries, request.diMaxEntries);
     }

@@ -17,7 +17,7 @@ void loadcompleteeventlist_ext(loadcompleteeventlist_struct* parameters) {
     if (!TavrolineConvenienceFunctions::checkStructPointer(parameters)) {
       return;
     }
-    Output<RTS_IEC_INT> result(parameters->iResult, TAVROLINE_ERROR);
+    Result result(parameters->iResult);
     if (Reader* const reader = readerOf<Reader>(origin, parameters->hReadHandle)) {
       result = reader->loadCompleteEventlist(0);
     }
@@ -30,7 +30,7 @@ void loadpartofeventlist_ext(loadpartofeventlist_struct* parameters) {
     if (!TavrolineConvenienceFunctions::checkStructPointer(parameters)) {
       return;
     }
-    Output<RTS_IEC_INT> result(parameters->iResult, TAVROLINE_ERROR);
+    Result result(parameters->iResult);
     if (Reader* const reader = readerOf<Reader>(origin, parameters->hReadHandle)) {
       result = reader->loadCompleteEventlist(parameters->uiNumberOfEntries);
     }
@@ -45,7 +45,7 @@ void geteventlistentries_ext(geteventlistentries_struct* parameters) {
       return;
     }
     stGetEventlistEntriesType& request = *parameters->pstRequest;
-    Output<RTS_IEC_INT> result(request.iResult, TAVROLINE_ERROR);
+    Result result(request.iResult);
     if (const Reader* const reader = readerOf<Reader>(origin, request.hReadHandle)) {
       result = reader->convertEventlist(request.diNumberOfEntries, request.pastEntries, request.diMaxEntries);
     }

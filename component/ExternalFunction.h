@@ -13,7 +13,7 @@
 class TavrolineAlarmHandler;
 
 /**
- * What the external functions are made of: a guard, the objects behind handles, an output field. Each
+ * What the external functions are made of: a guard, the objects behind handles, the result field. Each
  * function checks its structure, takes the object behind its handle, calls one operation and stores the
  * result.
  */
@@ -29,29 +29,28 @@ struct Origin {
 /** The Origin inside name_ext; its source file declares kFile. */
 #define ORIGIN(name) (Tavroline::Origin{kFile, "void " #name "_ext(" #name "_struct*)", __LINE__})
 
-/** Runs `body`; an exception ends here as one record. The guard of every function that the runtime calls. */
+/** Runs `body`; an exception ends here as one record. The guard of all functions that the runtime
+ * calls. [any-thread] */
 template <typename Body>
 void externalFunction(const Origin& origin, Body body) noexcept {
   reportExceptions(origin.file, origin.signature, body, origin.line);
 }
 
-/** An output that is written once, when this object ends, so that no other task sees a value in between. */
-template <typename Value>
-class Output {
+/** An iResult field, written once when this object ends, so that no other task sees a value in between. */
+class Result {
  public:
-  /** @param failed what the field gets if nothing is assigned, as after an exception */
-  Output(Value& field, Value failed) : m_field(field), m_value(failed) {}
-  ~Output() { m_field = m_value; }
-  Output(const Output&) = delete;
-  Output& operator=(const Output&) = delete;
-  void operator=(Value value) { m_value = value; }
+  explicit Result(RTS_IEC_INT& field) : m_field(field) {}
+  ~Result() { m_field = m_value; }
+  Result(const Result&) = delete;
+  Result& operator=(const Result&) = delete;
+  void operator=(RTS_IEC_INT value) { m_value = value; }
 
  private:
-  Value& m_field;
-  Value m_value;
+  RTS_IEC_INT& m_field;
+  RTS_IEC_INT m_value = ResultError;  ///< also after an exception
 };
 
-/** Logs why a handle that is not null is refused: unknown, already closed or of another kind. */
+/** Logs why a handle that is not null is refused: unknown, already closed or of another kind. [plc-task] */
 void logRefusal(const Origin& origin, TavrolineHandle handle, const char* kind);
 
 constexpr const char* kindOf(const TavrolineReadBaseClass*) {
@@ -87,7 +86,8 @@ Reader* readerOf(const Origin& origin, TavrolineHandle handle) {
 /** The alarm handler behind a handle; null if the handle is refused, which is logged. [plc-task] */
 TavrolineAlarmHandler* handlerOf(const Origin& origin, TavrolineHandle handle);
 
-/** A function on a reader without a result: calls `operation(*reader)`, often a member function. */
+/** A function on a reader without a result: calls `operation(*reader)`, often a member function. [plc-task]
+ */
 template <typename Reader, typename Parameters, typename Operation>
 void onReader(const Origin& origin, const Parameters* parameters, Operation operation) noexcept {
   externalFunction(origin, [&] {

@@ -51,12 +51,15 @@ void closealarmlistreadhandle_ext(closealarmlistreadhandle_struct* parameters) {
 }
 
 void openalarmlistwritehandle_ext(openalarmlistwritehandle_struct* parameters) {
+  TavrolineAlarmHandler* handler = nullptr;
   externalFunction(ORIGIN(openalarmlistwritehandle), [&] {
     if (TavrolineConvenienceFunctions::checkStructPointer(parameters)) {
-      Output<TavrolineHandle> handle(parameters->hWriteHandle, nullptr);
-      handle = new TavrolineAlarmHandler(nullptr);
+      handler = new TavrolineAlarmHandler(nullptr);
     }
   });
+  if (parameters != nullptr) {
+    parameters->hWriteHandle = handler;
+  }
 }
 
 void closealarmlistwritehandle_ext(closealarmlistwritehandle_struct* parameters) {
