@@ -48,7 +48,7 @@ struct Sequence {
 
   /** Some bytes of the input, again and again, in front of a guard page; sometimes null. */
   Word place(std::size_t size, std::size_t terminator = 0) {
-    static fuzz::GuardedMemory memory[10];
+    static GuardedMemory memory[10];
     char* const bytes = memory[placed++].last<char>(size);
     const std::string some = input.ConsumeBytesAsString(input.ConsumeIntegralInRange<std::size_t>(0, 20));
     for (std::size_t i = 0; i < size && !some.empty(); ++i)

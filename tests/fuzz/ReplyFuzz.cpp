@@ -31,7 +31,7 @@ QByteArray list(FuzzedDataProvider& input) {
 
 template <typename Entry, typename Reader>
 void copy(const Reader& reader, std::int16_t (Reader::*convert)(int&, Entry*, int) const, int capacity) {
-  static fuzz::GuardedMemory memory;
+  static GuardedMemory memory;
   auto* const entries = memory.last<Entry>(static_cast<std::size_t>(std::max(capacity, 0)));
   int count = -1;
   fuzz::check((reader.*convert)(count, entries, capacity) == ResultDone, "the copy failed");

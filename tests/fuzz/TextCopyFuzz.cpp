@@ -8,7 +8,7 @@ namespace {
 
 template <typename Character, typename Write, typename Read>
 void write(const QString& text, int encodedSize, Write write, Read read) {
-  static fuzz::GuardedMemory memory;
+  static GuardedMemory memory;
   for (int capacity = 1; capacity <= encodedSize + 2; ++capacity) {
     auto* const target = memory.last<Character>(static_cast<std::size_t>(capacity));
     const bool fits = write(text, target, static_cast<short>(capacity), false);
@@ -22,7 +22,7 @@ void write(const QString& text, int encodedSize, Write write, Read read) {
 /** `bytes` as a text that ends by its length, where the memory does. */
 template <typename Character, typename Read>
 QString arrived(const std::string& bytes, Read read) {
-  static fuzz::GuardedMemory memory;
+  static GuardedMemory memory;
   const std::size_t length = bytes.size() / sizeof(Character);
   auto* const source = memory.last<Character>(length);
   std::memcpy(source, bytes.data(), length * sizeof(Character));

@@ -39,7 +39,6 @@ struct State {
   std::vector<Call> readingClients;
   std::map<std::string, std::deque<std::vector<fake::Answer>>> answers;
   std::map<std::string, std::deque<bool>> changes;
-  std::map<std::string, int> refusals;
   std::atomic<int> platformCalls{0};
   std::atomic<int> firstThrowing{0};
   std::atomic<int> lastThrowing{0};
@@ -64,38 +63,31 @@ bool take(std::map<std::string, std::deque<Value>>& scripts, const std::string& 
   return true;
 }
 
-/** Record a call that can be made to fail; false when it is to be refused. */
+/** Record a call that can be made to throw; true, as it is accepted. */
 bool perform(const std::string& operation, const QVariantList& arguments, const void* object) {
   record(operation, arguments, object);
   fake::platformCall();
-  const std::lock_guard<std::mutex> lock(state().mutex);
-  int& refusals = state().refusals[operation];
-  if (refusals == 0) {
-    return true;
-  }
-  --refusals;
-  return false;
+  return true;
 }
 
 DBusPendingReply::SharedPointer request(const std::string& operation, const QVariantList& arguments,
                                         const void* object) {
-  if (!perform(operation, arguments, object)) {
-    return {};
-  }
-  const auto reply = QSharedPointer<DBusPendingReply::Private>::create();
+  perform(operation, arguments, object);
   std::vector<fake::Answer> answers{{2, {}}};
   {
     const std::lock_guard<std::mutex> lock(state().mutex);
     take(state().answers, operation, answers);
   }
+  if (answers.empty()) {
+    return {};
+  }
+  const auto reply = QSharedPointer<DBusPendingReply::Private>::create();
   reply->answers.assign(answers.begin(), answers.end());
   return DBusPendingReply::SharedPointer::create(reply);
 }
 
 bool flag(const std::string& operation, bool* value, const void* object) {
-  if (!perform(operation, {}, object)) {
-    return false;
-  }
+  perform(operation, {}, object);
   const std::lock_guard<std::mutex> lock(state().mutex);
   bool present = false;
   if (!take(state().changes, operation, present)) {
@@ -134,7 +126,6 @@ void fake::reset() {
   state().log.clear();
   state().answers.clear();
   state().changes.clear();
-  state().refusals.clear();
 }
 
 std::vector<fake::Call> fake::calls(const std::string& operation) {
@@ -156,11 +147,6 @@ void fake::answer(const std::string& operation, const std::vector<Answer>& answe
 void fake::change(const std::string& operation, bool value) {
   const std::lock_guard<std::mutex> lock(state().mutex);
   state().changes[operation].push_back(value);
-}
-
-void fake::refuse(const std::string& operation) {
-  const std::lock_guard<std::mutex> lock(state().mutex);
-  ++state().refusals[operation];
 }
 
 void fake::throwAt(int call, Thrown what, bool andAllAfter) {

@@ -48,14 +48,11 @@ void reset();
 /** The log, or what it holds of one operation. */
 std::vector<Call> calls(const std::string& operation = std::string());
 
-/** The next reply to `operation` gives these answers one after another, the last one for ever. */
+/** The next reply to `operation` gives these answers one after another and repeats the last; {}: no reply. */
 void answer(const std::string& operation, const std::vector<Answer>& answers);
 
 /** The next changedFlag… call named `operation` reports a change, to `value` where it delivers one. */
 void change(const std::string& operation, bool value = true);
-
-/** The next call of `operation` is refused: a request gives null, a hand-over false. */
-void refuse(const std::string& operation);
 
 /**
  * The given platform call, counted from 1 from now on, throws, and with `andAllAfter` every later one; 0:

@@ -26,43 +26,66 @@ struct AlarmHandlerTest : ComponentTest {
 };
 
 TEST_F(AlarmHandlerTest, OnlyAnEdgeIsSentAndOnlyNeutralIsWarnedOf) {
-  const std::tuple<int, int, const char*, const char*> rows[] = {
-      {0, 2, "", ""},       {0, 0, "", ""},          {0, 3, "", ""},           {0, 1, "", "0 1 alarm-on"},
-      {0, 1, "", ""},       {2, 1, "own", ""},       {0, 0, "", ""},           {0, 2, "", "0 2 alarm-off"},
-      {0, 2, "", ""},       {0, -1, "", ""},         {2, 1, "own", "2 1 own"}, {2, 2, "", "2 2 fault-off"},
-      {77, 1, "", "77 1 "}, {0, 2, "own", "0 2 own"}};
+  const struct {
+    int type, state;
+    const char* icon;
+    const char* sent;  ///< type, state and icon; empty: nothing
+  } steps[] = {{TAVROLINE_ALARM, TAVROLINE_OFF, "", ""},
+               {TAVROLINE_ALARM, TAVROLINE_NEUTRAL, "", ""},
+               {TAVROLINE_ALARM, 3, "", ""},
+               {TAVROLINE_ALARM, TAVROLINE_ON, "", "0 1 alarm-on"},
+               {TAVROLINE_ALARM, TAVROLINE_ON, "", ""},
+               {TAVROLINE_FAULT, TAVROLINE_ON, "own", ""},
+               {TAVROLINE_ALARM, TAVROLINE_NEUTRAL, "", ""},
+               {TAVROLINE_ALARM, TAVROLINE_OFF, "", "0 2 alarm-off"},
+               {TAVROLINE_ALARM, TAVROLINE_OFF, "", ""},
+               {TAVROLINE_ALARM, -1, "", ""},
+               {TAVROLINE_FAULT, TAVROLINE_ON, "own", "2 1 own"},
+               {TAVROLINE_FAULT, TAVROLINE_OFF, "", "2 2 fault-off"},
+               {77, TAVROLINE_ON, "", "77 1 "},
+               {TAVROLINE_ALARM, TAVROLINE_OFF, "own", "0 2 own"}};
   const Lines neutral{
       "qWarning: TavrolineAlarmHandler: void TavrolineAlarmHandler::changeState(EventlistHandlerEnums::"
       "EventType, EventlistHandlerEnums::State, const QString&, const QString&, const QDateTime&, "
       "const QVariantMap&, const QStringList&, const QString&): Neutral alarm or fault not allowed"};
-  for (const auto& [type, state, icon, expected] : rows) {
+  for (const auto& step : steps) {
+    SCOPED_TRACE(&step - steps);
     fake::reset();
-    log(type, state, icon);
-    QStringList sent;  // type, state, icon
+    log(step.type, step.state, step.icon);
+    QStringList sent;
     for (const fake::Call& call : fake::calls("logEvent")) {
       sent += QVariant(call.arguments.mid(0, 3)).toStringList();
     }
-    EXPECT_EQ(sent.join(QLatin1Char(' ')), QString::fromUtf8(expected)) << type << state << icon;
-    EXPECT_EQ(messages(), state == 0 ? neutral : Lines{});
+    EXPECT_EQ(sent.join(QLatin1Char(' ')), QString::fromUtf8(step.sent));
+    EXPECT_EQ(messages(), step.state == TAVROLINE_NEUTRAL ? neutral : Lines{});
   }
 }
 
+TEST_F(AlarmHandlerTest, OnIsAcceptedFromOffOnlyAndOffFromOnOnly) {
+  auto& handler = *static_cast<TavrolineAlarmHandler*>(m_handle);
+  const auto alarm = EventlistHandlerEnums::EventType(TAVROLINE_ALARM);
+  handler.saveData(alarm, EventlistHandlerEnums::State(TAVROLINE_NEUTRAL), {}, {}, {}, {}, {});
+  log(TAVROLINE_ALARM, TAVROLINE_ON);
+  log(TAVROLINE_ALARM, TAVROLINE_OFF);
+  EXPECT_TRUE(fake::calls("logEvent").empty());
+}
+
 TEST_F(AlarmHandlerTest, AnAlarmStillOnIsClearedOnCloseWithItsIdentifierAndWhatWasStoredLast) {
-  log(0, 1);
-  log(0, 2);
-  log(2, 1, "own", 1000);
-  log(0, 1, "dropped", 2000);
+  log(TAVROLINE_ALARM, TAVROLINE_ON);
+  log(TAVROLINE_ALARM, TAVROLINE_OFF);
+  log(TAVROLINE_FAULT, TAVROLINE_ON, "own", 1000);
+  log(TAVROLINE_ALARM, TAVROLINE_ON, "dropped", 2000);
   query();
   Reader(kAlarmKind).load();
   EXPECT_NE(fake::calls("getAlarmState").at(0).object, fake::calls("getCompleteAlarmlist").at(0).object);
   close();
   m_handle = call<openalarmlistwritehandle_ext>().hWriteHandle;
-  log(0, 1);
-  log(0, 2);
+  log(TAVROLINE_ALARM, TAVROLINE_ON);
+  log(TAVROLINE_ALARM, TAVROLINE_OFF);
   close();
   const auto sent = fake::calls("logEvent");
   ASSERT_EQ(sent.size(), 6U) << "nothing more from one that is off";
-  EXPECT_TRUE(sent[0].arguments[4].toDateTime().isNull()) << "no time stamp stays none";
+  EXPECT_TRUE(sent[0].arguments[4].toDateTime().isNull()) << "no time stamp is passed on as none";
   QVariantList expected = sent[2].arguments;
   EXPECT_EQ(expected.mid(3, 2), (QVariantList{"own"_q, QDateTime::fromSecsSinceEpoch(1000, Qt::UTC)}));
   EXPECT_EQ(expected.mid(6, 2), (QVariantList{QStringList{"k"_q}, "u"_q}));
@@ -71,18 +94,21 @@ TEST_F(AlarmHandlerTest, AnAlarmStillOnIsClearedOnCloseWithItsIdentifierAndWhatW
   EXPECT_EQ(sent[0].arguments[8], id);
   EXPECT_NE(sent[4].arguments[8], id) << "another handler's";
   EXPECT_EQ(fake::calls("getAlarmState").at(0).arguments, QVariantList{id});
-  expected[1] = 2;
+  expected[1] = TAVROLINE_OFF;
   expected[2] = "fault-off"_q;
   EXPECT_EQ(sent[3].arguments, expected);
 }
 
 TEST_F(AlarmHandlerTest, AStateQueryIsStartedAndAskedUntilItDelivers) {
-  using Row = std::pair<const char*, const char*>;
+  const struct {
+    const char* reply;
+    const char* expected;
+  } rows[] = {{R"({"AlarmActive":true,"AlarmAcknowledgment":false})", "0 10"},
+              {R"({"AlarmActive":false,"AlarmAcknowledgment":true})", "0 01"},
+              {R"({"AlarmActive":1,"AlarmAcknowledgment":"true"})", "0 00"},
+              {"garbage", "0 00"}};
   std::size_t started = 0;
-  for (const auto& [reply, expected] :
-       {Row{R"({"AlarmActive":true,"AlarmAcknowledgment":false})", "0 10"},
-        Row{R"({"AlarmActive":false,"AlarmAcknowledgment":true})", "0 01"},
-        Row{R"({"AlarmActive":1,"AlarmAcknowledgment":"true"})", "0 00"}, Row{"garbage", "0 00"}}) {
+  for (const auto& [reply, expected] : rows) {
     fake::answer("getAlarmState", {{2, {}}, {2, {}}, {0, reply}});
     fake::answer("getAlarmState", {{0, reply}});
     for (const char* result : {"1 55", "1 55", expected}) {
@@ -104,7 +130,7 @@ TEST_F(AlarmHandlerTest, AFailedStateQueryIsRepeatedAfterFiveSeconds) {
   EXPECT_EQ(query(), "1 55");
   EXPECT_EQ(query(), "2 55");
   EXPECT_EQ(records(), Lines{place + "DBus access error"});
-  fake::refuse("getAlarmState");
+  fake::answer("getAlarmState", {});
   for (const std::size_t started : {1U, 2U}) {
     advanceMonotonicClock(4999);
     EXPECT_EQ(query(), "2 55") << "counted from the last failed query";
@@ -119,11 +145,12 @@ TEST_F(AlarmHandlerTest, AFailedStateQueryIsRepeatedAfterFiveSeconds) {
 TEST_F(AlarmHandlerTest, AnAlarmWithoutItsDescriptionIsReportedOnceAndNotSent) {
   const stDataType data{};
   const stDescriptionArgumentType argument{};
-  const stDescriptionUrlArgumentType url{};
+  const stDescriptionUrlArgumentType urlArgument{};
   for (const int missing : {0, 1, 2}) {
     fake::reset();
-    call<logalarm_ext>(m_handle, 0, 1, "", "", 0, missing == 0 ? nullptr : &data, nullptr, 1, "",
-                       missing == 1 ? nullptr : &argument, missing == 2 ? nullptr : &url);
+    call<logalarm_ext>(m_handle, TAVROLINE_ALARM, TAVROLINE_ON, "", "", 0, missing == 0 ? nullptr : &data,
+                       nullptr, 1, "", missing == 1 ? nullptr : &argument,
+                       missing == 2 ? nullptr : &urlArgument);
     EXPECT_EQ(items(), Lines{"codesys struct nullpointer"});
     EXPECT_TRUE(fake::calls("logEvent").empty());
   }

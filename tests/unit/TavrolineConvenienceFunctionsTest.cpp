@@ -2,14 +2,33 @@
 
 #include <climits>
 #include <cstring>
+#include <set>
 
+#include "GuardedMemory.h"
 #include "UnitSupport.h"
 
 namespace {
 
 using Convert = TavrolineConvenienceFunctions;
+struct ConvenienceFunctionsTest : ComponentTest {};
 
-TEST_F(ComponentTest, TextSourcesBeyondOneBecomeZeroWithAWarning) {
+const Lines kNullStructure{
+    "TavrolineConvenienceFunctions: static bool TavrolineConvenienceFunctions::checkStructPointer("
+    "const void*): codesys struct nullpointer"};
+
+/** The texts that the text helpers read, in order; each was to be read up to its terminator. */
+QStringList readTexts() {
+  QStringList texts;
+  for (const fake::Call& call : fake::calls()) {
+    if (call.arguments.size() == 2) {
+      texts += call.arguments[0].toString();
+      EXPECT_EQ(call.arguments[1], -1);
+    }
+  }
+  return texts;
+}
+
+TEST_F(ConvenienceFunctionsTest, TextSourcesBeyondOneBecomeZeroWithAWarning) {
   for (const RTS_IEC_INT value : std::initializer_list<RTS_IEC_INT>{2, -1}) {
     fake::reset();
     EXPECT_EQ(Convert::convertIntToTextSource(value), 0);
@@ -21,57 +40,96 @@ TEST_F(ComponentTest, TextSourcesBeyondOneBecomeZeroWithAWarning) {
   }
 }
 
-TEST_F(ComponentTest, AWriteHandleIsTakenUnlessItIsNull) {
-  TavrolineEventlistWrite* writer = nullptr;
+template <typename Object>
+void expectTakenUnlessNull(const std::string& type, const std::string& kind) {
+  Object* target = nullptr;
   int object = 0;
-  EXPECT_TRUE(Convert::getHandlePointer(&writer, &object));
-  EXPECT_FALSE(Convert::getHandlePointer(&writer, nullptr));
-  EXPECT_EQ(static_cast<void*>(writer), &object);
-  EXPECT_EQ(items(), Lines{"EventlistWriteHandle nullpointer"});
+  EXPECT_TRUE(Convert::getHandlePointer(&target, &object));
+  EXPECT_FALSE(Convert::getHandlePointer(&target, nullptr));
+  EXPECT_EQ(static_cast<void*>(target), &object);
+  EXPECT_EQ(records().back(),
+            "TavrolineConvenienceFunctions: static bool TavrolineConvenienceFunctions::"
+            "getHandlePointer(" +
+                type + "**, void*): " + kind + " nullpointer");
 }
 
-TEST_F(ComponentTest, AnInstanceNameTakesAtMostOneIntegerDirective) {
-  using Row = std::tuple<int, const char*, QString>;
-  for (const auto& [number, name, expected] :
-       {Row{3, "Pump %d", "Pump 3"_q}, Row{0, "Pump %d", "Pump %d"_q}, Row{-2, "Pump %d", "Pump -2"_q},
-        Row{3, "Pümpe %d", "Pümpe 3"_q}, Row{3, "Pumpe 水", "Pumpe 水"_q}, Row{3, "水 %d", "? 3"_q},
-        Row{7, "100%% %i", "100% 7"_q}, Row{7, "%+05d|%%", "+0007|%"_q}, Row{255, "%x %u", "ff %u"_q},
-        Row{300, "%hhd", "300"_q}, Row{3, "%s", "%s"_q}, Row{3, "%n", "%n"_q},
-        Row{3, "%f and %d", "%f and 3"_q}, Row{3, "%*d", "%*d"_q}, Row{3, "%5", "%5"_q},
-        Row{3, "%99999999999d", "3"_q.rightJustified(255)}}) {
+TEST_F(ConvenienceFunctionsTest, EveryKindOfHandleIsTakenUnlessItIsNull) {
+  expectTakenUnlessNull<TavrolineReadBaseClass>("TavrolineReadBaseClass", "EventlistReadHandle");
+  expectTakenUnlessNull<TavrolineEventlistRead>("TavrolineEventlistRead", "EventlistReadHandle");
+  expectTakenUnlessNull<TavrolineEventlistWrite>("TavrolineEventlistWrite", "EventlistWriteHandle");
+  expectTakenUnlessNull<TavrolineAlarmlistRead>("TavrolineAlarmlistRead", "AlarmlistReadHandle");
+  std::set<QString> lines;
+  for (const fake::Call& record : fake::calls("CodesysLog")) {
+    lines.insert(record.arguments[8].toString());
+  }
+  EXPECT_EQ(lines.size(), 4U) << "each overload reports its own line";
+}
+
+TEST_F(ConvenienceFunctionsTest, AnInstanceNameTakesAtMostOneIntegerDirective) {
+  const struct {
+    RTS_IEC_INT number;
+    const char* name;
+    QString expected;
+  } rows[] = {{3, "Pump %d", "Pump 3"_q},
+              {0, "Pump %d", "Pump %d"_q},
+              {-2, "Pump %d", "Pump -2"_q},
+              {3, "Pümpe %d", "Pümpe 3"_q},
+              {3, "Pumpe 水", "Pumpe 水"_q},
+              {3, "水 %d", "? 3"_q},
+              {7, "100%% %i", "100% 7"_q},
+              {7, "%+05d|%%", "+0007|%"_q},
+              {255, "%x %u", "ff %u"_q},
+              {300, "%hhd", "300"_q},
+              {3, "%s", "%s"_q},
+              {3, "%n", "%n"_q},
+              {3, "%f and %d", "%f and 3"_q},
+              {3, "%*d", "%*d"_q},
+              {3, "%5", "%5"_q},
+              {3, "%99999999999d", "3"_q.rightJustified(255)}};
+  for (const auto& row : rows) {
     stDataType data{};
-    std::strcpy(data.sInstanceName, name);
-    data.iInstanceNumber = static_cast<RTS_IEC_INT>(number);
-    EXPECT_EQ(Convert::convertStructDescriptionData(data)["InstanceName"_q], expected) << name;
+    std::strcpy(data.sInstanceName, row.name);
+    data.iInstanceNumber = row.number;
+    EXPECT_EQ(Convert::convertStructDescriptionData(data)["InstanceName"_q], row.expected) << row.name;
   }
 }
 
-TEST_F(ComponentTest, KeywordsAreTheNonEmptyElementsWithinTheBounds) {
-  const char elements[][6] = {"alarm", "", "pump", "alarm", "", "", "", "", "", "last", "past"};
-  const QStringList four{"alarm"_q, "pump"_q, "alarm"_q};
-  using Row = std::tuple<const char*, short, __ARRAY__DIM__INFO, QStringList>;
-  const Row rows[] = {
-      {*elements, 6, {1, 4}, four},      {*elements, 6, {7, 7}, {"alarm"_q}},
-      {elements[1], 6, {0, 0}, {}},      {*elements, 6, {-5, 4}, four + QStringList{"last"_q}},
-      {*elements, 6, {1, 0}, {}},        {*elements, 6, {INT_MAX, INT_MIN}, {}},
-      {*elements, 6, {-1, INT_MAX}, {}}, {*elements, 0, {0, 3}, {}},
-      {*elements, -6, {0, 3}, {}},       {nullptr, 6, {0, 3}, {}}};
-  for (const auto& [first, size, bounds, expected] : rows) {
+TEST_F(ConvenienceFunctionsTest, KeywordsAreTheNonEmptyElementsWithinTheBounds) {
+  const char elements[][6] = {"alarm", "", "\uFEFFup", "alarm", "", "", "", "", "", "last", "past"};
+  const QStringList three{"alarm"_q, QChar(0xFEFF) + "up"_q, "alarm"_q};
+  const struct {
+    const char* name;
+    const char* first;
+    short size;
+    __ARRAY__DIM__INFO bounds;
+    QStringList expected;
+  } rows[] = {{"four elements", *elements, 6, {1, 4}, three},
+              {"one element", *elements, 6, {7, 7}, {"alarm"_q}},
+              {"an empty element", elements[1], 6, {0, 0}, {}},
+              {"bounds from below zero", *elements, 6, {-5, 4}, three + QStringList{"last"_q}},
+              {"upper below lower", *elements, 6, {1, 0}, {}},
+              {"a difference below DINT", *elements, 6, {INT_MAX, INT_MIN}, {}},
+              {"a difference beyond DINT", *elements, 6, {-1, INT_MAX}, {}},
+              {"size 1", *elements, 1, {0, 2}, {"a"_q, "l"_q, "a"_q}},
+              {"size 0", *elements, 0, {0, 3}, {}},
+              {"a negative size", *elements, -6, {0, 3}, {}},
+              {"no array", nullptr, 6, {0, 3}, {}}};
+  for (const auto& row : rows) {
     fake::reset();
-    EXPECT_EQ(Convert::getKeywordStringList(first, size, bounds), expected) << bounds.lower;
-    EXPECT_EQ(records().size(), first == nullptr ? 1U : 0U);
+    EXPECT_EQ(Convert::getKeywordStringList(row.first, row.size, row.bounds), row.expected) << row.name;
+    EXPECT_EQ(records(), row.first == nullptr ? kNullStructure : Lines{});
   }
 }
 
-TEST_F(ComponentTest, ADescriptionMapHoldsEveryFieldAndBothLists) {
-  const stDataType data{1, "Module", "Objekt ä", "Pump %d", 3, ""};
+TEST_F(ConvenienceFunctionsTest, ADescriptionMapHoldsEveryFieldAndBothLists) {
+  const stDataType data{1, "Module", "Objekt ä", "Pump %d", 3, "url"};
   const stDescriptionArgumentType arguments[2] = {{{'$', '1'}, {0x2103}}, {}};
   const stDescriptionUrlArgumentType urlArgument{{'$', 'u'}, data};
   QVariantMap expected{{"TextSource"_q, 1},
                        {"ModuleName"_q, "Module"_q},
                        {"ObjectName"_q, "Objekt ä"_q},
                        {"InstanceName"_q, "Pump 3"_q},
-                       {"Url"_q, ""_q}};
+                       {"Url"_q, "url"_q}};
   QVariantMap urlMap = expected;
   urlMap["Placeholder"_q] = "$u"_q;
   expected["Arguments"_q] = QVariantList{QVariantMap{{"Placeholder"_q, "$1"_q}, {"Argument"_q, "℃"_q}},
@@ -80,6 +138,9 @@ TEST_F(ComponentTest, ADescriptionMapHoldsEveryFieldAndBothLists) {
   const QVariantMap map = Convert::getDescriptionVariantMap(&data, arguments, {5, 6}, &urlArgument, {1, 1});
   EXPECT_EQ(map, expected);
   EXPECT_EQ(map["TextSource"_q].type(), QVariant::Int);
+  const QStringList inOrder{"Module"_q, "Objekt ä"_q, "Pump %d"_q,  "url"_q,     "℃"_q,   "$1"_q, ""_q,
+                            ""_q,       "Module"_q,   "Objekt ä"_q, "Pump %d"_q, "url"_q, "$u"_q};
+  EXPECT_EQ(readTexts(), inOrder);
   expected["Arguments"_q] = expected["UrlArguments"_q] = QVariantList{};
   EXPECT_EQ(Convert::getDescriptionVariantMap(&data, arguments, {1, 0}, &urlArgument, {INT_MIN, INT_MAX}),
             expected);
@@ -91,25 +152,32 @@ TEST_F(ComponentTest, ADescriptionMapHoldsEveryFieldAndBothLists) {
                                                 missing % 2 == 1 ? nullptr : arguments, {0, 0},
                                                 missing >= 2 ? nullptr : &urlArgument, {0, 0}),
               QVariantMap());
-    EXPECT_EQ(records(), Lines{"TavrolineConvenienceFunctions: static bool TavrolineConvenienceFunctions::"
-                               "checkStructPointer(const void*): codesys struct nullpointer"});
+    EXPECT_EQ(records(), kNullStructure);
     EXPECT_EQ(fake::calls("CodesysLog").at(0).arguments[8], "76"_q);
   }
 }
 
-TEST_F(ComponentTest, AFieldWithoutATerminatorEndsWithTheField) {
-  stDescriptionUrlArgumentType full;
-  std::memset(static_cast<void*>(&full), 'x', sizeof full);
-  full.stData.iTextSource = 0;
-  const QVariantMap map = Convert::convertStructDescriptionData(full);
-  EXPECT_EQ(map["Placeholder"_q], QString(81, QChar(0x7878)));
-  for (const QString& key : {"ModuleName"_q, "ObjectName"_q}) {
-    EXPECT_EQ(map[key], QString(81, QLatin1Char('x')));
-  }
-  for (const QString& key : {"InstanceName"_q, "Url"_q}) {
-    EXPECT_EQ(map[key], QString(256, QLatin1Char('x')));
-  }
-  EXPECT_EQ(messages(), Lines{}) << "of a known text source";
+TEST_F(ConvenienceFunctionsTest, ATextWithoutATerminatorEndsWithItsFieldOrElement) {
+  GuardedMemory memory;
+  auto& argument = *memory.last<stDescriptionArgumentType>(1);
+  std::memset(static_cast<void*>(&argument), 'x', sizeof argument);
+  const QString wide(81, QChar(0x7878));
+  EXPECT_EQ(Convert::convertStructDescriptionData(argument),
+            (QVariantMap{{"Argument"_q, wide}, {"Placeholder"_q, wide}}));
+  auto& data = *memory.last<stDataType>(1);
+  std::memset(static_cast<void*>(&data), 'x', sizeof data);
+  data.iTextSource = data.iInstanceNumber = 0;
+  const QString narrow(81, QLatin1Char('x'));
+  const QString longer(256, QLatin1Char('x'));
+  EXPECT_EQ(Convert::convertStructDescriptionData(data), (QVariantMap{{"TextSource"_q, 0},
+                                                                      {"ModuleName"_q, narrow},
+                                                                      {"ObjectName"_q, narrow},
+                                                                      {"InstanceName"_q, longer},
+                                                                      {"Url"_q, longer}}));
+  fake::reset();
+  const char* const elements = static_cast<char*>(std::memcpy(memory.last<char>(12), "on\0?pumpdoor", 12));
+  EXPECT_EQ(Convert::getKeywordStringList(elements, 4, {1, 3}), (QStringList{"on"_q, "pump"_q, "door"_q}));
+  EXPECT_EQ(readTexts(), (QStringList{"on"_q, "pump"_q, "door"_q}));
 }
 
 }  // namespace

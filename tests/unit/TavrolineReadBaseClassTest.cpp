@@ -43,7 +43,7 @@ TEST_P(LoadProtocol, TakesOneStepPerCallAndIsIdleAndFreeAfterwards) {
     const Reader reader(kind);
     reader.load("[{},{}]");
     call<setlistreadlanguage_ext>(reader.handle, answers.empty() ? nullptr : "dä");
-    answers.empty() ? fake::refuse(kind.request()) : fake::answer(kind.request(), answers);
+    fake::answer(kind.request(), answers);
     for (const int result : results) {
       EXPECT_EQ(reader.count(), 2) << "the old list stays until the new one is there";
       EXPECT_EQ(reader.load(), result);

@@ -6,13 +6,27 @@
 
 namespace {
 
-TEST_F(ComponentTest, AnEventIsSentWithItsIconOrTheDefaultOneAndAnAlarmIsRefused) {
-  const std::tuple<int, int, const char*, const char*> rows[] = {
-      // the last one null: refused
-      {3, 0, "", "event"},       {3, 1, "", "event-on"}, {3, 2, "", "event-off"}, {3, 1, "own", "own"},
-      {1, 0, "", "audit-trail"}, {1, 1, "", ""},         {3, 3, "", ""},          {4, 1, "", ""},
-      {-1, 1, "x", "x"},         {3, -5, nullptr, ""},   {0, 1, "", nullptr},     {2, 7, "own", nullptr}};
+struct WritersTest : ComponentTest {};
+
+TEST_F(WritersTest, AnEventIsSentWithItsIconOrTheDefaultOneAndAnAlarmIsRefused) {
+  const struct {
+    int type, state;
+    const char* icon;
+    const char* sentIcon;  ///< null: refused
+  } rows[] = {{TAVROLINE_EVENT, TAVROLINE_NEUTRAL, "", "event"},
+              {TAVROLINE_EVENT, TAVROLINE_ON, "", "event-on"},
+              {TAVROLINE_EVENT, TAVROLINE_OFF, "", "event-off"},
+              {TAVROLINE_EVENT, TAVROLINE_ON, "own", "own"},
+              {TAVROLINE_EVENT, 3, "", ""},
+              {TAVROLINE_EVENT, -5, nullptr, ""},
+              {TAVROLINE_AUDIT_TRAIL, TAVROLINE_NEUTRAL, "", "audit-trail"},
+              {TAVROLINE_AUDIT_TRAIL, TAVROLINE_ON, "", ""},
+              {4, TAVROLINE_ON, "", ""},
+              {-1, TAVROLINE_ON, "x", "x"},
+              {TAVROLINE_ALARM, TAVROLINE_ON, "", nullptr},
+              {TAVROLINE_FAULT, 7, "own", nullptr}};
   for (const auto& [type, state, icon, sentIcon] : rows) {
+    SCOPED_TRACE(std::to_string(type) + " " + std::to_string(state));
     fake::reset();
     logEntry<logevent_ext>(type, state, icon, "Mödule", 0xFFFFFFFF);
     QVariantList sent;
@@ -37,31 +51,39 @@ TEST_F(ComponentTest, AnEventIsSentWithItsIconOrTheDefaultOneAndAnAlarmIsRefused
   }
 }
 
-TEST_F(ComponentTest, AnAcknowledgementNamesTheUserAndTheIdentifiersThatAreNotEmpty) {
+TEST_F(WritersTest, AnAcknowledgementNamesTheUserAndTheIdentifiersThatAreNotEmpty) {
   const RTS_IEC_WSTRING user[] = {'B', 0xF6, 0};
   const char ids[][81] = {"{a}", "", "{ä}", "behind"};
-  using Row = std::tuple<const char*, __ARRAY__DIM__INFO, QStringList>;
-  for (const auto& [first, bounds, sent] :
-       {Row{*ids, {1, 3}, {"{a}"_q, "{ä}"_q}}, Row{ids[1], {0, 0}, {}}, Row{*ids, {INT_MIN, INT_MAX}, {}},
-        Row{nullptr, {0, 0}, {}}, Row{nullptr, {1, 0}, {}}}) {
+  const struct {
+    const char* first;
+    __ARRAY__DIM__INFO bounds;
+    QStringList sent;
+    Lines logged;
+  } rows[] = {{*ids, {1, 3}, {"{a}"_q, "{ä}"_q}, {}},
+              {ids[1], {0, 0}, {}, {}},
+              {*ids, {INT_MIN, INT_MAX}, {}, {}},
+              {nullptr, {0, 0}, {}, {"codesys struct nullpointer"}},
+              {nullptr, {1, 0}, {}, {}}};
+  for (const auto& [first, bounds, sent, logged] : rows) {
     fake::reset();
     call<acknowledgevisualalarm_ext>(81, user, first, bounds);
     EXPECT_EQ(fake::calls("acknowledgeVisualAlarm").at(0).arguments, (QVariantList{sent, "Bö"_q, true}));
-    EXPECT_EQ(records().size(), first == nullptr && bounds.lower == 0 ? 1U : 0U);
+    EXPECT_EQ(items(), logged);
   }
   call<acknowledgecentraldetector_ext>(user);
   EXPECT_EQ(fake::calls("acknowledgeCentralDetector").at(0).arguments, (QVariantList{"Bö"_q, true}));
 }
 
-TEST_F(ComponentTest, EveryReadingClientIsConstructedForTheDevicesBus) {
-  std::string constructed;
+TEST_F(WritersTest, EveryOtherClientIsConstructedForTheDevicesBusToo) {
+  deleteeventlist_ext(nullptr);
+  EXPECT_EQ(fake::calls("deleteEventlist").at(0).arguments, QVariantList{true});
+  Lines classes;
   for (const fake::Call& client : fake::readingClients()) {
     EXPECT_EQ(client.arguments, QVariantList{true});
-    constructed += client.operation + " ";
+    classes.push_back(client.operation);
   }
-  EXPECT_EQ(constructed,
-            "EventlistHandlerDBusConnectorRead AlarmlistHandlerDBusConnectorRead "
-            "AlarmlistHandlerDBusConnectorRead ");
+  EXPECT_EQ(classes, (Lines{"EventlistHandlerDBusConnectorRead", "AlarmlistHandlerDBusConnectorRead",
+                            "AlarmlistHandlerDBusConnectorRead"}));
 }
 
 }  // namespace
