@@ -75,7 +75,7 @@ struct Sequence {
     if (kind == 't') return place(length, 1);
     if (kind == 'u') return place(length * 2, 2);
     if (kind == 'd') return place(sizeof(stDataType));
-    if (kind == 'k') return place(std::max<Word>(3 * (words[std::strcspn(shape, "s")] & 0x7FFF), 1), 1);
+    if (kind == 'k') return place(3 * (words[std::strcspn(shape, "s")] & 0x7FFF));
     if (kind == 'g') return place(3 * sizeof(stDescriptionArgumentType));
     if (kind == 'l') return place(3 * sizeof(stDescriptionUrlArgumentType));
     if (kind == 'x') words[i + 1] = length % 4;
