@@ -1,7 +1,5 @@
 #include "CodesysStringCopy.h"
 
-#include <array>
-#include <cstdint>
 #include <cstring>
 #include <limits>
 
@@ -11,7 +9,7 @@ constexpr char32_t kReplacementCharacter = 0xFFFD;
 constexpr char kByteOrderMark[] = "\xEF\xBB\xBF";
 constexpr int kByteOrderMarkSize = 3;
 
-/** Number of characters before the terminator, `length` of them at most; -1 is no bound. */
+/** Number of characters before the terminator, at most `length`; -1 means no bound. */
 int boundedLength(const char* text, int length) {
   const std::size_t bound = length < 0 ? std::numeric_limits<int>::max() : static_cast<std::size_t>(length);
   return static_cast<int>(strnlen(text, bound));
@@ -26,23 +24,7 @@ int boundedLength(const unsigned short* text, int length) {
   return count;
 }
 
-/** Whether every byte stands for itself. Most texts are of this kind, and cost the PLC task the least. */
-bool isAscii(const char* text, int size) {
-  constexpr std::uint64_t kHighBits = 0x8080808080808080U;
-  std::uint64_t seen = 0;
-  int index = 0;
-  for (; index + 8 <= size; index += 8) {
-    std::uint64_t bytes = 0;
-    std::memcpy(&bytes, text + index, sizeof bytes);
-    seen |= bytes;
-  }
-  for (; index < size; ++index) {
-    seen |= static_cast<unsigned char>(text[index]);
-  }
-  return (seen & kHighBits) == 0;
-}
-
-/** The code point at `index`, which moves behind it. */
+/** @return the code point at `index`. Moves `index` to the next one. */
 char32_t nextCodePoint(const QString& text, int& index) {
   const QChar unit = text.at(index++);
   if (!unit.isSurrogate()) {
@@ -54,7 +36,8 @@ char32_t nextCodePoint(const QString& text, int& index) {
   return kReplacementCharacter;
 }
 
-// Each encode() writes one code point if `room` allows and returns its size, otherwise 0.
+// encode() writes one code point and returns its size, or returns 0 if it does not fit into `room`
+// characters.
 
 int encode(char32_t codePoint, char* target, int room) {
   const int size = codePoint < 0x80 ? 1 : codePoint < 0x800 ? 2 : codePoint < 0x10000 ? 3 : 4;
@@ -86,51 +69,18 @@ int encode(char32_t codePoint, unsigned short* target, int room) {
   return 2;
 }
 
-#if defined(__SSE2__) || defined(__ARM_NEON)
-constexpr bool kHasVectors = true;
-#else
-constexpr bool kHasVectors = false;  // taking units one by one is faster then
-#endif
-
-/** Units of a text side by side. */
-using Units [[gnu::vector_size(16)]] = ushort;
-constexpr int kUnits = sizeof(Units) / sizeof(ushort);
-
-/** Whether a unit of the source is one unit of the target as it stands. Of Units: which of them, as -1 or 0.
- */
-template <typename Unit>
-constexpr auto isPlain(Unit unit, const char* /*target*/) {
-  return (unit != 0) & (unit < 0x80);
+/** Whether a code unit of the source is copied as it is: no conversion, no terminator. */
+constexpr bool isPlain(ushort unit, const char* /*target*/) {
+  return unit != 0 && unit < 0x80;
 }
-template <typename Unit>
-constexpr auto isPlain(Unit unit, const unsigned short* /*target*/) {
-  return (unit != 0) & ((unit & 0xF800) != 0xD800);
+constexpr bool isPlain(ushort unit, const unsigned short* /*target*/) {
+  return unit != 0 && !QChar::isSurrogate(unit);
 }
 
-/** Copy so many units if all of them are plain; whether they were. */
-template <typename Character>
-bool copyPlainUnits(const QChar* source, Character* target) {
-  Units units;
-  std::memcpy(&units, source, sizeof units);
-  const auto plain = isPlain(units, target);
-  std::array<qint64, 2> halves{};
-  std::memcpy(halves.data(), &plain, sizeof plain);
-  if ((halves[0] & halves[1]) != -1) {
-    return false;
-  }
-  for (int i = 0; i < kUnits; ++i) {
-    target[i] = static_cast<Character>(units[i]);
-  }
-  return true;
-}
-
-/** Copy plain units up to the first that is none; their number. */
+/** Copy the plain units at the start of `source`, at most `size`. @return their number */
 template <typename Character>
 int copyPlain(const QChar* source, int size, Character* target) {
   int count = 0;
-  while (kHasVectors && count + kUnits <= size && copyPlainUnits(source + count, target + count)) {
-    count += kUnits;
-  }
   for (; count < size && isPlain(source[count].unicode(), target); ++count) {
     target[count] = static_cast<Character>(source[count].unicode());
   }
@@ -142,22 +92,22 @@ bool writeText(const QString& source, Character* target, int capacity) {
   if (target == nullptr || capacity <= 0) {
     return false;
   }
-  int written = 0;
+  const int room = capacity - 1;  // without the terminator
   int index = 0;
+  int written = 0;
   bool fits = true;
   while (fits && index < source.size()) {
-    const int plain = copyPlain(source.constData() + index,
-                                qMin(source.size() - index, capacity - 1 - written), target + written);
+    const int size = qMin(source.size() - index, room - written);
+    const int plain = copyPlain(source.constData() + index, size, target + written);
     index += plain;
     written += plain;
-    if (index == source.size()) {
-      break;
+    if (index < source.size()) {
+      const char32_t codePoint = nextCodePoint(source, index);
+      // IEC code would read U+0000 as the terminator, so the text ends there and the rest counts as cut.
+      const int units = codePoint == 0 ? 0 : encode(codePoint, target + written, room - written);
+      fits = units > 0;
+      written += units;
     }
-    const char32_t codePoint = nextCodePoint(source, index);
-    // IEC code would take U+0000 for the end, so it is one, and what follows counts as cut.
-    const int size = codePoint == 0 ? 0 : encode(codePoint, target + written, capacity - 1 - written);
-    fits = size > 0;
-    written += size;
   }
   target[written] = 0;
   return fits;
@@ -171,18 +121,16 @@ void copyCStringDataToQString(const char* source, int length, QString& target) {
     return;
   }
   const int size = boundedLength(source, length);
-  if (isAscii(source, size)) {
-    target = QString::fromLatin1(source, size);
-    return;
-  }
-  // fromUtf8() swallows a leading byte order mark, so those at the start are taken by hand.
+  // fromUtf8() drops a byte order mark at the start, so the marks there are converted here.
   int taken = 0;
   while (size - taken >= kByteOrderMarkSize &&
          std::memcmp(source + taken, kByteOrderMark, kByteOrderMarkSize) == 0) {
     taken += kByteOrderMarkSize;
   }
-  target = QString(taken / kByteOrderMarkSize, QChar(QChar::ByteOrderMark)) +
-           QString::fromUtf8(source + taken, size - taken);
+  target = QString::fromUtf8(source + taken, size - taken);
+  if (taken > 0) {
+    target.prepend(QString(taken / kByteOrderMarkSize, QChar(QChar::ByteOrderMark)));
+  }
 }
 
 void copyWStringDataToQString(const unsigned short* source, int length, QString& target) {
@@ -190,7 +138,7 @@ void copyWStringDataToQString(const unsigned short* source, int length, QString&
   if (source == nullptr) {
     return;
   }
-  // The unit-wise constructor keeps a byte order mark, fromUtf16() would obey it.
+  // This constructor copies a byte order mark; fromUtf16() would interpret it.
   target = QString(reinterpret_cast<const QChar*>(source), boundedLength(source, length));
   for (int index = 0; index < target.size();) {
     const int start = index;
