@@ -197,7 +197,7 @@ sd_bus_message* PlainSender::build(const logevent_struct& event) {
   check(sd_bus_message_close_container(message));
   check(sd_bus_message_open_container(message, 'a', "s"));
   for (int i = event.stKeywordsDimInfo.lower; i <= event.stKeywordsDimInfo.upper; ++i) {
-    check(sd_bus_message_append(message, "s", event.pasKeywords + i * event.iKeywordSize));
+    check(sd_bus_message_append(message, "s", event.pasKeywords + std::ptrdiff_t{i} * event.iKeywordSize));
   }
   check(sd_bus_message_close_container(message));
   check(sd_bus_message_append(message, "sss", utf8(event.pwsUser).c_str(), "", "PlcEvents"));
