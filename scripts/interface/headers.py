@@ -2,7 +2,9 @@
 signature identifiers in component/ExternalFunctionTable.cpp become one description, a dictionary that JSON can hold:
 
   rules        the numbered rules of conventions.h, as texts
-  constants    groups of named numbers: about, values (name -> number)
+  capacities   the sizes of text fields, name -> number
+  constants    groups of codes: about, values (name -> number)
+  bounds       the structure with the bounds of an array
   headers      name, about, structures, functions
     structure  name, about, size, alignment, members
     member     name, type, pointer, const, capacity (elements of an array, else 0), offset, size, direction, unit, meaning
@@ -38,8 +40,19 @@ TYPE_SIZES = {
     "RTS_IEC_WSTRING": 2,
     "TavrolineHandle": POINTER_SIZE,
 }
-BOUNDS_TYPE = "__ARRAY__DIM__INFO"
-BOUNDS_SIZE, BOUNDS_ALIGNMENT = 8, 4
+
+
+def bound(name, meaning):
+    member = {"name": name, "type": "RTS_IEC_DINT", "pointer": False, "const": False, "capacity": 0}
+    return {**member, "direction": "in", "unit": "number", "meaning": meaning}
+
+
+# The runtime's structure, which has no comments in the form of this interface.
+BOUNDS = {
+    "name": "__ARRAY__DIM__INFO",
+    "about": "The bounds of an array of variable length, both inclusive; a pointer beside them has its elements.",
+    "members": [bound("lower", "lower bound"), bound("upper", "upper bound; below the lower one the array is empty")],
+}
 
 COMMENT = r"(/\*\*(?:[^*]|\*(?!/))*\*/)"
 CONSTANTS = re.compile(rf"{COMMENT}\nenum \{{([^}}]*)\}};")
@@ -68,10 +81,11 @@ def read_rules(text):
 
 
 def read_constants(text):
+    """The groups of named numbers of conventions.h; the first one has the capacities of text fields."""
     groups = []
     for comment, body in CONSTANTS.findall(text):
         values = re.findall(r"(\w+) = (\d+)", re.sub(COMMENT, "", body))
-        groups.append({"about": plain(comment).rstrip("."), "values": {name: int(value) for name, value in values}})
+        groups.append({"about": plain(comment), "values": {name: int(value) for name, value in values}})
     return groups
 
 
@@ -137,8 +151,6 @@ def measure(member, structures):
     if member["type"] in TYPE_SIZES:
         size = TYPE_SIZES[member["type"]]
         return size * (member["capacity"] or 1), size
-    if member["type"] == BOUNDS_TYPE:
-        return BOUNDS_SIZE, BOUNDS_ALIGNMENT
     if member["type"] not in structures:
         raise Fault(f"scripts/interface/headers.py knows no size of the type {member['type']} of {member['name']}")
     nested = structures[member["type"]]
@@ -173,10 +185,11 @@ def describe():
         if path.stem not in TOPICS + OTHER_HEADERS:
             raise Fault(f"include/tavroline/{path.name} is not among the TOPICS of scripts/interface/headers.py")
     conventions = (ROOT / "include/tavroline/conventions.h").read_text()
-    constants = read_constants(conventions)
-    capacities = {name: value for group in constants for name, value in group["values"].items()}
+    capacities, *codes = read_constants(conventions)
+    capacities = capacities["values"]
     headers = [read_header(topic, capacities) for topic in TOPICS]
     structures = {structure["name"]: structure for header in headers for structure in header["structures"]}
+    structures[BOUNDS["name"]] = BOUNDS
     for structure in structures.values():
         lay_out(structure, structures)
     enter_signatures([function for header in headers for function in header["functions"]])
@@ -184,7 +197,9 @@ def describe():
     runtime = (ROOT / "platform/CodesysRuntime.h").read_text()
     return {
         "rules": read_rules(conventions),
-        "constants": constants,
+        "capacities": capacities,
+        "constants": codes,
+        "bounds": BOUNDS,
         "headers": headers,
         "entry": re.findall(r"^TAVROLINE_EXPORT \w+ (\w+)\(", component, re.MULTILINE),
         "variables": re.findall(r"^extern RUNTIME_EXPORT \w+ (\w+);", runtime, re.MULTILINE),

@@ -38,6 +38,23 @@ def function_lines(function, structure):
     return [*lines, "END_FUNCTION", ""]
 
 
+HANDLE = """\
+// A read or write handle: opaque, 0 means none.
+TYPE TavrolineHandle : POINTER TO BYTE;
+END_TYPE
+"""
+
+
+def conventions(description, written_by):
+    """What every other declaration needs: the handle, the bounds of an array and the codes by name."""
+    lines = [f"// {written_by} from include/tavroline/conventions.h, which has the rules too; change that.", "", HANDLE]
+    lines += [*structure_lines({**description["bounds"], "name": BOUNDS}), "VAR_GLOBAL CONSTANT"]
+    for group in description["constants"]:
+        lines.append(f"    // {group['about']}")
+        lines += [f"    {name} : INT := {value};" for name, value in group["values"].items()]
+    return "\n".join([*lines, "END_VAR"]) + "\n"
+
+
 def declarations(header, written_by):
     """A header's structures and functions."""
     lines = [f"// {written_by} from include/tavroline/{header['name']}.h; change that.", *comment(header["about"]), ""]

@@ -1,217 +1,241 @@
 /*
- * The library as an IEC application meets it. This program plays the component manager with raw words, fills
- * raw bytes by the table in OutsideTable.h and calls every registered function. It includes no header of the
- * library.
+ * The library as an IEC application uses it, without a bus. This program takes the component manager's part
+ * with raw words, fills raw bytes by the table in OutsideTable.h and calls every function of it, with a
+ * handle that is accepted and with one that is refused. It includes no header of the library.
  *
- * Use: OutsideLayout LIBRARY [service]; with `service`, one with empty lists is on the bus, otherwise no bus.
+ * Use: OutsideLayout LIBRARY
  */
 #include <dlfcn.h>
+#include <stdarg.h>
 #include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
 #include <time.h>
 
 #include "OutsideTable.h"
 
+/** An address as a word of the interface. */
+#define WORD(address) ((uint32_t)(uintptr_t)(address))
+
 static int failures;
-#define CHECK(condition, where) check((condition), #condition, where, __LINE__)
-static void check(bool holds, const char* condition, const char* where, int line) {
-  if (!holds) fprintf(stderr, "line %d, %s: not true: %s\n", line, where, condition), ++failures;
+
+static void check(bool holds, const char* function, const char* what) {
+  if (!holds) {
+    fprintf(stderr, "%s: does not hold: %s\n", function, what);
+    ++failures;
+  }
 }
 
-static bool service;
-enum { EXPORT = 1, HOOK = 6, REGISTER = 7, WORDS = 15 };
-static uint32_t record[WORDS];
-static const uint32_t* table;
-static bool called[FUNCTIONS];
+/* The component manager's part. */
 
-static uint32_t registerTable(const uint32_t* rows, uint32_t reserved, uint32_t external) {
-  if (reserved == 0 && external == 1) table = rows;
+enum { EXPORT = 1, IMPORT = 2, REGISTER = 7, GET_API = 13, WORDS = 15, CELLS = 4 };
+static uint32_t record[WORDS];
+static const uint32_t* rows;
+static _Thread_local char logged[512];
+
+static uint32_t registerTable(const uint32_t* table, uint32_t reserved, uint32_t external) {
+  rows = reserved == 0 && external == 1 ? table : rows;
   return 0;
 }
 
-#define COMPONENT(index) ((uint32_t(*)(uint32_t, uint32_t, uint32_t))(uintptr_t)record[index])
-
-/** Play the component manager, then compare the registered table row by row. */
-static void enter(void* library) {
-  record[REGISTER] = WORD(registerTable);
-  ((int (*)(uint32_t*))(uintptr_t)dlsym(library, "ComponentEntry"))(record);
-  COMPONENT(EXPORT)(0, 0, 0);
-  for (const Layout* function = kLayouts; function < kLayouts + FUNCTIONS; ++function) {
-    const uint32_t* row = table + 4 * (function - kLayouts);
-    CHECK(row[0] == WORD(dlsym(library, function->name)), function->name);
-    CHECK(strcmp((const char*)(uintptr_t)row[1], function->name) == 0, function->name);
-    CHECK(row[2] == function->signature && row[3] == 0x01000105, function->name);
+/** Its seventh argument is the record's text. */
+static uint32_t logAdd(uint32_t logger, ...) {
+  uint32_t word = logger;
+  va_list words;
+  va_start(words, logger);
+  for (int i = 0; i < 6; ++i) {
+    word = va_arg(words, uint32_t);
   }
+  va_end(words);
+  snprintf(logged, sizeof logged, "%s", (const char*)(uintptr_t)word);
+  return 0;
 }
 
-/** Call through the registered table: nothing but the outputs may differ afterwards. */
-static Memory call(Memory m) {
-  const Memory before = m;
-  const size_t row = (size_t)(m.layout - kLayouts);
-  called[row] = true;
-  ((void (*)(void*))(uintptr_t)table[4 * row])(m.bytes);
-  CHECK(onlyOutputs(before, m), m.layout->name);
+static uint32_t getApi(const char* name, uint32_t* variable) {
+  *variable = strcmp(name, "LogAdd") == 0 ? WORD(logAdd) : 0;
+  return 0;
+}
+
+static void enterComponent(void* library) {
+  record[REGISTER] = WORD(registerTable);
+  record[GET_API] = WORD(getApi);
+  ((int (*)(uint32_t*))(uintptr_t)dlsym(library, "ComponentEntry"))(record);
+  ((uint32_t(*)(void))(uintptr_t)record[IMPORT])();
+  ((uint32_t(*)(void))(uintptr_t)record[EXPORT])();
+  const uint32_t* row = rows;
+  for (const Layout* function = kLayouts; function->signature != 0; ++function, row += CELLS) {
+    const char* const name = (const char*)(uintptr_t)row[1];
+    const bool same = row[0] == WORD(dlsym(library, function->name)) && strcmp(name, function->name) == 0 &&
+                      row[2] == function->signature && row[3] == 0x01000105;
+    check(same, function->name, "the row has exported address, name, signature identifier and version");
+  }
+  check(row[0] == 0, "end row", "it follows the functions");
+}
+
+/* Raw memory of one structure, with bytes behind the largest one that must stay untouched. */
+
+typedef struct {
+  const Layout* layout;
+  _Alignas(8) unsigned char bytes[856 + 8];
+} Memory;
+
+static const uint32_t kUntouched = 0xA5A5A5A5;
+static const unsigned char kZeros[840];
+static unsigned char untouched[856];
+static Memory request;
+
+/** A valid input by the name of the field: an address of zeros, or 1, so that an array has one element. */
+static uint32_t inputOf(const char* field, uint32_t handle) {
+  if (field[0] == 'h') {
+    return handle;
+  }
+  if (strcmp(field, "pstRequest") == 0) {
+    return WORD(request.bytes);
+  }
+  if (strcmp(field, "pastEntries") == 0 || strncmp(field, "px", 2) == 0) {
+    return WORD(untouched);
+  }
+  return field[0] == 'p' ? WORD(kZeros) : 1;
+}
+
+static const Layout* layoutOf(const char* name) {
+  for (const Layout* layout = kLayouts; layout->name != NULL; ++layout) {
+    if (strcmp(layout->name, name) == 0) {
+      return layout;
+    }
+  }
+  fprintf(stderr, "OutsideTable.h has no row for %s\n", name);
+  exit(2);
+}
+
+/** Fills the inputs, but the one named `null`, and leaves all other bytes untouched. */
+static Memory fill(const Layout* layout, uint32_t handle, const char* null) {
+  Memory m = {.layout = layout};
+  memset(m.bytes, (int)(kUntouched & 0xff), sizeof m.bytes);
+  for (const Field* field = layout->fields; field->name != NULL; ++field) {
+    if (!field->output) {
+      const uint32_t value = inputOf(field->name, handle);
+      memcpy(m.bytes + field->offset, field->name == null ? kZeros : (const void*)&value, field->width);
+    }
+  }
   return m;
 }
-#define CALL(...) call(FILLED(__VA_ARGS__))
 
-/** What is logged and, with the German text, read again, by the type. */
-static const struct {
-  uint32_t time;
-  const char *object, *description;
-} kLogged[] = {{4102444800u, "LevelHigh", "Station: Pegel hoch P7 <u://North: gate -2>"},
-               {2000000000u, "SetpointChanged", "Station: Sollwert ge\xe4ndert P7 <u://North: gate -2>"},
-               [3] = {4102444800u, "PumpStarted", "Station: Pumpe gestartet P7 <u://North: gate -2>"}};
-static const uint16_t kUser[] = u"J\u00fcrgen";
-
-/** Log an entry of the event list, or the state of an alarm when there is a handle. */
-static void logEntry(uint32_t handle, uint32_t type, uint32_t state) {
-  static const char keywords[2][81] = {"", "pump"};
-  const Memory data = FILLED("stDataType", 1, WORD("Station"), WORD(kLogged[type].object), WORD("{what}%d"),
-                             7, WORD("u://{where}"));
-  const Memory argument = FILLED("stDescriptionArgumentType", WORD("{what}"), WORD("P"));
-  const Memory url = FILLED("stDescriptionUrlArgumentType", WORD("{where}"), 0, WORD("North"), WORD("gate"),
-                            WORD("%d"), (uint32_t)-2, WORD(""));
-  /* An audit entry carries no keyword. */
-  const uint32_t* values = VALUES(handle, type, state, WORD("valve"), WORD("Pumps"), kLogged[type].time,
-                                  WORD(data.bytes), WORD(kUser), 81, WORD(keywords), WORD(argument.bytes),
-                                  WORD(url.bytes), 5, type == 1 ? 4 : 6, (uint32_t)-3, (uint32_t)-3, 0, 0);
-  call(handle == 0 ? fill("logevent_ext", values + 1) : fill("logalarm_ext", values));
-}
-
-enum { ROOM = 3 };
-static _Alignas(8) unsigned char entries[ROOM * 856];
-static const char* const kEvents[] = {"geteventlistentries_ext", "stGetEventlistEntriesType",
-                                      "stEventlistEntryType"};
-static const char* const kAlarms[] = {"getalarmlistentries_ext", "stGetAlarmlistEntriesType",
-                                      "stAlarmlistEntryType"};
-
-static void checkEntry(Memory m) {
-  const uint64_t type = get(m, "iEventType") & 3;
-  CHECK(get(m, "dtTimestamp") == kLogged[type].time, m.layout->name);
-  CHECK(holds(m, "sIconType", "valve") && holds(m, "sModuleName", "Pumps"), m.layout->name);
-  CHECK(holds(m, "wsDescription", kLogged[type].description), m.layout->name);
-  if (type == 0)
-    CHECK(get(m, "xAlarmAcknowledgment") == 0 && get(m, "xAlarmActive") == 1, m.layout->name);
-  else
-    CHECK(get(m, "uliEventlistId") == (type == 3 ? 1 : 2) && holds(m, "wsUser", "J\xfcrgen"), m.layout->name);
-}
-
-/** Copy into `entries`; nothing but fields of the counted ones is written. @return their number. */
-static uint32_t copy(const char* const* list, uint32_t handle) {
-  const Memory empty = fill(list[2], NULL), filled = FILLED(list[1], handle, WORD(entries), ROOM);
-  Memory request = filled;
-  memset(entries, UNTOUCHED, sizeof entries);
-  CALL(list[0], WORD(request.bytes));
-  CHECK(onlyOutputs(filled, request) && get(request, "iResult") == 0, list[1]);
-  const uint32_t count = (uint32_t)get(request, "diNumberOfEntries"), size = empty.layout->size;
-  for (size_t i = 0; i < ROOM; ++i) {
-    Memory entry = empty;
-    memcpy(entry.bytes, entries + i * size, size);
-    if (i < count) checkEntry(entry);
-    CHECK(i < count ? onlyOutputs(empty, entry) : memcmp(entry.bytes, empty.bytes, size) == 0, list[2]);
-  }
-  return count;
-}
-
-/** A call with a handle; then `output` comes to be `wanted`, or without one as many entries pass. */
-typedef struct {
-  const char* function;
-  uint32_t values[2];
-  const char* output;
-  uint32_t wanted;
-} Step;
-
-// clang-format off
-/* Of an event of type 3 with the keyword "pump" in 2100 and an audit entry in 2033. */
-static const Step kEventSteps[] = {
-    {"addfiltereventtype_ext", {2}, NULL, 0},               {"loadpartofeventlist_ext", {1}, "iResult", 0},
-    {"resetfilterall_ext", {0}, NULL, 1},                   {"loadcompleteeventlist_ext", {0}, "iResult", 0},
-    {"addfiltereventtype_ext", {3}, NULL, 1},               {"clearfiltereventtype_ext", {3}, NULL, 2},
-    {"addfiltereventtype_ext", {2}, NULL, 0},               {"resetfiltereventtype_ext", {0}, NULL, 2},
-    {"addfilterkeyword_ext", {0, WORD("pump")}, NULL, 1},   {"clearfilterkeyword_ext", {0, WORD("pump")}, NULL, 2},
-    {"addfilterkeyword_ext", {1, WORD("pump")}, NULL, 1},   {"resetfilterkeyword_ext", {1}, NULL, 2},
-    {"setfiltertime_ext", {3000000000u, 1}, NULL, 1},       {"resetfiltertime_ext", {0}, NULL, 2},
-    {"haslistchanged_ext", {0}, "xListChanged", 1},         {"resetlistchanged_ext", {0}, NULL, 2},
-    {"haslistchanged_ext", {0}, "xListChanged", 0},         {"deleteeventlist_ext", {0}, NULL, 2},
-    {"loadcompleteeventlist_ext", {0}, "iResult", 0},       {"resetfilterall_ext", {0}, NULL, 0}};
-/* Of one active, unacknowledged alarm, and after its acknowledgement. */
-static const Step kAlarmSteps[] = {
-    {"isalarminalarmlist_ext", {0}, "xAlarmInAlarmlist", 1}, {"isfaultinalarmlist_ext", {0}, "xFaultInAlarmlist", 0},
-    {"isactivealarminalarmlist_ext", {0}, "xActiveAlarmInAlarmlist", 1},
-    {"isactivefaultinalarmlist_ext", {0}, "xActiveFaultInAlarmlist", 0},
-    {"getcentraldetectorstate_ext", {0}, "xCentralDetectorState", 1},
-    {"loadcompletealarmlist_ext", {0}, "iResult", 0},     {"setfilterstatealarm_ext", {0}, NULL, 0},
-    {"setfilterstatealarm_ext", {0x80}, NULL, 1},         {"setfilterstateacknowledge_ext", {1}, NULL, 0},
-    {"resetfilterstatealarm_ext", {0}, NULL, 0},          {"resetfilterstateacknowledge_ext", {0}, NULL, 1}};
-static const Step kAcknowledgedSteps[] = {{"getcentraldetectorstate_ext", {0}, "xCentralDetectorState", 0}};
-// clang-format on
-
-/** Without a service results are 2, flags false and lists empty. An output has half a minute to come. */
-static void run(const char* const* list, uint32_t handle, const Step* step, size_t count) {
-  const struct timespec pause = {0, 2000000};
-  for (; count > 0; --count, ++step) {
-    const bool result = step->output != NULL && strcmp(step->output, "iResult") == 0;
-    const uint32_t wanted = service ? step->wanted : result ? 2 : 0;
-    uint32_t found = wanted + 1;
-    for (const time_t end = time(NULL) + 30; found != wanted && time(NULL) < end; nanosleep(&pause, NULL)) {
-      const Memory answer = CALL(step->function, handle, step->values[0], step->values[1]);
-      found = step->output != NULL ? (uint32_t)get(answer, step->output) : copy(list, handle);
-      if (found != wanted) COMPONENT(HOOK)(20, 0, 0);
+/** The input or output whose name begins so, or null. */
+static const Field* fieldOf(const Layout* layout, const char* beginning, bool output) {
+  for (const Field* field = layout->fields; field->name != NULL; ++field) {
+    if (field->output == output && strncmp(field->name, beginning, strlen(beginning)) == 0) {
+      return field;
     }
-    CHECK(found == wanted, step->function);
+  }
+  return NULL;
+}
+
+/** The value of the output whose name begins so; 0 if there is none. */
+static uint32_t get(const Memory* m, const char* beginning) {
+  const Field* const field = fieldOf(m->layout, beginning, true);
+  uint32_t value = 0;
+  if (field != NULL) {
+    memcpy(&value, m->bytes + field->offset, field->width);
+  }
+  return value;
+}
+
+/** Whether the outputs have these values and nothing else has changed. */
+static void checkOutputs(Memory before, const Memory* after, uint32_t handle, uint32_t result,
+                         uint32_t others) {
+  for (const Field* field = before.layout->fields; field->name != NULL; ++field) {
+    const uint32_t resultOrOther = strcmp(field->name, "iResult") == 0 ? result : others;
+    const uint32_t value = field->name[0] == 'h' ? handle : resultOrOther;
+    if (field->output) {
+      memcpy(before.bytes + field->offset, &value, field->width);
+    }
+  }
+  for (uint32_t i = 0; i < sizeof before.bytes; ++i) {
+    if (before.bytes[i] != after->bytes[i]) {
+      fprintf(stderr, "%s: byte %u is %02x, not %02x\n", after->layout->name, i, after->bytes[i],
+              before.bytes[i]);
+      ++failures;
+    }
   }
 }
-#define RUN(list, handle, steps) run(list, handle, steps, sizeof(steps) / sizeof *(steps))
 
-static uint32_t openReader(const char* function) {
-  const Memory opened = CALL(function, 0);
-  const uint32_t handle = (uint32_t)get(opened, "hReadHandle");
-  CHECK(get(opened, "xSuccess") == 1 && handle != 0, function);
-  CALL("setlistreadlanguage_ext", handle, WORD("de"));
+static Memory call(Memory m) {
+  logged[0] = '\0';
+  ((void (*)(void*))(uintptr_t)rows[CELLS * (m.layout - kLayouts)])(m.bytes);
+  return m;
+}
+
+static uint32_t openHandle(const char* function) {
+  const Memory before = fill(layoutOf(function), 0, NULL);
+  const Memory after = call(before);
+  const uint32_t handle = get(&after, "h");
+  check(handle != 0 && handle != kUntouched, function, "there is a handle");
+  checkOutputs(before, &after, handle, 0, 1);
   return handle;
 }
 
-/** Query the alarm until there is an answer, then compare the two bytes and their neighbours. */
-static void query(uint32_t handle, uint32_t acknowledged) {
-  uint32_t bytes = 0xA5A5A5A5;
-  const Step step = {"getalarmstatefromalarmhandler_ext", {WORD(&bytes) + 1, WORD(&bytes) + 2}, "iResult", 0};
-  run(kAlarms, handle, &step, 1);
-  CHECK(bytes == (service ? 0xA50001A5 | acknowledged << 16 : 0xA5A5A5A5), step.function);
+/** Without a bus results come to be 2, within half a minute, flags are FALSE and lists are empty. */
+static void checkCall(const Layout* function, uint32_t handle, bool accepted) {
+  const bool ofAlarms = strstr(function->name, "alarm") != NULL;
+  const Memory requested =
+      fill(layoutOf(ofAlarms ? "stGetAlarmlistEntriesType" : "stGetEventlistEntriesType"), handle, NULL);
+  const Memory before = fill(function, handle, NULL);
+  Memory after = before;
+  const time_t end = time(NULL) + 30;
+  do {
+    request = requested;
+    after = call(before);
+    nanosleep(&(struct timespec){0, 2000000}, NULL);
+  } while (get(&after, "iResult") == 1 && time(NULL) < end);
+  const uint32_t others = accepted ? 0 : kUntouched;
+  checkOutputs(before, &after, 0, 2, others);
+  if (fieldOf(function, "pstRequest", false) != NULL) {
+    checkOutputs(requested, &request, 0, accepted ? 0 : 2, others);
+  }
+  check((strstr(logged, "unknown") != NULL) == !accepted, function->name,
+        "an unknown handle is refused, no other");
 }
 
-static void eventRoad(void) {
-  const uint32_t reader = openReader("openeventlistreadhandle_ext");
-  logEntry(0, 3, 1);
-  logEntry(0, 1, 0);
-  RUN(kEvents, reader, kEventSteps);
-  CALL("closeeventlistreadhandle_ext", reader);
-}
-
-static void alarmRoad(void) {
-  const uint32_t reader = openReader("openalarmlistreadhandle_ext");
-  const uint32_t handle = (uint32_t)get(CALL("openalarmlistwritehandle_ext", 0), "hWriteHandle");
-  logEntry(handle, 0, 1);
-  query(handle, 0);
-  RUN(kAlarms, reader, kAlarmSteps);
-  char ids[2][81] = {"", "nobody"};
-  if (service)
-    memcpy(ids[1], entries + fieldOf(fill(kAlarms[2], NULL).layout, "sAlarmID")->offset, sizeof ids[1]);
-  CALL("acknowledgevisualalarm_ext", 81, WORD(kUser), WORD(ids), (uint32_t)-1, 0);
-  CALL("acknowledgecentraldetector_ext", WORD(kUser));
-  query(handle, 1);
-  RUN(kAlarms, reader, kAcknowledgedSteps);
-  CHECK(get(CALL("closealarmlistwritehandle_ext", handle), "hWriteHandle") == 0, "close");
-  CALL("closealarmlistreadhandle_ext", reader);
+/** A null address of a structure or an array is reported. */
+static void checkNulls(const Layout* function, uint32_t handle) {
+  for (const Field* field = function->fields; field->name != NULL; ++field) {
+    if (strncmp(field->name, "pa", 2) == 0 || strncmp(field->name, "pst", 3) == 0) {
+      call(fill(function, handle, field->name));
+      check(strstr(logged, "nullpointer") != NULL, function->name, field->name);
+    }
+  }
 }
 
 int main(int count, char** arguments) {
-  service = count == 3 && strcmp(arguments[2], "service") == 0;
-  void* library = count >= 2 ? dlopen(arguments[1], RTLD_NOW | RTLD_LOCAL) : NULL;
-  if (library == NULL) return fprintf(stderr, "%s\n", dlerror()), 2;
-  enter(library);
-  eventRoad();
-  alarmRoad();
-  for (size_t i = 0; i < FUNCTIONS; ++i)
-    CHECK(called[i], kLayouts[i].name);
+  void* library = count == 2 ? dlopen(arguments[1], RTLD_NOW | RTLD_LOCAL) : NULL;
+  if (library == NULL) {
+    fprintf(stderr, "%s\n", count == 2 ? dlerror() : "use: OutsideLayout LIBRARY");
+    return 2;
+  }
+  enterComponent(library);
+  memset(untouched, (int)(kUntouched & 0xff), sizeof untouched);
+  const uint32_t eventReader = openHandle("openeventlistreadhandle_ext");
+  const uint32_t alarmReader = openHandle("openalarmlistreadhandle_ext");
+  const uint32_t alarmHandler = openHandle("openalarmlistwritehandle_ext");
+  for (int closing = 0; closing <= 1; ++closing) {
+    for (const Layout* function = kLayouts; function->signature != 0; ++function) {
+      const char* const name = function->name;
+      if ((strncmp(name, "close", 5) == 0) != closing || strncmp(name, "open", 4) == 0) {
+        continue;
+      }
+      const bool ofAlarms = strstr(name, "alarm") != NULL || strstr(name, "state") != NULL;
+      const uint32_t reader = ofAlarms ? alarmReader : eventReader;
+      const uint32_t handle = fieldOf(function, "hWriteHandle", false) != NULL ? alarmHandler : reader;
+      checkNulls(function, handle);
+      if (fieldOf(function, "h", false) != NULL || fieldOf(function, "pstRequest", false) != NULL) {
+        checkCall(function, WORD(kZeros), false);
+      }
+      checkCall(function, handle, true);
+    }
+  }
+  const bool same = memcmp(untouched, untouched + 1, sizeof untouched - 1) == 0;
+  check(same && untouched[0] == (kUntouched & 0xff), "without a bus",
+        "no entry and no alarm state is written");
   return failures == 0 ? 0 : 1;
 }

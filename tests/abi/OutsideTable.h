@@ -1,40 +1,40 @@
 /** @file
- * The binary interface as an IEC compiler sees it: names, offsets and widths, written by hand and known from
- * no header of the library. Memory is raw bytes, an address is a 32-bit word. For one source only.
+ * The binary interface as an IEC compiler sees it: names, offsets and widths, written by hand and taken from
+ * no header of the library. An address is a 32-bit word. Fields that nobody reads or writes have no row.
  */
 #ifndef OUTSIDE_TABLE_H
 #define OUTSIDE_TABLE_H
 
 #include <stdbool.h>
 #include <stdint.h>
-#include <string.h>
 
 _Static_assert(sizeof(void*) == 4, "the interface is that of a machine with 32-bit pointers");
 
 typedef struct {
   const char* name;
-  uint32_t offset, width;
+  uint32_t offset;
+  uint32_t width;
   bool output;
 } Field;
 
 /** A function with its parameter structure, or a structure by itself; a field without a name ends it. */
 typedef struct {
   const char* name;
-  uint32_t signature, size;
+  uint32_t signature;
+  uint32_t size;
   Field fields[19];
 } Layout;
-
-enum { FUNCTIONS = 38, UNTOUCHED = 0xA5 };
 
 // clang-format off
 #define IN(name, offset, width) {name, offset, width, false}
 #define OUT(name, offset, width) {name, offset, width, true}
 #define READER IN("hReadHandle", 0, 4)
 #define FLAG(name) READER, OUT(name, 4, 1)
+#define BOUNDS(name, lower, upper) IN(name ".lower", lower, 4), IN(name ".upper", upper, 4)
 #define REQUEST \
   READER, IN("pastEntries", 4, 4), IN("diMaxEntries", 8, 4), OUT("iResult", 12, 2), OUT("diNumberOfEntries", 16, 4)
 
-/* The functions in the order in which they are registered, then the structures. */
+/* The functions in the order in which they are registered, then the structures, which have no signature. */
 static const Layout kLayouts[] = {
     {"setlistreadlanguage_ext", 0xAB54A789, 8, {READER, IN("psLanguage", 4, 4)}},
     {"setfiltertime_ext", 0x2352B977, 12, {READER, IN("dtLatest", 4, 4), IN("dtEarliest", 8, 4)}},
@@ -53,13 +53,12 @@ static const Layout kLayouts[] = {
     {"logevent_ext", 0x743B0B65, 64, {IN("iEventType", 0, 2), IN("iState", 2, 2), IN("psIconType", 4, 4),
       IN("psModuleName", 8, 4), IN("dtDateTime", 12, 4), IN("pstData", 16, 4), IN("pwsUser", 20, 4),
       IN("iKeywordSize", 24, 2), IN("pasKeywords", 28, 4), IN("pastArguments", 32, 4), IN("pastUrlArguments", 36, 4),
-      IN("keywords.lower", 40, 4), IN("keywords.upper", 44, 4), IN("arguments.lower", 48, 4),
-      IN("arguments.upper", 52, 4), IN("urls.lower", 56, 4), IN("urls.upper", 60, 4)}},
+      BOUNDS("stKeywordsDimInfo", 40, 44), BOUNDS("stArgumentsDimInfo", 48, 52), BOUNDS("stUrlArgumentsDimInfo", 56, 60)}},
     {"logalarm_ext", 0xB0BA2B6A, 68, {IN("hWriteHandle", 0, 4), IN("iEventType", 4, 2), IN("iState", 6, 2),
       IN("psIconType", 8, 4), IN("psModuleName", 12, 4), IN("dtDateTime", 16, 4), IN("pstData", 20, 4),
       IN("pwsUser", 24, 4), IN("iKeywordSize", 28, 2), IN("pasKeywords", 32, 4), IN("pastArguments", 36, 4),
-      IN("pastUrlArguments", 40, 4), IN("keywords.lower", 44, 4), IN("keywords.upper", 48, 4),
-      IN("arguments.lower", 52, 4), IN("arguments.upper", 56, 4), IN("urls.lower", 60, 4), IN("urls.upper", 64, 4)}},
+      IN("pastUrlArguments", 40, 4), BOUNDS("stKeywordsDimInfo", 44, 48),
+      BOUNDS("stArgumentsDimInfo", 52, 56), BOUNDS("stUrlArgumentsDimInfo", 60, 64)}},
     {"loadpartofeventlist_ext", 0x9076E8A7, 8, {READER, IN("uiNumberOfEntries", 4, 2), OUT("iResult", 6, 2)}},
     {"loadcompleteeventlist_ext", 0x49B79DC4, 8, {READER, OUT("iResult", 4, 2)}},
     {"loadcompletealarmlist_ext", 0xCFFFD116, 8, {READER, OUT("iResult", 4, 2)}},
@@ -73,7 +72,7 @@ static const Layout kLayouts[] = {
     {"getalarmstatefromalarmhandler_ext", 0x32EB95DC, 16, {IN("hWriteHandle", 0, 4), IN("pxActive", 4, 4),
       IN("pxAcknowledged", 8, 4), OUT("iResult", 12, 2)}},
     {"getalarmlistentries_ext", 0x3C41A5B0, 4, {IN("pstRequest", 0, 4)}},
-    {"deleteeventlist_ext", 0x8A54FFA2, 0, {{0}}},
+    {"deleteeventlist_ext", 0x8A54FFA2, 4, {{0}}},
     {"closeeventlistreadhandle_ext", 0x65F61DEC, 4, {READER}},
     {"closealarmlistwritehandle_ext", 0x5DED95A9, 4, {IN("hWriteHandle", 0, 4), OUT("hWriteHandle", 0, 4)}},
     {"closealarmlistreadhandle_ext", 0x168028A3, 4, {READER}},
@@ -82,7 +81,7 @@ static const Layout kLayouts[] = {
     {"addfilterkeyword_ext", 0xE33700E5, 12, {READER, IN("iFilterType", 4, 2), IN("psKeyword", 8, 4)}},
     {"addfiltereventtype_ext", 0x742C6396, 8, {READER, IN("iEventType", 4, 2)}},
     {"acknowledgevisualalarm_ext", 0x48616970, 20, {IN("iAlarmIdSize", 0, 2), IN("pwsUser", 4, 4),
-      IN("pasAlarmIds", 8, 4), IN("alarmIds.lower", 12, 4), IN("alarmIds.upper", 16, 4)}},
+      IN("pasAlarmIds", 8, 4), BOUNDS("stAlarmIdsDimInfo", 12, 16)}},
     {"acknowledgecentraldetector_ext", 0x8B99E12E, 4, {IN("pwsUser", 0, 4)}},
     {"stGetEventlistEntriesType", 0, 20, {REQUEST}},
     {"stGetAlarmlistEntriesType", 0, 20, {REQUEST}},
@@ -94,75 +93,11 @@ static const Layout kLayouts[] = {
     {"stDataType", 0, 678, {IN("iTextSource", 0, 2), IN("sModuleName", 2, 81), IN("sObjectName", 83, 81),
       IN("sInstanceName", 164, 256), IN("iInstanceNumber", 420, 2), IN("sUrl", 422, 256)}},
     {"stDescriptionArgumentType", 0, 324, {IN("wsPlaceholder", 0, 162), IN("wsArgument", 162, 162)}},
-    {"stDescriptionUrlArgumentType", 0, 840, {IN("wsPlaceholder", 0, 162), IN("iTextSource", 162, 2),
-      IN("sModuleName", 164, 81), IN("sObjectName", 245, 81), IN("sInstanceName", 326, 256),
-      IN("iInstanceNumber", 582, 2), IN("sUrl", 584, 256)}},
+    {"stDescriptionUrlArgumentType", 0, 840, {IN("wsPlaceholder", 0, 162), IN("stData.iTextSource", 162, 2),
+      IN("stData.sModuleName", 164, 81), IN("stData.sObjectName", 245, 81), IN("stData.sInstanceName", 326, 256),
+      IN("stData.iInstanceNumber", 582, 2), IN("stData.sUrl", 584, 256)}},
     {NULL, 0, 0, {{0}}},
 };
 // clang-format on
-
-/* An unknown name ends the program. */
-static const Field* fieldOf(const Layout* layout, const char* name) {
-  const Field* field = layout->fields;
-  while (strcmp(field->name, name) != 0)
-    ++field;
-  return field;
-}
-
-/** Write a text of Latin-1, as UTF-16 into a wide field. */
-static void writeText(unsigned char* target, const Field* field, const char* text) {
-  const size_t unit = field->name[0] == 'w' ? 2 : 1;
-  memset(target, 0, (strlen(text) + 1) * unit);
-  for (size_t i = 0; text[i] != 0; ++i)
-    target[i * unit] = (unsigned char)text[i];
-}
-
-/** The word that stands for an address. */
-#define WORD(address) ((uint32_t)(uintptr_t)(address))
-
-/** Raw memory of one structure, with bytes behind it that nobody may touch. */
-typedef struct {
-  const Layout* layout;
-  _Alignas(8) unsigned char bytes[856 + 8];
-} Memory;
-
-/** Fill the inputs in their order; the value of a field of text is the address of one. */
-static Memory fill(const char* name, const uint32_t* values) {
-  Memory m = {.layout = kLayouts};
-  while (strcmp(m.layout->name, name) != 0)
-    ++m.layout;
-  memset(m.bytes, UNTOUCHED, sizeof m.bytes);
-  for (const Field* field = m.layout->fields; field->name != NULL; ++field) {
-    if (field->output) continue;
-    if (field->width > 4)
-      writeText(m.bytes + field->offset, field, (const char*)(uintptr_t)*values++);
-    else
-      memcpy(m.bytes + field->offset, values++, field->width);
-  }
-  return m;
-}
-#define VALUES(...) ((const uint32_t[18]){__VA_ARGS__})
-#define FILLED(name, ...) fill(name, VALUES(__VA_ARGS__))
-
-static uint64_t get(Memory m, const char* name) {
-  const Field* field = fieldOf(m.layout, name);
-  uint64_t value = 0;
-  memcpy(&value, m.bytes + field->offset, field->width);
-  return value;
-}
-
-static bool holds(Memory m, const char* name, const char* text) {
-  Memory expected = m;
-  const Field* field = fieldOf(m.layout, name);
-  writeText(expected.bytes + field->offset, field, text);
-  return memcmp(expected.bytes, m.bytes, sizeof m.bytes) == 0;
-}
-
-/** Whether nothing but fields that the library writes differs. */
-static bool onlyOutputs(Memory before, Memory after) {
-  for (const Field* field = after.layout->fields; field->name != NULL; ++field)
-    if (field->output) memcpy(before.bytes + field->offset, after.bytes + field->offset, field->width);
-  return memcmp(before.bytes, after.bytes, sizeof after.bytes) == 0;
-}
 
 #endif
