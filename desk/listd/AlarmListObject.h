@@ -3,10 +3,10 @@
 #include "CallBatch.h"
 
 /**
- * The alarm list on the bus: its methods as described in org.tavroline.ListService1.xml. Argument order and
- * types are here, what a call does is in ListService.
+ * Puts the alarm list on the bus: the methods that org.tavroline.ListService1.xml describes. Argument order
+ * and types are here, what a call does is in ListService.
  *
- * @param bus, batch must live as long as the object, which goes with the bus
- * @throws std::runtime_error when sd-bus refuses. [any-thread]
+ * @param bus, batch must outlive the object, which exists until the bus is closed
+ * @throws std::runtime_error when sd-bus refuses
  */
 void addAlarmListObject(sd_bus* bus, CallBatch& batch);

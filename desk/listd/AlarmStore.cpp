@@ -44,7 +44,7 @@ bool AlarmStore::hasRoomFor(const QString& alarmId) {
 
 namespace {
 
-/** Bind the parameters that both edges share by number. */
+/** Bind the parameters that "on" and "off" have in common. */
 Statement& bindEdge(Statement& statement, const StoredEntry& entry, qint64 edge) {
   statement.bind(0, entry.alarmId).bind(1, edge).bind(3, entry.iconType).bind(4, entry.moduleName);
   return statement.bind(5, entry.time).bind(6, entry.description).bind(7, entry.keywords);
@@ -72,7 +72,7 @@ bool AlarmStore::acknowledge(const QString& alarmId, QString& moduleName, QByteA
   if (acknowledged) {
     moduleName = QString::fromUtf8(m_acknowledge.text(0));
     description = m_acknowledge.text(1);
-    description.detach();  // the statement's memory ends here
+    description.detach();  // it refers to memory of the statement, which run() releases
     m_acknowledge.run();
     removeFinished(alarmId);
   }

@@ -3,7 +3,7 @@
 #include "Database.h"
 #include "StoredEntry.h"
 
-/** What is in the alarm list, at a glance. */
+/** Whether the alarm list holds alarms and faults, and active ones. */
 struct AlarmSummary {
   bool alarm = false;
   bool activeAlarm = false;
@@ -17,45 +17,44 @@ struct AlarmSummary {
 };
 
 /**
- * The alarm list: one entry per identifier, from its first "on" until it is both off and acknowledged. It
- * does not log; what an edge or an acknowledgement leaves in the event list is the caller's, transactions
- * too.
+ * The alarm list: one entry per identifier, from its first "on" until it is both off and acknowledged. The
+ * caller adds entries to the event list and opens and commits transactions.
  */
 class AlarmStore {
  public:
-  /** Entries at most. Nothing is dropped to make room: an alarm must not vanish while it lasts. */
+  /** Maximum number of entries. A full list refuses new alarms: an alarm must not vanish while it is on. */
   static constexpr qint64 kCapacity = 10000;
 
   explicit AlarmStore(Database& database);
 
-  /** Whether `turnOn()` with this identifier has room. */
+  /** Whether turnOn() with this identifier fits into the list. */
   bool hasRoomFor(const QString& alarmId);
 
   /**
-   * Carry an "on" into the list: a new or inactive alarm becomes active and unacknowledged. One that is
-   * active already takes over the data and stays acknowledged if it was.
-   * @param edge number of the entry's event
+   * Apply an "on": a new or inactive alarm becomes active and unacknowledged. An alarm that is active already
+   * keeps its acknowledgement and gets the data of the new entry.
+   * @param edge number of the entry in the event list
    * @return whether the alarm was off before
    */
   bool turnOn(const StoredEntry& entry, qint64 edge);
 
   /**
-   * Carry an "off" into the list, whatever type it names: the alarm keeps the type it was raised with.
-   * @return whether the list holds, or held, that alarm
+   * Apply an "off". The alarm keeps the type of its "on", whatever type this entry has.
+   * @return whether the list held the alarm
    */
   bool turnOff(const StoredEntry& entry, qint64 edge);
 
   /**
    * Acknowledge one alarm.
-   * @param moduleName, description those of the alarm, set only when it was acknowledged now
-   * @return false for an unknown or acknowledged one, which changes nothing
+   * @param moduleName, description set to those of the alarm if the result is true
+   * @return false for an alarm that is unknown or acknowledged already; nothing changes then
    */
   bool acknowledge(const QString& alarmId, QString& moduleName, QByteArray& description);
 
-  /** The alarm with the newest edge first, as JSON; `language` as for DescriptionText. */
+  /** All alarms as JSON, the one with the newest edge first; `language` as for DescriptionText. */
   QByteArray list(const QString& language);
 
-  /** JSON object with the two state columns of one alarm, both false for an unknown one. */
+  /** A JSON object with the two states of one alarm, both false for an unknown one. */
   QByteArray alarmState(const QString& alarmId);
 
   AlarmSummary summary();

@@ -31,12 +31,12 @@ int CallBatch::change(sd_bus_message* call, sd_bus_error* error,
 int CallBatch::answer(sd_bus_message* call, sd_bus_error* error,
                       const std::function<void(CallReader&, sd_bus_message*)>& answer) {
   store();
-  signalChanges();  // before anyone sees them
+  signalChanges();  // a query must not show a change before its signal
   try {
     CallReader arguments(call);
     sd_bus_message* reply = nullptr;
     checkBus(sd_bus_message_new_method_return(call, &reply));
-    const Message owned(reply);
+    const BusMessage owned(reply);
     answer(arguments, reply);
     checkBus(sd_bus_send(m_bus, reply, nullptr));
     return 1;
@@ -70,8 +70,8 @@ void CallBatch::store() {
     fail(cause.what());
     return;
   }
-  // What sd-bus cannot send has lost its connection, and the main loop ends.
-  for (const Message& call : m_calls) {
+  // If sd-bus cannot send, the connection is lost and the main loop ends the service.
+  for (const BusMessage& call : m_calls) {
     sd_bus_reply_method_return(call.get(), "");
   }
   m_calls.clear();
@@ -90,7 +90,7 @@ int CallBatch::refuse(sd_bus_error* error, const std::exception& cause) {
 void CallBatch::fail(const char* text) {
   m_service.rollback();
   m_rejected += m_calls.size();
-  for (const Message& call : m_calls) {
+  for (const BusMessage& call : m_calls) {
     sd_bus_reply_method_errorf(call.get(), kErrorStorage, "%s", text);
   }
   m_calls.clear();
@@ -105,7 +105,7 @@ void CallBatch::signalChanges() {
   try {
     now = m_service.snapshot();
   } catch (const std::exception&) {
-    return;  // tried again after the interval
+    return;  // the next call tries again
   }
   if (now.eventGeneration != m_reported.eventGeneration) {
     sd_bus_emit_signal(m_bus, kEventListPath, kEventListInterface, "Changed", "t", now.eventGeneration);

@@ -9,57 +9,57 @@
 #include <vector>
 
 #include "CallReader.h"
-#include "ClientBooks.h"
+#include "ClientCounters.h"
 #include "ListService.h"
 
 /**
- * Between the bus and the lists: answers calls and emits the change signals. Changes that are waiting
- * together share one transaction, and each is answered only after its commit.
+ * Replies to method calls and emits the change signals. All changes that have been received share one
+ * transaction; each is replied to after the commit.
  *
- * Nothing that goes wrong in a call leaves it: the caller gets an error reply, and a failure of the storage
- * makes the whole open transaction undone and is the answer to all of its calls. Both call functions are the
- * body of an sd-bus method handler and return what that has to return. [any-thread]
+ * No exception leaves this class: the caller of the method gets an error reply. If the storage fails, the
+ * open transaction is rolled back and all of its calls get the error. change() and answer() are the bodies of
+ * sd-bus method handlers and return the handler's result.
  */
 class CallBatch {
  public:
-  /** Calls that share a transaction at most; the longest a stop request waits. */
+  /** Maximum number of calls in one transaction; a stop request waits for no more than these. */
   static constexpr int kMaxCalls = 256;
 
-  /** Milliseconds from one report of changes to the next unless somebody asks: a burst of entries is none of
-   * signals. */
+  /** Minimum interval between change signals, in ms, so that a burst of entries is not a burst of signals. A
+   * query sends pending signals at once. */
   static constexpr qint64 kSignalInterval = 10;
 
   /** @param bus, service borrowed; must outlive the batch */
   CallBatch(sd_bus* bus, ListService& service);
 
-  /** Carry out a change; `change` reads the arguments. Answered by finish(). */
+  /** Apply a change; `change` reads the arguments and applies it. finish() sends the reply. */
   int change(sd_bus_message* call, sd_bus_error* error, const std::function<void(CallReader&)>& change);
 
-  /** Answer a question; `answer` appends to the reply. Everything that came before is committed first. */
+  /** Reply to a query; `answer` appends to the reply. All earlier changes are committed first. */
   int answer(sd_bus_message* call, sd_bus_error* error,
              const std::function<void(CallReader&, sd_bus_message* reply)>& answer);
 
-  /** Commit and answer the changes so far, and signal them unless the last signals are too recent. */
+  /** Commit the changes and reply to them. Emit the signals if kSignalInterval has passed. */
   void finish();
 
-  /** Milliseconds until finish() has to be called for the signals' sake, -1 if none are due. */
+  /** Milliseconds until finish() must be called to emit signals, -1 if none are pending. */
   int timeout() const;
 
-  /** Signal what was stored since the last signals. */
+  /** Emit the signals for all changes since the last signals. */
   void signalChanges();
 
   ListService& service() { return m_service; }
 
-  ClientBooks& clientBooks() { return m_clientBooks; }
+  ClientCounters& clientCounters() { return m_clientCounters; }
 
-  /** Calls that were answered with an error. */
+  /** Number of calls that got an error reply. */
   quint64 rejected() const { return m_rejected; }
 
  private:
   struct Unref {
     void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
   };
-  using Message = std::unique_ptr<sd_bus_message, Unref>;
+  using BusMessage = std::unique_ptr<sd_bus_message, Unref>;
 
   int refuse(sd_bus_error* error, const std::exception& cause);
   void fail(const char* text);
@@ -67,13 +67,13 @@ class CallBatch {
 
   sd_bus* m_bus;
   ListService& m_service;
-  ClientBooks m_clientBooks;
-  std::vector<Message> m_calls;
+  ClientCounters m_clientCounters;
+  std::vector<BusMessage> m_calls;
   ListSnapshot m_reported;
-  bool m_unsignalled = false;  ///< something was stored since
+  bool m_unsignalled = false;  ///< there are stored changes without a signal
   QElapsedTimer m_sinceSignals;
   quint64 m_rejected = 0;
 };
 
-/** @throws std::runtime_error when sd-bus refused; meant for the building of replies. */
+/** Checks the result of an sd-bus function. @throws std::runtime_error if it is negative. */
 void checkBus(int result);

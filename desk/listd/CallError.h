@@ -4,7 +4,8 @@
 
 #include "ListServiceNames.h"
 
-/** A call that is refused before it changed anything; answered with the bus error `name` and what(). */
+/** A call is refused before it has changed anything. The reply is the bus error `name` with the text what().
+ */
 class CallError : public std::runtime_error {
  public:
   explicit CallError(const char* text, const char* name = Tavroline::ListServiceNames::kErrorInvalid)

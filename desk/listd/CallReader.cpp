@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr int kUsualMembers = 16;  ///< of a description
+constexpr int kUsualMembers = 16;  ///< of a description, which then needs no allocation
 
 void readValue(sd_bus_message* call, QByteArray& json, int depth);
 
@@ -48,7 +48,7 @@ QString readText(sd_bus_message* call, char type) {
   return truncated(readBasic<const char*>(call, type));
 }
 
-/** A text as a JSON string. Most are short and ASCII and fit as they are. */
+/** Append a text as a JSON string. A short ASCII text, the usual case, is appended without a conversion. */
 void readQuoted(sd_bus_message* call, QByteArray& json) {
   const std::string_view text = readBasic<const char*>(call, SD_BUS_TYPE_STRING);
   const bool fits = text.size() <= CallReader::kMaxText &&
@@ -63,7 +63,7 @@ void checkSize(const QByteArray& json) {
   }
 }
 
-/** Enter the container that comes next and call `readElement` until its end. */
+/** Enter the next container and call `readElement` for each element. */
 template <class ReadElement>
 void readContainer(sd_bus_message* call, char type, const char* contents, const ReadElement& readElement) {
   check(sd_bus_message_enter_container(call, type, contents));
@@ -73,7 +73,7 @@ void readContainer(sd_bus_message* call, char type, const char* contents, const 
   check(sd_bus_message_exit_container(call));
 }
 
-/** The same for the elements of a JSON array or object, which takes kMaxItems of an array at most. */
+/** Append the elements of the next container as a JSON array, cut after kMaxItems, or as a JSON object. */
 template <class ReadElement>
 void readElements(sd_bus_message* call, const char* contents, QByteArray& json,
                   const ReadElement& readElement) {
@@ -104,7 +104,8 @@ std::string_view part(const QByteArray& json, const Range& range) {
       .substr(static_cast<std::size_t>(range.start), static_cast<std::size_t>(range.size));
 }
 
-/** A map as a JSON object. The JSON parser never frees what the first of two equal names may hold. */
+/** Append a map as a JSON object. A name that occurs twice is refused, because Qt's JSON parser never frees
+ * the array or object of the first one. */
 void readMap(sd_bus_message* call, QByteArray& json, int depth) {
   QVarLengthArray<Range, kUsualMembers> names;
   readElements(call, "{sv}", json, [&] {
@@ -134,7 +135,7 @@ void readContainerValue(sd_bus_message* call, char type, const QByteArray& conte
     throw CallError("the description is nested too deeply");
   }
   if (type != SD_BUS_TYPE_ARRAY) {
-    throw CallError("the description holds a value of a type that has no place in it");
+    throw CallError("the description holds a value of a type that it must not hold");
   }
   if (contents == "{sv}") {
     return readMap(call, json, depth + 1);
@@ -159,7 +160,7 @@ void readValue(sd_bus_message* call, QByteArray& json, int depth) {
       json += readBasic<int>(call, type) != 0 ? "true" : "false";
       return;
     case SD_BUS_TYPE_VARIANT:
-      // sd-bus itself bounds a chain of variants in variants.
+      // sd-bus bounds the depth of variants within variants.
       check(sd_bus_message_enter_container(call, type, contents));
       readValue(call, json, depth);
       check(sd_bus_message_exit_container(call));
@@ -240,9 +241,9 @@ QByteArray CallReader::description() {
   return json;
 }
 
-ClientBooks::Figures CallReader::figures() {
+ClientCounters::Figures CallReader::figures() {
   using Tavroline::ListServiceNames::kBookFigures;
-  ClientBooks::Figures figures{};
+  ClientCounters::Figures figures{};
   readContainer(m_call, SD_BUS_TYPE_ARRAY, "{st}", [&] {
     readContainer(m_call, SD_BUS_TYPE_DICT_ENTRY, "st", [&] {
       const std::string_view name = readBasic<const char*>(m_call, SD_BUS_TYPE_STRING);

@@ -6,15 +6,15 @@
 #include <QString>
 #include <QStringList>
 
-#include "ClientBooks.h"
+#include "ClientCounters.h"
 #include "ListService.h"
 
 /**
- * Reads the arguments of one call in their order and holds them to the service's bounds: everything that
- * leaves here may be stored and sent again.
+ * Reads the arguments of one call, in their order, and enforces the service's bounds: every result may be
+ * stored and sent.
  *
- * Texts are made fit for the bus and cut, lists are cut; what makes no sense throws CallError. The signature
- * of the call is sd-bus's to check.
+ * Texts pass busText() and are cut at their bound, lists too. Other invalid arguments throw CallError. sd-bus
+ * has checked the signature of the call.
  */
 class CallReader {
  public:
@@ -31,30 +31,31 @@ class CallReader {
   /** A text, cut at kMaxText. */
   QString text();
 
-  /** An alarm identifier, or a session; refused when it is longer than kMaxIdentifier. */
+  /** An alarm identifier or a session; one that is longer than kMaxIdentifier is refused. */
   QString identifier();
 
-  /** A session, which must not be empty. */
+  /** A session; an empty one is refused. */
   QString session();
 
-  /** Session and sequence number, which lies between 1 and 2^63-1. */
+  /** Session and sequence number; a number outside of 1 to 2^63-1 is refused. */
   Sender sender();
 
   int number();
   quint32 count();
 
-  /** Milliseconds since 1970 UTC, years 1970 to 9998, which every local time can show. */
+  /** Milliseconds since 1970 UTC; a time outside of the years 1970 to 9998 is refused, so that its local time
+   * has four digits for the year. */
   qint64 time();
 
-  /** List of texts, without those beyond `maxItems`. */
+  /** A list of texts, cut after `maxItems`. */
   QStringList texts(int maxItems);
 
   /** Keywords as a JSON array, and the description map (a{sv}) as a JSON object. */
   QByteArray keywords();
   QByteArray description();
 
-  /** The figures of a client's books (a{st}). */
-  ClientBooks::Figures figures();
+  /** The message counters of a client (a{st}). */
+  ClientCounters::Figures figures();
 
  private:
   sd_bus_message* m_call;

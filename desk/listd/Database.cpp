@@ -41,13 +41,13 @@ Database::Database(const std::string& file) {
   sqlite3* connection = nullptr;
   const int code = sqlite3_open_v2(file.empty() ? ":memory:" : file.c_str(), &connection,
                                    SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
-  m_connection.reset(connection);  // set even when opening failed
+  m_connection.reset(connection);  // also set if opening failed
   check(connection, code);
-  // SQLite falls back to reading alone without an error.
+  // SQLite opens a file read-only, without an error, if it must not be written.
   if (sqlite3_db_readonly(connection, "main") == 1) {
     refuse(connection, SQLITE_READONLY);
   }
-  // The lock stays until the connection is closed. Taking it writes nothing into the file.
+  // The lock is held until the connection is closed. Locking does not change the file.
   execute("PRAGMA locking_mode=EXCLUSIVE; BEGIN EXCLUSIVE; COMMIT");
 }
 
@@ -85,12 +85,12 @@ void Database::commit() {
 }
 
 void Database::rollback() noexcept {
-  // An exception may have left a statement between its rows; it would refuse to be bound.
+  // An exception may have left a statement with rows to read; it could not be bound again.
   for (auto* statement = sqlite3_next_stmt(m_connection.get(), nullptr); statement != nullptr;
        statement = sqlite3_next_stmt(m_connection.get(), statement)) {
     sqlite3_reset(statement);
   }
-  // Some failures have ended the transaction already.
+  // SQLite itself ends the transaction on some failures.
   if (sqlite3_get_autocommit(m_connection.get()) == 0) {
     sqlite3_exec(m_connection.get(), "ROLLBACK", nullptr, nullptr, nullptr);
   }

@@ -10,44 +10,42 @@
 struct sqlite3;
 struct sqlite3_stmt;
 
-/** The storage refused: what() says why. Nothing of the transaction it happened in may be kept. */
+/** The storage failed; what() says why. The transaction must be rolled back. */
 class StorageError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
 /**
- * One SQLite connection with its transaction, and prepared statements on it. It knows nothing of the tables;
- * Schema does. Every operation throws StorageError when the storage refuses. All of it belongs to the
- * service's only thread. [any-thread]
+ * One SQLite connection with its transaction. It knows nothing of the tables; Schema does. Every operation
+ * throws StorageError when the storage fails.
  */
 class Database {
  public:
   /**
-   * Open and lock for this process alone.
-   * @param file empty keeps everything in memory. A file that is missing is created; one that is damaged,
-   * read-only or in use by another process is refused and stays as it is.
+   * Open the database and lock it for this process.
+   * @param file empty keeps everything in memory. A missing file is created. A file that is damaged,
+   * read-only or in use by another process is refused and not changed.
    */
   explicit Database(const std::string& file);
 
-  /** Run SQL without parameters and results. */
+  /** Run SQL that has no parameters and no results. */
   void execute(const char* sql);
 
-  /** First column of the first row, as a number or a text. */
+  /** Run a query; its result is the first column of the first row. */
   qint64 queryNumber(const char* sql);
   QByteArray queryText(const char* sql);
 
-  /** Number of the row that was inserted last. */
+  /** Row number of the last insertion. */
   qint64 lastInserted() const;
 
-  /** Rows that the last statement inserted, updated or deleted. */
+  /** Number of rows that the last statement inserted, updated or deleted. */
   qint64 changes() const;
 
-  /** Start a transaction if there is none. */
+  /** Start a transaction if none is open. */
   void begin();
   void commit();
-  /** End all statements and the transaction, if there is one, without keeping anything of it; never throws.
-   */
+  /** Reset all statements and undo the open transaction, if there is one. */
   void rollback() noexcept;
 
  private:
@@ -58,21 +56,21 @@ class Database {
   std::unique_ptr<sqlite3, Close> m_connection;
 };
 
-/** One prepared statement; lives no longer than its database. Columns and parameters count from 0. */
+/** One prepared statement; its database must outlive it. Columns and parameters count from 0. */
 class Statement {
  public:
   Statement(Database& database, const char* sql);
 
   Statement& bind(int parameter, qint64 value);
   Statement& bind(int parameter, const QString& value);
-  /** @param utf8 kept by reference until run() returns or reset() */
+  /** @param utf8 not copied: must live until run() or reset() returns */
   Statement& bind(int parameter, const QByteArray& utf8);
 
-  /** Step to the next row. @return false, and ready to be bound anew, when there is none */
+  /** Step to the next row. @return false if there is none; the statement can then be bound again */
   bool next();
-  /** Execute a statement that gives no rows. */
+  /** Execute a statement that has no result rows. */
   void run();
-  /** End the statement before its last row. */
+  /** End the statement although it may have more rows. */
   void reset() noexcept;
 
   qint64 number(int column) const;

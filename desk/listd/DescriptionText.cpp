@@ -15,7 +15,7 @@ using Keys = EventsDBusDefinitions;
 constexpr char kEnglish[] = "en";
 constexpr char kGerman[] = "de";
 
-// Member of the service's own descriptions: what an acknowledgement is about.
+// Member of descriptions that the service itself makes: the description of the acknowledged alarm.
 constexpr char kSubject[] = "Subject";
 
 struct TableRow {
@@ -45,7 +45,8 @@ QString tableText(const QString& key, const QString& language) {
 
 using Replacements = std::vector<std::pair<QString, QString>>;  // placeholder, text
 
-/** Replaces in one pass, so that replaced text is not searched again; the longest placeholder wins. */
+/** Replaces placeholders in one pass, so that an argument is not searched for placeholders. If several match,
+ * the longest one is replaced. */
 QString replaced(const QString& text, Replacements replacements) {
   if (replacements.empty()) {
     return text;
@@ -103,7 +104,7 @@ QString DescriptionText::text(const QJsonObject& description, const QString& lan
   const auto argument = [](const QJsonObject& o) {
     return o.value(Keys::getEventDBusKeyArgument()).toString();
   };
-  // An argument of the URL carries no arguments of its own, and what it might carry is not followed.
+  // The description of a URL argument has no arguments; if it has, they are ignored.
   const auto urlArgument = [&language](const QJsonObject& o) { return names(o, language); };
 
   QString result = replaced(names(description, language),

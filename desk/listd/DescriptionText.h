@@ -5,31 +5,30 @@
 #include <QStringList>
 
 /**
- * Turns the description of an entry into the text that a list shows, in one of the service's languages. The
- * stored description stays as the sender gave it.
+ * Makes the text of a list entry from its description, in one of the service's languages. The stored
+ * description is not changed.
  *
- * The text is "Module: Object Instance" of the names that are not empty, with every placeholder replaced by
- * its argument, followed by the URL in angle brackets, its placeholders replaced by the text of their own
- * descriptions. With the text source "table" the object's name is a key of the text table; a name that is not
- * there stands as it is.
+ * The text is "Module: Object Instance" without the empty names, then the URL in angle brackets. Placeholders
+ * in the names are replaced by their arguments, placeholders in the URL by the names of their own
+ * descriptions. With text source 1 the object's name is a key of the text table; a name that is no key is
+ * shown as it is.
  */
 namespace DescriptionText {
 
-/** Characters of a text at most; arguments could multiply it otherwise. */
+/** Maximum length of a text: arguments can be much longer than their placeholders. */
 constexpr int kMaxLength = 4096;
 
-/** Keys of the table for the entries that the service writes itself. */
+/** Keys of the text table for entries that the service itself adds. */
 constexpr char kAlarmAcknowledged[] = "AlarmAcknowledged";
 constexpr char kDetectorAcknowledged[] = "DetectorAcknowledged";
 
-/** The service's languages, the default first. [any-thread] */
+/** The service's languages, the default first. */
 QStringList languages();
 
-/** @param language one of languages(); any other selects the default. [any-thread] */
+/** @param language one of languages(); any other selects the default */
 QString text(const QJsonObject& description, const QString& language);
 
-/** A description that shows one text of the table, with the text of `subject` appended if there is one.
- * [any-thread] */
+/** A description whose text is one of the table, followed by the text of `subject` if that is not empty. */
 QJsonObject ofTable(const char* key, const QJsonObject& subject);
 
 }  // namespace DescriptionText

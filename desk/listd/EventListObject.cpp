@@ -76,14 +76,15 @@ int onGetStatistics(sd_bus_message* call, void* userdata, sd_bus_error* error) {
 int onReportBooks(sd_bus_message* call, void* userdata, sd_bus_error* error) {
   return batchOf(userdata).change(call, error, [userdata](CallReader& arguments) {
     const QString session = arguments.session();
-    batchOf(userdata).clientBooks().keep({session, QDateTime::currentMSecsSinceEpoch(), arguments.figures()});
+    batchOf(userdata).clientCounters().keep(
+        {session, QDateTime::currentMSecsSinceEpoch(), arguments.figures()});
   });
 }
 
 int onGetBooks(sd_bus_message* call, void* userdata, sd_bus_error* error) {
   return batchOf(userdata).answer(call, error, [userdata](CallReader&, sd_bus_message* reply) {
     checkBus(sd_bus_message_open_container(reply, SD_BUS_TYPE_ARRAY, "(sxa{st})"));
-    for (const ClientBooks::Report& report : batchOf(userdata).clientBooks().reports()) {
+    for (const ClientCounters::Report& report : batchOf(userdata).clientCounters().reports()) {
       checkBus(sd_bus_message_open_container(reply, SD_BUS_TYPE_STRUCT, "sxa{st}"));
       checkBus(sd_bus_message_append(reply, "sx", report.session.toUtf8().constData(), report.time));
       checkBus(sd_bus_message_open_container(reply, SD_BUS_TYPE_ARRAY, "{st}"));

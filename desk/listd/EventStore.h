@@ -4,20 +4,21 @@
 #include "StoredEntry.h"
 
 /**
- * The event list: a bounded log whose oldest entries make room for new ones. Transactions are the caller's.
+ * The event list: a bounded log that removes its oldest entries. The caller opens and commits transactions.
  */
 class EventStore {
  public:
-  /** @param capacity entries kept, 1 or more; a smaller one than before takes effect with the next entry */
+  /** @param capacity maximum number of entries, 1 or more. A stored list that is larger is cut with the next
+   * entry. */
   EventStore(Database& database, qint64 capacity);
 
   /**
-   * Append one entry; trim() is to follow before the transaction ends.
-   * @return the entry's number, larger than all before it, those of deleted entries included
+   * Append one entry. The caller calls trim() before it commits.
+   * @return the entry's number, larger than the number of every earlier entry, deleted ones included
    */
   qint64 append(const StoredEntry& entry);
 
-  /** Let the oldest entries go that are too many now. @return their number */
+  /** Remove the oldest entries beyond the capacity. @return their number */
   quint64 trim();
 
   /** Delete all entries. @return whether there were any */
@@ -26,7 +27,7 @@ class EventStore {
   /**
    * The newest entries first, as JSON.
    * @param language of the descriptions, see DescriptionText
-   * @param count entries wanted at most, 0 for all
+   * @param count maximum number of entries, 0 for all
    */
   QByteArray list(const QString& language, quint32 count);
 
@@ -36,7 +37,7 @@ class EventStore {
  private:
   Database& m_database;
   qint64 m_capacity;
-  qint64 m_newest = 0;  ///< number of the entry appended last
+  qint64 m_newest = 0;  ///< number of the last appended entry
   Statement m_insert;
   Statement m_drop;
   Statement m_clear;

@@ -38,7 +38,7 @@ void FailedMessages::fail() noexcept {
         m_failed.erase(failed == m_failed.begin() ? std::next(failed) : m_failed.begin());
       }
     } catch (const std::bad_alloc&) {
-      // What follows is carried out before it; that is all that is lost.
+      // Without this record later messages are stored first, and the failed one then counts as a repetition.
     }
   }
   m_admitted.clear();

@@ -12,45 +12,45 @@
 struct Sender {
   QString session;
   qint64 sequence = 0;
-  QByteArray
-      connection;  ///< the road it came by; a sender that takes another one starts with its oldest message
+  /** Unique bus name of the sender. A sender on a new connection starts with its oldest message. */
+  QByteArray connection;
 };
 
 /**
- * The messages that were not carried out, so that none of them passes for one that was when it comes again: a
- * message that is sent after one that failed would make that one a repetition, and has to wait for it.
+ * Keeps the order of a sender's messages when one of them could not be stored.
  *
- * A sender that hears of a failure begins anew with its oldest message, on the same connection: numbers rise
- * until then, so that one that does not is the beginning. It need not be the one that failed, which its
- * sender may have no use for any more.
+ * If a later message were stored, the failed one would count as a repetition when it is sent again. So after
+ * a failure all messages on that connection are refused until their sender starts again with its oldest one.
+ * Numbers rise on a connection, so a number that is not higher than the last one marks that start. It need
+ * not be the number of the failed message, which the sender may have dropped.
  *
- * It knows nothing of lists and storage. Kept in memory: senders take another connection to another life of
- * the service.
+ * It knows nothing of lists and storage. It is kept in memory only: after a restart of the service every
+ * sender has a new connection.
  */
 class FailedMessages {
  public:
-  /** Connections with a failed message, and rejected messages, at most; most belong to senders that have
-   * gone. */
+  /** Maximum number of connections with a failed message, and of rejected messages. Most entries belong to
+   * senders that no longer exist. */
   static constexpr std::size_t kConnections = 64;
   static constexpr std::size_t kRejected = 1000;
 
-  /** A message has come. @return false when one before it has failed and its sender has not begun anew.
-   * [any-thread] */
+  /** Check a received message. @return false if an earlier one has failed and its sender has not started
+   * again. */
   bool admit(const Sender& sender);
 
-  /** Whether this message was rejected before. [any-thread] */
+  /** Whether this message was rejected before. */
   bool isRejected(const Sender& sender) const;
 
-  /** The message admitted last is rejected for good. [any-thread] */
+  /** Record that the last admitted message is refused whenever it is sent again. */
   void reject(const Sender& sender);
 
-  /** The messages admitted since the last of these two calls have been carried out, or have failed.
-   * [any-thread] */
+  /** Record that all messages admitted since the last succeed() or fail() were stored, or that they failed.
+   */
   void succeed() noexcept { m_admitted.clear(); }
   void fail() noexcept;
 
  private:
   std::vector<std::pair<QByteArray, qint64>> m_admitted;  ///< connection and number
-  std::map<QByteArray, qint64> m_failed;                  ///< by connection the last number that came
+  std::map<QByteArray, qint64> m_failed;                  ///< last received number by connection
   std::deque<std::pair<QString, qint64>> m_rejected;
 };

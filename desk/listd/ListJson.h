@@ -4,23 +4,23 @@
 #include <QString>
 
 /**
- * Writes the reply of a list request as it grows: {"ListData":[entries],"Omitted":n}, UTF-8. It does not know
- * which members an entry has.
+ * Writes the reply to a list request: {"ListData":[entries],"Omitted":n}, UTF-8. The caller decides which
+ * members an entry has.
  *
- * The reply stays below kMaxSize: the first entry that does not fit ends it, and that entry and all later
- * ones are counted as omitted. [any-thread]
+ * The reply stays below kMaxSize: the first entry that does not fit and all later ones are left out and
+ * counted as omitted.
  */
 class ListJson {
  public:
-  /** A bus of the usual size disconnects a peer at 32 MiB; half of it leaves room for what else is queued. */
+  /** A stock bus disconnects a peer that has 32 MiB queued; half of it leaves space for other messages. */
   static constexpr int kMaxSize = 16 * 1024 * 1024 - 4096;
 
   ListJson();
 
-  /** Append a text, in UTF-8, as a JSON string to anything. */
+  /** Append a text in UTF-8 to `json`, as a JSON string. */
   static void appendQuoted(QByteArray& json, const QByteArray& utf8);
 
-  /** Whether an entry was left out, so that later ones only have to be counted. */
+  /** Whether an entry was left out; the caller then counts the later ones with omitEntry(). */
   bool isFull() const { return m_omitted > 0; }
 
   void beginEntry();
@@ -34,10 +34,10 @@ class ListJson {
   void addJson(const QString& key, const QByteArray& json);
   void endEntry();
 
-  /** Count an entry that is not written. */
+  /** Count an entry that is left out. */
   void omitEntry() { ++m_omitted; }
 
-  /** The complete document; the object is used up. */
+  /** The complete document. The object must not be used afterwards. */
   QByteArray finish();
 
  private:

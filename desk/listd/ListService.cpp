@@ -40,7 +40,7 @@ StoredEntry acknowledgementEntry(const QString& user, const QString& moduleName,
   throw CallError("the alarm list is full", Tavroline::ListServiceNames::kErrorFull);
 }
 
-/** The alarm's own description, or its identifier where that shows nothing. */
+/** The alarm's description, or one that shows the alarm's identifier if the text of the former is empty. */
 QJsonObject acknowledgedSubject(const QByteArray& alarmDescription, const QString& alarmId) {
   QJsonObject subject = QJsonDocument::fromJson(alarmDescription).object();
   if (!DescriptionText::text(subject, QString()).isEmpty()) {
@@ -51,8 +51,8 @@ QJsonObject acknowledgedSubject(const QByteArray& alarmDescription, const QStrin
 
 }  // namespace
 
-// A generation is the time of the change in microseconds, or one more than the last: an older copy of the
-// database put back in place does not repeat those that were seen before.
+// A generation is the time of the change in microseconds, but at least one more than the last. If somebody
+// restores an older copy of the database, the generations that clients have seen are not used again.
 ListService::ListService(Database& database, qint64 capacity)
     : m_database(database),
       m_events(database, capacity),
@@ -154,7 +154,8 @@ ListSnapshot ListService::snapshot() {
   return snapshot;
 }
 
-/** Whether a message was carried out before; counts it then. One that must not be carried out is refused. */
+/** Whether the message was applied before (then counted as a duplicate). Throws CallError if it must not be
+ * applied. */
 bool ListService::isRepetition(const Sender& sender) {
   if (m_failed.isRejected(sender)) {
     refuseForGood();
@@ -170,7 +171,7 @@ bool ListService::isRepetition(const Sender& sender) {
   return seen;
 }
 
-/** Open the transaction if need be, and note the message in it. */
+/** Open a transaction if none is open, and record the message in it. */
 void ListService::record(const Sender& sender) {
   m_database.begin();
   m_changes.open = true;

@@ -8,7 +8,7 @@
 #include "Sessions.h"
 #include "StoredEntry.h"
 
-/** What a subscriber of the lists can know; two snapshots that differ mean a signal. */
+/** The state that signals report. A difference between two snapshots is signalled. */
 struct ListSnapshot {
   quint64 eventGeneration = 0;
   quint64 alarmGeneration = 0;
@@ -16,25 +16,25 @@ struct ListSnapshot {
   bool detector = false;
 };
 
-/** What happened since the service was started, and what the event list holds now. */
+/** Counters since the start of the service, and the present size of the event list. */
 struct Counters {
-  quint64 stored = 0;       ///< messages of Log that were carried out
-  quint64 overwritten = 0;  ///< entries that had to make room
-  quint64 duplicates = 0;   ///< messages that had been carried out before
+  quint64 stored = 0;       ///< entries stored by the method Log
+  quint64 overwritten = 0;  ///< entries removed because the list was full
+  quint64 duplicates = 0;   ///< messages that were received again
   qint64 entries = 0;
   qint64 capacity = 0;
   qint64 sessions = 0;
 };
 
 /**
- * The two lists and what they have in common: each message once, edges and acknowledgements in the event
- * list, generations, the central detector. It knows nothing of the bus.
+ * The two lists and what they share: it applies each message once, logs edges and acknowledgements in the
+ * event list, and keeps the generations and the central detector. It knows nothing of the bus.
  *
- * Messages are carried out in an open transaction and count only after commit(); until then rollback() makes
- * all of them undone. Every operation throws StorageError when the storage refuses (then call rollback()) and
- * CallError when it refuses itself (then it changed nothing). After an exception that is no CallError the
- * messages of the transaction have failed: what follows them on their connections is refused with
- * kErrorStorage until they come again.
+ * Messages are applied in an open transaction; commit() stores them, rollback() undoes them. Every operation
+ * throws StorageError when the storage fails (the caller then calls rollback()) and CallError when it refuses
+ * the message (nothing has changed then). After any other exception than CallError all messages of the
+ * transaction have failed: later messages on their connections are refused with kErrorStorage until the
+ * failed ones are sent again.
  */
 class ListService {
  public:
@@ -49,14 +49,14 @@ class ListService {
   void commit();
   void rollback() noexcept;
 
-  /** The stores for reading; what is not committed shows in them. */
+  /** The stores, for reading. They include uncommitted changes. */
   EventStore& events() { return m_events; }
   AlarmStore& alarms() { return m_alarms; }
   ListSnapshot snapshot();
   Counters counters();
 
  private:
-  /** What the messages of the open transaction add up to. */
+  /** The effects of the open transaction. */
   struct Changes {
     bool open = false;
     bool events = false;

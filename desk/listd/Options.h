@@ -14,9 +14,9 @@ struct Options {
   enum Exit { ExitDone = 0, ExitFailed = 1, ExitUsage = 2 };
 
   /**
-   * Read the command line; help, version and complaints are printed here.
-   * @param exitCode set when there is nothing to run
-   * @return nothing when the program has to end with `exitCode`. [any-thread]
+   * Read the command line. Prints help, version and errors.
+   * @param exitCode set if the result is empty
+   * @return empty if the program must end with `exitCode`
    */
   static std::optional<Options> parse(int argc, char** argv, int& exitCode);
 };

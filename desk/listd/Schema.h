@@ -3,16 +3,16 @@
 #include "Database.h"
 
 /**
- * The tables of the service: what stands in a database file, and which files are accepted. The statements on
- * them belong to the stores.
+ * The tables of the service, and the check whether a database file is accepted. The stores hold the
+ * statements on the tables.
  */
 namespace Schema {
 
 constexpr int kVersion = 1;
 
 /**
- * Check the opened database and create the tables in an empty one. A file that is damaged, written by a newer
- * version or by another program is refused with StorageError before anything in it is touched. [any-thread]
+ * Check the opened database and create the tables if it is empty. A file that is damaged, or that a newer
+ * version or another program has written, is refused with StorageError and not changed.
  */
 void open(Database& database);
 

@@ -3,9 +3,9 @@
 #include "Database.h"
 
 /**
- * The highest sequence number seen of each session, so that a message that is sent again is stored once.
+ * The highest sequence number of each session, so that a message that is sent twice is stored once.
  *
- * The kKept sessions that were heard last are kept; a session that is forgotten starts anew.
+ * It keeps the kKept sessions that stored a message last. A removed session counts as a new one.
  */
 class Sessions {
  public:
@@ -16,14 +16,13 @@ class Sessions {
   /** Whether this message, or a later one of its session, was recorded before. */
   bool seen(const QString& session, qint64 sequence);
 
-  /** Record a message that is carried out, after seen(), in the transaction that carries it out. */
+  /** Record a message of the session that seen() was called with last, in the transaction that applies it. */
   void record(qint64 sequence);
 
-  /** Write what was recorded, and drop the sessions beyond the bound, before that transaction is committed.
-   */
+  /** Write the recorded numbers and remove the sessions beyond the bound. The caller then commits. */
   void write();
 
-  /** That transaction was undone. */
+  /** Discard the recorded numbers, after a rollback. */
   void forget() noexcept;
 
   qint64 count();
@@ -31,8 +30,8 @@ class Sessions {
  private:
   void flush();
 
-  // The session that was asked for last: messages mostly come in a row, and one row in the table will do for
-  // them.
+  // The session of the last seen(). Messages of one session usually follow each other; the table is then
+  // written once for all of them.
   QString m_session;
   qint64 m_sequence = 0;
   bool m_recorded = false;

@@ -3,7 +3,7 @@
 #include <QByteArray>
 #include <QString>
 
-/** What one Log call brings, checked and within its bounds: what both stores keep of it. A plain value. */
+/** The entry of one Log call, within the bounds of CallReader, as both stores keep it. A plain value. */
 struct StoredEntry {
   int eventType = 0;
   int state = 0;

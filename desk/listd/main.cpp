@@ -76,7 +76,7 @@ int shorterTimeout(int one, int other) {
   return one < 0 || other < 0 ? qMax(one, other) : qMin(one, other);
 }
 
-/** Serve until a signal asks to stop. */
+/** Handle calls until SIGTERM or SIGINT arrives. */
 void serve(sd_bus* bus, CallBatch& batch, int signals) {
   for (;;) {
     int waiting = 1;

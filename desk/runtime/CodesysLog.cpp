@@ -6,7 +6,7 @@
 
 namespace {
 
-// A record is one line: whatever a foreign text holds, it cannot start another one.
+// A record is one line: a control character in a text of the bus or of an application must not start another.
 void replaceControlCharacters(QString& text) {
   for (QChar& character : text) {
     const QChar::Category category = character.category();
@@ -39,7 +39,8 @@ CodesysLog::~CodesysLog() {
                      m_text;
     replaceControlCharacters(record);
     const QByteArray text = record.toUtf8();
-    // The record never serves as the format: it carries texts of the PLC program and of the bus.
+    // "%s", because the record holds texts of PLC applications and of the bus: it must not be used as a
+    // format.
     if (pfLogAdd != nullptr) {
       pfLogAdd(m_logger, m_componentId, m_logClass, m_errorId, m_infoId, "%s", text.constData());
     } else {
@@ -51,7 +52,7 @@ CodesysLog::~CodesysLog() {
 }
 
 CodesysLog& CodesysLog::operator<<(const QVariant& item) {
-  // Null means no item yet; an empty first item is still followed by the blank.
+  // A null text means that there is no item yet; a blank follows the first item even if that is empty.
   if (m_text.isNull()) {
     m_text = QLatin1String("");
   } else {

@@ -7,7 +7,7 @@ namespace {
 constexpr int kSecondsPerHour = 3600;
 }
 
-// QDateTime throughout: its seconds have 64 bits also where time_t has 32.
+// QDateTime counts seconds in 64 bits, time_t has 32 bits on some targets.
 
 QDateTime CodesysTimeConversion::IECUtcDateTimeToQDateTime(unsigned int value) {
   return QDateTime::fromSecsSinceEpoch(value, Qt::UTC);
@@ -19,7 +19,7 @@ QDateTime CodesysTimeConversion::IECDateTimeToQDateTime(unsigned int value) {
   if (local.isValid()) {
     return local;
   }
-  // An hour that a zone change skips has no instant: counted on from the hour before.
+  // A wall-clock time that a zone change skips does not exist; use the hour before it plus one hour.
   const QDateTime before = utc.addSecs(-kSecondsPerHour);
   return QDateTime(before.date(), before.time(), Qt::LocalTime).addSecs(kSecondsPerHour);
 }

@@ -1,6 +1,6 @@
-#include "ClientBooks.h"
+#include "ClientCounters.h"
 
-void ClientBooks::keep(const Report& report) {
+void ClientCounters::keep(const Report& report) {
   m_reports.remove_if([&report](const Report& kept) { return kept.session == report.session; });
   m_reports.push_front(report);
   if (m_reports.size() > kKept) {
