@@ -38,7 +38,6 @@ struct State {
   std::vector<Call> log;
   std::vector<Call> readingClients;
   std::map<std::string, std::deque<std::vector<fake::Answer>>> answers;
-  std::map<std::string, std::deque<bool>> changes;
   std::atomic<int> platformCalls{0};
   std::atomic<int> firstThrowing{0};
   std::atomic<int> lastThrowing{0};
@@ -52,15 +51,15 @@ State& state() {
   return instance;
 }
 
-template <typename Value>
-bool take(std::map<std::string, std::deque<Value>>& scripts, const std::string& operation, Value& value) {
-  auto& script = scripts[operation];
-  if (script.empty()) {
-    return false;
+/** The next answers scripted for `operation`, or these. */
+std::vector<fake::Answer> nextAnswers(const std::string& operation, std::vector<fake::Answer> otherwise) {
+  const std::lock_guard<std::mutex> lock(state().mutex);
+  auto& script = state().answers[operation];
+  if (!script.empty()) {
+    otherwise = std::move(script.front());
+    script.pop_front();
   }
-  value = std::move(script.front());
-  script.pop_front();
-  return true;
+  return otherwise;
 }
 
 /** Record a call that can be made to throw; true, as it is accepted. */
@@ -73,11 +72,7 @@ bool perform(const std::string& operation, const QVariantList& arguments, const 
 DBusPendingReply::SharedPointer request(const std::string& operation, const QVariantList& arguments,
                                         const void* object) {
   perform(operation, arguments, object);
-  std::vector<fake::Answer> answers{{2, {}}};
-  {
-    const std::lock_guard<std::mutex> lock(state().mutex);
-    take(state().answers, operation, answers);
-  }
+  const std::vector<fake::Answer> answers = nextAnswers(operation, {{2, {}}});
   if (answers.empty()) {
     return {};
   }
@@ -88,15 +83,11 @@ DBusPendingReply::SharedPointer request(const std::string& operation, const QVar
 
 bool flag(const std::string& operation, bool* value, const void* object) {
   perform(operation, {}, object);
-  const std::lock_guard<std::mutex> lock(state().mutex);
-  bool present = false;
-  if (!take(state().changes, operation, present)) {
-    return false;
+  const std::vector<fake::Answer> change = nextAnswers(operation, {});
+  if (value != nullptr && !change.empty()) {
+    *value = change.front().status != 0;
   }
-  if (value != nullptr) {
-    *value = present;
-  }
-  return true;
+  return !change.empty();
 }
 
 void recordMessage(QtMsgType type, const QMessageLogContext& context, const QString& text) {
@@ -125,7 +116,6 @@ void fake::reset() {
   const std::lock_guard<std::mutex> lock(state().mutex);
   state().log.clear();
   state().answers.clear();
-  state().changes.clear();
 }
 
 std::vector<fake::Call> fake::calls(const std::string& operation) {
@@ -145,8 +135,7 @@ void fake::answer(const std::string& operation, const std::vector<Answer>& answe
 }
 
 void fake::change(const std::string& operation, bool value) {
-  const std::lock_guard<std::mutex> lock(state().mutex);
-  state().changes[operation].push_back(value);
+  answer(operation, {{value ? 1 : 0, {}}});
 }
 
 void fake::throwAt(int call, Thrown what, bool andAllAfter) {

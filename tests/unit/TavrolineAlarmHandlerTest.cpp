@@ -26,30 +26,30 @@ struct AlarmHandlerTest : ComponentTest {
 };
 
 TEST_F(AlarmHandlerTest, OnlyAnEdgeIsSentAndOnlyNeutralIsWarnedOf) {
-  const struct {
+  struct Step {
     int type, state;
     const char* icon;
     const char* sent;  ///< type, state and icon; empty: nothing
-  } steps[] = {{TAVROLINE_ALARM, TAVROLINE_OFF, "", ""},
-               {TAVROLINE_ALARM, TAVROLINE_NEUTRAL, "", ""},
-               {TAVROLINE_ALARM, 3, "", ""},
-               {TAVROLINE_ALARM, TAVROLINE_ON, "", "0 1 alarm-on"},
-               {TAVROLINE_ALARM, TAVROLINE_ON, "", ""},
-               {TAVROLINE_FAULT, TAVROLINE_ON, "own", ""},
-               {TAVROLINE_ALARM, TAVROLINE_NEUTRAL, "", ""},
-               {TAVROLINE_ALARM, TAVROLINE_OFF, "", "0 2 alarm-off"},
-               {TAVROLINE_ALARM, TAVROLINE_OFF, "", ""},
-               {TAVROLINE_ALARM, -1, "", ""},
-               {TAVROLINE_FAULT, TAVROLINE_ON, "own", "2 1 own"},
-               {TAVROLINE_FAULT, TAVROLINE_OFF, "", "2 2 fault-off"},
-               {77, TAVROLINE_ON, "", "77 1 "},
-               {TAVROLINE_ALARM, TAVROLINE_OFF, "own", "0 2 own"}};
+  };
+  const auto steps = {Step{TAVROLINE_ALARM, TAVROLINE_OFF, "", ""},
+                      Step{TAVROLINE_ALARM, TAVROLINE_NEUTRAL, "", ""},
+                      Step{TAVROLINE_ALARM, 3, "", ""},
+                      Step{TAVROLINE_ALARM, TAVROLINE_ON, "", "0 1 alarm-on"},
+                      Step{TAVROLINE_ALARM, TAVROLINE_ON, "", ""},
+                      Step{TAVROLINE_FAULT, TAVROLINE_ON, "own", ""},
+                      Step{TAVROLINE_ALARM, TAVROLINE_NEUTRAL, "", ""},
+                      Step{TAVROLINE_ALARM, TAVROLINE_OFF, "", "0 2 alarm-off"},
+                      Step{TAVROLINE_ALARM, TAVROLINE_OFF, "", ""},
+                      Step{TAVROLINE_FAULT, TAVROLINE_ON, "own", "2 1 own"},
+                      Step{TAVROLINE_FAULT, TAVROLINE_OFF, "", "2 2 fault-off"},
+                      Step{77, TAVROLINE_ON, "", "77 1 "},
+                      Step{TAVROLINE_ALARM, TAVROLINE_OFF, "own", "0 2 own"}};
   const Lines neutral{
       "qWarning: TavrolineAlarmHandler: void TavrolineAlarmHandler::changeState(EventlistHandlerEnums::"
       "EventType, EventlistHandlerEnums::State, const QString&, const QString&, const QDateTime&, "
       "const QVariantMap&, const QStringList&, const QString&): Neutral alarm or fault not allowed"};
-  for (const auto& step : steps) {
-    SCOPED_TRACE(&step - steps);
+  for (const Step& step : steps) {
+    SCOPED_TRACE(&step - steps.begin());
     fake::reset();
     log(step.type, step.state, step.icon);
     QStringList sent;

@@ -6,7 +6,6 @@
 
 #include <cstring>
 #include <ctime>
-#include <set>
 
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -57,23 +56,18 @@ void Reader::load(const QByteArray& entries) const {
   ASSERT_EQ(load(), TAVROLINE_DONE);
 }
 
-/** Expects the record's line to be in the source of that name, at most 40 lines behind the function's name.
- */
+/** Expects the line to be in the source of that name, at most 40 lines behind the function's name. */
 void expectPlace(const QString& file, const QString& signature, int line) {
-  static std::set<QString> checked;
-  if (!checked.insert(file + signature + QString::number(line)).second) {
-    return;
+  QByteArray source;
+  for (const char* folder : {"component", "convert", "read", "write"}) {
+    QFile found(QStringLiteral(TAVROLINE_SOURCES "/%1/%2.cpp").arg(QLatin1String(folder), file));
+    source += found.open(QIODevice::ReadOnly) ? found.readAll() : QByteArray();
   }
-  QByteArrayList source;
-  for (const QString& folder : {"component"_q, "convert"_q, "read"_q, "write"_q}) {
-    QFile found(QStringLiteral(TAVROLINE_SOURCES "/%1/%2.cpp").arg(folder, file));
-    source += found.open(QIODevice::ReadOnly) ? found.readAll().split('\n') : QByteArrayList();
-  }
-  EXPECT_LT(line, source.size()) << file.toStdString();
+  const QByteArrayList lines = source.split('\n');
   const QString name =
       signature.section(QLatin1Char('('), 0, 0).section(QRegExp("[ :]"_q), -1).remove("_ext"_q);
-  EXPECT_TRUE(source.mid(qMax(0, line - 40), qMin(line, 40)).join().contains(name.toUtf8()))
-      << (file + ":"_q + QString::number(line) + ": "_q + signature).toStdString();
+  EXPECT_TRUE(line < lines.size() && lines.mid(qMax(0, line - 40), 40).join().contains(name.toUtf8()))
+      << file.toStdString() << ":" << line << ": " << signature.toStdString();
 }
 
 Lines records() {

@@ -9,23 +9,21 @@ namespace {
 struct WritersTest : ComponentTest {};
 
 TEST_F(WritersTest, AnEventIsSentWithItsIconOrTheDefaultOneAndAnAlarmIsRefused) {
-  const struct {
+  struct Row {
     int type, state;
     const char* icon;
     const char* sentIcon;  ///< null: refused
-  } rows[] = {{TAVROLINE_EVENT, TAVROLINE_NEUTRAL, "", "event"},
-              {TAVROLINE_EVENT, TAVROLINE_ON, "", "event-on"},
-              {TAVROLINE_EVENT, TAVROLINE_OFF, "", "event-off"},
-              {TAVROLINE_EVENT, TAVROLINE_ON, "own", "own"},
-              {TAVROLINE_EVENT, 3, "", ""},
-              {TAVROLINE_EVENT, -5, nullptr, ""},
-              {TAVROLINE_AUDIT_TRAIL, TAVROLINE_NEUTRAL, "", "audit-trail"},
-              {TAVROLINE_AUDIT_TRAIL, TAVROLINE_ON, "", ""},
-              {4, TAVROLINE_ON, "", ""},
-              {-1, TAVROLINE_ON, "x", "x"},
-              {TAVROLINE_ALARM, TAVROLINE_ON, "", nullptr},
-              {TAVROLINE_FAULT, 7, "own", nullptr}};
-  for (const auto& [type, state, icon, sentIcon] : rows) {
+  };
+  for (const auto& [type, state, icon, sentIcon] :
+       {Row{TAVROLINE_EVENT, TAVROLINE_NEUTRAL, "", "event"},
+        Row{TAVROLINE_EVENT, TAVROLINE_ON, "", "event-on"},
+        Row{TAVROLINE_EVENT, TAVROLINE_OFF, "", "event-off"},
+        Row{TAVROLINE_EVENT, TAVROLINE_ON, "own", "own"}, Row{TAVROLINE_EVENT, 3, "", ""},
+        Row{TAVROLINE_EVENT, -5, nullptr, ""},
+        Row{TAVROLINE_AUDIT_TRAIL, TAVROLINE_NEUTRAL, "", "audit-trail"},
+        Row{TAVROLINE_AUDIT_TRAIL, TAVROLINE_ON, "", ""}, Row{4, TAVROLINE_ON, "", ""},
+        Row{-1, TAVROLINE_ON, "x", "x"}, Row{TAVROLINE_ALARM, TAVROLINE_ON, "", nullptr},
+        Row{TAVROLINE_FAULT, 7, "own", nullptr}}) {
     SCOPED_TRACE(std::to_string(type) + " " + std::to_string(state));
     fake::reset();
     logEntry<logevent_ext>(type, state, icon, "Mödule", 0xFFFFFFFF);
