@@ -1,9 +1,9 @@
 #include <cstring>
 #include <functional>
 #include <map>
-#include <memory>
 #include <thread>
 
+#include "ExternalFunctionTable.h"
 #include "UnitSupport.h"
 
 namespace {
@@ -14,7 +14,7 @@ constexpr std::size_t kCount = kRequestResult + 4;
 alignas(8) constexpr char kZeros[1024] = {};  // every text and structure that is only read
 
 ComponentInitRecord g_record;
-std::map<std::string, std::function<RTS_RESULT(void*)>> g_functions;  // as registered, and the record's
+std::map<std::string, std::function<RTS_RESULT(void*)>> g_functions;  // and those of the record
 
 /** A function and what it works on: loaded readers with filters, an alarm that is on. */
 struct Scene {
@@ -40,66 +40,67 @@ struct Scene {
   }
   ~Scene() { call<closealarmlistwritehandle_ext>(handler); }
 
-  /** The structure's words, one per field on either width of pointers, and the offset of its result. */
-  std::pair<std::vector<const void*>, std::size_t> arguments() const {
+  /** The structure's words, one per field on either width of pointers, and what a failure writes where. */
+  struct Arguments {
+    std::vector<const void*> words;
+    std::size_t offset = 0;
+    std::string written{};
+  };
+  Arguments arguments() const {
     const auto number = [](std::uintptr_t value) { return reinterpret_cast<const void*>(value); };
+    const auto entry = [](std::vector<const void*> words) {
+      words.insert(words.end(), 9, kZeros);
+      words.insert(words.end(), 6, nullptr);  // empty arrays
+      return words;
+    };
     const void* const eventReader = events.handle;
     const void* const alarmReader = alarms.handle;
-    std::vector<const void*> entryFields(9, kZeros);  // and three empty arrays
-    entryFields.resize(15);
-    std::vector<const void*> event{number(3)};
-    event.insert(event.end(), entryFields.begin(), entryFields.end());
-    std::vector<const void*> alarm{handler, number(2 << 16)};
-    alarm.insert(alarm.end(), entryFields.begin(), entryFields.end());
-    std::map<std::string, std::pair<std::vector<const void*>, std::size_t>> rows{
-        {"loadcompleteeventlist_ext", {{eventReader}, kHandle}},
-        {"loadpartofeventlist_ext", {{eventReader, number(7)}, kHandle + 2}},
-        {"loadcompletealarmlist_ext", {{alarmReader}, kHandle}},
-        {"geteventlistentries_ext", {{eventReader, entries.data(), number(3)}, kRequestResult}},
-        {"getalarmlistentries_ext", {{alarmReader, entries.data(), number(3)}, kRequestResult}},
-        {"getalarmstatefromalarmhandler_ext", {{handler, &outputs[0], &outputs[1]}, 3 * kHandle}},
-        {"closealarmlistwritehandle_ext", {{handler}, 0}},
-        {"logalarm_ext", {alarm, 0}},
-        {"logevent_ext", {event, 0}},
-        {"acknowledgevisualalarm_ext", {{number(1), kZeros, kZeros, nullptr, nullptr}, 0}},
-        {"acknowledgecentraldetector_ext", {{kZeros}, 0}}};
+    const std::string error("\x02\0", 2);
+    const std::string none(kHandle, '\0');
+    std::map<std::string, Arguments> rows{
+        {"loadcompleteeventlist_ext", {{eventReader}, kHandle, error}},
+        {"loadpartofeventlist_ext", {{eventReader, number(7)}, kHandle + 2, error}},
+        {"loadcompletealarmlist_ext", {{alarmReader}, kHandle, error}},
+        {"geteventlistentries_ext", {{eventReader, entries.data(), number(3)}, kRequestResult, error}},
+        {"getalarmlistentries_ext", {{alarmReader, entries.data(), number(3)}, kRequestResult, error}},
+        {"getalarmstatefromalarmhandler_ext", {{handler, &outputs[0], &outputs[1]}, 3 * kHandle, error}},
+        {"openeventlistreadhandle_ext", {{}, kHandle, none}},
+        {"openalarmlistreadhandle_ext", {{}, kHandle, none}},
+        {"openalarmlistwritehandle_ext", {{}, kHandle, none}},
+        {"closealarmlistwritehandle_ext", {{handler}, 0, none}},
+        {"logalarm_ext", {entry({handler, number(2 << 16)})}},
+        {"logevent_ext", {entry({number(3)})}},
+        {"acknowledgevisualalarm_ext", {{number(1), kZeros, kZeros, nullptr, nullptr}}},
+        {"acknowledgecentraldetector_ext", {{kZeros}}}};
     const bool ofAlarms = name.find("alarm") != name.npos || name.find("state") != name.npos;
-    return rows.insert({name, {{ofAlarms ? alarmReader : eventReader, kZeros, kZeros}, 0}}).first->second;
+    return rows.insert({name, {{ofAlarms ? alarmReader : eventReader, kZeros, kZeros}}}).first->second;
   }
 
   /** Calls the function; the platform call of that number throws. */
   void run(int throwingCall = 0, fake::Thrown thrown = {}, bool andAllAfter = false) {
-    const bool opens = name.find("open") == 0;
-    const bool readsEntries = name.find("entries") != name.npos;
-    entries.assign(2568, 'Z');  // three elements
+    const std::size_t countSize = name.find("entries") != name.npos ? 4 : 0;  // written entry by entry
+    entries.assign(2568, 'Z');                                                // three elements
     structure.assign(160, 'Z');
-    const auto [words, resultOffset] = arguments();
-    std::memcpy(structure.data(), words.data(), words.size() * kHandle);
+    const Arguments given = arguments();
+    std::memcpy(structure.data(), given.words.data(), given.words.size() * kHandle);
     failed = structure;
+    fake::throwAt(throwingCall, thrown, andAllAfter);
     if (throwingCall == 0) {
-      fake::atEachCall([this, before = structure, readsEntries]() mutable {
-        before.replace(kCount, readsEntries ? 4 : 0, structure, kCount, readsEntries ? 4 : 0);
+      fake::atEachCall([this, before = structure, countSize]() mutable {
+        before.replace(kCount, countSize, structure, kCount, countSize);
         EXPECT_EQ(structure + outputs, before + "ZZ") << name << " writes before it has its result";
       });
     }
     void* request = structure.data();
-    fake::throwAt(throwingCall, thrown, andAllAfter);
-    result = int(g_functions[name](readsEntries ? &request : request));
+    result = int(g_functions[name](countSize != 0 ? &request : request));
     calls = fake::platformCalls();
-    fake::throwAt(0);
     fake::atEachCall({});
-    if (resultOffset != 0) {
-      failed.replace(resultOffset, 2, std::string("\x02\0", 2));
-    }
-    if (readsEntries) {
-      failed.replace(kCount, 4, structure, kCount, 4);
-    }
-    if (opens) {
+    fake::throwAt(0);
+    failed.replace(given.offset, given.written.size(), given.written);
+    failed.replace(kCount, countSize, structure, kCount, countSize);
+    if (name.find("open") == 0) {
       std::string opened = structure.substr(kHandle);
       g_functions["close" + name.substr(4)](opened.data());
-    }
-    if (opens || name == "closealarmlistwritehandle_ext") {
-      failed.replace(opens ? kHandle : 0, kHandle, kHandle, '\0');
     }
   }
 
@@ -131,12 +132,12 @@ void expectLocksAndInterfacesFree() {
 }
 
 void expectEveryFailureContained(const std::string& name, bool again) {
-  auto unharmed = std::make_unique<Scene>(name, again);
-  unharmed->run();
-  EXPECT_TRUE(again || items().empty()) << name;
-  const int calls = unharmed->calls;
-  const std::string entries = unharmed->entries;
-  unharmed.reset();
+  const auto [calls, entries] = [&] {
+    Scene unharmed(name, again);
+    unharmed.run();
+    EXPECT_TRUE(again || items().empty()) << name;
+    return std::pair(unharmed.calls, unharmed.entries);
+  }();
   const std::tuple<fake::Thrown, bool, std::string> failures[] = {
       {fake::Thrown::Exception, false, "exception:|%1 thrown"},
       {fake::Thrown::BadAlloc, false, "exception:|std::bad_alloc"},
@@ -164,37 +165,37 @@ void expectEveryFailureContained(const std::string& name, bool again) {
       expectLocksAndInterfacesFree();
       if (name.find("load") == 0) {
         scene.run();
-        EXPECT_EQ(scene.structure[scene.arguments().second], TAVROLINE_BUSY) << "a new request";
+        EXPECT_EQ(scene.structure[scene.arguments().offset], TAVROLINE_BUSY) << "a new request";
       }
     }
   }
 }
 
-TEST_F(ComponentTest, APlatformCallThatThrowsCostsNoMoreThanItsOwnCall) {
-  g_record.pfRegisterApi = [](const ExternalFunctionEntry* row, auto...) {
-    for (; row->pfFunction != nullptr; ++row) {
-      const auto function = reinterpret_cast<void (*)(void*)>(row->pfFunction);
-      g_functions[row->pszName] = [function](void* structure) {
-        function(structure);
-        return 0U;
-      };
-    }
+struct ThrowingPlatformTest : ComponentTest {};
+
+TEST_F(ThrowingPlatformTest, APlatformCallThatThrowsCostsNoMoreThanItsOwnCall) {
+  for (const auto* row = ExternalFunctionTable; row->pfFunction != nullptr; ++row) {
+    g_functions[row->pszName] = [function =
+                                     reinterpret_cast<void (*)(void*)>(row->pfFunction)](void* structure) {
+      function(structure);
+      return 0U;
+    };
+  }
+  const auto platformCall = [](auto...) {
     fake::platformCall();
     return RTS_RESULT{0};
   };
-  g_record.pfGetApi = [](auto...) {
-    fake::platformCall();
-    return RTS_RESULT{0};
-  };
+  g_record.pfRegisterApi = platformCall;
+  g_record.pfGetApi = platformCall;
   ASSERT_EQ(ComponentEntry(&g_record), 0);
-  ASSERT_EQ(g_record.pfExportFunctions(), 0U);
   g_functions["entry"] = [](void*) { return RTS_RESULT(ComponentEntry(&g_record)); };
   g_functions["import"] = [](void*) { return g_record.pfImportFunctions(); };
   g_functions["export"] = [](void*) { return g_record.pfExportFunctions(); };
   g_functions["hook"] = [](void*) { return g_record.pfHookFunction(20, 0, 0); };
   for (const auto& function : std::map(g_functions)) {
-    expectEveryFailureContained(function.first, false);
-    expectEveryFailureContained(function.first, true);
+    for (const bool again : {false, true}) {
+      expectEveryFailureContained(function.first, again);
+    }
   }
 }
 
