@@ -32,7 +32,7 @@ alarms, and read the device's lists without blocking a task.")
 debian_package(development tavroline-dev "tavroline (${this})")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "event and alarm lists for PLC programs - headers
-The C interface of the component's 38 functions, and what a program of
+The C interface of the component's functions, and what a program of
 tavroline-host includes.")
 set(CPACK_COMPONENTS_ALL library development)
 

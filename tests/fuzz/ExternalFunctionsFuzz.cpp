@@ -83,6 +83,14 @@ struct Sequence {
   }
 };
 
+std::size_t lastFunction() {
+  std::size_t row = 0;
+  while (ExternalFunctionTable[row + 1].pfFunction != nullptr) {
+    ++row;
+  }
+  return row;
+}
+
 }  // namespace
 
 void fuzz::run(FuzzedDataProvider& input) {
@@ -93,7 +101,7 @@ void fuzz::run(FuzzedDataProvider& input) {
   for (std::size_t open : {11UL, 12UL, 13UL})
     sequence.call(ExternalFunctionTable[open]);
   for (int i = 0; i < 50 && input.remaining_bytes() > 0; ++i)
-    sequence.call(ExternalFunctionTable[input.ConsumeIntegralInRange<std::size_t>(0, 37)]);
+    sequence.call(ExternalFunctionTable[input.ConsumeIntegralInRange<std::size_t>(0, lastFunction())]);
   for (Word handle : sequence.handles) {
     for (std::size_t close : {29UL, 30UL, 31UL})
       reinterpret_cast<Function>(ExternalFunctionTable[close].pfFunction)(&handle);
