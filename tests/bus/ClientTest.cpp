@@ -22,8 +22,8 @@ using namespace Tavroline;
 
 namespace {
 
-std::atomic<int> g_secondsAhead{0};
-std::atomic<unsigned> g_hubTurns{0};
+std::atomic<int> s_secondsAhead{0};
+std::atomic<unsigned> s_hubTurns{0};
 
 Message event(const QString& module, const QVariantMap& description = {}) {
   Message message;
@@ -54,7 +54,7 @@ constexpr auto kOff = EventlistHandlerEnums::StateOff;
 class ClientTest : public BusTest {
  protected:
   ClientTest() {
-    g_secondsAhead = 0;
+    s_secondsAhead = 0;
     RuntimeFunctions::logToFile(log);
     getrlimit(RLIMIT_FSIZE, &limit);
     small = {262144, limit.rlim_max};
@@ -69,7 +69,7 @@ class ClientTest : public BusTest {
   /** Returns when the hub's thread has run a whole turn: it has sent what may be sent and ended what is due.
    */
   static void waitForHubTurn() {
-    EXPECT_TRUE(eventually([turn = g_hubTurns + 2] { return g_hubTurns >= turn; }));
+    EXPECT_TRUE(eventually([turn = s_hubTurns + 2] { return s_hubTurns >= turn; }));
   }
 
   static QJsonObject statistics() {
@@ -268,7 +268,7 @@ TEST_F(ClientTest, DeadlinesEndWhatIsNotAnswered) {
   const auto reply = hub->request(Request::Kind::EventList, QString());
   const auto statusAfter = [&](int seconds) {
     waitForHubTurn();
-    g_secondsAhead = seconds;
+    s_secondsAhead = seconds;
     waitForHubTurn();
     ErrorContainer error(0, QString());
     return reply->isFinished(error);
@@ -328,7 +328,7 @@ extern "C" __attribute__((visibility("default"))) int clock_gettime(clockid_t cl
                                                                     timespec* time) noexcept {
   const auto result = static_cast<int>(syscall(SYS_clock_gettime, clock, time));
   if (clock == CLOCK_MONOTONIC) {
-    time->tv_sec += g_secondsAhead.load();
+    time->tv_sec += s_secondsAhead.load();
   }
   return result;
 }
@@ -336,7 +336,7 @@ extern "C" __attribute__((visibility("default"))) int clock_gettime(clockid_t cl
 // The hub's thread ends each turn with poll(), which tells a test that a whole turn has passed.
 extern "C" __attribute__((visibility("default"))) int poll(pollfd* descriptors, nfds_t count,
                                                            int milliseconds) {
-  ++g_hubTurns;
+  ++s_hubTurns;
   const timespec time{milliseconds / 1000, milliseconds % 1000 * 1000000L};
   return ppoll(descriptors, count, milliseconds < 0 ? nullptr : &time, nullptr);
 }

@@ -2,32 +2,41 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <cstdlib>
 #include <ctime>
 
 namespace {
 
-// Every hour until 2106 as local time, digested by FNV-1a: gaps, overlaps and the years beyond a 32-bit
-// time_t are the same instants on every machine as on 64-bit x86.
-TEST(CodesysTimeConversion, TakesEveryHourAsUtcOrAsWallClockTime) {
-  using Row = std::pair<const char*, std::uint64_t>;
-  for (const auto& [zone, expected] : {Row{"<+1030>-10:30<+11>-11,M10.1.0,M4.1.0", 0xff72e90cebdba54fU},
-                                       Row{"CET-1CEST,M3.5.0,M10.5.0/3", 0xe937de448a78d5c7U}}) {
-    setenv("TZ", zone, 1);
+struct Row {
+  const char* name;
+  const char* zone;
+  unsigned int wallClock;  ///< seconds since 1970-01-01 00:00:00 local time
+  std::int64_t utc;
+};
+
+const char kBerlin[] = "CET-1CEST,M3.5.0,M10.5.0/3", kLordHowe[] = "<+1030>-10:30<+11>-11,M10.1.0,M4.1.0";
+
+const Row kRows[] = {
+    {"the smallest value", kBerlin, 0, -3600},
+    {"winter", kBerlin, 1767225600, 1767225600 - 3600},
+    {"skipped: counted from the hour before", kBerlin, 1774751400, 1774751400 - 3600},
+    {"comes twice: the first time", kBerlin, 1792895400, 1792895400 - 7200},
+    {"skipped by a change of half an hour", kLordHowe, 1791080100, 1791080100 - 37800},
+    {"half an hour after the change back", kLordHowe, 1775355300, 1775355300 - 37800},
+    {"the largest value", kLordHowe, 4294967295, 4294927695},
+};
+
+TEST(CodesysTimeConversion, TakesSecondsAsUtcOrAsWallClockTime) {
+  for (const Row& row : kRows) {
+    setenv("TZ", row.zone, 1);
     tzset();
-    std::uint64_t digest = 14695981039346656037U;
-    for (std::uint64_t wallClock = 0; wallClock <= UINT32_MAX; wallClock += 3600) {
-      const auto value = static_cast<std::uint32_t>(wallClock);
-      const QDateTime local = CodesysTimeConversion::IECDateTimeToQDateTime(value);
-      digest = (digest ^ static_cast<std::uint64_t>(local.toSecsSinceEpoch())) * 1099511628211U;
-      const QDateTime utc = CodesysTimeConversion::IECUtcDateTimeToQDateTime(value);
-      ASSERT_EQ(utc.toSecsSinceEpoch(), value);
-      ASSERT_EQ(CodesysTimeConversion::QDateTimeToIECUtcDateTime(utc), value);
-    }
-    EXPECT_EQ(digest, expected) << zone;
+    const QDateTime local = CodesysTimeConversion::IECDateTimeToQDateTime(row.wallClock);
+    EXPECT_EQ(local.toSecsSinceEpoch(), row.utc) << row.name;
+    const QDateTime utc = CodesysTimeConversion::IECUtcDateTimeToQDateTime(row.wallClock);
+    EXPECT_EQ(utc, QDateTime::fromSecsSinceEpoch(row.wallClock, Qt::UTC)) << row.name;
+    EXPECT_EQ(CodesysTimeConversion::QDateTimeToIECUtcDateTime(utc), row.wallClock) << row.name;
   }
-  EXPECT_EQ(CodesysTimeConversion::IECUtcDateTimeToQDateTime(0).timeSpec(), Qt::UTC);
+  EXPECT_EQ(CodesysTimeConversion::QDateTimeToIECUtcDateTime(QDateTime()), 0U);
 }
 
 }  // namespace

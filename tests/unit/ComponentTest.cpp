@@ -6,19 +6,19 @@
 
 namespace {
 
-Lines g_runtimeCalls;
-std::string g_failing;  // the call that fails
+Lines s_runtimeCalls;
+std::string s_failing;  // the call that fails
 
 RTS_RESULT noted(const std::string& call) {
-  g_runtimeCalls.push_back(call);
-  return call == g_failing ? 42 : 0;
+  s_runtimeCalls.push_back(call);
+  return call == s_failing ? 42 : 0;
 }
 
 RTS_RESULT lookUp(const char* name, void** variable, std::uintptr_t option, std::uintptr_t signature,
                   std::uintptr_t version) {
   static const void* const variables[] = {&pfLogAdd,       &pfCMUtlMemCpy, &pfSysFileWrite,   &pfSysFileRead,
                                           &pfSysFileClose, &pfSysFileOpen, &pfCMUtlSafeStrCpy};
-  EXPECT_EQ(variable, variables[g_runtimeCalls.size() % 7]) << name;
+  EXPECT_EQ(variable, variables[s_runtimeCalls.size() % 7]) << name;
   EXPECT_EQ(signature + version, 0U);
   return noted(std::string(name) + " " + std::to_string(option));
 }
@@ -58,10 +58,10 @@ TEST_F(Component, FillsWordsZeroToSixOfTheRecordAndNothingElse) {
 
 TEST_F(Component, ImportsInItsOrderWhateverFailsAndReportsTheLastResult) {
   for (const char* failing : {"", "LogAdd 2", "CMUtlSafeStrCpy 0"}) {
-    g_runtimeCalls.clear();
-    g_failing = failing;
-    EXPECT_EQ(m_record.pfImportFunctions(), g_failing == "CMUtlSafeStrCpy 0" ? 42U : 0U);
-    EXPECT_EQ(g_runtimeCalls, (Lines{"LogAdd 2", "CMUtlMemCpy 2", "SysFileWrite 2", "SysFileRead 2",
+    s_runtimeCalls.clear();
+    s_failing = failing;
+    EXPECT_EQ(m_record.pfImportFunctions(), s_failing == "CMUtlSafeStrCpy 0" ? 42U : 0U);
+    EXPECT_EQ(s_runtimeCalls, (Lines{"LogAdd 2", "CMUtlMemCpy 2", "SysFileWrite 2", "SysFileRead 2",
                                      "SysFileClose 2", "SysFileOpen 2", "CMUtlSafeStrCpy 0"}));
   }
 }
@@ -72,10 +72,10 @@ TEST_F(Component, ExportsTheFunctionsAndThenTheEmptyTable) {
   using Row = std::tuple<std::string, RTS_RESULT, Lines>;
   for (const auto& [failing, result, registered] :
        {Row{"", 0, {all, empty}}, Row{all, 42, {all}}, Row{empty, 42, {all, empty}}}) {
-    g_runtimeCalls.clear();
-    g_failing = failing;
+    s_runtimeCalls.clear();
+    s_failing = failing;
     EXPECT_EQ(m_record.pfExportFunctions(), result);
-    EXPECT_EQ(g_runtimeCalls, registered);
+    EXPECT_EQ(s_runtimeCalls, registered);
   }
   m_record.pfRegisterApi = nullptr;
   ComponentEntry(&m_record);

@@ -13,8 +13,8 @@ constexpr std::size_t kRequestResult = 2 * kHandle + 4;  // offsets in a request
 constexpr std::size_t kCount = kRequestResult + 4;
 alignas(8) constexpr char kZeros[1024] = {};  // every text and structure that is only read
 
-ComponentInitRecord g_record;
-std::map<std::string, std::function<RTS_RESULT(void*)>> g_functions;  // and those of the record
+ComponentInitRecord s_record;
+std::map<std::string, std::function<RTS_RESULT(void*)>> s_functions;  // and those of the record
 
 /** A function and what it works on: loaded readers with filters, an alarm that is on. */
 struct Scene {
@@ -92,7 +92,7 @@ struct Scene {
       });
     }
     void* request = structure.data();
-    result = int(g_functions[name](countSize != 0 ? &request : request));
+    result = int(s_functions[name](countSize != 0 ? &request : request));
     calls = fake::platformCalls();
     fake::atEachCall({});
     fake::throwAt(0);
@@ -100,7 +100,7 @@ struct Scene {
     failed.replace(kCount, countSize, structure, kCount, countSize);
     if (name.find("open") == 0) {
       std::string opened = structure.substr(kHandle);
-      g_functions["close" + name.substr(4)](opened.data());
+      s_functions["close" + name.substr(4)](opened.data());
     }
   }
 
@@ -123,7 +123,7 @@ void expectLocksAndInterfacesFree() {
     for (const ReaderKind* kind : {&kEventKind, &kAlarmKind}) {
       Reader(*kind).load("[]");
     }
-    g_functions["hook"](nullptr);
+    s_functions["hook"](nullptr);
     const TavrolineHandle handler = call<openalarmlistwritehandle_ext>().hWriteHandle;
     EXPECT_EQ(call<getalarmstatefromalarmhandler_ext>(handler).iResult, TAVROLINE_BUSY);
     call<closealarmlistwritehandle_ext>(handler);
@@ -175,7 +175,7 @@ struct ThrowingPlatformTest : ComponentTest {};
 
 TEST_F(ThrowingPlatformTest, APlatformCallThatThrowsCostsNoMoreThanItsOwnCall) {
   for (const auto* row = ExternalFunctionTable; row->pfFunction != nullptr; ++row) {
-    g_functions[row->pszName] = [function =
+    s_functions[row->pszName] = [function =
                                      reinterpret_cast<void (*)(void*)>(row->pfFunction)](void* structure) {
       function(structure);
       return 0U;
@@ -185,14 +185,14 @@ TEST_F(ThrowingPlatformTest, APlatformCallThatThrowsCostsNoMoreThanItsOwnCall) {
     fake::platformCall();
     return RTS_RESULT{0};
   };
-  g_record.pfRegisterApi = platformCall;
-  g_record.pfGetApi = platformCall;
-  ASSERT_EQ(ComponentEntry(&g_record), 0);
-  g_functions["entry"] = [](void*) { return RTS_RESULT(ComponentEntry(&g_record)); };
-  g_functions["import"] = [](void*) { return g_record.pfImportFunctions(); };
-  g_functions["export"] = [](void*) { return g_record.pfExportFunctions(); };
-  g_functions["hook"] = [](void*) { return g_record.pfHookFunction(20, 0, 0); };
-  for (const auto& function : std::map(g_functions)) {
+  s_record.pfRegisterApi = platformCall;
+  s_record.pfGetApi = platformCall;
+  ASSERT_EQ(ComponentEntry(&s_record), 0);
+  s_functions["entry"] = [](void*) { return RTS_RESULT(ComponentEntry(&s_record)); };
+  s_functions["import"] = [](void*) { return s_record.pfImportFunctions(); };
+  s_functions["export"] = [](void*) { return s_record.pfExportFunctions(); };
+  s_functions["hook"] = [](void*) { return s_record.pfHookFunction(20, 0, 0); };
+  for (const auto& function : std::map(s_functions)) {
     for (const bool again : {false, true}) {
       expectEveryFailureContained(function.first, again);
     }

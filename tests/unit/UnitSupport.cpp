@@ -12,7 +12,7 @@
 
 namespace {
 
-long g_monotonicMilliseconds = 1000000;
+long s_monotonicMilliseconds = 1000000;
 
 template <auto Open, auto Close, auto Load, auto Copy, typename Request, typename Entry>
 ReaderKind readerKind(const char* list) {
@@ -107,7 +107,7 @@ Lines messages() {
 }
 
 void advanceMonotonicClock(int milliseconds) {
-  g_monotonicMilliseconds += milliseconds;
+  s_monotonicMilliseconds += milliseconds;
 }
 
 extern "C" __attribute__((visibility("default"))) int clock_gettime(clockid_t clock,
@@ -115,6 +115,6 @@ extern "C" __attribute__((visibility("default"))) int clock_gettime(clockid_t cl
   if (clock != CLOCK_MONOTONIC) {
     return static_cast<int>(syscall(SYS_clock_gettime, clock, time));
   }
-  *time = {g_monotonicMilliseconds / 1000, g_monotonicMilliseconds % 1000 * 1000000};
+  *time = {s_monotonicMilliseconds / 1000, s_monotonicMilliseconds % 1000 * 1000000};
   return 0;
 }
