@@ -36,8 +36,9 @@ void copy(const Reader& reader, std::int16_t (Reader::*convert)(int&, Entry*, in
   int count = -1;
   fuzz::check((reader.*convert)(count, entries, capacity) == ResultDone, "the copy failed");
   fuzz::check(count >= 0 && count <= std::max(capacity, 0), "more entries than there is room for");
-  for (const Entry* entry = entries; entry != entries + count; ++entry)
+  for (const Entry* entry = entries; entry != entries + count; ++entry) {
     fuzz::check(qstrnlen(entry->sModuleName, TAVROLINE_TEXT_80) < TAVROLINE_TEXT_80, "no terminator");
+  }
 }
 
 }  // namespace
@@ -46,12 +47,16 @@ void fuzz::run(FuzzedDataProvider& input) {
   fake::reset();
   TavrolineEventlistRead events;
   TavrolineAlarmlistRead alarms;
-  if (input.ConsumeBool()) events.setFilterDateTime(QDateTime(), QDateTime(QDate(2026, 3, 29), QTime(2, 30)));
-  if (input.ConsumeBool()) alarms.addFilterKeyword(TavrolineFilter::FilterTypeInclude, QStringLiteral("a"));
+  if (input.ConsumeBool()) {
+    events.setFilterDateTime(QDateTime(), QDateTime(QDate(2026, 3, 29), QTime(2, 30)));
+    alarms.addFilterKeyword(TavrolineFilter::FilterTypeInclude, QStringLiteral("a"));
+  }
   const int capacity = input.ConsumeIntegralInRange(-1, 6);
   const QByteArray reply =
       input.ConsumeBool() ? list(input) : QByteArray::fromStdString(input.ConsumeRemainingBytesAsString());
-  if (Tavroline::ReplyCheck::fault(reply.constData()) != nullptr) return;  // the client keeps it back
+  if (Tavroline::ReplyCheck::fault(reply.constData()) != nullptr) {
+    return;  // the client fails it
+  }
   fake::answer("getCompleteEventlist", {{0, reply}});
   fake::answer("getCompleteAlarmlist", {{0, reply}});
   for (const int result : {ResultBusy, ResultDone}) {

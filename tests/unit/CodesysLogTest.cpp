@@ -4,7 +4,7 @@
 
 #include <cstdarg>
 #include <string>
-#include <vector>
+#include <tuple>
 
 #include "CodesysRuntime.h"
 
@@ -21,9 +21,7 @@ RTS_RESULT keepRecord(void* logger, std::uint32_t componentId, std::int32_t logC
   EXPECT_STREQ(format, "%s");
   s_record += va_arg(arguments, const char*);
   va_end(arguments);
-  EXPECT_EQ(logger, nullptr);
-  EXPECT_EQ(std::vector<std::int64_t>({componentId, logClass, errorId, infoId}),
-            (std::vector<std::int64_t>{7, 2, 3, 4}));
+  EXPECT_EQ(std::tuple(logger, componentId, logClass, errorId, infoId), std::tuple(nullptr, 7U, 2, 3, 4));
   return 0;
 }
 

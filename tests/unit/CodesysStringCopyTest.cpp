@@ -45,4 +45,16 @@ TEST(CodesysStringCopy, WritesWhatFitsAndNothingBehindIt) {
   EXPECT_FALSE(copyQStringDataToWStringData(QStringLiteral("a"), nullptr, 8, false));
 }
 
+TEST(CodesysStringCopy, ReadsUpToTheTerminatorOrTheLengthAndReplacesWhatIsMalformed) {
+  const unsigned short units[] = {0xFEFF, 'a', 0xDC00, 'b', 0, 'c'};
+  QString bytesText, unitsText;
+  copyCStringDataToQString("\uFEFFa\xFFz\0y", -1, bytesText);
+  copyWStringDataToQString(units, -1, unitsText);
+  EXPECT_EQ(bytesText, QString(QChar(0xFEFF)) + QStringLiteral("a\uFFFDz"));
+  EXPECT_EQ(unitsText, QString(QChar(0xFEFF)) + QStringLiteral("a\uFFFDb"));
+  copyCStringDataToQString("abc", 2, bytesText);
+  copyWStringDataToQString(units, 2, unitsText);
+  EXPECT_EQ(bytesText + unitsText, QStringLiteral("ab") + QChar(0xFEFF) + QLatin1Char('a'));
+}
+
 }  // namespace
