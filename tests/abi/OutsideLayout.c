@@ -131,16 +131,6 @@ static const Field* fieldOf(const Layout* layout, const char* beginning, bool ou
   return NULL;
 }
 
-/** The value of the output whose name begins so; 0 if there is none. */
-static uint32_t get(const Memory* m, const char* beginning) {
-  const Field* const field = fieldOf(m->layout, beginning, true);
-  uint32_t value = 0;
-  if (field != NULL) {
-    memcpy(&value, m->bytes + field->offset, field->width);
-  }
-  return value;
-}
-
 /** Whether the outputs have these values and nothing else has changed. */
 static void checkOutputs(Memory before, const Memory* after, uint32_t handle, uint32_t result,
                          uint32_t others) {
@@ -152,11 +142,9 @@ static void checkOutputs(Memory before, const Memory* after, uint32_t handle, ui
     }
   }
   for (uint32_t i = 0; i < sizeof before.bytes; ++i) {
-    if (before.bytes[i] != after->bytes[i]) {
-      fprintf(stderr, "%s: byte %u is %02x, not %02x\n", after->layout->name, i, after->bytes[i],
-              before.bytes[i]);
-      ++failures;
-    }
+    char what[40];
+    snprintf(what, sizeof what, "byte %u is %02x, not %02x", i, before.bytes[i], after->bytes[i]);
+    check(before.bytes[i] == after->bytes[i], after->layout->name, what);
   }
 }
 
@@ -169,7 +157,8 @@ static Memory call(Memory m) {
 static uint32_t openHandle(const char* function) {
   const Memory before = fill(layoutOf(function), 0, NULL);
   const Memory after = call(before);
-  const uint32_t handle = get(&after, "h");
+  uint32_t handle = 0;
+  memcpy(&handle, after.bytes + fieldOf(after.layout, "h", true)->offset, sizeof handle);
   check(handle != 0 && handle != kUntouched, function, "there is a handle");
   checkOutputs(before, &after, handle, 0, 1);
   return handle;
@@ -182,12 +171,13 @@ static void checkCall(const Layout* function, uint32_t handle, bool accepted) {
       fill(layoutOf(ofAlarms ? "stGetAlarmlistEntriesType" : "stGetEventlistEntriesType"), handle, NULL);
   const Memory before = fill(function, handle, NULL);
   Memory after = before;
+  const Field* const result = fieldOf(function, "iResult", true);
   const time_t end = time(NULL) + 30;
   do {
     request = requested;
     after = call(before);
     nanosleep(&(struct timespec){0, 2000000}, NULL);
-  } while (get(&after, "iResult") == 1 && time(NULL) < end);
+  } while (result != NULL && after.bytes[result->offset] == 1 && time(NULL) < end);
   const uint32_t others = accepted ? 0 : kUntouched;
   checkOutputs(before, &after, 0, 2, others);
   if (fieldOf(function, "pstRequest", false) != NULL) {
