@@ -65,7 +65,7 @@ void acknowledgevisualalarm_ext(acknowledgevisualalarm_struct* parameters) {
     if (!Convenience::checkStructPointer(parameters)) {
       return;
     }
-    // The bounds come before the null test: an empty array needs no pointer.
+    // An empty array needs no pointer, so the bounds are checked first.
     QStringList alarmIds;
     if (Tavroline::elementCount(parameters->stAlarmIdsDimInfo) > 0) {
       alarmIds = Convenience::getKeywordStringList(parameters->pasAlarmIds, parameters->iAlarmIdSize,

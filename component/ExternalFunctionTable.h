@@ -5,5 +5,5 @@
 /** One row for each external function, then the end row. Constant data. */
 extern const ExternalFunctionEntry ExternalFunctionTable[];
 
-/** The end row alone, registered after the table of external functions. */
+/** Only the end row; registered after the table of external functions. */
 extern const ExternalFunctionEntry EmptyFunctionTable[1];

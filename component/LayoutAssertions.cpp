@@ -1,6 +1,6 @@
-// Proof of the binary interface: the figures stand in the interface's tables and were written from there by
-// hand. Structures without pointers have one layout everywhere; those with pointers are fixed where a pointer
-// has 4 bytes.
+// Proof of the binary interface: the figures are copied by hand from the interface's tables. Structures
+// without pointers have one layout everywhere; the layout of those with pointers is fixed where a pointer has
+// 4 bytes.
 
 #include <type_traits>
 #include <utility>

@@ -1,7 +1,7 @@
 #include "CodesysRuntime.h"
 #include "tavroline/conventions.h"
 
-// Of the types that the runtime's header declares them with. The device's client libraries find them by name.
+// The device's client libraries find these variables by name; the runtime's header declares their types.
 TAVROLINE_EXPORT decltype(pfLogAdd) pfLogAdd = nullptr;
 TAVROLINE_EXPORT decltype(pfCMUtlMemCpy) pfCMUtlMemCpy = nullptr;
 TAVROLINE_EXPORT decltype(pfCMUtlSafeStrCpy) pfCMUtlSafeStrCpy = nullptr;

@@ -1,6 +1,5 @@
-// The objects that all readers and alarm handlers share. They stand in one source because they are
-// constructed in this order when the library is loaded, and destroyed in the reverse order when it is
-// unloaded.
+// The objects that all readers and alarm handlers share. One source defines them, because loading the library
+// constructs them in this order and unloading it destroys them in the reverse order.
 
 #include "TavrolineAlarmHandler.h"
 #include "TavrolineAlarmlistRead.h"

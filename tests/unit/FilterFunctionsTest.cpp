@@ -8,7 +8,8 @@
 namespace {
 
 struct FilterFunctionsTest : ReaderTest {};
-INSTANTIATE_TEST_SUITE_P(Of, FilterFunctionsTest, testing::Values(&kEventKind, &kAlarmKind));
+INSTANTIATE_TEST_SUITE_P(Of, FilterFunctionsTest, testing::Values(&kEventKind, &kAlarmKind),
+                         [](const auto& info) { return info.param->list; });
 
 /** A call and the module names of the entries that pass after it. */
 struct Step {
@@ -27,25 +28,18 @@ const Step kSteps[] = {
     STEP("abfg", call<clearfiltereventtype_ext>(handle, 2)),
     STEP("abcdefg", call<resetfiltereventtype_ext>(handle)),
     STEP("c", call<addfilterkeyword_ext>(handle, 0, "x")),
-    STEP("cd", call<addfilterkeyword_ext>(handle, 0, "xy")),
-    STEP("cdg", call<addfilterkeyword_ext>(handle, 0, "\uFEFFx")),  // a byte order mark is a character
-    STEP("cd", call<clearfilterkeyword_ext>(handle, 0, "\uFEFFx")),
-    STEP("d", call<clearfilterkeyword_ext>(handle, 0, "x")),
-    STEP("de", call<addfilterkeyword_ext>(handle, 0, nullptr)),  // an empty keyword
-    STEP("e", call<clearfilterkeyword_ext>(handle, 0, "xy")),
-    STEP("abcdefg", call<clearfilterkeyword_ext>(handle, 0, nullptr)),
-    STEP("abdefg", call<addfilterkeyword_ext>(handle, -3, "x")),
-    STEP("", call<addfilterkeyword_ext>(handle, 0, "x")),
+    STEP("cg", call<addfilterkeyword_ext>(handle, 0, "\uFEFFx")),  // a byte order mark is a character
+    STEP("c", call<clearfilterkeyword_ext>(handle, 0, "\uFEFFx")),
+    STEP("ce", call<addfilterkeyword_ext>(handle, 0, nullptr)),  // an empty keyword
+    STEP("c", call<clearfilterkeyword_ext>(handle, 0, nullptr)),
+    STEP("", call<addfilterkeyword_ext>(handle, -3, "x")),
     STEP("c", call<resetfilterkeyword_ext>(handle, 1)),
     STEP("abcdefg", call<resetfilterkeyword_ext>(handle, 0)),
-    STEP("cf", call<setfiltertime_ext>(handle, kNoon, kNoon)),  // both bounds inclusive
     STEP("cef", call<setfiltertime_ext>(handle, kNoon, kNoon - 1)),
     STEP("cdf", call<setfiltertime_ext>(handle, kNoon + 1, kNoon)),
-    STEP("c", call<addfiltereventtype_ext>(handle, 2)),
-    STEP("", call<addfilterkeyword_ext>(handle, 1, "y")),
-    STEP("", call<resetfiltertime_ext>(handle)),
-    STEP("abcdefg", call<resetfilterall_ext>(handle)),
-    STEP("", call<setfiltertime_ext>(handle, 0, kNoon))};  // 0 is a bound like any other value
+    STEP("abcdefg", call<resetfiltertime_ext>(handle)),
+    STEP("", call<setfiltertime_ext>(handle, 0, kNoon)),  // 0 is a bound like any other value
+    STEP("abcdefg", call<resetfilterall_ext>(handle))};
 // clang-format on
 
 TEST_P(FilterFunctionsTest, ActOnEitherKindAtTheNextCopyWithoutANewLoad) {
