@@ -5,8 +5,7 @@
 #include "TavrolineAlarmlistWrite.h"
 #include "tavroline/alarms.h"
 
-using namespace Tavroline;
-
+namespace Tavroline {
 namespace {
 
 using Convenience = TavrolineConvenienceFunctions;
@@ -19,6 +18,9 @@ void writeIfWanted(RTS_IEC_BOOL* target, bool value) {
 }
 
 }  // namespace
+}  // namespace Tavroline
+
+using namespace Tavroline;
 
 void logalarm_ext(logalarm_struct* parameters) {
   const Origin origin = ORIGIN(logalarm);

@@ -2,8 +2,7 @@
 #include "TavrolineAlarmlistRead.h"
 #include "tavroline/alarmlist.h"
 
-using namespace Tavroline;
-
+namespace Tavroline {
 namespace {
 
 using Reader = TavrolineAlarmlistRead;
@@ -14,6 +13,9 @@ RTS_IEC_BOOL iecBool(bool value) {
 }
 
 }  // namespace
+}  // namespace Tavroline
+
+using namespace Tavroline;
 
 void loadcompletealarmlist_ext(loadcompletealarmlist_struct* parameters) {
   const Origin origin = ORIGIN(loadcompletealarmlist);

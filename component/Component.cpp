@@ -5,13 +5,7 @@
 #include "TavrolineAlarmlistRead.h"
 #include "TavrolineEventlistRead.h"
 
-using namespace Tavroline;
-
 namespace {
-
-constexpr char kFile[] = "Component";
-constexpr RTS_RESULT kFailed = 1;
-constexpr RTS_RESULT kNoService = 3;
 
 // The runtime's services, kept from words 7 to 13 of the init record.
 RegisterApiFunction pfRegisterApi = nullptr;
@@ -21,6 +15,15 @@ RuntimeService pfService10 = nullptr;
 RuntimeService pfService11 = nullptr;
 RuntimeService pfService12 = nullptr;
 GetApiFunction pfGetApi = nullptr;
+
+}  // namespace
+
+namespace Tavroline {
+namespace {
+
+constexpr char kFile[] = "Component";
+constexpr RTS_RESULT kFailed = 1;
+constexpr RTS_RESULT kNoService = 3;
 
 struct Import {
   const char* name;
@@ -61,6 +64,13 @@ RTS_RESULT registerTables() {
   const RTS_RESULT result = pfRegisterApi(ExternalFunctionTable, 0, 1, id);
   return result != 0 ? result : pfRegisterApi(EmptyFunctionTable, 0, 0, id);
 }
+
+}  // namespace
+}  // namespace Tavroline
+
+using namespace Tavroline;
+
+namespace {
 
 RTS_RESULT ImportFunctions() {
   RTS_RESULT result = kFailed;

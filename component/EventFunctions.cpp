@@ -3,11 +3,13 @@
 #include "TavrolineEventlistWrite.h"
 #include "tavroline/events.h"
 
-using namespace Tavroline;
-
+namespace Tavroline {
 namespace {
 constexpr char kFile[] = "EventFunctions";
-}
+}  // namespace
+}  // namespace Tavroline
+
+using namespace Tavroline;
 
 void logevent_ext(logevent_struct* parameters) {
   externalFunction(ORIGIN(logevent), [&] {

@@ -2,14 +2,16 @@
 #include "TavrolineEventlistRead.h"
 #include "tavroline/eventlist.h"
 
-using namespace Tavroline;
-
+namespace Tavroline {
 namespace {
 
 using Reader = TavrolineEventlistRead;
 constexpr char kFile[] = "EventlistFunctions";
 
 }  // namespace
+}  // namespace Tavroline
+
+using namespace Tavroline;
 
 void loadcompleteeventlist_ext(loadcompleteeventlist_struct* parameters) {
   const Origin origin = ORIGIN(loadcompleteeventlist);

@@ -3,8 +3,7 @@
 #include "TavrolineReadBaseClass.h"
 #include "tavroline/filter.h"
 
-using namespace Tavroline;
-
+namespace Tavroline {
 namespace {
 
 using Reader = TavrolineReadBaseClass;
@@ -25,6 +24,9 @@ QString textOf(const RTS_IEC_STRING* text) {
 }
 
 }  // namespace
+}  // namespace Tavroline
+
+using namespace Tavroline;
 
 void setlistreadlanguage_ext(setlistreadlanguage_struct* parameters) {
   onReader<Reader>(ORIGIN(setlistreadlanguage), parameters,

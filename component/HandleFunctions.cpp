@@ -4,8 +4,7 @@
 #include "TavrolineEventlistRead.h"
 #include "tavroline/handles.h"
 
-using namespace Tavroline;
-
+namespace Tavroline {
 namespace {
 
 constexpr char kFile[] = "HandleFunctions";
@@ -33,6 +32,9 @@ void closeReader(const Origin& origin, const closeeventlistreadhandle_struct* pa
 }
 
 }  // namespace
+}  // namespace Tavroline
+
+using namespace Tavroline;
 
 void openeventlistreadhandle_ext(openeventlistreadhandle_struct* parameters) {
   openReader<TavrolineEventlistRead>(ORIGIN(openeventlistreadhandle), parameters);

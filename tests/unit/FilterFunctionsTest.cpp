@@ -9,7 +9,7 @@ namespace {
 
 struct FilterFunctionsTest : ReaderTest {};
 INSTANTIATE_TEST_SUITE_P(Of, FilterFunctionsTest, testing::Values(&kEventKind, &kAlarmKind),
-                         [](const auto& info) { return info.param->list; });
+                         [](const auto& kind) { return kind.param->list; });
 
 /** A call and the module names of the entries that pass after it. */
 struct Step {
