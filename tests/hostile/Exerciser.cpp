@@ -1,12 +1,11 @@
-// A PLC program of eight tasks that use everything at once, each with dice of its own, and watch what they
-// get.
+// A PLC program of eight tasks that use all functions at once, in random order, and check what they get.
 //
-// The environment variable TAVROLINE_EXERCISE says "SEED SECONDS BURST [FILE]": so long the tasks work, with
-// up to BURST events at a time. Then "quiet" is printed, and without a FILE the runtime ends. With one the
-// tasks only load; once FILE is there, the service has returned: each reader has to load its list with result
-// 0, then "loaded" is printed. All the time "flags DIGITS" says what readers see, with the event list's
-// change as the last digit. The end prints "call NAME COUNT LONGEST" (microseconds) and "handed NUMBER".
-// "problem" is a finding.
+// TAVROLINE_EXERCISE="SEED SECONDS BURST [FILE]": the tasks work for SECONDS and log up to BURST events at a
+// time. Then "quiet" is printed and, without FILE, the runtime ends. With FILE the tasks only load; once FILE
+// exists, the service has returned: each reader must load its list with result 0, then "loaded" is printed.
+// "flags DIGITS" is printed when a reader sees a change; the last digit is the change of the event list. At
+// the end "call NAME COUNT LONGEST" (microseconds) and "handed NUMBER" (messages) are printed. A line that
+// begins with "problem" is a failure.
 #include <unistd.h>
 
 #include <algorithm>
@@ -28,9 +27,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 constexpr std::uint32_t kPeriodMilliseconds = 5;
-// A request ends after 10 s, and who has stopped calling is taken over after 5 s.
+// A request ends after 10 s; a reader that has stopped calling loses the interface after 5 s.
 constexpr std::chrono::seconds kProgress{17};
-constexpr int kCyclesToLoad = 8000;  // a full queue leaves before the requests
+constexpr int kCyclesToLoad = 8000;  // the messages of a full queue are sent before the requests
 constexpr RTS_IEC_DINT kEntries = 50;
 
 enum class Phase { Work, Quiet, Returned };
@@ -44,7 +43,7 @@ std::string s_file;
 std::atomic<Phase> s_phase;
 std::atomic<std::size_t> s_loaded;
 
-/** One reader class: when a load of it last ended, for those that have waited since. */
+/** The functions of one list and when a load of it last ended. */
 struct ListClass {
   const char* kind;
   const char* load;
@@ -56,7 +55,7 @@ std::array<ListClass, 2> s_lists{{{"eventlistread", "loadcompleteeventlist", "ge
 
 struct Reader {
   TavrolineHandle handle = nullptr;
-  bool lasting = false;  ///< neither opened anew nor ever paused: a load of it ends by itself or not at all
+  bool permanent = false;  ///< never closed or paused before the end, so that each load of it must end
   bool loading = false;
   bool loaded = false;  ///< with result 0 since the service's return
   Clock::time_point since{};
@@ -67,38 +66,36 @@ struct Alarm {
   bool on = false;
 };
 struct Calls {
-  ExternalFunction function = nullptr;
   unsigned long count = 0;
-  long long longest = 0;
+  long long longest = 0;  ///< microseconds
 };
 
 struct Task {
   std::mt19937 random;
   std::map<std::string, Calls> calls;
-  unsigned long handed = 0;
-  std::array<Reader, 4> readers;  ///< of the two classes in turn, the lasting ones first: they take over
+  unsigned long handed = 0;       ///< messages handed to the client
+  std::array<Reader, 4> readers;  ///< of the event list and the alarm list in turn, the permanent ones first
   std::array<Alarm, 3> alarms;
   int returnedCycles = 0;
-  std::array<TavrolineHandle, 2> observed{};  ///< readers of the two classes
+  bool finished = false;                      ///< all lists have been loaded since the return
+  std::array<TavrolineHandle, 2> observed{};  ///< readers of the two lists
   std::string flags;
 
-  unsigned dice(std::size_t sides) { return static_cast<unsigned>(random() % sides); }
+  unsigned below(std::size_t limit) { return static_cast<unsigned>(random() % limit); }
 
   template <typename Structure>
   void call(const std::string& name, Structure& parameters) {
-    Calls& entry = calls[name];
-    if (entry.function == nullptr) {
-      entry.function = s_runtime.findFunction(s_runtime.context, (name + "_ext").c_str());
-    }
+    const ExternalFunction function = s_runtime.findFunction(s_runtime.context, (name + "_ext").c_str());
     const auto start = Clock::now();
-    reinterpret_cast<void (*)(Structure*)>(entry.function)(&parameters);
+    reinterpret_cast<void (*)(Structure*)>(function)(&parameters);
+    Calls& entry = calls[name];
     ++entry.count;
     entry.longest = std::max<long long>(entry.longest, (Clock::now() - start) / std::chrono::microseconds(1));
   }
 
-  /** For the functions whose structure begins with the handle; a byte comes next. */
-  bool flag(const char* name, TavrolineHandle handle, unsigned value = 0) {
-    haslistchanged_struct parameters{handle, static_cast<RTS_IEC_BOOL>(value)};
+  /** Calls a function whose structure is a handle and a BOOL. */
+  bool flag(const char* name, TavrolineHandle handle) {
+    haslistchanged_struct parameters{handle, 0};
     call(name, parameters);
     return parameters.xListChanged != 0;
   }
@@ -117,71 +114,67 @@ struct Task {
   }
 
   void cycle(Phase phase) {
-    for (unsigned i = phase == Phase::Work ? dice(4) : 0; i > 0; --i) {
-      const unsigned what = dice(12);
-      if (what < 4) {
-        use(readers[what], what % 2 == 1, what < 2);
-      }
-      if (what >= 4 && what < 7) {
-        use(alarms[what - 4]);
-      }
-      if (what == 7) {
-        acknowledge();
-      }
-      for (unsigned events = what > 7 ? dice(s_burst) + 1 : 0; events > 0; --events) {
-        logEvent();
-      }
+    for (unsigned i = phase == Phase::Work ? below(4) : 0; i > 0; --i) {
+      useAnything();
     }
-    bool all = true;
+    bool allLoaded = true;
     for (std::size_t i = 0; i < readers.size(); ++i) {
-      if (readers[i].handle == nullptr || readers[i].loaded) {
-        continue;
+      if (readers[i].handle != nullptr && !readers[i].loaded) {
+        load(readers[i], s_lists[i % 2], phase);
+        allLoaded = allLoaded && readers[i].loaded;
       }
-      load(readers[i], s_lists[i % 2], phase);
-      all = all && readers[i].loaded;
     }
-    if (phase != Phase::Returned || returnedCycles < 0) {
+    if (phase != Phase::Returned || finished) {
       return;
     }
     if (++returnedCycles == kCyclesToLoad) {
       std::puts("problem a list is not loaded after the return");
     }
-    if (!all) {
-      return;
+    if (allLoaded) {
+      finished = true;
+      ++s_loaded;
     }
-    returnedCycles = -1;
-    ++s_loaded;
   }
 
-  void use(Reader& reader, bool ofAlarms, bool lasting) {
-    if (reader.handle == nullptr || (!lasting && dice(8) == 0)) {
-      const char* kind = s_lists[ofAlarms ? 1 : 0].kind;
-      close(kind, reader.handle);
-      reader = Reader{open(kind), lasting};
+  void useAnything() {
+    const std::size_t what = below(12);
+    if (what < readers.size()) {
+      use(readers[what], s_lists[what % 2], what < 2);
+    } else if (what < readers.size() + alarms.size()) {
+      use(alarms[what - readers.size()]);
+    } else if (what == 7) {
+      acknowledge();
+    } else {
+      for (unsigned events = below(s_burst) + 1; events > 0; --events) {
+        logEvent();
+      }
     }
-    for (const char* name :
-         {"resetlistchanged", "resetfiltereventtype", "resetfiltertime", "resetfilterall"}) {
-      if (dice(2) == 0) {
-        flag(name, reader.handle);
+  }
+
+  void use(Reader& reader, const ListClass& list, bool permanent) {
+    if (reader.handle == nullptr || (!permanent && below(8) == 0)) {
+      close(list.kind, reader.handle);
+      reader = Reader{open(list.kind), permanent};
+    }
+    // The first fields of all these structures agree: a handle, then a number or a BOOL.
+    addfilterkeyword_struct parameters{reader.handle, static_cast<RTS_IEC_INT>(below(5)), "water"};
+    for (const char* name : {"resetlistchanged", "resetfiltereventtype", "resetfiltertime", "resetfilterall",
+                             "addfiltereventtype", "clearfiltereventtype", "resetfilterkeyword",
+                             "addfilterkeyword", "clearfilterkeyword"}) {
+      if (below(2) == 0) {
+        call(name, parameters);
       }
     }
     for (const char* name :
          {"setfilterstatealarm", "resetfilterstatealarm", "setfilterstateacknowledge",
           "resetfilterstateacknowledge", "getcentraldetectorstate", "isalarminalarmlist"}) {
-      if (ofAlarms && dice(2) == 0) {
-        flag(name, reader.handle, dice(2));
+      if (&list == &s_lists[1] && below(2) == 0) {
+        call(name, parameters);
       }
     }
-    addfilterkeyword_struct keyword{reader.handle, static_cast<RTS_IEC_INT>(dice(5)), "water"};
-    for (const char* name : {"addfiltereventtype", "clearfiltereventtype", "resetfilterkeyword",
-                             "addfilterkeyword", "clearfilterkeyword"}) {  // some read only its beginning
-      if (dice(2) == 0) {
-        call(name, keyword);
-      }
-    }
-    setfiltertime_struct time{reader.handle, static_cast<RTS_IEC_DATE_AND_TIME>(random()), dice(1000)};
+    setfiltertime_struct time{reader.handle, static_cast<RTS_IEC_DATE_AND_TIME>(random()), below(1000)};
     call("setfiltertime", time);
-    setlistreadlanguage_struct language{reader.handle, dice(2) == 0 ? "de" : ""};
+    setlistreadlanguage_struct language{reader.handle, below(2) == 0 ? "de" : ""};
     call("setlistreadlanguage", language);
   }
 
@@ -197,7 +190,7 @@ struct Task {
     call(list.load, step);
     reader.loading = step.iResult == TAVROLINE_BUSY;
     if (reader.loading) {
-      if (!reader.lasting && dice(2000) == 0) {
+      if (!reader.permanent && below(2000) == 0) {
         reader.pausedUntil = now + std::chrono::seconds(6);
       }
       const Clock::time_point lastEnd{Clock::duration(list.lastEnd)};
@@ -211,7 +204,7 @@ struct Task {
       std::puts("problem an unknown result");
     }
     reader.loaded = phase == Phase::Returned && step.iResult == TAVROLINE_DONE;
-    if (step.iResult == TAVROLINE_ERROR || dice(4) != 0) {
+    if (step.iResult == TAVROLINE_ERROR || below(4) != 0) {
       return;
     }
     std::vector<stEventlistEntryType> array(kEntries);  // the larger entries of the two kinds
@@ -225,13 +218,13 @@ struct Task {
   }
 
   void close(Alarm& alarm) {
-    handed += alarm.on ? 1 : 0;  // the component sees to the "off"
+    handed += alarm.on ? 1 : 0;  // the component sends the "off"
     close("alarmlistwrite", alarm.handle);
     alarm = {};
   }
 
   void use(Alarm& alarm) {
-    if (dice(8) == 0) {
+    if (below(8) == 0) {
       close(alarm);
     }
     if (alarm.handle == nullptr) {
@@ -239,10 +232,11 @@ struct Task {
     }
     logalarm_struct parameters{};
     parameters.hWriteHandle = alarm.handle;
-    parameters.iEventType = dice(2) == 0 ? 0 : 2;
-    parameters.iState = dice(2) == 0 ? 1 : 2;
-    handed += alarm.on != (parameters.iState == 1) ? 1 : 0;  // only a change is handed over
-    alarm.on = parameters.iState == 1;
+    const bool on = below(2) == 0;
+    parameters.iEventType = below(2) == 0 ? TAVROLINE_ALARM : TAVROLINE_FAULT;
+    parameters.iState = on ? TAVROLINE_ON : TAVROLINE_OFF;
+    handed += alarm.on != on ? 1 : 0;  // only a change is sent
+    alarm.on = on;
     log("logalarm", parameters);
     std::array<RTS_IEC_BOOL, 2> answer{};
     getalarmstatefromalarmhandler_struct state{alarm.handle, &answer[0], &answer[1], TAVROLINE_ERROR};
@@ -251,7 +245,7 @@ struct Task {
 
   void logEvent() {
     logevent_struct parameters{};
-    parameters.iEventType = dice(2) == 0 ? 1 : 3;
+    parameters.iEventType = below(2) == 0 ? TAVROLINE_AUDIT_TRAIL : TAVROLINE_EVENT;
     ++handed;
     log("logevent", parameters);
   }
@@ -263,7 +257,7 @@ struct Task {
     stDescriptionUrlArgumentType url{};
     std::string("Pump %d").copy(data.sInstanceName, 8);
     data.iInstanceNumber = static_cast<RTS_IEC_INT>(random());
-    for (RTS_IEC_WSTRING& unit : argument.wsArgument) {  // any text, and without an end
+    for (RTS_IEC_WSTRING& unit : argument.wsArgument) {  // any text, without a terminator
       unit = static_cast<RTS_IEC_WSTRING>(random());
     }
     parameters.psModuleName = "Basin";
@@ -282,14 +276,13 @@ struct Task {
     acknowledgevisualalarm_struct alarm{4, user.data(), "all", {0, 0}};
     call("acknowledgevisualalarm", alarm);
     handed += 2;
-    if (dice(8) != 0) {
-      return;
+    if (below(8) == 0) {
+      ++handed;
+      call("deleteeventlist", detector);  // reads no field
     }
-    ++handed;
-    call("deleteeventlist", detector);  // which reads nothing of it
   }
 
-  /** The first task's part beside its own: what readers see, and the phases. */
+  /** For the first task: prints the flags that readers see and starts the phases. */
   void observe(Phase phase) {
     for (std::size_t i = 0; i < observed.size(); ++i) {
       if (observed[i] == nullptr) {
