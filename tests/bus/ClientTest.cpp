@@ -1,8 +1,6 @@
 #include <poll.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
 #include <sys/syscall.h>
-#include <sys/un.h>
 #include <systemd/sd-bus.h>
 #include <unistd.h>
 
@@ -236,28 +234,6 @@ TEST_F(ClientTest, WhoeverIsNotTheBusCannotNameAnotherOwner) {
             0);  // by now they are all on their way
   EXPECT_TRUE(modules().isEmpty());
   EXPECT_TRUE(modules().isEmpty());
-}
-
-TEST_F(ClientTest, ABusThatIsNotThereIsLookedForEverMoreRarely) {
-  bus.stop();
-  sockaddr_un address{AF_UNIX, {}};
-  file("bus").copy(address.sun_path, sizeof address.sun_path - 1);
-  unlink(address.sun_path);
-  const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0);
-  ASSERT_EQ(bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-  listen(listener, 1);
-  std::vector<Clock::time_point> attempts;
-  hub->start();
-  EXPECT_TRUE(eventually([&] {
-    const int visitor = accept(listener, nullptr, nullptr);
-    if (visitor >= 0) {
-      attempts.push_back(Clock::now());
-      close(visitor);
-    }
-    return attempts.size() == 4;
-  }));
-  close(listener);
-  EXPECT_GE(attempts.at(3) - attempts.at(2), std::chrono::milliseconds(390));  // at least, on any machine
 }
 
 TEST_F(ClientTest, DeadlinesEndWhatIsNotAnswered) {

@@ -148,15 +148,6 @@ TEST_F(EndToEndTest, AnAlarmRaisedWithoutServiceArrivesAfterItsReturnAndAgainInA
   }
 }
 
-TEST_F(EndToEndTest, TheDemonstrationFindsInBothListsWhatTheyMustHoldAndFailsWithoutAService) {
-  for (const int status : {0, 1}) {
-    ChildProcess host(TAVROLINE_HOST, {TAVROLINE_LIBRARY, TAVROLINE_DEMO});
-    EXPECT_EQ(host.wait(), status) << host.output();
-    EXPECT_GT(expectBalance(host.output()), 0U);
-    service.reset();
-  }
-}
-
 TEST_F(EndToEndTest, EightTasksUseAllFunctionsAtOnceInTheHost) {
   setenv("TZ", "Europe/Berlin", 1);  // without it each call reads it under a lock that no sanitizer sees
   setenv("TAVROLINE_EXERCISE", "1 5 3", 1);

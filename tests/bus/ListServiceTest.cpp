@@ -87,23 +87,6 @@ class ListServiceTest : public BusTest {
   sd_bus* m_connection = nullptr;
 };
 
-TEST_F(ListServiceTest, KeepsEveryAnsweredMessageWhenKilledAndStoresARepeatedOneOnce) {
-  Strings all;
-  for (const char* half : {"first", "second"}) {
-    startService({"--db", file("lists.db")});
-    for (uint64_t i = 1; i <= all.size(); ++i) {  // the whole of it once more, as a client does after a break
-      EXPECT_EQ(log({i, "again"}), "");
-    }
-    for (int i = 0; i < 60; ++i) {
-      all.insert(all.begin(), half + std::to_string(i));
-      EXPECT_EQ(log({all.size(), all.front()}), "");
-    }
-    service->kill();
-  }
-  startService({"--db", file("lists.db")});
-  EXPECT_EQ(column("User"), all);
-}
-
 TEST_F(ListServiceTest, DropsTheOldestBeyondItsCapacityAndNeverReusesANumber) {
   startService({"--capacity", "3"});
   for (uint64_t i = 1; i <= 5; ++i) {

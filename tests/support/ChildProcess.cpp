@@ -23,13 +23,10 @@ bool eventually(const std::function<bool()>& condition, Milliseconds deadline) {
 
 ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& arguments)
     : m_outputFile(memfd_create("output", MFD_CLOEXEC)) {
-  // Everything that allocates comes before the fork: the test may have threads.
-  std::vector<std::string> words{program};
-  words.insert(words.end(), arguments.begin(), arguments.end());
-  std::vector<char*> argv;
-  argv.reserve(words.size() + 1);
-  for (std::string& word : words) {
-    argv.push_back(word.data());
+  // The child must not allocate between fork and exec, because the test may have threads.
+  std::vector<char*> argv{const_cast<char*>(program.c_str())};
+  for (const std::string& argument : arguments) {
+    argv.push_back(const_cast<char*>(argument.c_str()));
   }
   argv.push_back(nullptr);
 
@@ -64,7 +61,7 @@ void ChildProcess::signal(int number) const {
 
 void ChildProcess::pause() const {
   signal(SIGSTOP);
-  // An exit that comes first is left to wait(); a stop is taken, so that the next pause() waits for its own.
+  // Consumes the stop, so that the next pause() waits for its own, and leaves an exit to wait().
   siginfo_t info{};
   const auto id = static_cast<id_t>(m_pid);
   if (waitid(P_PID, id, &info, WSTOPPED | WEXITED | WNOWAIT) == 0 && info.si_code == CLD_STOPPED) {

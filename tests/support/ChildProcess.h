@@ -10,22 +10,16 @@
 
 using Milliseconds = std::chrono::milliseconds;
 
-/** How long a test waits for something that must come; generous, since a passing test never waits so long. */
+/** How long a test waits for an event before it fails. */
 constexpr Milliseconds kPatience{20000};
 
-/**
- * Look at `condition` every few milliseconds until it holds.
- * @return false when it does not hold by the deadline. [any-thread]
- */
+/** Checks `condition` every few milliseconds. @return false if it does not hold by the deadline */
 bool eventually(const std::function<bool()>& condition, Milliseconds deadline = kPatience);
 
-/**
- * A program that runs as a child of the test and is gone with this object at the latest, or with the test.
- * Start children from a thread that lives on: a child dies with the thread that started it. [any-thread]
- */
+/** A child process of the test. It is killed with this object, and when the thread that started it ends. */
 class ChildProcess {
  public:
-  /** @param program a path, or a name looked up in PATH. */
+  /** @param program a path or a name in PATH */
   ChildProcess(const std::string& program, const std::vector<std::string>& arguments);
   ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
@@ -33,21 +27,20 @@ class ChildProcess {
 
   pid_t pid() const { return m_pid; }
 
-  /** Send a signal; nothing happens once the child has been reaped. */
+  /** Sends a signal unless the child has been reaped. */
   void signal(int number) const;
 
-  /** Stop the child as SIGSTOP does, returning when it stands still; resume() lets it go on. */
+  /** Stops the child with SIGSTOP; returns when it has stopped. */
   void pause() const;
   void resume() const;
 
-  /** End the child at once with SIGKILL and reap it. */
+  /** Kills the child with SIGKILL and reaps it. */
   void kill();
 
-  /** @return the exit status, minus the signal that ended it, or nothing when it still runs at the deadline.
-   */
+  /** @return the exit status, the negative signal that ended it, or nothing if it still runs */
   std::optional<int> wait(Milliseconds deadline = kPatience);
 
-  /** What it has written so far, standard output and standard error together. */
+  /** Standard output and standard error so far. */
   std::string output() const;
 
  private:

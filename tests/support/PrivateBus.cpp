@@ -39,20 +39,12 @@ void PrivateBus::stop() {
   m_daemon.reset();
 }
 
-void PrivateBus::pause() const {
-  m_daemon->pause();
-}
-
-void PrivateBus::resume() const {
-  m_daemon->resume();
-}
-
 bool PrivateBus::waitForName(const std::string& name, bool owned) const {
   sd_bus* bus = nullptr;
   if (sd_bus_open_system(&bus) < 0) {
     return false;
   }
-  const bool came = eventually([&] {
+  const bool arrived = eventually([&] {
     sd_bus_message* reply = nullptr;
     int present = -1;
     if (sd_bus_call_method(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
@@ -63,5 +55,5 @@ bool PrivateBus::waitForName(const std::string& name, bool owned) const {
     return present == (owned ? 1 : 0);
   });
   sd_bus_flush_close_unref(bus);
-  return came;
+  return arrived;
 }

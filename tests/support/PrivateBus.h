@@ -5,29 +5,25 @@
 
 #include "ChildProcess.h"
 
-/**
- * A dbus-daemon of type `system` with a temporary folder of its own. While the object lives, the system bus
- * of this process and of its children is this one, also after a restart of the daemon. One at a time.
- */
+/** A dbus-daemon in a temporary folder: the system bus of this process and its children. One at a time. */
 class PrivateBus {
  public:
-  /** Create the folder, set DBUS_SYSTEM_BUS_ADDRESS and start the daemon. Throws when it does not come up. */
+  /** @throws std::runtime_error if the daemon does not start */
   PrivateBus();
-  /** End the daemon and remove the folder with everything in it. */
+  /** Stops the daemon and removes the folder. */
   ~PrivateBus();
   PrivateBus(const PrivateBus&) = delete;
   PrivateBus& operator=(const PrivateBus&) = delete;
 
-  /** Start the daemon again after stop(), at the same address; returns when it listens. */
+  /** Starts the daemon again at the same address; returns when it listens. */
   void start();
-  /** End the daemon at once; clients see their connection break. */
+  /** Kills the daemon; clients lose their connection. */
   void stop();
-  /** Let the daemon stand still: the socket accepts, nobody answers. */
-  void pause() const;
-  void resume() const;
+  /** Stops the daemon's process: connections succeed, nothing is answered. */
+  void pause() const { m_daemon->pause(); }
+  void resume() const { m_daemon->resume(); }
 
-  /** Wait until somebody owns `name`, or nobody. @return false at the deadline, or when the bus is not there.
-   */
+  /** Waits until `name` has an owner or none. @return false at the deadline or without a bus */
   bool waitForName(const std::string& name, bool owned = true) const;
 
   /** The temporary folder, for files of the test. */
