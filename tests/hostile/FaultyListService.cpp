@@ -1,10 +1,9 @@
-// The hostile twin of the list service: the real lists behind a layer that answers late, wrongly or not at
-// all.
+// A list service that answers late, wrongly or not at all, for scripts/hostile.
 //
-// Calls pass a filter before they reach the lists; confirmations and signals pass the two functions at the
-// end, which stand in the place of the bus library's. The journal on standard output, one write per line,
-// says what was done: "ready", "fault NAME", "confirmed SESSION NUMBER" before a confirmation leaves, "flags
-// DIGITS" when what the readers of the alarm list should see has changed.
+// Calls pass disturb() before they reach the lists; confirmations and signals pass the two functions at the
+// end, which replace those of the bus library. One line each on standard output: "ready", "fault NAME",
+// "confirmed SESSION NUMBER" before a confirmation is sent, "flags DIGITS" when the flags of the alarm list
+// have changed.
 #include <systemd/sd-bus.h>
 
 #include <algorithm>
@@ -30,8 +29,8 @@ namespace {
 using Message = std::shared_ptr<sd_bus_message>;
 
 std::mt19937 s_random;
-std::map<std::string, unsigned> s_faults;  ///< each strikes once in so many cases
-std::vector<Message> s_confirmations;      ///< kept back until the signals have left
+std::map<std::string, unsigned> s_faults;  ///< by name; one call in N is disturbed
+std::vector<Message> s_confirmations;      ///< held back until the signals are sent
 
 bool strike(const char* fault) {
   const auto row = s_faults.find(fault);
@@ -42,7 +41,7 @@ bool strike(const char* fault) {
   return true;
 }
 
-const char* oneOf(const std::vector<const char*>& texts) {
+const char* anyOf(const std::vector<const char*>& texts) {
   return texts[s_random() % texts.size()];
 }
 
@@ -58,7 +57,7 @@ void send(const Message& message) {
   checkBus(sd_bus_send(nullptr, message.get(), nullptr));
 }
 
-/** Every positive answer to a client's message is one, whatever else it says. */
+/** Reports a confirmation: any reply to a message that is not an error. */
 void noteConfirmation(sd_bus_message* call) {
   const char* session = nullptr;
   uint64_t number = 0;
@@ -76,21 +75,21 @@ std::string manyEntries() {
   return list;
 }
 
-/** In the place of a list or of an alarm's state; null for none. */
-const char* strangeText() {
+/** A wrong list or alarm state, or null to answer correctly. */
+const char* wrongText() {
   static const std::string s_many = manyEntries();
   static const std::string s_deep = R"({"ListData":)" + std::string(5000, '[');
   if (strike("many")) {
     return s_many.c_str();
   }
   if (strike("json")) {
-    return oneOf({"", "{", R"({"ListData":[{"EventType":)", R"({"ListData":{}})", "[1,2,3]", "\x7f\x01",
+    return anyOf({"", "{", R"({"ListData":[{"EventType":)", R"({"ListData":{}})", "[1,2,3]", "\x7f\x01",
                   R"({"ListData":[]}])", s_deep.c_str()});
   }
   if (!strike("half")) {
     return nullptr;
   }
-  return oneOf(
+  return anyOf(
       {R"({"ListData":[{},null,7,"x",[]],"AlarmActive":2})",
        R"({"ListData":[{"EventType":"3","EventlistId":-1}]})",
        R"({"ListData":[{"Keywords":[["a"]],"Keywords":[]}]})",
@@ -98,7 +97,7 @@ const char* strangeText() {
        R"({"ListData":[{"LocalTime":"2024-13-99T99:99:99","Description":[{}],"Keywords":[1,null]}]})"});
 }
 
-/** Every message that arrives comes here first. @return 1: dealt with, it does not reach the lists */
+/** Filters each received message. @return 1 if the lists must not see it */
 int disturb(sd_bus_message* call, void*, sd_bus_error*) {
   const char* path = sd_bus_message_get_path(call);
   if (path == nullptr || std::strncmp(path, "/org/tavroline/", 15) != 0) {
@@ -114,8 +113,8 @@ int disturb(sd_bus_message* call, void*, sd_bus_error*) {
   }
   if (strike("error") || strike("limits")) {
     const char* name =
-        oneOf({"org.tavroline.Error.Storm", SD_BUS_ERROR_LIMITS_EXCEEDED, SD_BUS_ERROR_NO_REPLY});
-    sd_bus_reply_method_errorf(call, name, "%s", oneOf({"", "%s%n%s\n\x1b[2J", "\xc3\xa4\xe2\x82\xac"}));
+        anyOf({"org.tavroline.Error.Storm", SD_BUS_ERROR_LIMITS_EXCEEDED, SD_BUS_ERROR_NO_REPLY});
+    sd_bus_reply_method_errorf(call, name, "%s", anyOf({"", "%s%n%s\n\x1b[2J", "\xc3\xa4\xe2\x82\xac"}));
     return 1;
   }
   if (strike("types")) {
@@ -125,14 +124,15 @@ int disturb(sd_bus_message* call, void*, sd_bus_error*) {
     send(s_random() % 2 == 0 ? reply(call, "as", 2, "a", "b") : reply(call, "v", "i", 1));
     return 1;
   }
-  const char* text = member == "GetList" || member == "GetAlarmState" ? strangeText() : nullptr;
-  if (text != nullptr) {
-    send(reply(call, "s", text));
+  const char* text = member == "GetList" || member == "GetAlarmState" ? wrongText() : nullptr;
+  if (text == nullptr) {
+    return 0;
   }
-  return text != nullptr ? 1 : 0;
+  send(reply(call, "s", text));
+  return 1;
 }
 
-/** Serve until killed, or until the bus breaks. */
+/** Serves until the process is killed or the bus connection fails. */
 [[noreturn]] void serve(sd_bus* bus, ListService& service, CallBatch& batch) {
   std::string shown;
   for (;;) {
@@ -164,7 +164,7 @@ int disturb(sd_bus_message* call, void*, sd_bus_error*) {
 
 }  // namespace
 
-// What the lists call to confirm a message.
+// Called by the lists to confirm a message.
 int sd_bus_reply_method_return(sd_bus_message* call, const char* types, ...) {
   noteConfirmation(call);
   if (strike("unconfirmed")) {
@@ -199,7 +199,7 @@ int sd_bus_emit_signal(sd_bus* bus, const char* path, const char* interface, con
   return 1;
 }
 
-/** Arguments: seed, database file ("" for none), and pairs of a fault and N: it strikes in one case of N. */
+/** Arguments: seed, database file ("" for none), and pairs of a fault and N: it disturbs one call in N. */
 int main(int argc, char** argv) {
   try {
     const std::vector<std::string> words(argv + 1, argv + argc);
@@ -221,7 +221,7 @@ int main(int argc, char** argv) {
     dprintf(STDOUT_FILENO, "ready\n");
     serve(bus, service, batch);
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "twin: %s\n", error.what());
+    std::fprintf(stderr, "faulty-listd: %s\n", error.what());
     return 1;
   }
 }

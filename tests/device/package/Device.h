@@ -6,11 +6,12 @@
 #include <QVariant>
 
 #include <algorithm>
+#include <cstdint>
 #include <memory>
 
 #include "Names.h"
 
-/** Some other device: it keeps one list in memory; members, sizes, enumerators and texts are its own. */
+/** Another device: keeps one list in memory; has its own members, sizes, enumerators and texts. */
 typedef unsigned char RTS_IEC_BOOL;
 typedef short RTS_IEC_INT;
 typedef unsigned short RTS_IEC_UINT, RTS_IEC_WSTRING;
@@ -29,8 +30,8 @@ struct EventsDBusDefinitions : EventKeys {
   enum class TextSource : char { Caller, Catalogue };
 };
 struct EventlistHandlerEnums {
-  enum class EventType : short { Warning, Journal, Trouble, Note };
-  enum class State : short { Plain, Comes, Goes };
+  enum class EventType : std::int16_t { Warning, Journal, Trouble, Note };
+  enum class State : std::int16_t { Plain, Comes, Goes };
 };
 
 /** The list, newest first, and how often it has changed. */
@@ -65,7 +66,7 @@ struct CodesysEventlistHandlerConnector {
   }
 };
 
-/** Writes to either list. This device knows no alarms: requests give null, nothing ever changes. */
+/** Writes to either list. This device has no alarms: requests return null, no flag changes. */
 struct Writer {
   explicit Writer(bool) {}
   void deleteEventlist() { deviceList = {}; }
