@@ -1,3 +1,5 @@
+#include <memory>
+
 #include "ExternalFunction.h"
 #include "TavrolineAlarmHandler.h"
 #include "TavrolineAlarmlistRead.h"
@@ -16,7 +18,7 @@ void openReader(const Origin& origin, openeventlistreadhandle_struct* parameters
   }
   Reader* reader = nullptr;
   externalFunction(origin, [&] { reader = new Reader; });
-  parameters->hReadHandle = reader;
+  parameters->hReadHandle = reader;  // null if the construction failed
   if (reader != nullptr) {
     parameters->xSuccess = 1;
   }
@@ -53,14 +55,14 @@ void closealarmlistreadhandle_ext(closealarmlistreadhandle_struct* parameters) {
 }
 
 void openalarmlistwritehandle_ext(openalarmlistwritehandle_struct* parameters) {
-  TavrolineAlarmHandler* handler = nullptr;
+  std::unique_ptr<TavrolineAlarmHandler> handler;
   externalFunction(ORIGIN(openalarmlistwritehandle), [&] {
     if (TavrolineConvenienceFunctions::checkStructPointer(parameters)) {
-      handler = new TavrolineAlarmHandler(nullptr);
+      handler = std::make_unique<TavrolineAlarmHandler>(nullptr);
     }
   });
   if (parameters != nullptr) {
-    parameters->hWriteHandle = handler;
+    parameters->hWriteHandle = handler.release();  // null if the construction failed
   }
 }
 

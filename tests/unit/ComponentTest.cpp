@@ -38,11 +38,11 @@ RTS_RESULT registerTable(const ExternalFunctionEntry* table, std::uintptr_t rese
 
 struct Component : ComponentTest {
   Component() {
-    m_record.pfRegisterApi = registerTable;
-    m_record.pfGetApi = lookUp;
-    ComponentEntry(&m_record);
+    record.pfRegisterApi = registerTable;
+    record.pfGetApi = lookUp;
+    ComponentEntry(&record);
   }
-  ComponentInitRecord m_record{};
+  ComponentInitRecord record{};
 };
 
 TEST_F(Component, FillsWordsZeroToSixOfTheRecordAndNothingElse) {
@@ -52,7 +52,7 @@ TEST_F(Component, FillsWordsZeroToSixOfTheRecordAndNothingElse) {
   EXPECT_EQ(words[0], kComponentId);
   EXPECT_EQ(words[4] | words[5], 0U);
   EXPECT_EQ(std::count(words + 7, words + 15, std::uintptr_t{0x5A5A5A5A}), 8);
-  EXPECT_EQ(m_record.pfGetVersion(), 0x01000104U);
+  EXPECT_EQ(record.pfGetVersion(), 0x01000104U);
   EXPECT_EQ(ComponentEntry(nullptr), 1);
 }
 
@@ -60,7 +60,7 @@ TEST_F(Component, ImportsInItsOrderWhateverFailsAndReportsTheLastResult) {
   for (const char* failing : {"", "LogAdd 2", "CMUtlSafeStrCpy 0"}) {
     s_runtimeCalls.clear();
     s_failing = failing;
-    EXPECT_EQ(m_record.pfImportFunctions(), s_failing == "CMUtlSafeStrCpy 0" ? 42U : 0U);
+    EXPECT_EQ(record.pfImportFunctions(), s_failing == "CMUtlSafeStrCpy 0" ? 42U : 0U);
     EXPECT_EQ(s_runtimeCalls, (Lines{"LogAdd 2", "CMUtlMemCpy 2", "SysFileWrite 2", "SysFileRead 2",
                                      "SysFileClose 2", "SysFileOpen 2", "CMUtlSafeStrCpy 0"}));
   }
@@ -74,20 +74,20 @@ TEST_F(Component, ExportsTheFunctionsAndThenTheEmptyTable) {
        {Row{"", 0, {all, empty}}, Row{all, 42, {all}}, Row{empty, 42, {all, empty}}}) {
     s_runtimeCalls.clear();
     s_failing = failing;
-    EXPECT_EQ(m_record.pfExportFunctions(), result);
+    EXPECT_EQ(record.pfExportFunctions(), result);
     EXPECT_EQ(s_runtimeCalls, registered);
   }
-  m_record.pfRegisterApi = nullptr;
-  ComponentEntry(&m_record);
-  EXPECT_EQ(m_record.pfExportFunctions(), 3U);
+  record.pfRegisterApi = nullptr;
+  ComponentEntry(&record);
+  EXPECT_EQ(record.pfExportFunctions(), 3U);
 }
 
 TEST_F(Component, PollsTheAlarmListAndThenTheEventListInTheCommunicationCycleOnly) {
   for (const std::uint32_t hook : {0U, 19U, 21U, 0x10014U}) {
-    EXPECT_EQ(m_record.pfHookFunction(hook, 1, 2), 0U);
+    EXPECT_EQ(record.pfHookFunction(hook, 1, 2), 0U);
   }
   EXPECT_TRUE(fake::calls().empty());
-  EXPECT_EQ(m_record.pfHookFunction(20, 1, 2), 0U);
+  EXPECT_EQ(record.pfHookFunction(20, 1, 2), 0U);
   Lines asked;
   for (const fake::Call& call : fake::calls()) {
     asked.push_back(call.operation.substr(std::strlen("changedFlag")));
@@ -95,7 +95,7 @@ TEST_F(Component, PollsTheAlarmListAndThenTheEventListInTheCommunicationCycleOnl
   EXPECT_EQ(asked, (Lines{"AlarmInAlarmlist", "ActiveAlarmInAlarmlist", "FaultInAlarmlist",
                           "ActiveFaultInAlarmlist", "Alarmlist", "CentralDetector", "Eventlist"}));
   fake::throwAt(1);
-  EXPECT_EQ(m_record.pfHookFunction(20, 0, 0), 0U);
+  EXPECT_EQ(record.pfHookFunction(20, 0, 0), 0U);
   EXPECT_EQ(fake::calls("changedFlagEventlist").size(), 2U) << "one list's failure is not the other's";
 }
 
