@@ -36,11 +36,11 @@ void Program::cycle(void* state) {
     program->station.emplace(program->functions);
   }
   const PumpStation::Outcome outcome = program->station->cycle();
-  if (outcome == PumpStation::Outcome::kRunning) {
+  if (outcome == PumpStation::Outcome::Running) {
     return;
   }
   program->finished = true;
-  const bool good = outcome == PumpStation::Outcome::kGood;
+  const bool good = outcome == PumpStation::Outcome::Good;
   std::printf("\n%s\n", good ? "The lists hold what they must." : "The lists do not hold what they must.");
   std::fflush(stdout);
   program->runtime.finish(program->runtime.context, good ? 0 : 1);

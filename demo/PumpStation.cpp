@@ -62,9 +62,9 @@ PumpStation::Outcome PumpStation::cycle() {
     check(false, std::string("not reached: ") + m_steps[m_step].name);
   }
   if (!m_good) {
-    return Outcome::kBad;
+    return Outcome::Bad;
   }
-  return m_step == m_steps.size() ? Outcome::kGood : Outcome::kRunning;
+  return m_step == m_steps.size() ? Outcome::Good : Outcome::Running;
 }
 
 std::vector<PumpStation::Step> PumpStation::work() {

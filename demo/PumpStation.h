@@ -19,7 +19,7 @@
  */
 class PumpStation {
  public:
-  enum class Outcome { kRunning, kGood, kBad };
+  enum class Outcome { Running, Good, Bad };
 
   explicit PumpStation(const Functions& functions);
 

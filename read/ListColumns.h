@@ -24,7 +24,7 @@ class ListColumns {
     AlarmActive,
     AlarmAcknowledgment,
     AlarmID,
-    kCount
+    Count
   };
 
   ListColumns();
@@ -37,5 +37,5 @@ class ListColumns {
     QCborValue key;
     int index;  ///< in the last entry that had it
   };
-  std::array<Place, kCount> m_places;
+  std::array<Place, Count> m_places;
 };

@@ -355,7 +355,7 @@ void stop(void*) {
 
 extern "C" __attribute__((visibility("default"))) int PlcProgramMain(const PlcRuntime* runtime,
                                                                      PlcProgram* program) {
-  static std::array<PlcTask, s_tasks.size()> s_plcTasks;
+  static std::array<PlcTask, s_tasks.size()> plcTasks;
   s_runtime = *runtime;
   s_start = Clock::now();
   const char* settings = std::getenv("TAVROLINE_EXERCISE");
@@ -363,8 +363,8 @@ extern "C" __attribute__((visibility("default"))) int PlcProgramMain(const PlcRu
   std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
   for (std::size_t i = 0; i < s_tasks.size(); ++i) {
     s_tasks[i].random.seed(s_seed * 8 + static_cast<unsigned>(i));
-    s_plcTasks[i] = {"exerciser", kPeriodMilliseconds, cycle, &s_tasks[i]};
+    plcTasks[i] = {"exerciser", kPeriodMilliseconds, cycle, &s_tasks[i]};
   }
-  *program = {s_plcTasks.data(), s_plcTasks.size(), stop, nullptr};
+  *program = {plcTasks.data(), plcTasks.size(), stop, nullptr};
   return 0;
 }

@@ -77,14 +77,14 @@ std::string manyEntries() {
 
 /** A wrong list or alarm state, or null to answer correctly. */
 const char* wrongText() {
-  static const std::string s_many = manyEntries();
-  static const std::string s_deep = R"({"ListData":)" + std::string(5000, '[');
+  static const std::string many = manyEntries();
+  static const std::string deep = R"({"ListData":)" + std::string(5000, '[');
   if (strike("many")) {
-    return s_many.c_str();
+    return many.c_str();
   }
   if (strike("json")) {
     return anyOf({"", "{", R"({"ListData":[{"EventType":)", R"({"ListData":{}})", "[1,2,3]", "\x7f\x01",
-                  R"({"ListData":[]}])", s_deep.c_str()});
+                  R"({"ListData":[]}])", deep.c_str()});
   }
   if (!strike("half")) {
     return nullptr;

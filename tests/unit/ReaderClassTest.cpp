@@ -14,7 +14,7 @@ std::string flag(const Reader& reader) {
   const auto [handle, value] = call<Function>(reader.handle, 85);
   return std::to_string(value);
 }
-constexpr auto changed = flag<haslistchanged_ext>;
+constexpr auto kChanged = flag<haslistchanged_ext>;
 
 // Both readers through the external functions: what they do alike, then what each has for itself.
 struct Readers : ReaderTest {
@@ -40,15 +40,15 @@ TEST_P(Readers, LearnOfAChangeWhenTheyAreOpenAtThatMoment) {
   EXPECT_EQ(fake::calls(kind.changed()).size(), 1U) << "asked even with no reader";
   const Reader first(kind);
   const Reader second(kind);
-  EXPECT_EQ(changed(Reader(kind)), "0") << "and closed: the others stay served";
+  EXPECT_EQ(kChanged(Reader(kind)), "0") << "and closed: the others stay served";
   fake::change(kind.changed());
   poll();
   EXPECT_EQ(fake::calls(kind.changed()).size(), 2U) << "and once for both";
-  EXPECT_EQ(changed(first) + changed(second) + changed(Reader(kind)), "110");
+  EXPECT_EQ(kChanged(first) + kChanged(second) + kChanged(Reader(kind)), "110");
   call<resetlistchanged_ext>(first.handle);
   second.load("[]");
   poll();
-  EXPECT_EQ(changed(first) + changed(second), "01") << "a false answer or a load changes nothing";
+  EXPECT_EQ(kChanged(first) + kChanged(second), "01") << "a false answer or a load changes nothing";
 }
 
 TEST_F(ComponentTest, AReaderThatIsListedTwiceLeavesWithAWarning) {

@@ -9,20 +9,20 @@ namespace {
 
 struct AlarmHandlerTest : ComponentTest {
   ~AlarmHandlerTest() override { close(); }
-  void close() { m_handle = call<closealarmlistwritehandle_ext>(m_handle).hWriteHandle; }
+  void close() { handle = call<closealarmlistwritehandle_ext>(handle).hWriteHandle; }
   void log(int type, int state, const char* icon = "", unsigned int time = 0) {
-    logEntry<logalarm_ext>(type, state, icon, icon, time, m_handle);
+    logEntry<logalarm_ext>(type, state, icon, icon, time, handle);
   }
   /** One step of the query; the BOOLs are digits, 5 where one was not written. */
   std::string query() {
     RTS_IEC_BOOL active = 5;
     RTS_IEC_BOOL acknowledged = 5;
-    const int result = call<getalarmstatefromalarmhandler_ext>(m_handle, &active, &acknowledged, -1).iResult;
+    const int result = call<getalarmstatefromalarmhandler_ext>(handle, &active, &acknowledged, -1).iResult;
     return std::to_string(result) + " " + std::to_string(active) + std::to_string(acknowledged);
   }
   static std::size_t queries() { return fake::calls("getAlarmState").size(); }
 
-  TavrolineHandle m_handle = call<openalarmlistwritehandle_ext>().hWriteHandle;
+  TavrolineHandle handle = call<openalarmlistwritehandle_ext>().hWriteHandle;
 };
 
 TEST_F(AlarmHandlerTest, OnlyAnEdgeIsSentAndOnlyNeutralIsWarnedOf) {
@@ -62,7 +62,7 @@ TEST_F(AlarmHandlerTest, OnlyAnEdgeIsSentAndOnlyNeutralIsWarnedOf) {
 }
 
 TEST_F(AlarmHandlerTest, OnIsAcceptedFromOffOnlyAndOffFromOnOnly) {
-  auto& handler = *static_cast<TavrolineAlarmHandler*>(m_handle);
+  auto& handler = *static_cast<TavrolineAlarmHandler*>(handle);
   const auto alarm = EventlistHandlerEnums::EventType(TAVROLINE_ALARM);
   handler.saveData(alarm, EventlistHandlerEnums::State(TAVROLINE_NEUTRAL), {}, {}, {}, {}, {});
   log(TAVROLINE_ALARM, TAVROLINE_ON);
@@ -79,7 +79,7 @@ TEST_F(AlarmHandlerTest, AnAlarmStillOnIsClearedOnCloseWithItsIdentifierAndWhatW
   Reader(kAlarmKind).load();
   EXPECT_NE(fake::calls("getAlarmState").at(0).object, fake::calls("getCompleteAlarmlist").at(0).object);
   close();
-  m_handle = call<openalarmlistwritehandle_ext>().hWriteHandle;
+  handle = call<openalarmlistwritehandle_ext>().hWriteHandle;
   log(TAVROLINE_ALARM, TAVROLINE_ON);
   log(TAVROLINE_ALARM, TAVROLINE_OFF);
   close();
@@ -120,7 +120,7 @@ TEST_F(AlarmHandlerTest, AStateQueryIsStartedAndAskedUntilItDelivers) {
   }
   EXPECT_EQ(fake::calls("isFinished").size(), 2 * started) << "asked once per call";
   fake::answer("getAlarmState", {{0, R"({"AlarmActive":true})"}});
-  EXPECT_EQ(call<getalarmstatefromalarmhandler_ext>(m_handle).iResult, TAVROLINE_DONE) << "null targets";
+  EXPECT_EQ(call<getalarmstatefromalarmhandler_ext>(handle).iResult, TAVROLINE_DONE) << "null targets";
 }
 
 TEST_F(AlarmHandlerTest, AFailedStateQueryIsRepeatedAfterFiveSeconds) {
@@ -148,7 +148,7 @@ TEST_F(AlarmHandlerTest, AnAlarmWithoutItsDescriptionIsReportedOnceAndNotSent) {
   const stDescriptionUrlArgumentType urlArgument{};
   for (const int missing : {0, 1, 2}) {
     fake::reset();
-    call<logalarm_ext>(m_handle, TAVROLINE_ALARM, TAVROLINE_ON, "", "", 0, missing == 0 ? nullptr : &data,
+    call<logalarm_ext>(handle, TAVROLINE_ALARM, TAVROLINE_ON, "", "", 0, missing == 0 ? nullptr : &data,
                        nullptr, 1, "", missing == 1 ? nullptr : &argument,
                        missing == 2 ? nullptr : &urlArgument);
     EXPECT_EQ(items(), Lines{"codesys struct nullpointer"});
