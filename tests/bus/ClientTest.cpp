@@ -150,16 +150,16 @@ TEST_F(ClientTest, FullQueueRefusesReportsTheGapAndKeepsAlarmEdges) {
   EXPECT_TRUE(object[QStringLiteral("AlarmActive")].toBool());
 }
 
-TEST_F(ClientTest, EdgesOfOneAlarmKeepTheirOrderBetweenQueueAndRoom) {
+TEST_F(ClientTest, EdgesOfOneAlarmKeepTheirOrderBetweenQueueAndOverflow) {
   Outbox outbox;
   const auto deliver = [&outbox] { outbox.settle(*outbox.takeWrite(), std::nullopt); };
   for (std::size_t i = 0; i < Outbox::kMessages; ++i) {
     outbox.accept(event(QString()));
   }
-  outbox.accept(edge(kOn));  // into the room
+  outbox.accept(edge(kOn));  // into the overflow
   deliver();
   for (const auto state : {kOff, kOn, kOff, kOn}) {
-    outbox.accept(edge(state));  // and now there is a place in the queue
+    outbox.accept(edge(state));  // although the queue has a free place again
   }
   for (std::size_t i = 1; i < Outbox::kMessages; ++i) {
     deliver();
@@ -189,7 +189,7 @@ TEST_F(ClientTest, WhatCannotBeStoredNowIsStoredLaterAndListsAreReadMeanwhile) {
   hub->submit(large(event(QStringLiteral("large"))));
   const auto list = hub->request(Request::Kind::EventList, QString());  // what follows is stored apart
   QStringList expected{QStringLiteral("large")};
-  for (int i = 0; i < 40; ++i) {  // more than are sent without an answer
+  for (int i = 0; i < 40; ++i) {  // more than the client sends without an answer
     expected.prepend(QString::number(i));
     hub->submit(event(expected.front()));
   }
@@ -215,7 +215,7 @@ TEST_F(ClientTest, AnAlarmThatEndsBeforeItCouldBeRaisedAgainHoldsUpNothing) {
   EXPECT_TRUE(eventually([&] { return hub->books().pending == 0; }));
 }
 
-TEST_F(ClientTest, WhoeverIsNotTheBusCannotNameAnotherOwner) {
+TEST_F(ClientTest, OnlyTheBusCanNameTheOwnerOfTheService) {
   startService();
   ASSERT_TRUE(modules().isEmpty());
   sd_bus* opened = nullptr;
@@ -231,7 +231,7 @@ TEST_F(ClientTest, WhoeverIsNotTheBusCannotNameAnotherOwner) {
     sd_bus_message_unref(signal);
   }
   EXPECT_GE(sd_bus_call_method(opened, daemon, "/", daemon, "GetId", nullptr, nullptr, nullptr),
-            0);  // by now they are all on their way
+            0);  // so the daemon has received the signals
   EXPECT_TRUE(modules().isEmpty());
   EXPECT_TRUE(modules().isEmpty());
 }

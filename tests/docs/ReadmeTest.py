@@ -1,6 +1,6 @@
-"""Runs every command of the README in a folder of its own and compares what it prints with what stands there.
+"""Runs each command of the README in a temporary folder and compares its output with the README.
 
-use: ReadmeTest.py SOURCE_FOLDER. Blocks marked `console` count; "..." stands for any lines, "$ scripts/test" and
+use: ReadmeTest.py SOURCE_FOLDER. Reads the blocks marked `console`; "..." matches any lines, "$ scripts/test" and
 "$ scripts/soak" are not run."""
 import os, pathlib, re, subprocess, sys, tempfile
 
