@@ -74,8 +74,8 @@ TEST_F(ConvenienceFunctionsTest, AnInstanceNameTakesAtMostOneIntegerDirective) {
   for (const Row& row :
        {Row{3, "Pump %d", "Pump 3"_q}, Row{0, "Pump %d", "Pump %d"_q}, Row{-2, "Pump %d", "Pump -2"_q},
         Row{3, "Pümpe %d", "Pümpe 3"_q}, Row{3, "Pumpe 水", "Pumpe 水"_q}, Row{3, "水 %d", "? 3"_q},
-        Row{7, "100%% %i", "100% 7"_q}, Row{7, "%+05d|%%", "+0007|%"_q}, Row{255, "%x %u", "ff %u"_q},
-        Row{300, "%hhd", "300"_q}, Row{3, "%s", "%s"_q}, Row{3, "%n", "%n"_q},
+        Row{7, "100%% %i", "100% 7"_q}, Row{7, "%+05d|%%", "+0007|%"_q}, Row{7, "% 5.3d", "  007"_q},
+        Row{255, "%x %u", "ff %u"_q}, Row{300, "%hhd", "300"_q}, Row{3, "%s", "%s"_q}, Row{3, "%n", "%n"_q},
         Row{3, "%f and %d", "%f and 3"_q}, Row{3, "%*d", "%*d"_q}, Row{3, "%5", "%5"_q},
         Row{3, "%99999999999d", "3"_q.rightJustified(255)}}) {
     stDataType data{};
