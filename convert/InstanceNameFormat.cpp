@@ -27,7 +27,7 @@ int readNumber(const char*& position) {
 
 /**
  * Renders the directive that starts behind a percent sign.
- * @return where the text goes on, null when there is no integer directive
+ * @return the position behind the directive; null if it is not an integer directive
  */
 const char* renderDirective(const char* position, int number, QByteArray& output) {
   QByteArray directive("%");

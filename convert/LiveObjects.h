@@ -1,16 +1,15 @@
 #pragma once
 
 /**
- * The objects behind handles that exist at this moment, so that a stale or foreign handle is found out before
- * it is used. Says whether an address is alive and which family it belongs to, not which class; keeps nothing
- * else.
+ * Registry of the objects behind open handles, so that a stale or foreign handle is refused before it is
+ * used. Knows whether an address is alive and its family, not its class.
  *
- * Constant-initialised and without allocation: an object brings its own entry along. One leaf lock, held for
+ * Constant-initialised and without allocation: the entry is a member of the object. One leaf lock, held for
  * a walk of a few entries. [any-thread]
  */
 namespace Tavroline::LiveObjects {
 
-/** What registered the object, and so what its address may be taken for. */
+/** The class of which a registered address is an object, or a base of it. */
 enum class Family { None, Reader, AlarmHandler };
 
 /** Member of a registered object: alive from construction to destruction. */
@@ -32,7 +31,7 @@ class Entry {
 /** The family of a live object, None for any other address. */
 Family family(const void* object) noexcept;
 
-/** Whether the address is one of the last 64 that went, and not alive again. */
+/** Whether the address is one of the last 64 closed handles and has not been reused. */
 bool wasClosed(const void* object) noexcept;
 
 }  // namespace Tavroline::LiveObjects

@@ -61,7 +61,7 @@ class TavrolineConvenienceFunctions {
   /** 0 and 1 as they are; every other value gives 0 and a Qt warning. */
   static EventsDBusDefinitions::TextSource convertIntToTextSource(RTS_IEC_INT value);
 
-  /** The icon of an entry whose application named none; empty for a pair that has none. */
+  /** The default icon of an event type and state; empty for a pair without a default icon. */
   static QString getDefaultIconType(EventlistHandlerEnums::EventType type,
                                     EventlistHandlerEnums::State state);
 };

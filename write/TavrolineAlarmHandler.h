@@ -17,7 +17,7 @@
 #include "LiveObjects.h"
 
 /**
- * One alarm or fault of the PLC application, known to the services by an identifier of its own. Turns the
+ * One alarm or fault of the PLC application, which the services know by its unique identifier. Turns the
  * application's level into edges: only a change between on and off is sent. Calls on one handler must not
  * overlap.
  */
@@ -30,8 +30,8 @@ class TavrolineAlarmHandler : public QObject {
   ~TavrolineAlarmHandler() override;
 
   /**
-   * Raise (state 1) or clear (state 2). A repeated or any other state is dropped, state 0 with a Qt warning;
-   * a dropped call stores nothing. The type is not checked.
+   * Raise (state 1, accepted while off) or clear (state 2, accepted while on). Any other call is dropped and
+   * stores nothing; state 0 gives a Qt warning. The type is not checked.
    * @param iconType empty selects the default of type and state. [plc-task]
    */
   void changeState(EventlistHandlerEnums::EventType type, EventlistHandlerEnums::State state,
@@ -45,7 +45,7 @@ class TavrolineAlarmHandler : public QObject {
 
   /**
    * One step of asking the service for this alarm's state. After a delivered state the next call starts a new
-   * query; after a failure none starts before 5000 ms have passed.
+   * query; after a failure no query starts before 5000 ms have passed.
    * @param active, acknowledged written only with result 0
    * @return 0 delivered, 1 the query runs, 2 it failed. [plc-task]
    */

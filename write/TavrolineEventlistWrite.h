@@ -10,8 +10,8 @@
 #include "EventlistHandlerEnums.h"
 
 /**
- * Writes plain entries into the event list and deletes the list. Alarms and faults have a life of their own
- * and are refused here. Lives for one call; writers share nothing and may overlap.
+ * Writes plain entries into the event list and deletes the list. Refuses alarms and
+ * faults, which an alarm handler sends. Lives for one call; writers share nothing and may overlap.
  */
 class TavrolineEventlistWrite {
  public:

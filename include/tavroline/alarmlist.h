@@ -15,7 +15,7 @@ extern "C" {
 typedef struct {
   RTS_IEC_BOOL xAlarmAcknowledgment;                 /**< out [flag]: it has been acknowledged */
   RTS_IEC_BOOL xAlarmActive;                         /**< out [flag]: it is on */
-  RTS_IEC_STRING sAlarmID[TAVROLINE_TEXT_80];        /**< out [UTF-8]: what an acknowledgement names */
+  RTS_IEC_STRING sAlarmID[TAVROLINE_TEXT_80];        /**< out [UTF-8]: the identifier for acknowledgements */
   RTS_IEC_INT iEventType;                            /**< out [code]: 0 alarm, 2 fault */
   RTS_IEC_STRING sIconType[TAVROLINE_TEXT_80];       /**< out [UTF-8]: name of the icon */
   RTS_IEC_DATE_AND_TIME dtTimestamp;                 /**< out [s UTC]: 0 when the entry has no valid time */
@@ -37,7 +37,7 @@ typedef struct {
 } stGetAlarmlistEntriesType;
 
 typedef struct {
-  stGetAlarmlistEntriesType* pstRequest; /**< in [address]: where the parameters stand */
+  stGetAlarmlistEntriesType* pstRequest; /**< in [address]: the parameters */
 } getalarmlistentries_struct;
 
 typedef struct {

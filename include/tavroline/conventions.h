@@ -1,10 +1,10 @@
 /** @file
- * What holds for every structure and function of this interface, so that the comments elsewhere can be short.
+ * Rules for every structure and function of this interface, so that the comments elsewhere can be short.
  *
  *  1. Functions. Every external function returns nothing and takes one pointer to its parameter structure,
  * which is named after it (logevent_struct for logevent_ext). It reads the inputs there and writes the
  * outputs there.
- *  2. Layout. Fields stand at their natural alignment, little-endian. Offsets and sizes are fixed on the
+ *  2. Layout. Fields have their natural alignment, little-endian. Offsets and sizes are fixed on the
  * 32-bit target, where a pointer and a handle have 4 bytes; component/LayoutAssertions.cpp proves them.
  *  3. BOOL is one signed byte: 0 is FALSE, any other value TRUE; outputs are written as 0 or 1.
  *  4. STRING(n) is n + 1 bytes of UTF-8, WSTRING(n) n + 1 code units of UTF-16, both terminated by a zero;

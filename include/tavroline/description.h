@@ -7,28 +7,28 @@
 
 #include "tavroline/conventions.h"
 
-/** What describes an entry; 678 bytes. */
+/** The description of an entry; 678 bytes. */
 typedef struct {
-  /** in [code]: 0 the names below as they stand, 1 the service's text table; others count as 0 */
+  /** in [code]: 0 or 1, a text source of the list service; others count as 0 */
   RTS_IEC_INT iTextSource;
   RTS_IEC_STRING sModuleName[TAVROLINE_TEXT_80]; /**< in [UTF-8]: may be empty */
-  RTS_IEC_STRING sObjectName[TAVROLINE_TEXT_80]; /**< in [UTF-8]: key of the text table with text source 1 */
+  RTS_IEC_STRING sObjectName[TAVROLINE_TEXT_80]; /**< in [UTF-8]: may be empty */
   RTS_IEC_STRING
   sInstanceName[TAVROLINE_TEXT_255];       /**< in [UTF-8]: may hold one integer directive, "Pump %d" */
   RTS_IEC_INT iInstanceNumber;             /**< in [number]: inserted there; 0 leaves the name as it is */
   RTS_IEC_STRING sUrl[TAVROLINE_TEXT_255]; /**< in [UTF-8]: may be empty */
 } stDataType;
 
-/** One argument: the placeholder in the text and what replaces it; 324 bytes. */
+/** One argument: the placeholder in the text and its replacement; 324 bytes. */
 typedef struct {
-  RTS_IEC_WSTRING wsPlaceholder[TAVROLINE_TEXT_80]; /**< in [UTF-16]: as it stands in the text */
-  RTS_IEC_WSTRING wsArgument[TAVROLINE_TEXT_80];    /**< in [UTF-16]: what replaces it */
+  RTS_IEC_WSTRING wsPlaceholder[TAVROLINE_TEXT_80]; /**< in [UTF-16]: as written in the text */
+  RTS_IEC_WSTRING wsArgument[TAVROLINE_TEXT_80];    /**< in [UTF-16]: the replacement */
 } stDescriptionArgumentType;
 
 /** One argument of the URL: the placeholder in it and the description of the text that replaces it; 840
  * bytes. */
 typedef struct {
-  RTS_IEC_WSTRING wsPlaceholder[TAVROLINE_TEXT_80]; /**< in [UTF-16]: as it stands in the URL */
+  RTS_IEC_WSTRING wsPlaceholder[TAVROLINE_TEXT_80]; /**< in [UTF-16]: as written in the URL */
   stDataType stData;                                /**< in [record]: describes the text that replaces it */
 } stDescriptionUrlArgumentType;
 

@@ -23,7 +23,7 @@ typedef struct {
   RTS_IEC_DATE_AND_TIME dtTimestamp;             /**< out [s UTC]: 0 when the entry has no valid time */
   RTS_IEC_STRING sModuleName[TAVROLINE_TEXT_80]; /**< out [UTF-8]: which module it concerns */
   RTS_IEC_WSTRING wsDescription[TAVROLINE_TEXT_255]; /**< out [UTF-16]: in the handle's language */
-  RTS_IEC_WSTRING wsUser[TAVROLINE_TEXT_80];         /**< out [UTF-16]: who caused it */
+  RTS_IEC_WSTRING wsUser[TAVROLINE_TEXT_80];         /**< out [UTF-16]: the user who caused it */
 } stEventlistEntryType;
 
 typedef struct {
@@ -33,7 +33,7 @@ typedef struct {
 
 typedef struct {
   TavrolineHandle hReadHandle; /**< in [handle]: an event-list reader */
-  /** in [count]: newest entries wanted, 0 means all; counts only when a load starts */
+  /** in [count]: entries wanted, handed to the service; 0: all; read only when a load starts */
   RTS_IEC_UINT uiNumberOfEntries;
   RTS_IEC_INT iResult; /**< out [code]: 0, 1 or 2 */
 } loadpartofeventlist_struct;
@@ -47,7 +47,7 @@ typedef struct {
 } stGetEventlistEntriesType;
 
 typedef struct {
-  stGetEventlistEntriesType* pstRequest; /**< in [address]: where the parameters stand */
+  stGetEventlistEntriesType* pstRequest; /**< in [address]: the parameters */
 } geteventlistentries_struct;
 
 /**
@@ -61,7 +61,7 @@ typedef struct {
 TAVROLINE_EXPORT void loadcompleteeventlist_ext(loadcompleteeventlist_struct* parameters);
 
 /**
- * One step of loading the newest entries.
+ * One step of loading a part of the list: the given number of entries, which the service selects.
  * @result iResult 1 while a request runs, this reader's or another one's; 0 once the list is stored
  * @failure structure null: nothing written; handle refused or request failed: iResult 2, the list loaded
  * before stays; all logged

@@ -15,9 +15,9 @@ typedef struct {
   RTS_IEC_INT iState;     /**< in [code]: 0 neutral, 1 on, 2 off */
   const RTS_IEC_STRING* psIconType;   /**< in [UTF-8]: empty selects the default of type and state */
   const RTS_IEC_STRING* psModuleName; /**< in [UTF-8]: which module it concerns */
-  RTS_IEC_DATE_AND_TIME dtDateTime;   /**< in [s UTC]: 0 takes the time at which the entry is handed over */
+  RTS_IEC_DATE_AND_TIME dtDateTime;   /**< in [s UTC]: 0: no time stamp */
   const stDataType* pstData;          /**< in [address]: the description */
-  const RTS_IEC_WSTRING* pwsUser;     /**< in [UTF-16]: who caused it */
+  const RTS_IEC_WSTRING* pwsUser;     /**< in [UTF-16]: the user who caused it */
   RTS_IEC_INT iKeywordSize;           /**< in [bytes]: one keyword element, n + 1 for STRING(n) */
   const RTS_IEC_STRING* pasKeywords;  /**< in [UTF-8]: first keyword; empty ones are skipped */
   const stDescriptionArgumentType* pastArguments;       /**< in [address]: first argument */
@@ -33,7 +33,7 @@ typedef struct {
 
 /**
  * Hand one entry over to the event list.
- * @result none; what becomes of the entry is not reported back
+ * @result none; the outcome is not reported
  * @failure structure null: nothing handed over; pstData, pastArguments or pastUrlArguments null: an entry
  * without description; pasKeywords null: one without keywords; all logged, nothing written
  * @blocks never
@@ -43,7 +43,7 @@ TAVROLINE_EXPORT void logevent_ext(logevent_struct* parameters);
 
 /**
  * Ask the service to delete the event list.
- * @result none; what becomes of it is not reported back
+ * @result none; the outcome is not reported
  * @failure none: the pointer is never read and may be null
  * @blocks never
  * [plc-task]

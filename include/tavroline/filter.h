@@ -77,7 +77,7 @@ TAVROLINE_EXPORT void haslistchanged_ext(haslistchanged_struct* parameters);
 TAVROLINE_EXPORT void resetlistchanged_ext(resetlistchanged_struct* parameters);
 
 /**
- * Accept entries of one more type; with none chosen every type passes.
+ * Accept entries of one more type; without a chosen type every type passes.
  * @result none @failure refused: nothing happens @blocks never [plc-task]
  */
 TAVROLINE_EXPORT void addfiltereventtype_ext(addfiltereventtype_struct* parameters);

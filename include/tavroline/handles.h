@@ -69,7 +69,7 @@ TAVROLINE_EXPORT void closeeventlistreadhandle_ext(closeeventlistreadhandle_stru
 TAVROLINE_EXPORT void closealarmlistreadhandle_ext(closealarmlistreadhandle_struct* parameters);
 
 /**
- * Create the handler of one alarm or fault, in the off state, with an identifier of its own.
+ * Create the handler of one alarm or fault, in the off state, with a new identifier.
  * @result hWriteHandle the new alarm handler
  * @failure structure null: nothing written; no memory: hWriteHandle 0; both logged
  * @blocks never

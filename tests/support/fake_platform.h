@@ -9,11 +9,11 @@
 #include <vector>
 
 /**
- * The device's classes for unit tests: whatever the component does with them, and every Qt message, goes into
+ * The device's classes for unit tests: each call of the component and each Qt message goes into
  * one ordered log, and what they answer is scripted. Texts, times, hash and vocabulary are the real ones; the
- * unit tests also record the calls of the text and time helpers. An operation has its method's name. What is
- * not scripted succeeds: a request's reply stays outstanding, a flag answers false, a hand-over is accepted.
- * [any-thread]
+ * unit tests also record the calls of the text and time helpers. An operation has its method's name. A call
+ * that is not scripted succeeds: a request's reply stays outstanding, a flag answers false, a hand-over is
+ * accepted. [any-thread]
  */
 namespace fake {
 
@@ -22,7 +22,7 @@ namespace fake {
  * constructed with, of the clients that live for one call (true, or the object name of the event client).
  *  - "copyCStringDataToQString" and the other text helpers: the text, then length or capacity, then the flag;
  * object: source or target in IEC memory
- *  - "QDateTimeToIECUtcDateTime" and the other time helpers: what is converted
+ *  - "QDateTimeToIECUtcDateTime" and the other time helpers: the value to convert
  *  - "CodesysLog": logger is null, componentId, class, error, info, component, file, function, line, items (a
  * list)
  *  - "qDebug", "qWarning": text, category, file, function, line

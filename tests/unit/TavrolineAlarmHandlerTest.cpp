@@ -85,7 +85,7 @@ TEST_F(AlarmHandlerTest, AnAlarmStillOnIsClearedOnCloseWithItsIdentifierAndWhatW
   close();
   const auto sent = fake::calls("logEvent");
   ASSERT_EQ(sent.size(), 6U) << "nothing more from one that is off";
-  EXPECT_TRUE(sent[0].arguments[4].toDateTime().isNull()) << "no time stamp is passed on as none";
+  EXPECT_TRUE(sent[0].arguments[4].toDateTime().isNull()) << "a missing time stamp is passed on";
   QVariantList expected = sent[2].arguments;
   EXPECT_EQ(expected.mid(3, 2), (QVariantList{"own"_q, QDateTime::fromSecsSinceEpoch(1000, Qt::UTC)}));
   EXPECT_EQ(expected.mid(6, 2), (QVariantList{QStringList{"k"_q}, "u"_q}));

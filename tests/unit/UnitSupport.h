@@ -13,8 +13,7 @@
 #include "fake_platform.h"
 #include "tavroline/tavroline.h"
 
-/** What unit tests share: fresh scripts per test, short calls, one face of both readers.
- */
+/** What unit tests share: fresh scripts per test, short calls, one interface to both readers. */
 
 using Lines = std::vector<std::string>;
 
@@ -30,7 +29,7 @@ struct ComponentTest : testing::Test {
   ComponentTest() { fake::reset(); }
 };
 
-/** The monotonic clock, which Qt follows: it stands still in this executable and is moved here. */
+/** Moves the monotonic clock, which Qt uses and which does not advance by itself in this executable. */
 void advanceMonotonicClock(int milliseconds);
 
 /** The runtime-log records as "file: function: item|item"; what every record has in common is checked. */
@@ -50,7 +49,7 @@ template <typename Value>
 struct Field {
   Value value;
   template <typename Target>
-  operator Target() const {  // NOLINT(google-explicit-constructor): it stands for a plain argument
+  operator Target() const {  // NOLINT(google-explicit-constructor): a call passes it like a plain argument
     return static_cast<Target>(value);
   }
 };
