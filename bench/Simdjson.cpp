@@ -48,7 +48,7 @@ bool hasKeyword(simdjson::ondemand::array keywords) {
 int simdjsonToStructures(const QByteArray& json, stEventlistEntryType* entries, int capacity) {
   static simdjson::ondemand::parser parser;
   const simdjson::padded_string padded(json.constData(), static_cast<std::size_t>(json.size()));
-  ZoneOffsets offsets;
+  Tavroline::ZoneOffsets offsets;
   int count = 0;
   auto document = parser.iterate(padded);
   for (object entry : document["ListData"].get_array()) {
@@ -61,7 +61,8 @@ int simdjsonToStructures(const QByteArray& json, stEventlistEntryType* entries, 
     target.iEventType = static_cast<RTS_IEC_INT>(std::int64_t(entry["EventType"]));
     copyText(entry["IconType"], target.sIconType);
     const std::string_view time = entry["LocalTime"];
-    const auto local = localMilliseconds(QString::fromLatin1(time.data(), static_cast<int>(time.size())));
+    const auto local =
+        Tavroline::localMilliseconds(QString::fromLatin1(time.data(), static_cast<int>(time.size())));
     const std::int64_t seconds = local.value_or(0) / 1000;
     target.dtTimestamp = static_cast<RTS_IEC_DATE_AND_TIME>(seconds - offsets.at(seconds).value_or(0));
     copyText(entry["ModuleName"], target.sModuleName);

@@ -1,13 +1,13 @@
 #include "EntryTimes.h"
 
-#include <limits>
+namespace Tavroline {
 
 namespace {
 
 constexpr int kFormLength = 23;
 constexpr int kMillisecondsPerSecond = 1000;
 
-/** The number in the digits from `digits` on; one that is none spoils `areDigits`. */
+/** Parses Count decimal digits; clears `areDigits` if one of them is not a digit. */
 template <int Count>
 int number(const QChar* digits, bool& areDigits) {
   const int digit = digits[Count - 1].unicode() - '0';
@@ -19,7 +19,7 @@ int number(const QChar* digits, bool& areDigits) {
   }
 }
 
-bool is(QChar character, char expected) {
+bool equals(QChar character, char expected) {
   return character.unicode() == expected;
 }
 
@@ -32,15 +32,6 @@ int daysBeforeMonth(int year, int month) {
   return kDays[month - 1] + static_cast<int>(month > 2 && isLeapYear(year));
 }
 
-/** Days from 1970-01-01 to the first of January. */
-constexpr int daysBeforeYear(int year) {
-  return (year - 1970) * 365 + (year - 1969) / 4;
-}
-
-bool isInstant(const QDateTime& bound) {
-  return bound.isNull() || bound.isValid();
-}
-
 }  // namespace
 
 std::optional<std::int64_t> localMilliseconds(const QString& text) {
@@ -48,8 +39,8 @@ std::optional<std::int64_t> localMilliseconds(const QString& text) {
     return std::nullopt;
   }
   const QChar* const form = text.constData();
-  if (!is(form[4], '-') || !is(form[7], '-') || !is(form[10], 'T') || !is(form[13], ':') ||
-      !is(form[16], ':') || !is(form[19], '.')) {
+  if (!equals(form[4], '-') || !equals(form[7], '-') || !equals(form[10], 'T') || !equals(form[13], ':') ||
+      !equals(form[16], ':') || !equals(form[19], '.')) {
     return std::nullopt;
   }
   bool areDigits = true;
@@ -75,30 +66,33 @@ std::optional<std::int64_t> localMilliseconds(const QString& text) {
          millisecond;
 }
 
-EntryTimes::EntryTimes(const QDateTime& upperBound, const QDateTime& lowerBound)
-    : m_upperBound(upperBound),
-      m_lowerBound(lowerBound),
-      m_upperMilliseconds(upperBound.isNull() ? std::numeric_limits<std::int64_t>::max()
-                                              : upperBound.toMSecsSinceEpoch()),
-      m_lowerMilliseconds(lowerBound.isNull() ? std::numeric_limits<std::int64_t>::min()
-                                              : lowerBound.toMSecsSinceEpoch()),
-      m_boundsAreInstants(isInstant(upperBound) && isInstant(lowerBound)) {}
+QDateTime EntryTime::dateTime() const {
+  return instant
+             ? QDateTime::fromMSecsSinceEpoch(instant->utcMilliseconds, Qt::OffsetFromUTC, instant->offset)
+             : parsed;
+}
 
-EntryTimes::Time EntryTimes::read(const QString& text) {
-  if (m_boundsAreInstants) {
+TimeBound::TimeBound(const QDateTime& bound)
+    : m_bound(bound), m_utcMilliseconds(bound.isNull() ? 0 : bound.toMSecsSinceEpoch()) {}
+
+bool TimeBound::isEarlierThan(const EntryTime& time) const {
+  return time.instant ? m_utcMilliseconds < time.instant->utcMilliseconds : m_bound < time.parsed;
+}
+
+bool TimeBound::isLaterThan(const EntryTime& time) const {
+  return time.instant ? time.instant->utcMilliseconds < m_utcMilliseconds : time.parsed < m_bound;
+}
+
+EntryTime EntryTimes::read(const QString& text) {
+  if (m_byHand) {
     if (const std::optional<std::int64_t> local = localMilliseconds(text)) {
       if (const std::optional<std::int32_t> offset = m_offsets.at(*local / kMillisecondsPerSecond)) {
-        return {*local - std::int64_t{*offset} * kMillisecondsPerSecond, QDateTime()};
+        const std::int64_t utcMilliseconds = *local - std::int64_t{*offset} * kMillisecondsPerSecond;
+        return {EntryTime::Instant{utcMilliseconds, *offset}, QDateTime()};
       }
     }
   }
   return {std::nullopt, QDateTime::fromString(text, Qt::ISODateWithMs)};
 }
 
-bool EntryTimes::isWithinBounds(const Time& time) const {
-  if (time.utcMilliseconds) {
-    return m_lowerMilliseconds <= *time.utcMilliseconds && *time.utcMilliseconds <= m_upperMilliseconds;
-  }
-  return (m_upperBound.isNull() || !(m_upperBound < time.asRead)) &&
-         (m_lowerBound.isNull() || !(time.asRead < m_lowerBound));
-}
+}  // namespace Tavroline

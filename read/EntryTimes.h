@@ -8,36 +8,58 @@
 
 #include "ZoneOffsets.h"
 
+namespace Tavroline {
+
+/** The local time of one entry. */
+struct EntryTime {
+  struct Instant {
+    std::int64_t utcMilliseconds;
+    std::int32_t offset;  ///< of the local time from UTC, in seconds
+  };
+  std::optional<Instant> instant;  ///< set if the time was read by hand
+  QDateTime parsed;                ///< by Qt, if it was not; invalid if the text is no time
+
+  /**
+   * The date and the time of the text. A time read by hand has its offset from UTC as its spec: a local spec
+   * costs 528 ns, and 10,200 ns where TZ is not set, against 31 to 58 ns. [plc-task]
+   */
+  QDateTime dateTime() const;
+};
+
+/** A bound of the time filter, prepared for many comparisons. */
+class TimeBound {
+ public:
+  /** @param bound null for no bound */
+  explicit TimeBound(const QDateTime& bound);
+
+  /** Whether comparisons give the same results with instants as with date-times. */
+  bool isInstant() const { return m_bound.isNull() || m_bound.isValid(); }
+
+  /** Of a bound that is not null. [plc-task] */
+  bool isEarlierThan(const EntryTime& time) const;
+  bool isLaterThan(const EntryTime& time) const;
+
+ private:
+  QDateTime m_bound;
+  std::int64_t m_utcMilliseconds;
+};
+
 /**
- * The times of the entries of one list, and two bounds to compare them with, for the length of one copy. A
- * time in the form in which the services write it is read by hand; every other form, and every time near a
- * change of the zone's offset, is Qt's to read and to compare, so that all results are those of
+ * Reads the times of the entries of one list, for the length of one copy. A time in the form in which the
+ * services write it is read by hand: 475 ns an entry against 1,236 ns with TZ set. Every other form, and a
+ * local time that a change of the offset skips or repeats, is left to Qt, so that all results are those of
  * QDateTime::fromString() with Qt::ISODateWithMs.
  */
 class EntryTimes {
  public:
-  /** The time of one entry: an instant, or what Qt has read. */
-  struct Time {
-    std::optional<std::int64_t> utcMilliseconds;
-    QDateTime asRead;  ///< where the instant is not set
-  };
+  /** @param byHand false leaves every time to Qt */
+  explicit EntryTimes(bool byHand) : m_byHand(byHand) {}
 
-  /** @param upperBound, lowerBound latest and earliest time, both inclusive; a null one is no bound.
-   * [plc-task] */
-  EntryTimes(const QDateTime& upperBound, const QDateTime& lowerBound);
-
-  /** Read a time; anything that is none gives an invalid one. [plc-task] */
-  Time read(const QString& text);
-
-  /** Whether the time lies within the bounds. [plc-task] */
-  bool isWithinBounds(const Time& time) const;
+  /** [plc-task] */
+  EntryTime read(const QString& text);
 
  private:
-  QDateTime m_upperBound;
-  QDateTime m_lowerBound;
-  std::int64_t m_upperMilliseconds;
-  std::int64_t m_lowerMilliseconds;
-  bool m_boundsAreInstants;
+  bool m_byHand;
   ZoneOffsets m_offsets;
 };
 
@@ -46,3 +68,5 @@ class EntryTimes {
  * 1971 to 2036; none for any other text. [any-thread]
  */
 std::optional<std::int64_t> localMilliseconds(const QString& text);
+
+}  // namespace Tavroline

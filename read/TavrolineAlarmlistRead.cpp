@@ -1,15 +1,17 @@
 #include "TavrolineAlarmlistRead.h"
 
-#include "EntryFields.h"
 #include "EventlistHandlerDefinitions.h"
-#include "ReaderClass.h"
+#include "ListEntry.h"
+#include "ReaderGroup.h"
 #include "Synchronization.h"
+
+using namespace Tavroline;
 
 namespace {
 
 using Keys = EventlistHandlerDefinitions;
 
-constexpr ReaderClass::Names kNames = {
+constexpr ReaderTexts kTexts = {
     "TavrolineAlarmlistRead",
     "loadCompleteAlarmlist",
     "convertAlarmlist",
@@ -22,57 +24,61 @@ constexpr ReaderClass::Names kNames = {
 constexpr std::int32_t kNoStateFilter = 0;
 
 /** The filter value that keeps entries whose column is `kept`: 1 for true, 2 for false. */
-constexpr std::int32_t keeping(bool kept) {
+constexpr std::int32_t stateFilterFor(bool kept) {
   return 2 - static_cast<std::int32_t>(kept);
 }
 
 bool passes(std::int32_t stateFilter, const QJsonObject& entry, const QString& column) {
-  return stateFilter == kNoStateFilter || stateFilter == keeping(entry.value(column).toBool());
+  return stateFilter == kNoStateFilter || stateFilter == stateFilterFor(entry.value(column).toBool());
 }
 
 void fillEntry(ListEntry& entry, stAlarmlistEntryType& target) {
   target.xAlarmActive = static_cast<RTS_IEC_BOOL>(entry.flag(ListColumns::AlarmActive));
   target.xAlarmAcknowledgment = static_cast<RTS_IEC_BOOL>(entry.flag(ListColumns::AlarmAcknowledgment));
-  EntryFields::copyText(entry, ListColumns::AlarmID, target.sAlarmID);
-  EntryFields::copyCommonFields(entry, target);
+  copyText(entry, ListColumns::AlarmID, target.sAlarmID);
+  copyCommonFields(entry, target);
 }
 
 }  // namespace
 
+ReaderGroup<TavrolineAlarmlistRead> TavrolineAlarmlistRead::group() {
+  return {sm_AccessAlarmlistInstancePointers, sm_Mutex, sm_bDBusInterfaceReady, sm_LoadListTimeoutTimer,
+          kTexts};
+}
+
 TavrolineAlarmlistRead::TavrolineAlarmlistRead() {
-  ReaderClass::enlist(sm_Mutex, sm_AccessAlarmlistInstancePointers, this);
+  group().addReader(this);
 }
 
 TavrolineAlarmlistRead::~TavrolineAlarmlistRead() {
-  ReaderClass::delist(sm_Mutex, sm_AccessAlarmlistInstancePointers, this, m_ReadState, sm_bDBusInterfaceReady,
-                      kNames);
+  group().removeReader(this, m_ReadState);
 }
 
 void TavrolineAlarmlistRead::pollDBusSignals() {
-  const Tavroline::LockGuard<QMutex> lock(sm_Mutex);
+  const LockGuard<QMutex> lock(sm_Mutex);
   AlarmlistHandlerDBusConnectorRead& client = sm_AlarmlistHandlerDBusConnectorRead;
   bool value = false;
   if (client.changedFlagAlarmInAlarmlist(value)) {
-    Tavroline::SharedFlag::store(sm_bIsAlarmInAlarmlist, value);
+    SharedFlag::store(sm_bIsAlarmInAlarmlist, value);
   }
   if (client.changedFlagActiveAlarmInAlarmlist(value)) {
-    Tavroline::SharedFlag::store(sm_bIsActiveAlarmInAlarmlist, value);
+    SharedFlag::store(sm_bIsActiveAlarmInAlarmlist, value);
   }
   if (client.changedFlagFaultInAlarmlist(value)) {
-    Tavroline::SharedFlag::store(sm_bIsFaultInAlarmlist, value);
+    SharedFlag::store(sm_bIsFaultInAlarmlist, value);
   }
   if (client.changedFlagActiveFaultInAlarmlist(value)) {
-    Tavroline::SharedFlag::store(sm_bIsActiveFaultInAlarmlist, value);
+    SharedFlag::store(sm_bIsActiveFaultInAlarmlist, value);
   }
   const bool listChanged = client.changedFlagAlarmlist();
   bool detector = false;
   const bool detectorChanged = client.changedFlagCentralDetector(detector);
-  ReaderClass::forEach(sm_AccessAlarmlistInstancePointers, kNames, [&](TavrolineAlarmlistRead& reader) {
+  group().forEach([&](TavrolineAlarmlistRead& reader) {
     if (listChanged) {
-      Tavroline::SharedFlag::store(reader.m_bListChanged, true);
+      SharedFlag::store(reader.m_bListChanged, true);
     }
     if (detectorChanged) {
-      Tavroline::SharedFlag::store(reader.m_bCentralDetectorState, detector);
+      SharedFlag::store(reader.m_bCentralDetectorState, detector);
     }
   });
 }
@@ -80,24 +86,24 @@ void TavrolineAlarmlistRead::pollDBusSignals() {
 std::int16_t TavrolineAlarmlistRead::readListAsynchron(std::uint16_t /*n*/) {
   DBusPendingReply::SharedPointer reply;
   {
-    const Tavroline::LockGuard<QMutex> lock(sm_Mutex);
+    const LockGuard<QMutex> lock(sm_Mutex);
     reply = sm_AlarmlistHandlerDBusConnectorRead.getCompleteAlarmlist(m_sLanguage);
   }
-  return ReaderClass::adoptReply(reply, m_PendingReply, kNames);
+  return group().keepReply(reply, m_PendingReply);
 }
 
 std::int16_t TavrolineAlarmlistRead::loadCompleteAlarmlist() {
-  const Tavroline::LockGuard<QMutex> lock(sm_Mutex);
+  const LockGuard<QMutex> lock(sm_Mutex);
   return loadCompleteList(sm_bDBusInterfaceReady, sm_LoadListTimeoutTimer, 0);
 }
 
 std::int16_t TavrolineAlarmlistRead::convertAlarmlist(int& count, stAlarmlistEntryType* entries,
                                                       int capacity) const {
-  return ReaderClass::copyEntries(*this, sm_Mutex, m_ListData, count, entries, capacity, kNames, fillEntry);
+  return group().copyEntries(*this, m_ListData, count, entries, capacity, fillEntry);
 }
 
 void TavrolineAlarmlistRead::setFilterStateAlarm(bool active) {
-  m_iFilterStateAlarm = keeping(active);
+  m_iFilterStateAlarm = stateFilterFor(active);
 }
 
 void TavrolineAlarmlistRead::resetFilterStateAlarm() {
@@ -105,7 +111,7 @@ void TavrolineAlarmlistRead::resetFilterStateAlarm() {
 }
 
 void TavrolineAlarmlistRead::setFilterStateAcknowledge(bool acknowledged) {
-  m_iFilterStateAcknowledge = keeping(acknowledged);
+  m_iFilterStateAcknowledge = stateFilterFor(acknowledged);
 }
 
 void TavrolineAlarmlistRead::resetFilterStateAcknowledge() {

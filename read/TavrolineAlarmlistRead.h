@@ -6,6 +6,11 @@
 #include "TavrolineReadBaseClass.h"
 #include "tavroline/alarmlist.h"
 
+namespace Tavroline {
+template <typename Reader>
+struct ReaderGroup;
+}
+
 /**
  * Reader of the device's alarm list, built like the event-list reader. Adds two state filters, the four
  * summary flags, which are the same for all readers, and the central detector's state, which is each reader's
@@ -66,4 +71,8 @@ class TavrolineAlarmlistRead : public TavrolineReadBaseClass {
   static bool sm_bIsActiveAlarmInAlarmlist;
   static bool sm_bIsFaultInAlarmlist;
   static bool sm_bIsActiveFaultInAlarmlist;
+
+ private:
+  /** What all readers of this class share. [any-thread] */
+  static Tavroline::ReaderGroup<TavrolineAlarmlistRead> group();
 };

@@ -1,12 +1,14 @@
 #include "TavrolineEventlistRead.h"
 
-#include "EntryFields.h"
-#include "ReaderClass.h"
+#include "ListEntry.h"
+#include "ReaderGroup.h"
 #include "Synchronization.h"
+
+using namespace Tavroline;
 
 namespace {
 
-constexpr ReaderClass::Names kNames = {
+constexpr ReaderTexts kTexts = {
     "TavrolineEventlistRead",
     "loadCompleteEventlist",
     "convertEventlist",
@@ -17,28 +19,32 @@ constexpr ReaderClass::Names kNames = {
 };
 
 void fillEntry(ListEntry& entry, stEventlistEntryType& target) {
-  target.uliEventlistId = EntryFields::eventlistId(entry);
-  EntryFields::copyCommonFields(entry, target);
-  EntryFields::copyText(entry, ListColumns::User, target.wsUser, false);
+  target.uliEventlistId = entry.eventlistId();
+  copyCommonFields(entry, target);
+  copyText(entry, ListColumns::User, target.wsUser, false);
 }
 
 }  // namespace
 
+ReaderGroup<TavrolineEventlistRead> TavrolineEventlistRead::group() {
+  return {sm_AccessEventlistInstancePointers, sm_Mutex, sm_bDBusInterfaceReady, sm_LoadListTimeoutTimer,
+          kTexts};
+}
+
 TavrolineEventlistRead::TavrolineEventlistRead() {
-  ReaderClass::enlist(sm_Mutex, sm_AccessEventlistInstancePointers, this);
+  group().addReader(this);
 }
 
 TavrolineEventlistRead::~TavrolineEventlistRead() {
-  ReaderClass::delist(sm_Mutex, sm_AccessEventlistInstancePointers, this, m_ReadState, sm_bDBusInterfaceReady,
-                      kNames);
+  group().removeReader(this, m_ReadState);
 }
 
 void TavrolineEventlistRead::pollDBusSignals() {
-  const Tavroline::LockGuard<QMutex> lock(sm_Mutex);
+  const LockGuard<QMutex> lock(sm_Mutex);
   const bool changed = sm_EventlistHandlerDBusConnectorRead.changedFlagEventlist();
-  ReaderClass::forEach(sm_AccessEventlistInstancePointers, kNames, [&](TavrolineEventlistRead& reader) {
+  group().forEach([&](TavrolineEventlistRead& reader) {
     if (changed) {
-      Tavroline::SharedFlag::store(reader.m_bListChanged, true);
+      SharedFlag::store(reader.m_bListChanged, true);
     }
   });
 }
@@ -46,21 +52,21 @@ void TavrolineEventlistRead::pollDBusSignals() {
 std::int16_t TavrolineEventlistRead::readListAsynchron(std::uint16_t n) {
   DBusPendingReply::SharedPointer reply;
   {
-    const Tavroline::LockGuard<QMutex> lock(sm_Mutex);
+    const LockGuard<QMutex> lock(sm_Mutex);
     const QStringList none;
     reply = n == 0 ? sm_EventlistHandlerDBusConnectorRead.getCompleteEventlist(m_sLanguage)
                    : sm_EventlistHandlerDBusConnectorRead.getPartOfEventlist(
                          m_sLanguage, none, none, none, none, QDateTime(), QDateTime(), none, n);
   }
-  return ReaderClass::adoptReply(reply, m_PendingReply, kNames);
+  return group().keepReply(reply, m_PendingReply);
 }
 
 std::int16_t TavrolineEventlistRead::loadCompleteEventlist(std::uint16_t n) {
-  const Tavroline::LockGuard<QMutex> lock(sm_Mutex);
+  const LockGuard<QMutex> lock(sm_Mutex);
   return loadCompleteList(sm_bDBusInterfaceReady, sm_LoadListTimeoutTimer, n);
 }
 
 std::int16_t TavrolineEventlistRead::convertEventlist(int& count, stEventlistEntryType* entries,
                                                       int capacity) const {
-  return ReaderClass::copyEntries(*this, sm_Mutex, m_ListData, count, entries, capacity, kNames, fillEntry);
+  return group().copyEntries(*this, m_ListData, count, entries, capacity, fillEntry);
 }

@@ -6,6 +6,11 @@
 #include "TavrolineReadBaseClass.h"
 #include "tavroline/eventlist.h"
 
+namespace Tavroline {
+template <typename Reader>
+struct ReaderGroup;
+}
+
 /**
  * Reader of the device's event list: requests it, learns of its changes and copies its entries into IEC
  * structures. All readers share one connection to the service, one mutex and one request at a time; the
@@ -42,4 +47,8 @@ class TavrolineEventlistRead : public TavrolineReadBaseClass {
   static QMutex sm_Mutex;
   static bool sm_bDBusInterfaceReady;
   static QElapsedTimer sm_LoadListTimeoutTimer;
+
+ private:
+  /** What all readers of this class share. [any-thread] */
+  static Tavroline::ReaderGroup<TavrolineEventlistRead> group();
 };

@@ -1,8 +1,42 @@
 #include "TavrolineFilter.h"
 
+#include <QCborArray>
+
 #include <algorithm>
 #include <iterator>
 #include <utility>
+
+using namespace Tavroline;
+
+namespace {
+
+/** An empty keyword is stored as undefined and also matches list members that are not strings. */
+QVector<QCborValue> cborKeywords(const QStringList& keywords) {
+  QVector<QCborValue> list;
+  std::transform(keywords.begin(), keywords.end(), std::back_inserter(list), [](const QString& keyword) {
+    return keyword.isEmpty() ? QCborValue() : QCborValue(keyword);
+  });
+  return list;
+}
+
+bool hasOneOf(const QCborArray& carried, const QVector<QCborValue>& keywords) {
+  return std::any_of(keywords.begin(), keywords.end(), [&carried](const QCborValue& keyword) {
+    if (keyword.isString()) {
+      return carried.contains(keyword);
+    }
+    return std::any_of(carried.begin(), carried.end(),
+                       [](const QCborValue& any) { return any.toString().isEmpty(); });
+  });
+}
+
+/** Compares whole integers: the device's enumeration may be narrower than the entry's number. */
+bool hasType(const QList<EventlistHandlerEnums::EventType>& types, int eventType) {
+  return std::any_of(types.begin(), types.end(), [eventType](EventlistHandlerEnums::EventType type) {
+    return static_cast<int>(type) == eventType;
+  });
+}
+
+}  // namespace
 
 TavrolineFilter::~TavrolineFilter() = default;
 
@@ -52,33 +86,40 @@ void TavrolineFilter::resetFilterAll() {
 }
 
 bool TavrolineFilter::checkListEntry(const QJsonObject& entry) const {
-  ListCopy copy = listCopy();
-  ListEntry only(entry, copy);
-  return passesCriteria(only) && additionalFilterCheck(entry);
+  CopyPass pass = startCopy();
+  ListEntry only(entry, pass.columns, pass.times);
+  return passesCriteria(only, pass) && additionalFilterCheck(entry);
 }
 
-bool TavrolineFilter::passesCriteria(ListEntry& entry) const {
-  // The cheapest test first: from outside only the result can be seen.
-  if (!m_EventTypes.isEmpty() &&
-      !m_EventTypes.contains(static_cast<EventlistHandlerEnums::EventType>(entry.eventType()))) {
+bool TavrolineFilter::passesCriteria(ListEntry& entry, const CopyPass& pass) const {
+  if (!m_DateTimeUpperBound.isNull() && pass.upperBound.isEarlierThan(entry.time())) {
     return false;
   }
-  if ((!m_DateTimeUpperBound.isNull() || !m_DateTimeLowerBound.isNull()) && !entry.isWithinBounds()) {
+  if (!m_DateTimeLowerBound.isNull() && pass.lowerBound.isLaterThan(entry.time())) {
     return false;
   }
-  return entry.passesKeywords();
+  if (!m_EventTypes.isEmpty() && !hasType(m_EventTypes, entry.eventType())) {
+    return false;
+  }
+  if (m_IncludeKeywords.isEmpty() && m_ExcludeKeywords.isEmpty()) {
+    return true;
+  }
+  const QCborArray carried = entry.keywords();
+  if (!m_IncludeKeywords.isEmpty() && !hasOneOf(carried, pass.includeKeywords)) {
+    return false;
+  }
+  return !hasOneOf(carried, pass.excludeKeywords);
 }
 
-ListCopy TavrolineFilter::listCopy() const {
-  const auto values = [](const QStringList& keywords) {
-    QVector<QCborValue> list;
-    std::transform(keywords.begin(), keywords.end(), std::back_inserter(list), [](const QString& keyword) {
-      return keyword.isEmpty() ? QCborValue() : QCborValue(keyword);
-    });
-    return list;
-  };
-  return {EntryTimes(m_DateTimeUpperBound, m_DateTimeLowerBound), values(m_IncludeKeywords),
-          values(m_ExcludeKeywords), ListColumns()};
+CopyPass TavrolineFilter::startCopy() const {
+  const TimeBound upperBound(m_DateTimeUpperBound);
+  const TimeBound lowerBound(m_DateTimeLowerBound);
+  return {upperBound,
+          lowerBound,
+          cborKeywords(m_IncludeKeywords),
+          cborKeywords(m_ExcludeKeywords),
+          EntryTimes(upperBound.isInstant() && lowerBound.isInstant()),
+          ListColumns()};
 }
 
 bool TavrolineFilter::additionalFilterCheck(const QJsonObject& /*entry*/) const {

@@ -8,6 +8,8 @@
 #include "RuntimeLog.h"
 #include "Synchronization.h"
 
+using namespace Tavroline;
+
 namespace {
 
 constexpr char kFile[] = "TavrolineReadBaseClass";
@@ -15,26 +17,25 @@ constexpr char kStatusFunction[] =
     "int16_t TavrolineReadBaseClass::getStatusReadListAsynchron(DBusPendingReply::SharedPointer&)";
 constexpr qint64 kTakeoverMilliseconds = 5001;
 
-/** Gives the interface back unless the request turns out to be still running; an exception gives it back too.
- */
+/** Frees the interface at the end of a poll, also after an exception, unless the request is outstanding. */
 class InterfaceRelease {
  public:
   InterfaceRelease(bool& interfaceReady, std::int32_t& readState)
       : m_interfaceReady(interfaceReady), m_readState(readState) {}
   ~InterfaceRelease() {
-    if (!m_stillRunning) {
+    if (!m_outstanding) {
       m_interfaceReady = true;
       m_readState = TavrolineReadBaseClass::ReadStateIdle;
     }
   }
   InterfaceRelease(const InterfaceRelease&) = delete;
   InterfaceRelease& operator=(const InterfaceRelease&) = delete;
-  void keepIf(bool stillRunning) { m_stillRunning = stillRunning; }
+  void keepIf(bool outstanding) { m_outstanding = outstanding; }
 
  private:
   bool& m_interfaceReady;
   std::int32_t& m_readState;
-  bool m_stillRunning = false;
+  bool m_outstanding = false;
 };
 
 }  // namespace
@@ -42,43 +43,42 @@ class InterfaceRelease {
 TavrolineReadBaseClass::~TavrolineReadBaseClass() = default;
 
 void TavrolineReadBaseClass::setLanguage(const QString& language) {
-  // Swapped, not assigned: the old text, which the client may share, is then released here in code that the
-  // thread sanitizer sees, and not inside Qt, where it takes the release for a race.
+  // Swapped, not assigned: the old text, which the client may share, is then released here, where the thread
+  // sanitizer sees it, and not inside Qt, where it would report a race.
   QString taken(language);
   m_sLanguage.swap(taken);
 }
 
 void TavrolineReadBaseClass::resetListChanged() {
-  Tavroline::SharedFlag::store(m_bListChanged, false);
+  SharedFlag::store(m_bListChanged, false);
 }
 
 std::int16_t TavrolineReadBaseClass::readListAsynchron(std::uint16_t /*n*/) {
-  Tavroline::RuntimeLog::write(kFile, "virtual int16_t TavrolineReadBaseClass::readListAsynchron(uint16_t)",
-                               QStringLiteral("Function readListAsynchron is not override"));
+  RuntimeLog::write(kFile, "virtual int16_t TavrolineReadBaseClass::readListAsynchron(uint16_t)",
+                    QStringLiteral("Function readListAsynchron is not override"));
   return ResultError;
 }
 
 std::int16_t TavrolineReadBaseClass::getStatusReadListAsynchron(DBusPendingReply::SharedPointer& reply) {
   if (!reply) {
-    Tavroline::RuntimeLog::write(kFile, kStatusFunction,
-                                 QStringLiteral("getStatusReadListAsynchron: DBusPendingReply nullpointer"));
+    RuntimeLog::write(kFile, kStatusFunction,
+                      QStringLiteral("getStatusReadListAsynchron: DBusPendingReply nullpointer"));
     return ResultError;
   }
   ErrorContainer error(ErrorContainer::getErrorCodeNoError(), QString());
   switch (reply->isFinished(error)) {
-    case 0:
+    case ReplyArrived:
       m_ListData = QJsonDocument::fromJson(reply->getReply().toByteArray())
                        .object()
                        .value(EventlistHandlerDefinitions::getListDataName())
                        .toArray();
       reply.reset();
       return ResultDone;
-    case 2:
+    case ReplyOutstanding:
       return ResultBusy;
     default:
-      Tavroline::RuntimeLog::write(kFile, kStatusFunction,
-                                   QStringLiteral("getStatusReadListAsynchron: DBus error:"),
-                                   error.getErrorMessage());
+      RuntimeLog::write(kFile, kStatusFunction, QStringLiteral("getStatusReadListAsynchron: DBus error:"),
+                        error.getErrorMessage());
       return ResultError;
   }
 }

@@ -8,20 +8,18 @@
 
 #include "DBusPendingReply.h"
 #include "LiveObjects.h"
+#include "ReplyState.h"
 #include "Synchronization.h"
 #include "TavrolineFilter.h"
 
-/** Results of the reading operations, as they go into the iResult fields. */
-enum ReadResult : std::int16_t { ResultDone = 0, ResultBusy = 1, ResultError = 2 };
-
 /**
- * What every read handle has beside its filter: language, list-changed flag, the last loaded list, and the
- * protocol that loads a list one step per call without ever waiting. Does not know which list it reads: a
- * derived class issues the request and owns the state that its readers share. Takes no lock of its own.
+ * What every read handle has besides its filter: the language, the list-changed flag, the last loaded list,
+ * and the protocol that loads a list one step per call and never waits. Does not know which list it reads: a
+ * derived class issues the request and owns the state that its readers share. Takes no lock.
  */
 class TavrolineReadBaseClass : public TavrolineFilter {
  public:
-  /** Whether this reader has a request of its own outstanding. */
+  /** Whether this reader has an outstanding request. */
   enum ReadState : std::int32_t { ReadStateIdle = 0, ReadStatePending = 1 };
 
   TavrolineReadBaseClass() = default;
@@ -35,24 +33,24 @@ class TavrolineReadBaseClass : public TavrolineFilter {
   void resetListChanged();
 
   /**
-   * Issue the list request and keep its reply; to be overridden, this one reports that it was not.
+   * Issues the list request and keeps its reply. To be overridden: this one logs that it was not.
    * @param n number of newest entries, 0 for all
    * @return ResultBusy once issued, otherwise ResultError. [plc-task]
    */
   virtual std::int16_t readListAsynchron(std::uint16_t n);
 
   /**
-   * Ask the reply for its state and, when it has arrived, parse and store the list and release the reply.
-   * Text that is no list empties the list; a failed reply keeps it.
+   * Asks the reply for its state. If it has arrived, parses and stores the list and releases the reply. A
+   * reply that is not a list empties the stored list; a failed reply keeps it.
    * @return ResultDone, ResultBusy or ResultError. [plc-task] under the class mutex
    */
   std::int16_t getStatusReadListAsynchron(DBusPendingReply::SharedPointer& reply);
 
   /**
-   * One step of loading: wait for another reader's request, issue, or ask for the reply.
-   * @param bInterfaceReady false while one reader of the class has a request outstanding
-   * @param timer time since a load call that was allowed to use the interface; beyond 5000 ms a waiting
-   * reader takes the interface over
+   * One step of loading: waits for another reader's request, issues its own or asks for its reply.
+   * @param bInterfaceReady false while a reader of the class has an outstanding request
+   * @param timer time since the last load call that was allowed to use the interface; after more than 5000 ms
+   * a waiting reader takes the interface over
    * @return ResultDone, ResultBusy or ResultError. [plc-task] under the class mutex
    */
   std::int16_t loadCompleteList(bool& bInterfaceReady, QElapsedTimer& timer, std::uint16_t n);

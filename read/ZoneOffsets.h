@@ -4,10 +4,17 @@
 #include <cstdint>
 #include <optional>
 
+namespace Tavroline {
+
+/** Days from 1970-01-01 to the first of January; the years 1901 to 2099. [any-thread] */
+constexpr std::int64_t daysBeforeYear(int year) {
+  return std::int64_t{year - 1970} * 365 + (year - 1969) / 4;
+}
+
 /**
- * Offsets of the machine's zone from UTC, remembered while one list is copied: where the offset stays the
- * same for some days, or else for a day or an hour, one look at the zone serves all times therein. Knows no
- * dates and no texts. An object serves one call and does not notice when the zone itself is changed.
+ * Offsets of the machine's zone from UTC, for the length of one copy. Knows no dates and no texts. Asks for
+ * the offset hour by hour, so it sees every change of a zone whose changes are at least an hour apart, and
+ * remembers the periods that it has examined. An object does not notice when the zone itself is changed.
  */
 class ZoneOffsets {
  public:
@@ -16,20 +23,34 @@ class ZoneOffsets {
 
   /**
    * @param localSeconds local time, in seconds since 1970-01-01 00:00:00 local time; the years 1971 to 2036
-   * @return seconds to subtract to get UTC; none near a change of the offset, where a local time may be
-   * skipped or repeated. [plc-task]
+   * @return seconds to subtract to get UTC; none where a change of the offset skips or repeats the local
+   * time. [plc-task]
    */
   std::optional<std::int32_t> at(std::int64_t localSeconds);
 
  private:
-  /** What is known of the stretch that was last asked for in this place. */
-  struct Stretch {
-    std::int64_t start = -1;
-    std::optional<std::int32_t> offset;
+  /** Where a period ends, as far as it has been examined. Instants in seconds of UTC. */
+  struct End {
+    std::int64_t examined;  ///< the last instant known to have the offset of the period
+    std::int64_t unique;    ///< up to here no other offset gives the same local time
+    bool isChange;          ///< the offset changes behind `examined`
   };
-  struct Stretches {
-    std::int64_t length;
-    std::array<Stretch, 32> places;
+  /** Instants of one offset. */
+  struct Period {
+    std::int32_t offset = 0;
+    End first{0, 1, false};
+    End last{0, 0, false};
+
+    bool containsUnique(std::int64_t localSeconds) const;
+    bool isNear(std::int64_t utcSeconds) const;
+    void examine(std::int64_t utcSeconds);
+    void extendByADay(End& end, int direction) const;
   };
-  std::array<Stretches, 3> m_levels{{{4 * kSecondsPerDay, {}}, {kSecondsPerDay, {}}, {kSecondsPerHour, {}}}};
+
+  Period& periodOf(std::int64_t utcSeconds, std::int32_t offset);
+
+  std::array<Period, 8> m_periods;  ///< the one asked for last stands first
+  bool m_zoneIsRead = false;
 };
+
+}  // namespace Tavroline

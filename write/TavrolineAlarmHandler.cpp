@@ -8,6 +8,7 @@
 #include "ErrorContainer.h"
 #include "EventCodes.h"
 #include "EventlistHandlerDefinitions.h"
+#include "ReplyState.h"
 #include "RuntimeLog.h"
 #include "SpsConfigurationManagerDefinitions.h"
 #include "Synchronization.h"
@@ -87,17 +88,17 @@ std::int16_t TavrolineAlarmHandler::getAlarmState(bool& active, bool& acknowledg
   }
   ErrorContainer error(ErrorContainer::getErrorCodeNoError(), QString());
   switch (m_PendingAlarmStateReply->isFinished(error)) {
-    case 0: {
+    case ReplyArrived: {
       const QJsonObject state =
           QJsonDocument::fromJson(m_PendingAlarmStateReply->getReply().toByteArray()).object();
       active = state.value(EventlistHandlerDefinitions::getListColumnNameAlarmActive()).toBool();
       acknowledged =
           state.value(EventlistHandlerDefinitions::getListColumnNameAlarmAcknowledgment()).toBool();
       m_bRequestAlarmState = true;
-      return 0;
+      return ResultDone;
     }
-    case 2:
-      return 1;
+    case ReplyOutstanding:
+      return ResultBusy;
     default:
       return stateQueryFailed(QStringLiteral("getAlarmState: DBus access error"));
   }
@@ -117,7 +118,7 @@ std::int16_t TavrolineAlarmHandler::stateQueryFailed(const QString& message) {
     m_SinceQueryFailure.start();
   }
   RuntimeLog::write(kFile, "int16_t TavrolineAlarmHandler::getAlarmState(bool&, bool&)", message);
-  return 2;
+  return ResultError;
 }
 
 void TavrolineAlarmHandler::send(const QString& iconType) const {

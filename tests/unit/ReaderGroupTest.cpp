@@ -1,4 +1,4 @@
-#include "ReaderClass.h"
+#include "ReaderGroup.h"
 
 #include <cstring>
 
