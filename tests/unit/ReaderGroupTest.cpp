@@ -27,7 +27,7 @@ INSTANTIATE_TEST_SUITE_P(Of, Readers, testing::Values(&kEventKind, &kAlarmKind))
 
 TEST_P(Readers, CopyWhatPassesTheFilterUpToTheCapacity) {
   const Reader reader(kind);
-  reader.load(R"([{"EventType":3},{},5,{"EventType":3},{"EventType":2},"x",{"EventType":3}])");
+  reader.load(R"([{"EventType":3},{},5,{"EventType":3},{"EventType":65539},"x",{"EventType":3}])");
   EXPECT_EQ(reader.count(), 7);
   call<addfiltereventtype_ext>(reader.handle, 3);
   for (const int capacity : {-1, 0, 2, 3, 4, 7}) {
@@ -51,11 +51,17 @@ TEST_P(Readers, LearnOfAChangeWhenTheyAreOpenAtThatMoment) {
   EXPECT_EQ(kChanged(first) + kChanged(second), "01") << "a false answer or a load changes nothing";
 }
 
-TEST_F(ComponentTest, AReaderThatIsListedTwiceLeavesWithAWarning) {
+TEST_F(ComponentTest, OddMembersOfTheReaderListAreReported) {
   struct Twice : TavrolineEventlistRead {
-    Twice() { sm_AccessEventlistInstancePointers.append(this); }
+    Twice() { sm_AccessEventlistInstancePointers << nullptr << this; }
+    ~Twice() override { sm_AccessEventlistInstancePointers.removeAll(nullptr); }
   };
-  { const Twice reader; }
+  {
+    const Twice reader;
+    TavrolineEventlistRead::pollDBusSignals();
+  }
+  EXPECT_EQ(records(), Lines{"TavrolineEventlistRead: static void TavrolineEventlistRead::pollDBusSignals(): "
+                             "Nullpointer access"});
   EXPECT_EQ(messages(),
             Lines{"qWarning: TavrolineEventlistRead: virtual TavrolineEventlistRead::"
                   "~TavrolineEventlistRead(): Tavroline Not one entry removed. Nr of removed entrys: 2"});
@@ -128,6 +134,18 @@ TEST_F(ComponentTest, AnEventListEntryTakesOnlyValuesOfTheRightKind) {
     const auto& entry = entries[i];
     EXPECT_EQ(Row(entry.uliEventlistId, entry.iEventType, entry.dtTimestamp), expected[i]) << i;
     EXPECT_STREQ(entry.sIconType, "") << "a missing text is an empty one";
+  }
+}
+
+TEST_F(ComponentTest, TheTimeHelperGetsTheLocalTimeOfTheText) {
+  qputenv("TZ", ":Europe/Berlin");
+  const Reader reader(kEventKind);
+  reader.load(R"([{"LocalTime":"2024-05-01T12:00:00.000"}, {"LocalTime":"2024-05-01T12:00"}])");
+  EXPECT_EQ(reader.count(), 2) << "one read by hand, one by Qt";
+  for (const fake::Call& call : fake::calls("QDateTimeToIECUtcDateTime")) {
+    const QDateTime given = call.arguments[0].toDateTime();
+    EXPECT_EQ(given.time(), QTime(12, 0));
+    EXPECT_EQ(given.toSecsSinceEpoch(), 1714557600);
   }
 }
 
