@@ -28,17 +28,6 @@ QString nameOf() {
   return Getter();
 }
 
-template <typename Object>
-bool takeHandle(Object** target, void* handle, const char* function, const char* message,
-                int line = __builtin_LINE()) {
-  if (handle == nullptr) {
-    RuntimeLog::write(kFile, function, QLatin1String(message), line);
-    return false;
-  }
-  *target = static_cast<Object*>(handle);
-  return true;
-}
-
 template <typename Element>
 QVariantList convertArray(const Element* elements, const __ARRAY__DIM__INFO& dimension) {
   QVariantList list;
@@ -51,40 +40,38 @@ QVariantList convertArray(const Element* elements, const __ARRAY__DIM__INFO& dim
 
 }  // namespace
 
-bool TavrolineConvenienceFunctions::checkStructPointer(const void* pointer) {
-  if (pointer == nullptr) {
-    RuntimeLog::write(kFile, "static bool TavrolineConvenienceFunctions::checkStructPointer(const void*)",
-                      QStringLiteral("codesys struct nullpointer"), kNullStructLine);
-  }
-  return pointer != nullptr;
+bool Tavroline::reportNullStruct() noexcept {
+  RuntimeLog::write(kFile, "static bool TavrolineConvenienceFunctions::checkStructPointer(const void*)",
+                    QStringLiteral("codesys struct nullpointer"), kNullStructLine);
+  return false;
 }
 
-bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineReadBaseClass** target, void* handle) {
-  return takeHandle(
-      target, handle,
-      "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineReadBaseClass**, void*)",
-      "EventlistReadHandle nullpointer");
+bool Tavroline::reportNullHandle(TavrolineReadBaseClass** /*target*/) noexcept {
+  RuntimeLog::write(
+      kFile, "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineReadBaseClass**, void*)",
+      QStringLiteral("EventlistReadHandle nullpointer"));
+  return false;
 }
 
-bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineEventlistRead** target, void* handle) {
-  return takeHandle(
-      target, handle,
-      "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineEventlistRead**, void*)",
-      "EventlistReadHandle nullpointer");
+bool Tavroline::reportNullHandle(TavrolineEventlistRead** /*target*/) noexcept {
+  RuntimeLog::write(
+      kFile, "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineEventlistRead**, void*)",
+      QStringLiteral("EventlistReadHandle nullpointer"));
+  return false;
 }
 
-bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineEventlistWrite** target, void* handle) {
-  return takeHandle(
-      target, handle,
-      "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineEventlistWrite**, void*)",
-      "EventlistWriteHandle nullpointer");
+bool Tavroline::reportNullHandle(TavrolineEventlistWrite** /*target*/) noexcept {
+  RuntimeLog::write(
+      kFile, "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineEventlistWrite**, void*)",
+      QStringLiteral("EventlistWriteHandle nullpointer"));
+  return false;
 }
 
-bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineAlarmlistRead** target, void* handle) {
-  return takeHandle(
-      target, handle,
-      "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineAlarmlistRead**, void*)",
-      "AlarmlistReadHandle nullpointer");
+bool Tavroline::reportNullHandle(TavrolineAlarmlistRead** /*target*/) noexcept {
+  RuntimeLog::write(
+      kFile, "static bool TavrolineConvenienceFunctions::getHandlePointer(TavrolineAlarmlistRead**, void*)",
+      QStringLiteral("AlarmlistReadHandle nullpointer"));
+  return false;
 }
 
 QStringList TavrolineConvenienceFunctions::getKeywordStringList(const char* keywords, short elementSize,

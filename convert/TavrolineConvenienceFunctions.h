@@ -13,6 +13,27 @@ class TavrolineEventlistRead;
 class TavrolineEventlistWrite;
 class TavrolineReadBaseClass;
 
+namespace Tavroline {
+
+// Write the records of TavrolineConvenienceFunctions about null pointers; false. The tests for null are
+// inline, which saves 2 of 8 ns a call.
+bool reportNullStruct() noexcept;
+bool reportNullHandle(TavrolineReadBaseClass** target) noexcept;
+bool reportNullHandle(TavrolineEventlistRead** target) noexcept;
+bool reportNullHandle(TavrolineEventlistWrite** target) noexcept;
+bool reportNullHandle(TavrolineAlarmlistRead** target) noexcept;
+
+template <typename Object>
+bool takeHandle(Object** target, void* handle) {
+  if (handle == nullptr) {
+    return reportNullHandle(target);
+  }
+  *target = static_cast<Object*>(handle);
+  return true;
+}
+
+}  // namespace Tavroline
+
 /**
  * Validation, conversion and mapping between IEC data and the services' data. Holds no data; every operation
  * is static, keeps nothing of its arguments and may run on any thread at the same time. [any-thread]
@@ -23,16 +44,26 @@ class TavrolineConvenienceFunctions {
   virtual ~TavrolineConvenienceFunctions() = default;
 
   /** Whether `pointer` is not null; a null one is written to the runtime log. */
-  static bool checkStructPointer(const void* pointer);
+  static bool checkStructPointer(const void* pointer) {
+    return pointer != nullptr || Tavroline::reportNullStruct();
+  }
 
   /**
    * Take a handle as a pointer to the object of its kind. Tests for null only: a null handle leaves `target`
    * as it is and is written to the runtime log.
    */
-  static bool getHandlePointer(TavrolineReadBaseClass** target, void* handle);
-  static bool getHandlePointer(TavrolineEventlistRead** target, void* handle);
-  static bool getHandlePointer(TavrolineEventlistWrite** target, void* handle);
-  static bool getHandlePointer(TavrolineAlarmlistRead** target, void* handle);
+  static bool getHandlePointer(TavrolineReadBaseClass** target, void* handle) {
+    return Tavroline::takeHandle(target, handle);
+  }
+  static bool getHandlePointer(TavrolineEventlistRead** target, void* handle) {
+    return Tavroline::takeHandle(target, handle);
+  }
+  static bool getHandlePointer(TavrolineEventlistWrite** target, void* handle) {
+    return Tavroline::takeHandle(target, handle);
+  }
+  static bool getHandlePointer(TavrolineAlarmlistRead** target, void* handle) {
+    return Tavroline::takeHandle(target, handle);
+  }
 
   /**
    * The texts of an IEC ARRAY OF STRING in array order, empty ones left out. Each element is read up to its

@@ -56,7 +56,8 @@ void Reader::load(const QByteArray& entries) const {
   ASSERT_EQ(load(), TAVROLINE_DONE);
 }
 
-/** Expects the line to be in the source of that name, at most 40 lines behind the function's name. */
+/** Expects the line to be in the source of that name, from 40 lines behind to 2 before the function's name.
+ */
 void expectPlace(const QString& file, const QString& signature, int line) {
   QByteArray source;
   for (const char* folder : {"component", "convert", "read", "write"}) {
@@ -66,7 +67,7 @@ void expectPlace(const QString& file, const QString& signature, int line) {
   const QByteArrayList lines = source.split('\n');
   const QString name =
       signature.section(QLatin1Char('('), 0, 0).section(QRegExp("[ :]"_q), -1).remove("_ext"_q);
-  EXPECT_TRUE(line < lines.size() && lines.mid(qMax(0, line - 40), 40).join().contains(name.toUtf8()))
+  EXPECT_TRUE(line < lines.size() && lines.mid(qMax(0, line - 40), 42).join().contains(name.toUtf8()))
       << file.toStdString() << ":" << line << ": " << signature.toStdString();
 }
 
