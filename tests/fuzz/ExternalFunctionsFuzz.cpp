@@ -38,12 +38,15 @@ struct Sequence {
 
   void call(const ExternalFunctionEntry& row) {
     const auto* shape = kShapes;
-    while (**(*shape + 1) != '\0' && std::strstr((*shape)[1], row.pszName) == nullptr)
+    while (**(*shape + 1) != '\0' && std::strstr((*shape)[1], row.pszName) == nullptr) {
       ++shape;
+    }
     placed = 0;
     auto* const words = reinterpret_cast<Word*>(structure((*shape)[0]));
     reinterpret_cast<Function>(row.pfFunction)(words);
-    if (words != nullptr && shape == kShapes) handles.push_back(words[1]);
+    if (words != nullptr && shape == kShapes) {
+      handles.push_back(words[1]);
+    }
   }
 
   /** Some bytes of the input, again and again, in front of a guard page; sometimes null. */
@@ -51,8 +54,9 @@ struct Sequence {
     static GuardedMemory memory[10];
     char* const bytes = memory[placed++].last<char>(size);
     const std::string some = input.ConsumeBytesAsString(input.ConsumeIntegralInRange<std::size_t>(0, 20));
-    for (std::size_t i = 0; i < size && !some.empty(); ++i)
+    for (std::size_t i = 0; i < size && !some.empty(); ++i) {
       bytes[i] = some[i % some.size()];
+    }
     std::memset(bytes + size - terminator, 0, terminator);
     return input.ConsumeIntegralInRange(0, 9) == 9 ? 0 : reinterpret_cast<Word>(bytes);
   }
@@ -60,8 +64,9 @@ struct Sequence {
   Word structure(const char* shape) {
     const Word address = place(std::strlen(shape) * sizeof(Word));
     auto* const words = reinterpret_cast<Word*>(address);
-    for (std::size_t i = 0; words != nullptr && shape[i] != '\0'; ++i)
+    for (std::size_t i = 0; words != nullptr && shape[i] != '\0'; ++i) {
       words[i] = repaired(shape, words, i);
+    }
     return address;
   }
 
@@ -69,16 +74,36 @@ struct Sequence {
     const char kind = shape[i];
     const std::size_t length = input.ConsumeIntegralInRange<std::size_t>(1, 300);
     const __ARRAY__DIM__INFO bounds{static_cast<int>(words[i]), static_cast<int>(words[i] >> 32U)};
-    if (kind == '#' && Tavroline::elementCount(bounds) > 3) return Word{2} << 32U;  // 0 to 2
-    if (kind == 'h') return handles[length % handles.size()];
-    if (kind == 'q') return structure("hx..");
-    if (kind == 't') return place(length, 1);
-    if (kind == 'u') return place(length * 2, 2);
-    if (kind == 'd') return place(sizeof(stDataType));
-    if (kind == 'k') return place(3 * (words[std::strcspn(shape, "s")] & 0x7FFF));
-    if (kind == 'g') return place(3 * sizeof(stDescriptionArgumentType));
-    if (kind == 'l') return place(3 * sizeof(stDescriptionUrlArgumentType));
-    if (kind == 'x') words[i + 1] = length % 4;
+    if (kind == '#' && Tavroline::elementCount(bounds) > 3) {
+      return Word{2} << 32U;  // 0 to 2
+    }
+    if (kind == 'h') {
+      return handles[length % handles.size()];
+    }
+    if (kind == 'q') {
+      return structure("hx..");
+    }
+    if (kind == 't') {
+      return place(length, 1);
+    }
+    if (kind == 'u') {
+      return place(length * 2, 2);
+    }
+    if (kind == 'd') {
+      return place(sizeof(stDataType));
+    }
+    if (kind == 'k') {
+      return place(3 * (words[std::strcspn(shape, "s")] & 0x7FFF));
+    }
+    if (kind == 'g') {
+      return place(3 * sizeof(stDescriptionArgumentType));
+    }
+    if (kind == 'l') {
+      return place(3 * sizeof(stDescriptionUrlArgumentType));
+    }
+    if (kind == 'x') {
+      words[i + 1] = length % 4;
+    }
     return kind == 'x' ? place(words[i + 1] * sizeof(stEventlistEntryType)) : words[i];
   }
 };
@@ -95,15 +120,19 @@ std::size_t lastFunction() {
 
 void fuzz::run(FuzzedDataProvider& input) {
   fake::reset();
-  for (const char* request : {"getCompleteEventlist", "getCompleteAlarmlist", "getAlarmState"})
+  for (const char* request : {"getCompleteEventlist", "getCompleteAlarmlist", "getAlarmState"}) {
     fake::answer(request, {{2, {}}, {0, R"({"ListData":[{},{"EventType":3}]})"}});
+  }
   Sequence sequence{input};
-  for (std::size_t open : {11UL, 12UL, 13UL})
+  for (std::size_t open : {11UL, 12UL, 13UL}) {
     sequence.call(ExternalFunctionTable[open]);
-  for (int i = 0; i < 50 && input.remaining_bytes() > 0; ++i)
+  }
+  for (int i = 0; i < 50 && input.remaining_bytes() > 0; ++i) {
     sequence.call(ExternalFunctionTable[input.ConsumeIntegralInRange<std::size_t>(0, lastFunction())]);
+  }
   for (Word handle : sequence.handles) {
-    for (std::size_t close : {29UL, 30UL, 31UL})
+    for (std::size_t close : {29UL, 30UL, 31UL}) {
       reinterpret_cast<Function>(ExternalFunctionTable[close].pfFunction)(&handle);
+    }
   }
 }
