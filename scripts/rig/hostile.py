@@ -20,7 +20,7 @@ import sys
 import time
 from collections import Counter
 
-from rig import BUILD, ROOT, STOPPED, CheckFailed, Rig, check_counters, end, pause, wait
+from rig import BUILD, CALLS, ROOT, STOPPED, CheckFailed, Rig, check_counters, end, pause, wait
 
 WATCHDOG = 1000000  # microseconds
 FLAGS_RIGHT = 2  # seconds
@@ -105,7 +105,7 @@ class SeedRun:
         self.start_service("service.log", self.faults, self.database)
         returned = self.rig.file("returned")
         host = self.rig.start(
-            "host.log", [f"{BUILD}/tavroline-host", "--log", self.rig.file("runtime.log"),
+            "host.log", [f"{BUILD}/tavroline-host", "--report", "--log", self.rig.file("runtime.log"),
                          f"{BUILD}/libTavroline.so", f"{BUILD}/libtavroline-exerciser.so"],
             TAVROLINE_EXERCISE=f"{self.seed} {self.seconds} {self.burst} {returned}")
         started = time.monotonic()
@@ -152,8 +152,8 @@ class SeedRun:
             if line.startswith("problem "):
                 raise CheckFailed(line)
         text = "\n".join(said)
-        calls, longest = 0, Counter(hook=int(re.search(r"^hook: .*longest cycle (\d+)", text, re.M).group(1)))
-        for name, count, took in re.findall(r"^call (\S+) (\d+) (\d+)$", text, re.M):
+        calls, longest = 0, Counter(hook=int(re.search(r"^hook .* (\d+)$", text, re.M).group(1)))
+        for name, count, took in CALLS.findall(text):
             calls += int(count)
             longest |= Counter({name: int(took)})
         for name, took in longest.items():

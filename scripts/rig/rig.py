@@ -100,6 +100,8 @@ def end(child):
     child.wait()
 
 
+# A row of the host's report: function, calls, longest call in microseconds.
+CALLS = re.compile(r"^\S+ +(\w+)_ext +(\d+) +\d+ +(\d+)$", re.M)
 COUNTERS = re.compile(r"Books: accepted .*")
 FIGURE = re.compile(r"([a-z][a-z ]*) (\d+)")
 SUMS = {

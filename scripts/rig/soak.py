@@ -26,7 +26,7 @@ import threading
 import time
 from collections import Counter
 
-from rig import BUILD, ROOT, CheckFailed, Rig, check_counters, end, pause, wait
+from rig import BUILD, CALLS, ROOT, CheckFailed, Rig, check_counters, end, pause, wait
 
 FIGURES = ["resident memory, KiB", "descriptors", "threads", "match rules on the bus"]
 PAGE = os.path.join(ROOT, "docs", "robustness.md")
@@ -39,7 +39,8 @@ class Host:
         environment = dict(os.environ, DBUS_SYSTEM_BUS_ADDRESS=rig.address, LD_PRELOAD="libQt5Core.so.5",
                            TAVROLINE_EXERCISE=f"1 {seconds} 1")
         self.process = subprocess.Popen(
-            [f"{BUILD}/tavroline-host", *arguments, f"{BUILD}/libTavroline.so", f"{BUILD}/libtavroline-exerciser.so"],
+            [f"{BUILD}/tavroline-host", "--report", *arguments, f"{BUILD}/libTavroline.so",
+             f"{BUILD}/libtavroline-exerciser.so"],
             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, env=environment, text=True,
             errors="replace")
         rig.children.append(self.process)
@@ -53,8 +54,8 @@ class Host:
         for line in self.process.stdout:
             if "Books: " in line:
                 self.runs[-1].append(line.rstrip("\n"))
-            elif line.startswith("call "):
-                self.operations += int(line.split()[2])
+            elif call := CALLS.match(line):
+                self.operations += int(call.group(2))
             elif line.startswith("handed "):
                 self.handed += int(line.split()[1])
             elif line.startswith("end of run "):

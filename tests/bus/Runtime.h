@@ -1,38 +1,20 @@
 #pragma once
 
-#include <map>
-#include <stdexcept>
-
 #include "BusTest.h"
 #include "ComponentManager.h"
 #include "PeriodicThread.h"
-#include "tavroline/tavroline.h"
+#include "PlcCalls.h"
 
 /** A runtime in this process: loads the library, finds functions by name and calls the hook in a thread. */
-class Runtime {
+class Runtime : public PlcCalls {
  public:
-  static constexpr char kEventReader[] = "eventlistread";
-  static constexpr char kAlarmReader[] = "alarmlistread";
-  static constexpr char kAlarmHandler[] = "alarmlistwrite";
-
   Runtime()
-      : m_component(TAVROLINE_LIBRARY), m_hook("hook", 5, [this] { m_component.communicationCycle(); }) {}
-  ~Runtime() {
-    while (!m_open.empty()) {
-      close(m_open.begin()->first);
-    }
-  }
+      : PlcCalls([this](const std::string& name) { return m_component.find(name); }),
+        m_component(TAVROLINE_LIBRARY),
+        m_hook("hook", 5, [this] { m_component.communicationCycle(); }) {}
+  ~Runtime() { closeAll(); }
 
-  /** Calls the function of that name, given without "_ext". */
-  template <typename Structure>
-  void call(const std::string& name, Structure& parameters) const {
-    const ExternalFunction function = m_component.find(name + "_ext");
-    if (function == nullptr) {
-      throw std::runtime_error(name + " is not registered");
-    }
-    reinterpret_cast<void (*)(Structure*)>(function)(&parameters);
-  }
-  /** Calls it until it is no longer busy. @return its result */
+  /** Calls a function until it is no longer busy. @return its result */
   template <typename Structure>
   RTS_IEC_INT finish(const std::string& name, Structure parameters) const {
     eventually([&] {
@@ -40,20 +22,6 @@ class Runtime {
       return parameters.iResult != TAVROLINE_BUSY;
     });
     return parameters.iResult;
-  }
-
-  /** @param kind one of the three above; the handle is the first field of all their structures */
-  TavrolineHandle open(const std::string& kind) {
-    openalarmlistwritehandle_struct parameters{};
-    call("open" + kind + "handle", parameters);
-    m_open[parameters.hWriteHandle] = kind;
-    return parameters.hWriteHandle;
-  }
-  /** Closes a handle of any kind. The destructor closes those that are still open. */
-  void close(TavrolineHandle handle) {
-    closealarmlistwritehandle_struct parameters{handle};
-    call("close" + m_open.at(handle) + "handle", parameters);
-    m_open.erase(handle);
   }
 
   void logEvent(const std::string& object, RTS_IEC_INT textSource = 0,
@@ -82,34 +50,18 @@ class Runtime {
     return array;
   }
 
-  /** Calls a function whose structure is a handle and a BOOL. */
-  bool flag(const std::string& name, TavrolineHandle handle) const {
-    haslistchanged_struct parameters{handle, 0};
-    call(name, parameters);
-    return parameters.xListChanged != 0;
-  }
-
  private:
   /** Calls with one keyword and no arguments. */
   template <typename Structure>
   void log(const std::string& name, Structure& parameters, const std::string& object,
            RTS_IEC_INT textSource) const {
     stDataType data{};
-    stDescriptionArgumentType argument{};
-    stDescriptionUrlArgumentType url{};
     data.iTextSource = textSource;
     object.copy(data.sObjectName, sizeof data.sObjectName - 1);
-    parameters.psModuleName = "Basin";
-    parameters.pstData = &data;
-    parameters.iKeywordSize = 6;
-    parameters.pasKeywords = "water";
-    parameters.pastArguments = &argument;
-    parameters.pastUrlArguments = &url;
     parameters.stArgumentsDimInfo = parameters.stUrlArgumentsDimInfo = {0, -1};
-    call(name, parameters);
+    PlcCalls::log(name, parameters, data);
   }
 
   ComponentManager m_component;
   PeriodicThread m_hook;
-  std::map<TavrolineHandle, std::string> m_open;  ///< by handle its kind
 };

@@ -4,8 +4,7 @@
 // time. Then "quiet" is printed and, without FILE, the runtime ends. With FILE the tasks only load; once FILE
 // exists, the service has returned: each reader must load its list with result 0, then "loaded" is printed.
 // "flags DIGITS" is printed when a reader sees a change; the last digit is the change of the event list. At
-// the end "call NAME COUNT LONGEST" (microseconds) and "handed NUMBER" (messages) are printed. A line that
-// begins with "problem" is a failure.
+// the end "handed NUMBER" (messages) is printed. A line that begins with "problem" is a failure.
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,14 +13,13 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <map>
 #include <random>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "PlcCalls.h"
 #include "PlcProgram.h"
-#include "tavroline/tavroline.h"
 
 namespace {
 
@@ -29,8 +27,8 @@ using Clock = std::chrono::steady_clock;
 constexpr std::uint32_t kPeriodMilliseconds = 5;
 // A request ends after 10 s; a reader that has stopped calling loses the interface after 5 s.
 constexpr std::chrono::seconds kProgress{17};
-constexpr int kCyclesToLoad = 8000;  // the messages of a full queue are sent before the requests
 constexpr RTS_IEC_DINT kEntries = 50;
+constexpr std::size_t kTasks = 8;
 
 enum class Phase { Work, Quiet, Returned };
 
@@ -41,7 +39,7 @@ double s_seconds = 3;
 unsigned s_burst = 1;
 std::string s_file;
 std::atomic<Phase> s_phase;
-std::atomic<std::size_t> s_loaded;
+std::atomic<std::size_t> s_loaded;  ///< readers, since the service's return
 
 /** The functions of one list and when a load of it last ended. */
 struct ListClass {
@@ -50,12 +48,20 @@ struct ListClass {
   const char* entries;
   std::atomic<Clock::rep> lastEnd{0};
 };
-std::array<ListClass, 2> s_lists{{{"eventlistread", "loadcompleteeventlist", "geteventlistentries"},
-                                  {"alarmlistread", "loadcompletealarmlist", "getalarmlistentries"}}};
+std::array<ListClass, 2> s_lists{{{PlcCalls::kEventReader, "loadcompleteeventlist", "geteventlistentries"},
+                                  {PlcCalls::kAlarmReader, "loadcompletealarmlist", "getalarmlistentries"}}};
+
+/** Functions whose structure begins with a reader, then with a number, a BOOL or nothing. */
+constexpr std::array<const char*, 15> kReaderFunctions{
+    "resetlistchanged", "resetfiltereventtype", "resetfiltertime", "resetfilterall", "addfiltereventtype",
+    "clearfiltereventtype", "resetfilterkeyword", "addfilterkeyword", "clearfilterkeyword",
+    // of the alarm list only
+    "setfilterstatealarm", "resetfilterstatealarm", "setfilterstateacknowledge",
+    "resetfilterstateacknowledge", "getcentraldetectorstate", "isalarminalarmlist"};
+constexpr std::size_t kOfBothLists = 9;
 
 struct Reader {
   TavrolineHandle handle = nullptr;
-  bool permanent = false;  ///< never closed or paused before the end, so that each load of it must end
   bool loading = false;
   bool loaded = false;  ///< with result 0 since the service's return
   Clock::time_point since{};
@@ -65,83 +71,49 @@ struct Alarm {
   TavrolineHandle handle = nullptr;
   bool on = false;
 };
-struct Calls {
-  unsigned long count = 0;
-  long long longest = 0;  ///< microseconds
-};
 
-struct Task {
+struct Task : PlcCalls {
+  static constexpr std::size_t kReaders = 4;  ///< of the event list and the alarm list in turn
+  /** The first ones are never closed or paused, so that each load of them must end. */
+  static constexpr std::size_t kPermanent = 2;
+
   std::mt19937 random;
-  std::map<std::string, Calls> calls;
-  unsigned long handed = 0;       ///< messages handed to the client
-  std::array<Reader, 4> readers;  ///< of the event list and the alarm list in turn, the permanent ones first
+  unsigned long handed = 0;  ///< messages handed to the client
+  std::array<Reader, kReaders> readers;
   std::array<Alarm, 3> alarms;
-  int returnedCycles = 0;
-  bool finished = false;                      ///< all lists have been loaded since the return
-  std::array<TavrolineHandle, 2> observed{};  ///< readers of the two lists
   std::string flags;
+
+  Task()
+      : PlcCalls([](const std::string& name) {
+          return s_runtime.findFunction(s_runtime.context, name.c_str());
+        }) {}
 
   unsigned below(std::size_t limit) { return static_cast<unsigned>(random() % limit); }
 
-  template <typename Structure>
-  void call(const std::string& name, Structure& parameters) {
-    const ExternalFunction function = s_runtime.findFunction(s_runtime.context, (name + "_ext").c_str());
-    const auto start = Clock::now();
-    reinterpret_cast<void (*)(Structure*)>(function)(&parameters);
-    Calls& entry = calls[name];
-    ++entry.count;
-    entry.longest = std::max<long long>(entry.longest, (Clock::now() - start) / std::chrono::microseconds(1));
-  }
-
-  /** Calls a function whose structure is a handle and a BOOL. */
-  bool flag(const char* name, TavrolineHandle handle) {
-    haslistchanged_struct parameters{handle, 0};
-    call(name, parameters);
-    return parameters.xListChanged != 0;
-  }
-
-  TavrolineHandle open(const std::string& kind) {
-    openalarmlistwritehandle_struct parameters{};
-    call("open" + kind + "handle", parameters);
-    return parameters.hWriteHandle;
-  }
-
-  void close(const std::string& kind, TavrolineHandle handle) {
-    closealarmlistwritehandle_struct parameters{handle};
-    if (handle != nullptr) {
-      call("close" + kind + "handle", parameters);
-    }
-  }
-
   void cycle(Phase phase) {
-    for (unsigned i = phase == Phase::Work ? below(4) : 0; i > 0; --i) {
-      useAnything();
-    }
-    bool allLoaded = true;
-    for (std::size_t i = 0; i < readers.size(); ++i) {
-      if (readers[i].handle != nullptr && !readers[i].loaded) {
-        load(readers[i], s_lists[i % 2], phase);
-        allLoaded = allLoaded && readers[i].loaded;
+    for (std::size_t i = 0; i < kReaders; ++i) {
+      if (readers[i].handle == nullptr) {
+        readers[i].handle = open(s_lists[i % 2].kind);
+      }
+      if (!readers[i].loaded) {
+        load(readers[i], s_lists[i % 2], i < kPermanent, phase);
       }
     }
-    if (phase != Phase::Returned || finished) {
-      return;
-    }
-    if (++returnedCycles == kCyclesToLoad) {
-      std::puts("problem a list is not loaded after the return");
-    }
-    if (allLoaded) {
-      finished = true;
-      ++s_loaded;
+    for (unsigned i = phase == Phase::Work ? below(4) : 0; i > 0; --i) {
+      useAnything();
     }
   }
 
   void useAnything() {
     const std::size_t what = below(12);
-    if (what < readers.size()) {
-      use(readers[what], s_lists[what % 2], what < 2);
-    } else if (what < readers.size() + alarms.size()) {
-      use(alarms[what - readers.size()]);
+    if (what < kReaders) {
+      use(readers[what], what % 2 == 0 ? kOfBothLists : kReaderFunctions.size());
+      if (what >= kPermanent && below(8) == 0) {
+        close(readers[what].handle);
+        readers[what] = {open(s_lists[what % 2].kind)};
+      }
+    } else if (what < kReaders + alarms.size()) {
+      use(alarms[what - kReaders]);
     } else if (what == 7) {
       acknowledge();
     } else {
@@ -151,25 +123,11 @@ struct Task {
     }
   }
 
-  void use(Reader& reader, const ListClass& list, bool permanent) {
-    if (reader.handle == nullptr || (!permanent && below(8) == 0)) {
-      close(list.kind, reader.handle);
-      reader = Reader{open(list.kind), permanent};
-    }
-    // The first fields of all these structures agree: a handle, then a number or a BOOL.
+  void use(const Reader& reader, std::size_t functions) {
     addfilterkeyword_struct parameters{reader.handle, static_cast<RTS_IEC_INT>(below(5)), "water"};
-    for (const char* name : {"resetlistchanged", "resetfiltereventtype", "resetfiltertime", "resetfilterall",
-                             "addfiltereventtype", "clearfiltereventtype", "resetfilterkeyword",
-                             "addfilterkeyword", "clearfilterkeyword"}) {
+    for (std::size_t i = 0; i < functions; ++i) {
       if (below(2) == 0) {
-        call(name, parameters);
-      }
-    }
-    for (const char* name :
-         {"setfilterstatealarm", "resetfilterstatealarm", "setfilterstateacknowledge",
-          "resetfilterstateacknowledge", "getcentraldetectorstate", "isalarminalarmlist"}) {
-      if (&list == &s_lists[1] && below(2) == 0) {
-        call(name, parameters);
+        call(kReaderFunctions[i], parameters);
       }
     }
     setfiltertime_struct time{reader.handle, static_cast<RTS_IEC_DATE_AND_TIME>(random()), below(1000)};
@@ -178,7 +136,7 @@ struct Task {
     call("setlistreadlanguage", language);
   }
 
-  void load(Reader& reader, ListClass& list, Phase phase) {
+  void load(Reader& reader, ListClass& list, bool permanent, Phase phase) {
     const auto now = Clock::now();
     if (phase == Phase::Work && now < reader.pausedUntil) {
       return;
@@ -190,7 +148,7 @@ struct Task {
     call(list.load, step);
     reader.loading = step.iResult == TAVROLINE_BUSY;
     if (reader.loading) {
-      if (!reader.permanent && below(2000) == 0) {
+      if (!permanent && below(2000) == 0) {
         reader.pausedUntil = now + std::chrono::seconds(6);
       }
       const Clock::time_point lastEnd{Clock::duration(list.lastEnd)};
@@ -203,7 +161,10 @@ struct Task {
     if (step.iResult < 0 || step.iResult > TAVROLINE_ERROR) {
       std::puts("problem an unknown result");
     }
-    reader.loaded = phase == Phase::Returned && step.iResult == TAVROLINE_DONE;
+    if (phase == Phase::Returned && step.iResult == TAVROLINE_DONE) {
+      reader.loaded = true;
+      ++s_loaded;
+    }
     if (step.iResult == TAVROLINE_ERROR || below(4) != 0) {
       return;
     }
@@ -217,18 +178,14 @@ struct Task {
     }
   }
 
-  void close(Alarm& alarm) {
-    handed += alarm.on ? 1 : 0;  // the component sends the "off"
-    close("alarmlistwrite", alarm.handle);
-    alarm = {};
-  }
-
   void use(Alarm& alarm) {
-    if (below(8) == 0) {
-      close(alarm);
+    if (alarm.handle != nullptr && below(8) == 0) {
+      handed += alarm.on ? 1 : 0;  // the component sends the "off"
+      close(alarm.handle);
+      alarm = {};
     }
     if (alarm.handle == nullptr) {
-      alarm.handle = open("alarmlistwrite");
+      alarm.handle = open(kAlarmHandler);
     }
     logalarm_struct parameters{};
     parameters.hWriteHandle = alarm.handle;
@@ -237,7 +194,7 @@ struct Task {
     parameters.iState = on ? TAVROLINE_ON : TAVROLINE_OFF;
     handed += alarm.on != on ? 1 : 0;  // only a change is sent
     alarm.on = on;
-    log("logalarm", parameters);
+    logAnything("logalarm", parameters);
     std::array<RTS_IEC_BOOL, 2> answer{};
     getalarmstatefromalarmhandler_struct state{alarm.handle, &answer[0], &answer[1], TAVROLINE_ERROR};
     call("getalarmstatefromalarmhandler", state);
@@ -247,26 +204,19 @@ struct Task {
     logevent_struct parameters{};
     parameters.iEventType = below(2) == 0 ? TAVROLINE_AUDIT_TRAIL : TAVROLINE_EVENT;
     ++handed;
-    log("logevent", parameters);
+    logAnything("logevent", parameters);
   }
 
   template <typename Structure>
-  void log(const char* name, Structure& parameters) {
+  void logAnything(const char* name, Structure& parameters) {
     stDataType data{};
     stDescriptionArgumentType argument{};
-    stDescriptionUrlArgumentType url{};
     std::string("Pump %d").copy(data.sInstanceName, 8);
     data.iInstanceNumber = static_cast<RTS_IEC_INT>(random());
     for (RTS_IEC_WSTRING& unit : argument.wsArgument) {  // any text, without a terminator
       unit = static_cast<RTS_IEC_WSTRING>(random());
     }
-    parameters.psModuleName = "Basin";
-    parameters.pstData = &data;
-    parameters.iKeywordSize = 6;
-    parameters.pasKeywords = "water";
-    parameters.pastArguments = &argument;
-    parameters.pastUrlArguments = &url;
-    call(name, parameters);
+    log(name, parameters, data, argument);
   }
 
   void acknowledge() {
@@ -284,17 +234,12 @@ struct Task {
 
   /** For the first task: prints the flags that readers see and starts the phases. */
   void observe(Phase phase) {
-    for (std::size_t i = 0; i < observed.size(); ++i) {
-      if (observed[i] == nullptr) {
-        observed[i] = open(s_lists[i].kind);
-      }
-    }
     std::string seen;
     for (const char* name : {"isalarminalarmlist", "isactivealarminalarmlist", "isfaultinalarmlist",
                              "isactivefaultinalarmlist", "getcentraldetectorstate"}) {
-      seen += flag(name, observed[1]) ? '1' : '0';
+      seen += flag(name, readers[1].handle) ? '1' : '0';
     }
-    seen += flag("haslistchanged", observed[0]) ? '1' : '0';
+    seen += flag("haslistchanged", readers[0].handle) ? '1' : '0';
     if (seen != flags) {
       std::printf("flags %s\n", seen.c_str());
     }
@@ -309,31 +254,23 @@ struct Task {
       }
     } else if (phase == Phase::Quiet && access(s_file.c_str(), F_OK) == 0) {
       s_phase = Phase::Returned;
-    } else if (s_loaded == 8) {
-      ++s_loaded;
-      flag("resetlistchanged", observed[0]);
+    } else if (s_loaded == kReaders * kTasks) {
+      s_loaded = 0;
+      flag("resetlistchanged", readers[0].handle);
       logEvent();  // the list changes once more
       std::printf("loaded\n");
     }
   }
 
   void end() {
-    for (std::size_t i = 0; i < readers.size(); ++i) {
-      close(s_lists[i % 2].kind, readers[i].handle);
+    for (const Alarm& alarm : alarms) {
+      handed += alarm.on ? 1 : 0;
     }
-    for (std::size_t i = 0; i < observed.size(); ++i) {
-      close(s_lists[i].kind, observed[i]);
-    }
-    for (Alarm& alarm : alarms) {
-      close(alarm);
-    }
-    for (const auto& [name, entry] : calls) {
-      std::printf("call %s %lu %lld\n", name.c_str(), entry.count, entry.longest);
-    }
+    closeAll();
     std::printf("handed %lu\n", handed);
   }
 };
-std::array<Task, 8> s_tasks;
+std::array<Task, kTasks> s_tasks;
 
 void cycle(void* state) {
   auto* task = static_cast<Task*>(state);
