@@ -71,7 +71,7 @@ TEST_F(CallCostTest, NoCallWaitsAndCallsOfEachCycleNeitherAllocateNorEnterTheKer
   tzset();                         // the first conversion to local time reads the zone file
   calls.emplace();
   Parameters nothing{}, events{open("eventlistread"), {}}, alarms{open("alarmlistread"), {}},
-      handler{open("alarmlistwrite"), {}};
+      other{open("alarmlistread"), {}}, handler{open("alarmlistwrite"), {}};
 
   const stDataType data{};
   const stDescriptionArgumentType arguments[2]{};
@@ -105,18 +105,9 @@ TEST_F(CallCostTest, NoCallWaitsAndCallsOfEachCycleNeitherAllocateNorEnterTheKer
   };
   EXPECT_TRUE(becomesTrue("haslistchanged", events));
   EXPECT_TRUE(becomesTrue("isalarminalarmlist", alarms));
-  watch(Limit::Nothing,
-        {"isactivealarminalarmlist", "isfaultinalarmlist", "isactivefaultinalarmlist",
-         "getcentraldetectorstate", "setfilterstatealarm", "setfilterstateacknowledge",
-         "resetfilterstatealarm", "resetfilterstateacknowledge"},
-        &alarms);
   watch(Limit::AllocationsAndZoneFile,
         {"addfiltereventtype", "addfilterkeyword", "clearfilterkeyword", "setfiltertime",
          "setlistreadlanguage"},
-        &events);
-  watch(Limit::Nothing,
-        {"resetlistchanged", "resetfiltertime", "resetfilterkeyword", "resetfiltereventtype",
-         "clearfiltereventtype", "resetfilterall"},
         &events);
 
   finish("loadcompleteeventlist", events, 0);
@@ -133,7 +124,12 @@ TEST_F(CallCostTest, NoCallWaitsAndCallsOfEachCycleNeitherAllocateNorEnterTheKer
   watch(Limit::Allocations, {"closeeventlistreadhandle"}, &events);
   watch(Limit::Allocations, {"closealarmlistreadhandle"}, &alarms);
   watch(Limit::Allocations, {"closealarmlistwritehandle"}, &handler);
-  EXPECT_EQ(watched.size(), component.functions().size()) << "a function was not watched";
+  for (const ComponentManager::Function& function : component.functions()) {
+    const std::string name = function.name.substr(0, function.name.size() - 4);
+    if (watched.count(name) == 0) {
+      watch(Limit::Nothing, {name}, &other);
+    }
+  }
 }
 
 }  // namespace

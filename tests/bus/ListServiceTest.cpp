@@ -39,32 +39,26 @@ class ListServiceTest : public BusTest {
    * @return the name of the error, empty without one */
   template <class... Description>
   std::string log(const Entry& e, Description... description) {
-    return call(kEventListPath, kEventListInterface, "Log", [&](sd_bus_message* message) {
-      sd_bus_message_append(message, "stiissx", e.session.c_str(), e.sequence, e.type, e.state, "", "PLC",
-                            e.time);
-      sd_bus_message_append(message, "a{sv}", description...);
-      sd_bus_message_append(message, "assss", 1, "key", e.user.c_str(), e.alarmId.c_str(), "Test");
-    });
+    return call(kEventListPath, kEventListInterface, "Log", "stiissxa{sv}assss", e.session.c_str(),
+                e.sequence, e.type, e.state, "", "PLC", e.time, description..., 1, "key", e.user.c_str(),
+                e.alarmId.c_str(), "Test");
   }
   std::string log(const Entry& entry) { return log(entry, 0); }
 
   /** Calls a method. @return the name of the error or the text in the reply */
-  template <class Append>
-  std::string call(const char* path, const char* interface, const char* method, Append append) {
-    sd_bus_message* message = nullptr;
-    sd_bus_message_new_method_call(m_connection, &message, kService, path, interface, method);
-    append(message);
+  template <class... Arguments>
+  std::string call(const char* path, const char* interface, const char* method, const char* types,
+                   Arguments... arguments) {
     sd_bus_error error = SD_BUS_ERROR_NULL;
     sd_bus_message* reply = nullptr;
     const char* text = "";
-    const int result = sd_bus_call(m_connection, message, 0, &error, &reply);
-    if (result >= 0) {
+    if (sd_bus_call_method(m_connection, kService, path, interface, method, &error, &reply, types,
+                           arguments...) >= 0) {
       sd_bus_message_read(reply, "s", &text);
     }
-    std::string answer = result < 0 ? error.name : text;
+    const std::string answer = error.name != nullptr ? error.name : text;
     sd_bus_error_free(&error);
     sd_bus_message_unref(reply);
-    sd_bus_message_unref(message);
     return answer;
   }
 
@@ -86,6 +80,26 @@ class ListServiceTest : public BusTest {
 
   sd_bus* m_connection = nullptr;
 };
+
+/** The declarations of an introspection text from our first interface on, one in a line. */
+std::string declarations(const std::string& xml) {
+  static const std::regex declaration("<(interface|method|signal|property|arg) [^>/]+");
+  const std::string own = xml.substr(xml.find("<interface name=\"org.tavroline."));
+  std::string lines;
+  for (std::sregex_iterator found(own.begin(), own.end(), declaration), end; found != end; ++found) {
+    lines += found->str() + "\n";
+  }
+  return lines;
+}
+
+TEST_F(ListServiceTest, OffersWhatItsDescriptionSays) {
+  startService();
+  std::string offered;
+  for (const char* path : {kEventListPath, kAlarmListPath}) {
+    offered += declarations(call(path, "org.freedesktop.DBus.Introspectable", "Introspect", ""));
+  }
+  EXPECT_EQ(offered, declarations(contentOf(TAVROLINE_INTROSPECTION)));
+}
 
 TEST_F(ListServiceTest, DropsTheOldestBeyondItsCapacityAndNeverReusesANumber) {
   startService({"--capacity", "3"});
@@ -268,9 +282,7 @@ TEST_F(ListServiceTest, KeepsALongReplyBelowTheLimitOfTheBusAndCountsWhatItOmits
   for (; entry.sequence <= 800; ++entry.sequence) {
     ASSERT_EQ(log(entry, 1, "Url", "s", entry.user.c_str()), "");
   }
-  const std::string json = call(kEventListPath, kEventListInterface, "GetList", [](sd_bus_message* message) {
-    sd_bus_message_append(message, "su", "", 0U);
-  });
+  const std::string json = call(kEventListPath, kEventListInterface, "GetList", "su", "", 0U);
   EXPECT_LT(json.size(), 16U * 1024 * 1024);
   const QJsonObject list = QJsonDocument::fromJson(QByteArray::fromStdString(json)).object();
   const QJsonArray entries = list.value(QStringLiteral("ListData")).toArray();
