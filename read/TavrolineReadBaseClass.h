@@ -50,7 +50,7 @@ class TavrolineReadBaseClass : public TavrolineFilter {
    * One step of loading: waits for another reader's request, issues its own or asks for its reply.
    * @param bInterfaceReady false while a reader of the class has an outstanding request
    * @param timer time since the last load call that was allowed to use the interface; after more than 5000 ms
-   * a waiting reader takes the interface over
+   * the call of a waiting reader frees the interface and returns ResultBusy
    * @return ResultDone, ResultBusy or ResultError. [plc-task] under the class mutex
    */
   std::int16_t loadCompleteList(bool& bInterfaceReady, QElapsedTimer& timer, std::uint16_t n);

@@ -57,7 +57,7 @@ struct Gap {
   /** Count one more lost message. [any-thread] */
   void add(const Message& message, Clock::time_point now);
 
-  /** Text of the log record. [any-thread] */
+  /** Text of the log record "… message(s) lost". [any-thread] */
   QString text(Loss cause) const;
 };
 

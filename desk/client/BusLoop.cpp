@@ -126,7 +126,8 @@ void BusLoop::drain() {
   const auto end = Clock::now() + kDrainTime;
   bool offEdgesOnly = false;
   turn();  // perhaps the first one: the library may be unloaded right after its first use
-  // Messages can be delivered if the service has an owner, or if that is not known yet.
+  // Messages can be delivered if the service's name has an owner or, on an open connection, while that is not
+  // known yet.
   const auto mayArrive = [this] {
     return !m_courier.owner().isEmpty() || (m_connection.isOpen() && !m_watch.isAbsent());
   };

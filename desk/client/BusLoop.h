@@ -21,7 +21,8 @@ class BusLoop {
   /** @param wakeFd becomes readable when `stop` of run() has been set */
   BusLoop(Outbox& outbox, ListState& state, int wakeFd);
 
-  /** Run until `stop` is set, then send what is pending (drain()). */
+  /** Run until `stop` is set; then send pending messages for half a second at most and log the loss of
+   * others. */
   void run(const std::atomic<bool>& stop) noexcept;
 
  private:

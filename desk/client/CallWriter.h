@@ -17,8 +17,10 @@ namespace Tavroline {
  */
 class CallWriter {
  public:
-  /** The bus disconnects a client that sends an oversized message; writing fails earlier, at these limits. */
+  /** Estimated size; the bus disconnects a client that sends an oversized message, so writing fails earlier.
+   */
   static constexpr std::size_t kMaximumBytes = 1U << 20U;
+  /** Levels of lists and maps in one value; the bus refuses a message of more than 32 array levels. */
   static constexpr int kMaximumDepth = 16;
 
   CallWriter(sd_bus* bus, const char* destination, const char* path, const char* interface,

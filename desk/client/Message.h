@@ -46,7 +46,7 @@ struct Request {
 
   Kind kind = Kind::EventList;
   QString text;       ///< the language of a list, or the identifier of the alarm
-  quint32 count = 0;  ///< number of newest entries wanted, 0 for all
+  quint32 count = 0;  ///< of an event list: number of newest entries wanted, 0 for all
   QSharedPointer<DBusPendingReply::Private> reply;
   Clock::time_point deadline;
   quint64 behind = 0;  ///< number of the last message before it; that one is sent first

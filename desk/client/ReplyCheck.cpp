@@ -54,7 +54,10 @@ class Scan {
  private:
   using Names = std::vector<std::string_view>;
 
-  /** Skip a string. If it is a member's name, store it and check it. */
+  /**
+   * Skip a string; a member's name becomes m_name.
+   * @return the fault: the name has an escape, or an array or object of this object has it; otherwise null
+   */
   const char* passString() {
     const char* const content = m_position;
     m_position = behindString(content);

@@ -8,8 +8,9 @@
  */
 namespace Tavroline::ReplyCheck {
 
-constexpr int kDeepest = 32;         ///< levels; an entry's keywords are at level four
-constexpr int kMostContainers = 16;  ///< arrays and objects among the members of one object; an entry has one
+constexpr int kDeepest = 32;  ///< levels; an entry's keywords are at level four
+/** Members of one object that may be arrays or objects; a list entry has one, its keywords. */
+constexpr int kMostContainers = 16;
 
 /**
  * Finds the first of these faults: nesting deeper than kDeepest; a member that holds an array or object and
