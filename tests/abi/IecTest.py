@@ -77,5 +77,4 @@ def main():
     return "\n".join(faults) or (0 if len(used) > 1 and constants else "nothing was read")
 
 
-if __name__ == "__main__":
-    sys.exit(main())
+sys.exit(main())

@@ -17,7 +17,7 @@ typedef struct {
   bool output;
 } Field;
 
-/** A function with its parameter structure, or a structure by itself; a field without a name ends it. */
+/** A function with its parameter structure, or a request by itself; a field without a name ends it. */
 typedef struct {
   const char* name;
   uint32_t signature;
@@ -34,7 +34,7 @@ typedef struct {
 #define REQUEST \
   READER, IN("pastEntries", 4, 4), IN("diMaxEntries", 8, 4), OUT("iResult", 12, 2), OUT("diNumberOfEntries", 16, 4)
 
-/* The functions in the order in which they are registered, then the structures, which have no signature. */
+/* The functions in the order in which they are registered, then the requests, which have no signature. */
 static const Layout kLayouts[] = {
     {"setlistreadlanguage_ext", 0xAB54A789, 8, {READER, IN("psLanguage", 4, 4)}},
     {"setfiltertime_ext", 0x2352B977, 12, {READER, IN("dtLatest", 4, 4), IN("dtEarliest", 8, 4)}},
@@ -85,17 +85,6 @@ static const Layout kLayouts[] = {
     {"acknowledgecentraldetector_ext", 0x8B99E12E, 4, {IN("pwsUser", 0, 4)}},
     {"stGetEventlistEntriesType", 0, 20, {REQUEST}},
     {"stGetAlarmlistEntriesType", 0, 20, {REQUEST}},
-    {"stEventlistEntryType", 0, 856, {OUT("uliEventlistId", 0, 8), OUT("iEventType", 8, 2), OUT("sIconType", 10, 81),
-      OUT("dtTimestamp", 92, 4), OUT("sModuleName", 96, 81), OUT("wsDescription", 178, 512), OUT("wsUser", 690, 162)}},
-    {"stAlarmlistEntryType", 0, 768, {OUT("xAlarmAcknowledgment", 0, 1), OUT("xAlarmActive", 1, 1),
-      OUT("sAlarmID", 2, 81), OUT("iEventType", 84, 2), OUT("sIconType", 86, 81), OUT("dtTimestamp", 168, 4),
-      OUT("sModuleName", 172, 81), OUT("wsDescription", 254, 512)}},
-    {"stDataType", 0, 678, {IN("iTextSource", 0, 2), IN("sModuleName", 2, 81), IN("sObjectName", 83, 81),
-      IN("sInstanceName", 164, 256), IN("iInstanceNumber", 420, 2), IN("sUrl", 422, 256)}},
-    {"stDescriptionArgumentType", 0, 324, {IN("wsPlaceholder", 0, 162), IN("wsArgument", 162, 162)}},
-    {"stDescriptionUrlArgumentType", 0, 840, {IN("wsPlaceholder", 0, 162), IN("stData.iTextSource", 162, 2),
-      IN("stData.sModuleName", 164, 81), IN("stData.sObjectName", 245, 81), IN("stData.sInstanceName", 326, 256),
-      IN("stData.iInstanceNumber", 582, 2), IN("stData.sUrl", 584, 256)}},
     {NULL, 0, 0, {{0}}},
 };
 // clang-format on
