@@ -5,8 +5,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <csignal>
+#include <fstream>
+#include <iterator>
 #include <system_error>
 #include <thread>
 
@@ -61,12 +62,8 @@ void ChildProcess::signal(int number) const {
 
 void ChildProcess::pause() const {
   signal(SIGSTOP);
-  // Consumes the stop, so that the next pause() waits for its own, and leaves an exit to wait().
-  siginfo_t info{};
-  const auto id = static_cast<id_t>(m_pid);
-  if (waitid(P_PID, id, &info, WSTOPPED | WEXITED | WNOWAIT) == 0 && info.si_code == CLD_STOPPED) {
-    waitid(P_PID, id, &info, WSTOPPED);
-  }
+  siginfo_t stop{};  // consumed, so that the next pause() waits for its own; an exit is left to wait()
+  waitid(P_PID, static_cast<id_t>(m_pid), &stop, WSTOPPED);
 }
 
 void ChildProcess::resume() const {
@@ -92,11 +89,6 @@ std::optional<int> ChildProcess::wait(Milliseconds deadline) {
 }
 
 std::string ChildProcess::output() const {
-  std::string text;
-  std::array<char, 4096> part{};
-  ssize_t size = 0;
-  while ((size = pread(m_outputFile, part.data(), part.size(), static_cast<off_t>(text.size()))) > 0) {
-    text.append(part.data(), static_cast<std::size_t>(size));
-  }
-  return text;
+  std::ifstream file("/proc/self/fd/" + std::to_string(m_outputFile));
+  return std::string(std::istreambuf_iterator<char>(file), {});
 }

@@ -2,6 +2,7 @@
 
 #include <systemd/sd-bus.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
@@ -45,14 +46,8 @@ bool PrivateBus::waitForName(const std::string& name, bool owned) const {
     return false;
   }
   const bool arrived = eventually([&] {
-    sd_bus_message* reply = nullptr;
-    int present = -1;
-    if (sd_bus_call_method(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                           "NameHasOwner", nullptr, &reply, "s", name.c_str()) >= 0) {
-      sd_bus_message_read(reply, "b", &present);
-    }
-    sd_bus_message_unref(reply);
-    return present == (owned ? 1 : 0);
+    const int found = sd_bus_get_name_creds(bus, name.c_str(), 0, nullptr);
+    return owned ? found >= 0 : found == -ENXIO;
   });
   sd_bus_flush_close_unref(bus);
   return arrived;
