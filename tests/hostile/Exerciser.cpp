@@ -62,9 +62,8 @@ constexpr std::size_t kOfBothLists = 9;
 
 struct Reader {
   TavrolineHandle handle = nullptr;
-  bool loading = false;
-  bool loaded = false;  ///< with result 0 since the service's return
-  Clock::time_point since{};
+  bool loaded = false;                     ///< with result 0 since the service's return
+  Clock::time_point since = Clock::now();  ///< begin of the load
   Clock::time_point pausedUntil{};
 };
 struct Alarm {
@@ -141,13 +140,9 @@ struct Task : PlcCalls {
     if (phase == Phase::Work && now < reader.pausedUntil) {
       return;
     }
-    if (!reader.loading) {
-      reader.since = now;
-    }
     loadcompleteeventlist_struct step{reader.handle, -1};
     call(list.load, step);
-    reader.loading = step.iResult == TAVROLINE_BUSY;
-    if (reader.loading) {
+    if (step.iResult == TAVROLINE_BUSY) {
       if (!permanent && below(2000) == 0) {
         reader.pausedUntil = now + std::chrono::seconds(6);
       }
@@ -157,10 +152,8 @@ struct Task : PlcCalls {
       }
       return;
     }
+    reader.since = now;  // the next cycle begins the next load
     list.lastEnd = now.time_since_epoch().count();
-    if (step.iResult < 0 || step.iResult > TAVROLINE_ERROR) {
-      std::puts("problem an unknown result");
-    }
     if (phase == Phase::Returned && step.iResult == TAVROLINE_DONE) {
       reader.loaded = true;
       ++s_loaded;

@@ -67,12 +67,11 @@ void noteConfirmation(sd_bus_message* call) {
 }
 
 std::string manyEntries() {
-  std::string list = R"({"ListData":[)";
-  for (int id = 100000; id > 0; --id) {
-    list += R"({"EventType":3,"LocalTime":"2024-02-29T12:00:00.000","Description":"full","EventlistId":)" +
-            std::to_string(id) + (id > 1 ? "}," : "}]}");
+  std::string list = R"({"ListData":[null)";
+  for (int i = 0; i < 100000; ++i) {
+    list += R"(,{"EventType":3,"LocalTime":"2024-02-29T12:00:00.000","Description":"full"})";
   }
-  return list;
+  return list + "]}";
 }
 
 /** A wrong list or alarm state, or null to answer correctly. */
@@ -82,19 +81,12 @@ const char* wrongText() {
   if (strike("many")) {
     return many.c_str();
   }
-  if (strike("json")) {
-    return anyOf({"", "{", R"({"ListData":[{"EventType":)", R"({"ListData":{}})", "[1,2,3]", "\x7f\x01",
-                  R"({"ListData":[]}])", deep.c_str()});
-  }
-  if (!strike("half")) {
+  if (!strike("json")) {
     return nullptr;
   }
-  return anyOf(
-      {R"({"ListData":[{},null,7,"x",[]],"AlarmActive":2})",
-       R"({"ListData":[{"EventType":"3","EventlistId":-1}]})",
-       R"({"ListData":[{"Keywords":[["a"]],"Keywords":[]}]})",
-       R"({"ListData":[{"EventType":1e300,"EventlistId":1e300,"LocalTime":7,"Keywords":"a"}]})",
-       R"({"ListData":[{"LocalTime":"2024-13-99T99:99:99","Description":[{}],"Keywords":[1,null]}]})"});
+  return anyOf({"", R"({"ListData":[{"EventType":)", deep.c_str(), R"({"ListData":{},"AlarmActive":2})",
+                R"({"ListData":[{"Keywords":[["a"]],"Keywords":[]}]})",
+                R"({"ListData":[null,"x",{"LocalTime":"2024-13-99T99:99:99","Description":[{}]}]})"});
 }
 
 /** Filters each received message. @return 1 if the lists must not see it */
@@ -111,7 +103,7 @@ int disturb(sd_bus_message* call, void*, sd_bus_error*) {
   if (strike("never") || (question && strike("mute"))) {
     return 1;
   }
-  if (strike("error") || strike("limits")) {
+  if (strike("error")) {
     const char* name =
         anyOf({"org.tavroline.Error.Storm", SD_BUS_ERROR_LIMITS_EXCEEDED, SD_BUS_ERROR_NO_REPLY});
     sd_bus_reply_method_errorf(call, name, "%s", anyOf({"", "%s%n%s\n\x1b[2J", "\xc3\xa4\xe2\x82\xac"}));
@@ -170,12 +162,12 @@ int sd_bus_reply_method_return(sd_bus_message* call, const char* types, ...) {
   if (strike("unconfirmed")) {
     return 1;
   }
-  s_confirmations.push_back(reply(call, types));
+  const Message confirmation = reply(call, types);
   if (strike("early")) {
-    return 1;
+    s_confirmations.push_back(confirmation);
+  } else {
+    send(confirmation);
   }
-  send(s_confirmations.back());
-  s_confirmations.pop_back();
   return 1;
 }
 
