@@ -3,12 +3,9 @@
 #include <QStringList>
 
 #include <atomic>
-#include <climits>
 #include <deque>
 #include <map>
 #include <mutex>
-#include <new>
-#include <stdexcept>
 #include <utility>
 
 #include "AlarmlistHandlerDBusConnectorRead.h"
@@ -19,13 +16,16 @@
 #include "EventlistHandlerDBusConnectorRead.h"
 #include "EventlistHandlerDBusConnectorWrite.h"
 
-class DBusPendingReply::Private {
- public:
-  std::deque<fake::Answer> answers;
-};
+class DBusPendingReply::Private : public std::deque<fake::Answer> {};
 
-class EventlistHandlerDBusConnectorRead::Private {};
-class AlarmlistHandlerDBusConnectorRead::Private {};
+class EventlistHandlerDBusConnectorRead::Private {
+ public:
+  const bool deviceBus;
+};
+class AlarmlistHandlerDBusConnectorRead::Private {
+ public:
+  const bool deviceBus;
+};
 
 namespace {
 
@@ -36,16 +36,11 @@ using fake::record;
 struct State {
   std::mutex mutex;
   std::vector<Call> log;
-  std::vector<Call> readingClients;
   std::map<std::string, std::deque<std::vector<fake::Answer>>> answers;
   std::atomic<int> platformCalls{0};
-  std::atomic<int> firstThrowing{0};
-  std::atomic<int> lastThrowing{0};
-  fake::Thrown thrown{};
-  std::function<void()> observe;
+  std::function<void(int)> observe;
 };
 
-// Constructed by the first static object that records something, so it outlives all of them.
 State& state() {
   static State instance;
   return instance;
@@ -77,12 +72,12 @@ DBusPendingReply::SharedPointer request(const std::string& operation, const QVar
     return {};
   }
   const auto reply = QSharedPointer<DBusPendingReply::Private>::create();
-  reply->answers.assign(answers.begin(), answers.end());
+  reply->assign(answers.begin(), answers.end());
   return DBusPendingReply::SharedPointer::create(reply);
 }
 
-bool flag(const std::string& operation, bool* value, const void* object) {
-  perform(operation, {}, object);
+bool flag(const std::string& operation, bool deviceBus, const void* object, bool* value = nullptr) {
+  perform(operation, {deviceBus}, object);
   const std::vector<fake::Answer> change = nextAnswers(operation, {});
   if (value != nullptr && !change.empty()) {
     *value = change.front().status != 0;
@@ -106,13 +101,9 @@ void fake::record(const std::string& operation, const QVariantList& arguments, c
   state().log.push_back({operation, arguments, object});
 }
 
-std::vector<fake::Call> fake::readingClients() {
-  return state().readingClients;
-}
-
 void fake::reset() {
   qInstallMessageHandler(recordMessage);
-  throwAt(0);
+  atEachCall({});
   const std::lock_guard<std::mutex> lock(state().mutex);
   state().log.clear();
   state().answers.clear();
@@ -138,36 +129,16 @@ void fake::change(const std::string& operation, bool value) {
   answer(operation, {{value ? 1 : 0, {}}});
 }
 
-void fake::throwAt(int call, Thrown what, bool andAllAfter) {
-  state().thrown = what;
+void fake::atEachCall(std::function<void(int)> observe) {
   state().platformCalls = 0;
-  state().firstThrowing = call;
-  state().lastThrowing = andAllAfter ? INT_MAX : call;
-}
-
-int fake::platformCalls() {
-  return state().platformCalls;
-}
-
-void fake::atEachCall(std::function<void()> observe) {
   state().observe = std::move(observe);
 }
 
 void fake::platformCall() {
   const int call = ++state().platformCalls;
   if (state().observe) {
-    state().observe();
+    state().observe(call);
   }
-  if (state().firstThrowing == 0 || call < state().firstThrowing || call > state().lastThrowing) {
-    return;
-  }
-  if (state().thrown == Thrown::Exception) {
-    throw std::runtime_error("%1 thrown");
-  }
-  if (state().thrown == Thrown::BadAlloc) {
-    throw std::bad_alloc();
-  }
-  throw 5;
 }
 
 // The real helpers, where they are compiled to say when one of their functions is entered.
@@ -180,9 +151,9 @@ DBusPendingReply::DBusPendingReply(const QSharedPointer<Private>& reply) : m_sta
 DBusPendingReply::~DBusPendingReply() = default;
 int DBusPendingReply::isFinished(ErrorContainer& error) {
   perform("isFinished", {error.getErrorCode(), error.getErrorMessage()}, this);
-  const fake::Answer present = m_state->answers.front();
-  if (m_state->answers.size() > 1 && present.status != 0) {
-    m_state->answers.pop_front();
+  const fake::Answer present = m_state->front();
+  if (m_state->size() > 1 && present.status != 0) {
+    m_state->pop_front();
   }
   if (present.status != 0 && present.status != 2) {
     error = ErrorContainer(1, QString::fromUtf8(present.data));
@@ -191,12 +162,11 @@ int DBusPendingReply::isFinished(ErrorContainer& error) {
 }
 QVariant DBusPendingReply::getReply() {
   perform("getReply", {}, this);
-  return m_state->answers.front().data;
+  return m_state->front().data;
 }
 
-EventlistHandlerDBusConnectorRead::EventlistHandlerDBusConnectorRead(bool deviceBus) noexcept {
-  state().readingClients.push_back({"EventlistHandlerDBusConnectorRead", {deviceBus}, this});
-}
+EventlistHandlerDBusConnectorRead::EventlistHandlerDBusConnectorRead(bool deviceBus) noexcept
+    : m_private(new Private{deviceBus}) {}
 EventlistHandlerDBusConnectorRead::~EventlistHandlerDBusConnectorRead() = default;
 DBusPendingReply::SharedPointer EventlistHandlerDBusConnectorRead::getCompleteEventlist(
     const QString& language) {
@@ -211,26 +181,25 @@ DBusPendingReply::SharedPointer EventlistHandlerDBusConnectorRead::getPartOfEven
                  this);
 }
 bool EventlistHandlerDBusConnectorRead::changedFlagEventlist() {
-  return flag("changedFlagEventlist", nullptr, this);
+  return flag("changedFlagEventlist", m_private->deviceBus, this);
 }
 
-AlarmlistHandlerDBusConnectorRead::AlarmlistHandlerDBusConnectorRead(bool deviceBus) noexcept {
-  state().readingClients.push_back({"AlarmlistHandlerDBusConnectorRead", {deviceBus}, this});
-}
+AlarmlistHandlerDBusConnectorRead::AlarmlistHandlerDBusConnectorRead(bool deviceBus) noexcept
+    : m_private(new Private{deviceBus}) {}
 AlarmlistHandlerDBusConnectorRead::~AlarmlistHandlerDBusConnectorRead() = default;
 DBusPendingReply::SharedPointer AlarmlistHandlerDBusConnectorRead::getCompleteAlarmlist(
     const QString& language) {
   return request("getCompleteAlarmlist", {language}, this);
 }
 DBusPendingReply::SharedPointer AlarmlistHandlerDBusConnectorRead::getAlarmState(const QString& alarmId) {
-  return request("getAlarmState", {alarmId}, this);
+  return request("getAlarmState", {alarmId, m_private->deviceBus}, this);
 }
 bool AlarmlistHandlerDBusConnectorRead::changedFlagAlarmlist() {
-  return flag("changedFlagAlarmlist", nullptr, this);
+  return flag("changedFlagAlarmlist", m_private->deviceBus, this);
 }
 #define CHANGED_FLAG(name)                                    \
   bool AlarmlistHandlerDBusConnectorRead::name(bool& value) { \
-    return flag(#name, &value, this);                         \
+    return flag(#name, m_private->deviceBus, this, &value);   \
   }
 CHANGED_FLAG(changedFlagAlarmInAlarmlist)
 CHANGED_FLAG(changedFlagActiveAlarmInAlarmlist)

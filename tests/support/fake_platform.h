@@ -18,8 +18,9 @@
 namespace fake {
 
 /**
- * One entry of the log. `arguments` are those of the operation, in order, and then what its object was
- * constructed with, of the clients that live for one call (true, or the object name of the event client).
+ * One entry of the log. `arguments` are those of the operation, in order. After them comes what its object
+ * was constructed with: the object name of the event client; for the other clients whether the device's bus
+ * was asked for, except for the requests for a list.
  *  - "copyCStringDataToQString" and the other text helpers: the text, then length or capacity, then the flag;
  * object: source or target in IEC memory
  *  - "QDateTimeToIECUtcDateTime" and the other time helpers: the value to convert
@@ -39,9 +40,6 @@ struct Answer {
   QByteArray data;
 };
 
-/** What a failing platform call throws: std::runtime_error("%1 thrown"), std::bad_alloc, an int. */
-enum class Thrown { Exception, BadAlloc, Foreign };
-
 /** Forget the log and all scripts, and take Qt's messages from now on. */
 void reset();
 
@@ -55,23 +53,15 @@ void answer(const std::string& operation, const std::vector<Answer>& answers);
 void change(const std::string& operation, bool value = true);
 
 /**
- * The given platform call, counted from 1 from now on, throws, and with `andAllAfter` every later one; 0:
- * none does. Platform calls are the operations that are recorded, a log record's construction and each of its
- * items, and, where the executable is built for it, every function of the real helpers.
+ * Calls `observe` with the number of each platform call from now on; what it throws, the call throws. An
+ * empty function ends that, and so does reset(). Platform calls are the operations that are recorded, a log
+ * record's construction and each of its items, and, where the executable is built for it, every function of
+ * the real helpers.
  */
-void throwAt(int call, Thrown what = Thrown::Exception, bool andAllAfter = false);
+void atEachCall(std::function<void(int call)> observe);
 
-/** Platform calls since throwAt(). */
-int platformCalls();
-
-/** Calls `observe` at each platform call, before it can throw; an empty function ends that. */
-void atEachCall(std::function<void()> observe);
-
-/** Platform functions that a test brings along call these: for throwAt(), and for the log. */
+/** Platform functions that a test brings along call these: for atEachCall(), and for the log. */
 void platformCall();
 void record(const std::string& operation, const QVariantList& arguments, const void* object);
-
-/** The reading clients, which outlive every test, as they were constructed: class and argument. */
-std::vector<Call> readingClients();
 
 }  // namespace fake

@@ -91,10 +91,11 @@ TEST_F(Component, PollsTheAlarmListAndThenTheEventListInTheCommunicationCycleOnl
   Lines asked;
   for (const fake::Call& call : fake::calls()) {
     asked.push_back(call.operation.substr(std::strlen("changedFlag")));
+    EXPECT_EQ(call.arguments, QVariantList{true}) << "of a client of the device's bus";
   }
   EXPECT_EQ(asked, (Lines{"AlarmInAlarmlist", "ActiveAlarmInAlarmlist", "FaultInAlarmlist",
                           "ActiveFaultInAlarmlist", "Alarmlist", "CentralDetector", "Eventlist"}));
-  fake::throwAt(1);
+  failNextPlatformCall();
   EXPECT_EQ(record.pfHookFunction(20, 0, 0), 0U);
   EXPECT_EQ(fake::calls("changedFlagEventlist").size(), 2U) << "one list's failure is not the other's";
 }

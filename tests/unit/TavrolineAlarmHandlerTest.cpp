@@ -93,7 +93,7 @@ TEST_F(AlarmHandlerTest, AnAlarmStillOnIsClearedOnCloseWithItsIdentifierAndWhatW
   EXPECT_TRUE(QRegularExpression("^{[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}}$"_q).match(id).hasMatch());
   EXPECT_EQ(sent[0].arguments[8], id);
   EXPECT_NE(sent[4].arguments[8], id) << "another handler's";
-  EXPECT_EQ(fake::calls("getAlarmState").at(0).arguments, QVariantList{id});
+  EXPECT_EQ(fake::calls("getAlarmState").at(0).arguments, (QVariantList{id, true}));
   expected[1] = TAVROLINE_OFF;
   expected[2] = "fault-off"_q;
   EXPECT_EQ(sent[3].arguments, expected);

@@ -1,16 +1,17 @@
+#include <climits>
 #include <cstring>
 #include <functional>
 #include <map>
+#include <stdexcept>
 #include <thread>
 
+#include "ExternalFunctionRows.h"
 #include "ExternalFunctionTable.h"
 #include "UnitSupport.h"
 
 namespace {
 
-constexpr std::size_t kHandle = sizeof(TavrolineHandle);
-constexpr std::size_t kRequestResult = 2 * kHandle + 4;  // offsets in a request for entries
-constexpr std::size_t kCount = kRequestResult + 4;
+using external::kRequestCount;
 alignas(8) constexpr char kZeros[1024] = {};  // every text and structure that is only read
 
 ComponentInitRecord s_record;
@@ -40,71 +41,64 @@ struct Scene {
   }
   ~Scene() { call<closealarmlistwritehandle_ext>(handler); }
 
-  /** The structure's words, one per field on either width of pointers, and what a failure writes where. */
-  struct Arguments {
-    std::vector<const void*> words;
-    std::size_t offset = 0;
-    std::string written{};
-  };
-  Arguments arguments() const {
-    const auto number = [](std::uintptr_t value) { return reinterpret_cast<const void*>(value); };
-    const auto entry = [](std::vector<const void*> words) {
-      words.insert(words.end(), 9, kZeros);
-      words.insert(words.end(), 6, nullptr);  // empty arrays
-      return words;
-    };
-    const void* const eventReader = events.handle;
-    const void* const alarmReader = alarms.handle;
-    const std::string error("\x02\0", 2);
-    const std::string none(kHandle, '\0');
-    std::map<std::string, Arguments> rows{
-        {"loadcompleteeventlist_ext", {{eventReader}, kHandle, error}},
-        {"loadpartofeventlist_ext", {{eventReader, number(7)}, kHandle + 2, error}},
-        {"loadcompletealarmlist_ext", {{alarmReader}, kHandle, error}},
-        {"geteventlistentries_ext", {{eventReader, entries.data(), number(3)}, kRequestResult, error}},
-        {"getalarmlistentries_ext", {{alarmReader, entries.data(), number(3)}, kRequestResult, error}},
-        {"getalarmstatefromalarmhandler_ext", {{handler, &outputs[0], &outputs[1]}, 3 * kHandle, error}},
-        {"openeventlistreadhandle_ext", {{}, kHandle, none}},
-        {"openalarmlistreadhandle_ext", {{}, kHandle, none}},
-        {"openalarmlistwritehandle_ext", {{}, kHandle, none}},
-        {"closealarmlistwritehandle_ext", {{handler}, 0, none}},
-        {"logalarm_ext", {entry({handler, number(2 << 16)})}},
-        {"logevent_ext", {entry({number(3)})}},
-        {"acknowledgevisualalarm_ext", {{number(1), kZeros, kZeros, nullptr, nullptr}}},
-        {"acknowledgecentraldetector_ext", {{kZeros}}}};
-    const bool ofAlarms = name.find("alarm") != name.npos || name.find("state") != name.npos;
-    return rows.insert({name, {{ofAlarms ? alarmReader : eventReader, kZeros, kZeros}}}).first->second;
+  /** The address of a live object of that kind. */
+  const void* handle() const {
+    return row.kind == "AlarmlistWriteHandle"  ? handler
+           : row.kind == "AlarmlistReadHandle" ? alarms.handle
+                                               : events.handle;
   }
 
-  /** Calls the function; the platform call of that number throws. */
-  void run(int throwingCall = 0, fake::Thrown thrown = {}, bool andAllAfter = false) {
-    const std::size_t countSize = name.find("entries") != name.npos ? 4 : 0;  // written entry by entry
-    entries.assign(2568, 'Z');                                                // three elements
+  /** Fills the structure's fields, a word each on either width of pointers. */
+  void fill() {
+    entries.assign(2568, 'Z');  // three elements
     structure.assign(160, 'Z');
-    const Arguments given = arguments();
-    std::memcpy(structure.data(), given.words.data(), given.words.size() * kHandle);
-    failed = structure;
-    fake::throwAt(throwingCall, thrown, andAllAfter);
-    if (throwingCall == 0) {
-      fake::atEachCall([this, before = structure, countSize]() mutable {
-        before.replace(kCount, countSize, structure, kCount, countSize);
-        EXPECT_EQ(structure + outputs, before + "ZZ") << name << " writes before it has its result";
-      });
+    std::vector<const void*> words;
+    for (const external::Field field : row.fields) {
+      if (field == external::Handle) {
+        words.push_back(handle());
+      } else if (field == external::Flag) {
+        words.push_back(&outputs[words.size() - 1]);
+      } else if (field == external::Entries) {
+        words.push_back(entries.data());
+      } else if (field == external::Any || field == external::Size) {
+        words.push_back(reinterpret_cast<const void*>(0x20003));  // as two INT: an event, off
+      } else if (field == external::Bounds) {
+        words.resize(words.size() + sizeof(__ARRAY__DIM__INFO) / sizeof(void*));
+      } else if (field != external::NewHandle) {
+        words.push_back(kZeros);
+      }
     }
+    std::memcpy(structure.data(), words.data(), words.size() * sizeof(void*));
+  }
+
+  /** Calls the function; the platform calls from one number to another throw. */
+  void run(int first = 0, int last = 0, const std::function<void()>& fail = {}) {
+    fill();
+    const std::size_t countSize = row.hasRequest() ? 4 : 0;  // written entry by entry
+    failed = structure;
+    fake::atEachCall([&, before = structure](int call) mutable {
+      calls = call;
+      if (call >= first && call <= last) {
+        fail();
+      }
+      if (first == 0) {
+        before.replace(kRequestCount, countSize, structure, kRequestCount, countSize);
+        EXPECT_EQ(structure + outputs, before + "ZZ") << name << " writes before it has its result";
+      }
+    });
     void* request = structure.data();
-    result = int(s_functions[name](countSize != 0 ? &request : request));
-    calls = fake::platformCalls();
+    result = int(s_functions[name](row.hasRequest() ? &request : request));
     fake::atEachCall({});
-    fake::throwAt(0);
-    failed.replace(given.offset, given.written.size(), given.written);
-    failed.replace(kCount, countSize, structure, kCount, countSize);
+    failed.replace(row.failureOffset, row.failureBytes.size(), row.failureBytes);
+    failed.replace(kRequestCount, countSize, structure, kRequestCount, countSize);
     if (name.find("open") == 0) {
-      std::string opened = structure.substr(kHandle);
+      std::string opened = structure.substr(sizeof(void*));
       s_functions["close" + name.substr(4)](opened.data());
     }
   }
 
   const std::string name;
+  const external::Row& row = external::rowOf(name);
   const Reader events{kEventKind};
   const Reader alarms{kAlarmKind};
   const TavrolineHandle handler = call<openalarmlistwritehandle_ext>().hWriteHandle;
@@ -138,16 +132,20 @@ void expectEveryFailureContained(const std::string& name, bool again) {
     EXPECT_TRUE(again || items().empty()) << name;
     return std::pair(unharmed.calls, unharmed.entries);
   }();
-  const std::tuple<fake::Thrown, bool, std::string> failures[] = {
-      {fake::Thrown::Exception, false, "exception:|%1 thrown"},
-      {fake::Thrown::BadAlloc, false, "exception:|std::bad_alloc"},
-      {fake::Thrown::Foreign, false, "exception:|of an unknown type"},
-      {fake::Thrown::Exception, true, ""}};  // the log fails, too
+  const auto throwText = [] { throw std::runtime_error("%1 thrown"); };
+  const struct {
+    std::function<void()> fail;
+    int more;  ///< the calls after it that fail as well
+    std::string record;
+  } failures[] = {{throwText, 0, "exception:|%1 thrown"},
+                  {[] { throw std::bad_alloc(); }, 0, "exception:|std::bad_alloc"},
+                  {[] { throw 5; }, 0, "exception:|of an unknown type"},
+                  {throwText, INT_MAX / 2, ""}};  // the log fails, too
   for (int throwing = 1; throwing <= calls; ++throwing) {
-    for (const auto& [thrown, andAllAfter, record] : failures) {
+    for (const auto& [fail, more, record] : failures) {
       SCOPED_TRACE(name + ", call " + std::to_string(throwing));
       Scene scene(name, again);
-      scene.run(throwing, thrown, andAllAfter);
+      scene.run(throwing, throwing + more, fail);
       std::string reported;
       for (const std::string& item : items()) {
         if (item.find("exception:") == 0) {
@@ -157,7 +155,7 @@ void expectEveryFailureContained(const std::string& name, bool again) {
       EXPECT_EQ(reported, record);
       EXPECT_EQ(scene.result, name.find("port") != name.npos || name == "entry" ? 1 : 0);
       EXPECT_EQ(scene.structure + scene.outputs, scene.failed + "ZZ");
-      const char count = scene.structure[kCount];  // may be untouched
+      const char count = scene.structure[kRequestCount];  // may be untouched
       const std::size_t size = name == "getalarmlistentries_ext" ? 768 : 856;
       const std::size_t finished = count == 1 || count == 2 ? std::size_t(count) * size : 0;
       EXPECT_EQ(scene.entries.substr(0, finished), entries.substr(0, finished));
@@ -165,7 +163,7 @@ void expectEveryFailureContained(const std::string& name, bool again) {
       expectLocksAndInterfacesFree();
       if (name.find("load") == 0) {
         scene.run();
-        EXPECT_EQ(scene.structure[scene.arguments().offset], TAVROLINE_BUSY) << "a new request";
+        EXPECT_EQ(scene.structure[scene.row.failureOffset], TAVROLINE_BUSY) << "a new request";
       }
     }
   }

@@ -56,8 +56,7 @@ void Reader::load(const QByteArray& entries) const {
   ASSERT_EQ(load(), TAVROLINE_DONE);
 }
 
-/** Expects the line to be in the source of that name, from 40 lines behind to 2 before the function's name.
- */
+/** Expects the line to be in the source of that name, in a function that names the one of the signature. */
 void expectPlace(const QString& file, const QString& signature, int line) {
   QByteArray source;
   for (const char* folder : {"component", "convert", "read", "write"}) {
@@ -65,9 +64,9 @@ void expectPlace(const QString& file, const QString& signature, int line) {
     source += found.open(QIODevice::ReadOnly) ? found.readAll() : QByteArray();
   }
   const QByteArrayList lines = source.split('\n');
-  const QString name =
-      signature.section(QLatin1Char('('), 0, 0).section(QRegExp("[ :]"_q), -1).remove("_ext"_q);
-  EXPECT_TRUE(line < lines.size() && lines.mid(qMax(0, line - 40), 42).join().contains(name.toUtf8()))
+  const QByteArrayList function = lines.mid(lines.lastIndexOf("}", line - 2) + 1);
+  const QString name = signature.section(QLatin1Char('('), 0, 0).section(QRegExp("[ :]"_q), -1);
+  EXPECT_TRUE(line < lines.size() && function.mid(0, function.indexOf("}")).join().contains(name.toUtf8()))
       << file.toStdString() << ":" << line << ": " << signature.toStdString();
 }
 
@@ -105,6 +104,14 @@ Lines messages() {
     lines.push_back(call.operation + ": " + text.toStdString());
   }
   return lines;
+}
+
+void failNextPlatformCall() {
+  fake::atEachCall([](int call) {
+    if (call == 1) {
+      throw 5;
+    }
+  });
 }
 
 void advanceMonotonicClock(int milliseconds) {

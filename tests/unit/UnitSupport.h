@@ -29,6 +29,9 @@ struct ComponentTest : testing::Test {
   ComponentTest() { fake::reset(); }
 };
 
+/** The next platform call throws an int. */
+void failNextPlatformCall();
+
 /** Moves the monotonic clock, which Qt uses and which does not advance by itself in this executable. */
 void advanceMonotonicClock(int milliseconds);
 

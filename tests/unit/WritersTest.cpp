@@ -49,7 +49,7 @@ TEST_F(WritersTest, AnEventIsSentWithItsIconOrTheDefaultOneAndAnAlarmIsRefused) 
   }
 }
 
-TEST_F(WritersTest, AnAcknowledgementNamesTheUserAndTheIdentifiersThatAreNotEmpty) {
+TEST_F(WritersTest, AnAcknowledgementNamesTheUserAndTheIdentifiersThatAreNotEmptyOnTheDevicesBus) {
   const RTS_IEC_WSTRING user[] = {'B', 0xF6, 0};
   const char ids[][81] = {"{a}", "", "{ä}", "behind"};
   const struct {
@@ -70,18 +70,8 @@ TEST_F(WritersTest, AnAcknowledgementNamesTheUserAndTheIdentifiersThatAreNotEmpt
   }
   call<acknowledgecentraldetector_ext>(user);
   EXPECT_EQ(fake::calls("acknowledgeCentralDetector").at(0).arguments, (QVariantList{"Bö"_q, true}));
-}
-
-TEST_F(WritersTest, EveryOtherClientIsConstructedForTheDevicesBusToo) {
   deleteeventlist_ext(nullptr);
   EXPECT_EQ(fake::calls("deleteEventlist").at(0).arguments, QVariantList{true});
-  Lines classes;
-  for (const fake::Call& client : fake::readingClients()) {
-    EXPECT_EQ(client.arguments, QVariantList{true});
-    classes.push_back(client.operation);
-  }
-  EXPECT_EQ(classes, (Lines{"EventlistHandlerDBusConnectorRead", "AlarmlistHandlerDBusConnectorRead",
-                            "AlarmlistHandlerDBusConnectorRead"}));
 }
 
 }  // namespace

@@ -1,0 +1,91 @@
+#pragma once
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "tavroline/conventions.h"
+
+/** The structures of the external functions, for tests that call all of them. */
+namespace external {
+
+/** Fields of a structure; each has a word, bounds have eight bytes. */
+enum Field {
+  Any,
+  Handle,
+  NewHandle,
+  Text,
+  WideText,
+  Flag,  ///< the address of a BOOL to write
+  Data,
+  Size,  ///< of one keyword
+  Keywords,
+  Arguments,
+  UrlArguments,
+  Bounds,
+  Entries,  ///< their number is the next field
+  Request
+};
+
+/** Functions whose structures are alike. */
+struct Row {
+  std::vector<std::string> names;  ///< without "_ext"
+  std::string kind;                ///< of the handle, as the log names it
+  std::string nullMessage;         ///< on a null handle; empty: it is ignored
+  std::vector<Field> fields;       ///< of the structure, or of the request to which its only field points
+  std::size_t failureOffset = 0;   ///< where a failure writes these bytes
+  std::string failureBytes{};
+  bool hasRequest() const { return std::count(fields.begin(), fields.end(), Entries) != 0; }
+};
+
+constexpr std::size_t kHandleSize = sizeof(TavrolineHandle);
+constexpr std::size_t kRequestResult = 2 * kHandleSize + 4;
+constexpr std::size_t kRequestCount = kRequestResult + 4;
+inline const std::string kError("\x02\0", 2);
+inline const std::string kNoHandle(kHandleSize, '\0');
+inline const char kNullEvents[] = "EventlistReadHandle nullpointer";
+inline const char kNullAlarms[] = "AlarmlistReadHandle nullpointer";
+inline const char kNullStructure[] = "codesys struct nullpointer";
+
+// clang-format off
+inline const std::vector<Row> kRows = {
+    {{"resetlistchanged", "resetfiltertime", "resetfilterkeyword", "resetfiltereventtype", "resetfilterall", "setfiltertime",
+      "haslistchanged", "clearfiltereventtype", "addfiltereventtype"}, "ReadHandle", kNullEvents, {Handle, Any}},
+    {{"setlistreadlanguage"}, "ReadHandle", kNullEvents, {Handle, Text}},
+    {{"addfilterkeyword", "clearfilterkeyword"}, "ReadHandle", kNullEvents, {Handle, Any, Text}},
+    {{"setfilterstatealarm", "setfilterstateacknowledge", "resetfilterstatealarm", "resetfilterstateacknowledge",
+      "isfaultinalarmlist", "isalarminalarmlist", "isactivefaultinalarmlist", "isactivealarminalarmlist",
+      "getcentraldetectorstate"}, "AlarmlistReadHandle", kNullAlarms, {Handle, Any}},
+    {{"loadcompleteeventlist"}, "EventlistReadHandle", kNullEvents, {Handle, Any}, kHandleSize, kError},
+    {{"loadpartofeventlist"}, "EventlistReadHandle", kNullEvents, {Handle, Any}, kHandleSize + 2, kError},
+    {{"loadcompletealarmlist"}, "AlarmlistReadHandle", kNullAlarms, {Handle, Any}, kHandleSize, kError},
+    {{"geteventlistentries"}, "EventlistReadHandle", kNullEvents, {Handle, Entries, Any, Any}, kRequestResult, kError},
+    {{"getalarmlistentries"}, "AlarmlistReadHandle", kNullAlarms, {Handle, Entries, Any, Any}, kRequestResult, kError},
+    {{"closeeventlistreadhandle"}, "EventlistReadHandle", "", {Handle, Any}},
+    {{"closealarmlistreadhandle"}, "AlarmlistReadHandle", "", {Handle, Any}},
+    {{"closealarmlistwritehandle"}, "AlarmlistWriteHandle", kNullStructure, {Handle, Any}, 0, kNoHandle},
+    {{"getalarmstatefromalarmhandler"}, "AlarmlistWriteHandle", kNullStructure, {Handle, Flag, Flag, Any},
+     3 * kHandleSize, kError},
+    {{"logalarm"}, "AlarmlistWriteHandle", kNullStructure,
+     {Handle, Any, Text, Text, Any, Data, WideText, Size, Keywords, Arguments, UrlArguments, Bounds, Bounds, Bounds}},
+    {{"logevent"}, "", "",
+     {Any, Text, Text, Any, Data, WideText, Size, Keywords, Arguments, UrlArguments, Bounds, Bounds, Bounds}},
+    {{"openeventlistreadhandle", "openalarmlistreadhandle", "openalarmlistwritehandle"}, "", "", {Any, NewHandle},
+     kHandleSize, kNoHandle},
+    {{"acknowledgevisualalarm"}, "", "", {Size, WideText, Keywords, Bounds}},
+    {{"acknowledgecentraldetector"}, "", "", {WideText}},
+    {{"deleteeventlist"}, "", "", {Any, Any}}};
+// clang-format on
+
+/** The row of a function, "…_ext"; of a name that is none, the last. */
+inline const Row& rowOf(const std::string& function) {
+  const std::string name = function.substr(0, function.rfind("_ext"));
+  for (const Row& row : kRows) {
+    if (std::count(row.names.begin(), row.names.end(), name) != 0) {
+      return row;
+    }
+  }
+  return kRows.back();
+}
+
+}  // namespace external
