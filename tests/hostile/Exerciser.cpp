@@ -254,14 +254,6 @@ struct Task : PlcCalls {
       std::printf("loaded\n");
     }
   }
-
-  void end() {
-    for (const Alarm& alarm : alarms) {
-      handed += alarm.on ? 1 : 0;
-    }
-    closeAll();
-    std::printf("handed %lu\n", handed);
-  }
 };
 std::array<Task, kTasks> s_tasks;
 
@@ -276,9 +268,12 @@ void cycle(void* state) {
 
 void stop(void*) {
   for (Task& task : s_tasks) {
-    task.end();
+    for (const Alarm& alarm : task.alarms) {
+      task.handed += alarm.on ? 1 : 0;
+    }
+    task.closeAll();
+    std::printf("handed %lu\n", task.handed);
   }
-  std::fflush(stdout);
 }
 
 }  // namespace

@@ -10,7 +10,6 @@
 #include <chrono>
 #include <cstdarg>
 #include <cstdio>
-#include <cstring>
 #include <map>
 #include <memory>
 #include <random>
@@ -33,8 +32,8 @@ std::map<std::string, unsigned> s_faults;  ///< by name; one call in N is distur
 std::vector<Message> s_confirmations;      ///< held back until the signals are sent
 
 bool strike(const char* fault) {
-  const auto row = s_faults.find(fault);
-  if (row == s_faults.end() || s_random() % row->second != 0) {
+  const unsigned oneIn = s_faults[fault];
+  if (oneIn == 0 || s_random() % oneIn != 0) {
     return false;
   }
   dprintf(STDOUT_FILENO, "fault %s\n", fault);
@@ -91,8 +90,7 @@ const char* wrongText() {
 
 /** Filters each received message. @return 1 if the lists must not see it */
 int disturb(sd_bus_message* call, void*, sd_bus_error*) {
-  const char* path = sd_bus_message_get_path(call);
-  if (path == nullptr || std::strncmp(path, "/org/tavroline/", 15) != 0) {
+  if (sd_bus_message_is_method_call(call, nullptr, nullptr) <= 0) {
     return 0;
   }
   const std::string member = sd_bus_message_get_member(call);
@@ -117,30 +115,30 @@ int disturb(sd_bus_message* call, void*, sd_bus_error*) {
     return 1;
   }
   const char* text = member == "GetList" || member == "GetAlarmState" ? wrongText() : nullptr;
-  if (text == nullptr) {
-    return 0;
+  if (text != nullptr) {
+    send(reply(call, "s", text));
   }
-  send(reply(call, "s", text));
-  return 1;
+  return text != nullptr ? 1 : 0;
 }
 
 /** Serves until the process is killed or the bus connection fails. */
 [[noreturn]] void serve(sd_bus* bus, ListService& service, CallBatch& batch) {
   std::string shown;
   for (;;) {
-    int waiting = 1;
-    for (int handled = 0; handled < CallBatch::kMaxCalls && waiting > 0; ++handled) {
-      waiting = sd_bus_process(bus, nullptr);
-      checkBus(waiting);
-    }
+    int handled = 0;
+    do {
+      handled = sd_bus_process(bus, nullptr);
+      checkBus(handled);
+    } while (handled > 0);
     batch.finish();
     std::shuffle(s_confirmations.begin(), s_confirmations.end(), s_random);
     std::for_each(s_confirmations.begin(), s_confirmations.end(), send);
     s_confirmations.clear();
     const ListSnapshot now = service.snapshot();
-    const AlarmSummary& s = now.summary;
+    const AlarmSummary& alarms = now.summary;
     std::string flags;
-    for (const bool flag : {s.alarm, s.activeAlarm, s.fault, s.activeFault, now.detector}) {
+    for (const bool flag :
+         {alarms.alarm, alarms.activeAlarm, alarms.fault, alarms.activeFault, now.detector}) {
       flags += flag ? '1' : '0';
     }
     if (shown != flags) {
@@ -148,9 +146,7 @@ int disturb(sd_bus_message* call, void*, sd_bus_error*) {
     }
     shown = flags;
     const int due = batch.timeout();
-    if (waiting == 0) {
-      sd_bus_wait(bus, due < 0 ? UINT64_MAX : uint64_t(due) * 1000);
-    }
+    sd_bus_wait(bus, due < 0 ? UINT64_MAX : uint64_t(due) * 1000);
   }
 }
 

@@ -7,12 +7,10 @@
 #include <filesystem>
 #include <stdexcept>
 
-PrivateBus::PrivateBus() {
-  std::string folder = (std::filesystem::temp_directory_path() / "tavroline-XXXXXX").string();
-  if (mkdtemp(folder.data()) == nullptr) {
+PrivateBus::PrivateBus() : m_folder(std::filesystem::temp_directory_path() / "tavroline-XXXXXX") {
+  if (mkdtemp(m_folder.data()) == nullptr) {
     throw std::runtime_error("no temporary folder");
   }
-  m_folder = folder;
   setenv("DBUS_SYSTEM_BUS_ADDRESS", ("unix:path=" + m_folder + "/bus").c_str(), 1);
   start();
 }
@@ -42,9 +40,7 @@ void PrivateBus::stop() {
 
 bool PrivateBus::waitForName(const std::string& name, bool owned) const {
   sd_bus* bus = nullptr;
-  if (sd_bus_open_system(&bus) < 0) {
-    return false;
-  }
+  sd_bus_open_system(&bus);  // without a bus each query below fails
   const bool arrived = eventually([&] {
     const int found = sd_bus_get_name_creds(bus, name.c_str(), 0, nullptr);
     return owned ? found >= 0 : found == -ENXIO;

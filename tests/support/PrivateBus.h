@@ -23,7 +23,7 @@ class PrivateBus {
   void pause() const { m_daemon->pause(); }
   void resume() const { m_daemon->resume(); }
 
-  /** Waits until `name` has an owner or none. @return false at the deadline or without a bus */
+  /** Waits until `name` has an owner or none. @return false at the deadline */
   bool waitForName(const std::string& name, bool owned = true) const;
 
   /** The temporary folder, for files of the test. */
