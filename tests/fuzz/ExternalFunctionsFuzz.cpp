@@ -2,8 +2,10 @@
 // caller is repaired: pointers, terminators of bare texts and upper bounds. Handles are live, closed or
 // foreign.
 
+#include <string>
 #include <vector>
 
+#include "ExternalFunctionRows.h"
 #include "ExternalFunctionTable.h"
 #include "Fuzz.h"
 #include "IecMemory.h"
@@ -12,39 +14,36 @@
 
 namespace {
 
+using namespace external;
 using Word = std::uint64_t;
 using Function = void (*)(Word*);
 
-// Structures, a character per word. o: a handle comes out; h: one goes in; t u: STRING or BOOL, WSTRING;
-// d: stDataType; s: size of a keyword; k g l: keywords, arguments, URL arguments, three of each; #: bounds;
-// q: a request; x: its entries, and their number behind; dot: anything.
-constexpr const char* kShapes[][2] = {
-    {".o", "openeventlistreadhandle_ext openalarmlistreadhandle_ext openalarmlistwritehandle_ext"},
-    {"ht", "setlistreadlanguage_ext"},
-    {"h.t", "addfilterkeyword_ext clearfilterkeyword_ext"},
-    {"q", "geteventlistentries_ext getalarmlistentries_ext"},
-    {".tt.duskgl###", "logevent_ext"},
-    {"h.tt.duskgl###", "logalarm_ext"},
-    {"htt.", "getalarmstatefromalarmhandler_ext"},
-    {"suk#", "acknowledgevisualalarm_ext"},
-    {"u", "acknowledgecentraldetector_ext"},
-    {"h.", ""}};  // all others: every name holds the empty one
+/** The functions whose names begin so. */
+std::vector<ExternalFunctionEntry> functions(const std::string& begin) {
+  std::vector<ExternalFunctionEntry> found;
+  for (const auto* entry = ExternalFunctionTable; entry->pfFunction != nullptr; ++entry) {
+    if (std::string(entry->pszName).find(begin) == 0) {
+      found.push_back(*entry);
+    }
+  }
+  return found;
+}
 
 /** One sequence of calls, and the handles that it has seen. */
 struct Sequence {
   FuzzedDataProvider& input;
   std::vector<Word> handles = {0, 8};
-  std::size_t placed = 0;
+  const Row* row = nullptr;  ///< of the function that is called
+  std::size_t placed = 0;    ///< blocks of memory
+  std::size_t keywordSize = 0;
 
-  void call(const ExternalFunctionEntry& row) {
-    const auto* shape = kShapes;
-    while (**(*shape + 1) != '\0' && std::strstr((*shape)[1], row.pszName) == nullptr) {
-      ++shape;
-    }
+  void call(const ExternalFunctionEntry& entry) {
     placed = 0;
-    auto* const words = reinterpret_cast<Word*>(structure((*shape)[0]));
-    reinterpret_cast<Function>(row.pfFunction)(words);
-    if (words != nullptr && shape == kShapes) {
+    row = &rowOf(entry.pszName);
+    auto* const words =
+        reinterpret_cast<Word*>(structure(row->hasRequest() ? std::vector<Field>{Request} : row->fields));
+    reinterpret_cast<Function>(entry.pfFunction)(words);
+    if (words != nullptr && row->fields.back() == NewHandle) {
       handles.push_back(words[1]);
     }
   }
@@ -61,60 +60,50 @@ struct Sequence {
     return input.ConsumeIntegralInRange(0, 9) == 9 ? 0 : reinterpret_cast<Word>(bytes);
   }
 
-  Word structure(const char* shape) {
-    const Word address = place(std::strlen(shape) * sizeof(Word));
+  Word structure(const std::vector<Field>& fields) {
+    const Word address = place(fields.size() * sizeof(Word));
     auto* const words = reinterpret_cast<Word*>(address);
-    for (std::size_t i = 0; words != nullptr && shape[i] != '\0'; ++i) {
-      words[i] = repaired(shape, words, i);
+    for (std::size_t i = 0; words != nullptr && i < fields.size(); ++i) {
+      words[i] = repaired(fields[i], words, i);
     }
     return address;
   }
 
-  Word repaired(const char* shape, Word* words, std::size_t i) {
-    const char kind = shape[i];
+  /** The word at that index as a caller may pass it for the field. */
+  Word repaired(Field field, Word* words, std::size_t index) {
     const std::size_t length = input.ConsumeIntegralInRange<std::size_t>(1, 300);
-    const __ARRAY__DIM__INFO bounds{static_cast<int>(words[i]), static_cast<int>(words[i] >> 32U)};
-    if (kind == '#' && Tavroline::elementCount(bounds) > 3) {
-      return Word{2} << 32U;  // 0 to 2
+    const __ARRAY__DIM__INFO bounds{static_cast<int>(words[index]), static_cast<int>(words[index] >> 32U)};
+    switch (field) {
+      case Handle:
+        return handles[length % handles.size()];
+      case Request:
+        return structure(row->fields);
+      case Text:
+      case Flag:
+        return place(length, 1);
+      case WideText:
+        return place(length * 2, 2);
+      case Data:
+        return place(sizeof(stDataType));
+      case Size:
+        keywordSize = words[index] & 0x7FFF;
+        return words[index];
+      case Keywords:
+        return place(3 * keywordSize);
+      case Arguments:
+        return place(3 * sizeof(stDescriptionArgumentType));
+      case UrlArguments:
+        return place(3 * sizeof(stDescriptionUrlArgumentType));
+      case Bounds:
+        return Tavroline::elementCount(bounds) > 3 ? Word{2} << 32U : words[index];  // 0 to 2
+      case Entries:
+        words[index + 1] = length % 4;
+        return place(words[index + 1] * sizeof(stEventlistEntryType));
+      default:
+        return words[index];
     }
-    if (kind == 'h') {
-      return handles[length % handles.size()];
-    }
-    if (kind == 'q') {
-      return structure("hx..");
-    }
-    if (kind == 't') {
-      return place(length, 1);
-    }
-    if (kind == 'u') {
-      return place(length * 2, 2);
-    }
-    if (kind == 'd') {
-      return place(sizeof(stDataType));
-    }
-    if (kind == 'k') {
-      return place(3 * (words[std::strcspn(shape, "s")] & 0x7FFF));
-    }
-    if (kind == 'g') {
-      return place(3 * sizeof(stDescriptionArgumentType));
-    }
-    if (kind == 'l') {
-      return place(3 * sizeof(stDescriptionUrlArgumentType));
-    }
-    if (kind == 'x') {
-      words[i + 1] = length % 4;
-    }
-    return kind == 'x' ? place(words[i + 1] * sizeof(stEventlistEntryType)) : words[i];
   }
 };
-
-std::size_t lastFunction() {
-  std::size_t row = 0;
-  while (ExternalFunctionTable[row + 1].pfFunction != nullptr) {
-    ++row;
-  }
-  return row;
-}
 
 }  // namespace
 
@@ -124,15 +113,16 @@ void fuzz::run(FuzzedDataProvider& input) {
     fake::answer(request, {{2, {}}, {0, R"({"ListData":[{},{"EventType":3}]})"}});
   }
   Sequence sequence{input};
-  for (std::size_t open : {11UL, 12UL, 13UL}) {
-    sequence.call(ExternalFunctionTable[open]);
+  for (const ExternalFunctionEntry& open : functions("open")) {
+    sequence.call(open);
   }
+  const std::vector<ExternalFunctionEntry> all = functions("");
   for (int i = 0; i < 50 && input.remaining_bytes() > 0; ++i) {
-    sequence.call(ExternalFunctionTable[input.ConsumeIntegralInRange<std::size_t>(0, lastFunction())]);
+    sequence.call(all[input.ConsumeIntegralInRange<std::size_t>(0, all.size() - 1)]);
   }
   for (Word handle : sequence.handles) {
-    for (std::size_t close : {29UL, 30UL, 31UL}) {
-      reinterpret_cast<Function>(ExternalFunctionTable[close].pfFunction)(&handle);
+    for (const ExternalFunctionEntry& close : functions("close")) {
+      reinterpret_cast<Function>(close.pfFunction)(&handle);
     }
   }
 }

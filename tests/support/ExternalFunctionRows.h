@@ -9,23 +9,13 @@
 /** The structures of the external functions, for tests that call all of them. */
 namespace external {
 
-/** Fields of a structure; each has a word, bounds have eight bytes. */
+// clang-format off
+/** Fields of a structure; each has a word, bounds have eight bytes. Flag: the address of a BOOL to write; Size: of
+ * one keyword; Entries: their number is the next field; Request: the address of the row's fields. */
 enum Field {
-  Any,
-  Handle,
-  NewHandle,
-  Text,
-  WideText,
-  Flag,  ///< the address of a BOOL to write
-  Data,
-  Size,  ///< of one keyword
-  Keywords,
-  Arguments,
-  UrlArguments,
-  Bounds,
-  Entries,  ///< their number is the next field
-  Request
+  Any, Handle, NewHandle, Text, WideText, Flag, Data, Size, Keywords, Arguments, UrlArguments, Bounds, Entries, Request
 };
+// clang-format on
 
 /** Functions whose structures are alike. */
 struct Row {
@@ -80,12 +70,9 @@ inline const std::vector<Row> kRows = {
 /** The row of a function, "…_ext"; of a name that is none, the last. */
 inline const Row& rowOf(const std::string& function) {
   const std::string name = function.substr(0, function.rfind("_ext"));
-  for (const Row& row : kRows) {
-    if (std::count(row.names.begin(), row.names.end(), name) != 0) {
-      return row;
-    }
-  }
-  return kRows.back();
+  return *std::find_if(kRows.begin(), kRows.end() - 1, [&](const Row& row) {
+    return std::count(row.names.begin(), row.names.end(), name) != 0;
+  });
 }
 
 }  // namespace external

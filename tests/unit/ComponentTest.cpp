@@ -36,8 +36,8 @@ RTS_RESULT registerTable(const ExternalFunctionEntry* table, std::uintptr_t rese
   return noted(name + ", external " + std::to_string(external));
 }
 
-struct Component : ComponentTest {
-  Component() {
+struct RuntimeInterfaceTest : ComponentTest {
+  RuntimeInterfaceTest() {
     record.pfRegisterApi = registerTable;
     record.pfGetApi = lookUp;
     ComponentEntry(&record);
@@ -45,7 +45,7 @@ struct Component : ComponentTest {
   ComponentInitRecord record{};
 };
 
-TEST_F(Component, FillsWordsZeroToSixOfTheRecordAndNothingElse) {
+TEST_F(RuntimeInterfaceTest, FillsWordsZeroToSixOfTheRecordAndNothingElse) {
   std::uintptr_t words[15];
   std::fill_n(words, 15, std::uintptr_t{0x5A5A5A5A});
   EXPECT_EQ(ComponentEntry(reinterpret_cast<ComponentInitRecord*>(words)), 0);
@@ -56,7 +56,7 @@ TEST_F(Component, FillsWordsZeroToSixOfTheRecordAndNothingElse) {
   EXPECT_EQ(ComponentEntry(nullptr), 1);
 }
 
-TEST_F(Component, ImportsInItsOrderWhateverFailsAndReportsTheLastResult) {
+TEST_F(RuntimeInterfaceTest, ImportsInItsOrderWhateverFailsAndReportsTheLastResult) {
   for (const char* failing : {"", "LogAdd 2", "CMUtlSafeStrCpy 0"}) {
     s_runtimeCalls.clear();
     s_failing = failing;
@@ -66,7 +66,7 @@ TEST_F(Component, ImportsInItsOrderWhateverFailsAndReportsTheLastResult) {
   }
 }
 
-TEST_F(Component, ExportsTheFunctionsAndThenTheEmptyTable) {
+TEST_F(RuntimeInterfaceTest, ExportsTheFunctionsAndThenTheEmptyTable) {
   const std::string all = "functions, external 1";
   const std::string empty = "empty table, external 0";
   using Row = std::tuple<std::string, RTS_RESULT, Lines>;
@@ -82,7 +82,7 @@ TEST_F(Component, ExportsTheFunctionsAndThenTheEmptyTable) {
   EXPECT_EQ(record.pfExportFunctions(), 3U);
 }
 
-TEST_F(Component, PollsTheAlarmListAndThenTheEventListInTheCommunicationCycleOnly) {
+TEST_F(RuntimeInterfaceTest, PollsTheAlarmListAndThenTheEventListInTheCommunicationCycleOnly) {
   for (const std::uint32_t hook : {0U, 19U, 21U, 0x10014U}) {
     EXPECT_EQ(record.pfHookFunction(hook, 1, 2), 0U);
   }
@@ -91,7 +91,7 @@ TEST_F(Component, PollsTheAlarmListAndThenTheEventListInTheCommunicationCycleOnl
   Lines asked;
   for (const fake::Call& call : fake::calls()) {
     asked.push_back(call.operation.substr(std::strlen("changedFlag")));
-    EXPECT_EQ(call.arguments, QVariantList{true}) << "of a client of the device's bus";
+    EXPECT_EQ(call.arguments, QVariantList{true}) << "the device's bus";
   }
   EXPECT_EQ(asked, (Lines{"AlarmInAlarmlist", "ActiveAlarmInAlarmlist", "FaultInAlarmlist",
                           "ActiveFaultInAlarmlist", "Alarmlist", "CentralDetector", "Eventlist"}));

@@ -102,6 +102,19 @@ TEST_F(ExternalFunctionTest, AHandleThatIsNullStaleOrOfAnotherKindIsRefused) {
   }
 }
 
+TEST_F(ExternalFunctionTest, TheLastSixtyFourClosedHandlesAreKnownAsClosed) {
+  std::optional<TavrolineAlarmHandler> handlers[65];
+  for (auto& handler : handlers) {
+    handler.emplace(nullptr);
+    handler.reset();
+  }
+  for (const int index : {0, 1, 64}) {
+    call<closealarmlistwritehandle_ext>(&handlers[index]);
+  }
+  const std::string closed = "AlarmlistWriteHandle already closed";
+  EXPECT_EQ(items(), (Lines{"AlarmlistWriteHandle unknown", closed, closed}));
+}
+
 TEST_F(ExternalFunctionTest, ARecordNamesTheFunctionThatWritesItAndOneOfItsLines) {
   const std::set<std::string> withoutHandle{"logevent_ext", "deleteeventlist_ext",
                                             "acknowledgevisualalarm_ext", "acknowledgecentraldetector_ext"};

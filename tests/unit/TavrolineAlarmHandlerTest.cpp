@@ -3,9 +3,16 @@
 #include <QDateTime>
 #include <QRegularExpression>
 
+#include <tuple>
+
 #include "UnitSupport.h"
 
 namespace {
+
+using State = std::tuple<int, int, int>;  // of the query: result, active, acknowledged
+constexpr int kUnwritten = 5;
+const State kBusy{TAVROLINE_BUSY, kUnwritten, kUnwritten};
+const State kFailed{TAVROLINE_ERROR, kUnwritten, kUnwritten};
 
 struct AlarmHandlerTest : ComponentTest {
   ~AlarmHandlerTest() override { close(); }
@@ -13,12 +20,11 @@ struct AlarmHandlerTest : ComponentTest {
   void log(int type, int state, const char* icon = "", unsigned int time = 0) {
     logEntry<logalarm_ext>(type, state, icon, icon, time, handle);
   }
-  /** One step of the query; the BOOLs are digits, 5 where one was not written. */
-  std::string query() {
-    RTS_IEC_BOOL active = 5;
-    RTS_IEC_BOOL acknowledged = 5;
+  State query() {
+    RTS_IEC_BOOL active = kUnwritten;
+    RTS_IEC_BOOL acknowledged = kUnwritten;
     const int result = call<getalarmstatefromalarmhandler_ext>(handle, &active, &acknowledged, -1).iResult;
-    return std::to_string(result) + " " + std::to_string(active) + std::to_string(acknowledged);
+    return {result, active, acknowledged};
   }
   static std::size_t queries() { return fake::calls("getAlarmState").size(); }
 
@@ -26,38 +32,34 @@ struct AlarmHandlerTest : ComponentTest {
 };
 
 TEST_F(AlarmHandlerTest, OnlyAnEdgeIsSentAndOnlyNeutralIsWarnedOf) {
-  struct Step {
+  const struct {
     int type, state;
     const char* icon;
     const char* sent;  ///< type, state and icon; empty: nothing
-  };
-  const auto steps = {Step{TAVROLINE_ALARM, TAVROLINE_OFF, "", ""},
-                      Step{TAVROLINE_ALARM, TAVROLINE_NEUTRAL, "", ""},
-                      Step{TAVROLINE_ALARM, 3, "", ""},
-                      Step{TAVROLINE_ALARM, TAVROLINE_ON, "", "0 1 alarm-on"},
-                      Step{TAVROLINE_ALARM, TAVROLINE_ON, "", ""},
-                      Step{TAVROLINE_FAULT, TAVROLINE_ON, "own", ""},
-                      Step{TAVROLINE_ALARM, TAVROLINE_NEUTRAL, "", ""},
-                      Step{TAVROLINE_ALARM, TAVROLINE_OFF, "", "0 2 alarm-off"},
-                      Step{TAVROLINE_ALARM, TAVROLINE_OFF, "", ""},
-                      Step{TAVROLINE_FAULT, TAVROLINE_ON, "own", "2 1 own"},
-                      Step{TAVROLINE_FAULT, TAVROLINE_OFF, "", "2 2 fault-off"},
-                      Step{77, TAVROLINE_ON, "", "77 1 "},
-                      Step{TAVROLINE_ALARM, TAVROLINE_OFF, "own", "0 2 own"}};
+  } steps[] = {{TAVROLINE_ALARM, TAVROLINE_OFF, "", ""},
+               {TAVROLINE_ALARM, TAVROLINE_NEUTRAL, "", ""},
+               {TAVROLINE_ALARM, 3, "", ""},
+               {TAVROLINE_ALARM, TAVROLINE_ON, "", "0 1 alarm-on"},
+               {TAVROLINE_FAULT, TAVROLINE_ON, "own", ""},
+               {TAVROLINE_ALARM, TAVROLINE_NEUTRAL, "", ""},
+               {TAVROLINE_ALARM, TAVROLINE_OFF, "", "0 2 alarm-off"},
+               {TAVROLINE_FAULT, TAVROLINE_ON, "own", "2 1 own"},
+               {TAVROLINE_FAULT, TAVROLINE_OFF, "", "2 2 fault-off"},
+               {77, TAVROLINE_ON, "", "77 1 "},
+               {TAVROLINE_ALARM, TAVROLINE_OFF, "own", "0 2 own"}};
   const Lines neutral{
       "qWarning: TavrolineAlarmHandler: void TavrolineAlarmHandler::changeState(EventlistHandlerEnums::"
       "EventType, EventlistHandlerEnums::State, const QString&, const QString&, const QDateTime&, "
       "const QVariantMap&, const QStringList&, const QString&): Neutral alarm or fault not allowed"};
-  for (const Step& step : steps) {
-    SCOPED_TRACE(&step - steps.begin());
+  for (const auto& [type, state, icon, expected] : steps) {
     fake::reset();
-    log(step.type, step.state, step.icon);
+    log(type, state, icon);
     QStringList sent;
     for (const fake::Call& call : fake::calls("logEvent")) {
       sent += QVariant(call.arguments.mid(0, 3)).toStringList();
     }
-    EXPECT_EQ(sent.join(QLatin1Char(' ')), QString::fromUtf8(step.sent));
-    EXPECT_EQ(messages(), step.state == TAVROLINE_NEUTRAL ? neutral : Lines{});
+    EXPECT_EQ(sent.join(QLatin1Char(' ')), QString::fromUtf8(expected)) << type << " " << state;
+    EXPECT_EQ(messages(), state == TAVROLINE_NEUTRAL ? neutral : Lines{});
   }
 }
 
@@ -100,22 +102,20 @@ TEST_F(AlarmHandlerTest, AnAlarmStillOnIsClearedOnCloseWithItsIdentifierAndWhatW
 }
 
 TEST_F(AlarmHandlerTest, AStateQueryIsStartedAndAskedUntilItDelivers) {
-  const struct {
-    const char* reply;
-    const char* expected;
-  } rows[] = {{R"({"AlarmActive":true,"AlarmAcknowledgment":false})", "0 10"},
-              {R"({"AlarmActive":false,"AlarmAcknowledgment":true})", "0 01"},
-              {R"({"AlarmActive":1,"AlarmAcknowledgment":"true"})", "0 00"},
-              {"garbage", "0 00"}};
+  const std::pair<const char*, State> rows[] = {
+      {R"({"AlarmActive":true,"AlarmAcknowledgment":false})", {TAVROLINE_DONE, 1, 0}},
+      {R"({"AlarmActive":false,"AlarmAcknowledgment":true})", {TAVROLINE_DONE, 0, 1}},
+      {R"({"AlarmActive":1,"AlarmAcknowledgment":"true"})", {TAVROLINE_DONE, 0, 0}},
+      {"garbage", {TAVROLINE_DONE, 0, 0}}};
   std::size_t started = 0;
-  for (const auto& [reply, expected] : rows) {
+  for (const auto& [reply, delivered] : rows) {
     fake::answer("getAlarmState", {{2, {}}, {2, {}}, {0, reply}});
     fake::answer("getAlarmState", {{0, reply}});
-    for (const char* result : {"1 55", "1 55", expected}) {
-      EXPECT_EQ(query(), result);
+    for (const State& state : {kBusy, kBusy, delivered}) {
+      EXPECT_EQ(query(), state);
     }
     EXPECT_EQ(queries(), ++started);
-    EXPECT_EQ(query(), expected) << "a new query, answered at once";
+    EXPECT_EQ(query(), delivered) << "a new query, answered at once";
     EXPECT_EQ(queries(), ++started);
   }
   EXPECT_EQ(fake::calls("isFinished").size(), 2 * started) << "asked once per call";
@@ -127,30 +127,28 @@ TEST_F(AlarmHandlerTest, AFailedStateQueryIsRepeatedAfterFiveSeconds) {
   const std::string place =
       "TavrolineAlarmHandler: int16_t TavrolineAlarmHandler::getAlarmState(bool&, bool&): getAlarmState: ";
   fake::answer("getAlarmState", {{2, {}}, {3, "gone"}});
-  EXPECT_EQ(query(), "1 55");
-  EXPECT_EQ(query(), "2 55");
+  EXPECT_EQ(query(), kBusy);
+  EXPECT_EQ(query(), kFailed);
   EXPECT_EQ(records(), Lines{place + "DBus access error"});
   fake::answer("getAlarmState", {});
   for (const std::size_t started : {1U, 2U}) {
     advanceMonotonicClock(4999);
-    EXPECT_EQ(query(), "2 55") << "counted from the last failed query";
+    EXPECT_EQ(query(), kFailed) << "counted from the last failed query";
     EXPECT_EQ(queries(), started);
     advanceMonotonicClock(1);
-    EXPECT_EQ(query(), started == 1 ? "2 55" : "1 55");
+    EXPECT_EQ(query(), started == 1 ? kFailed : kBusy);
     EXPECT_EQ(queries(), started + 1);
     EXPECT_EQ(records().back(), place + "DBusPendingReply nullpointer");
   }
 }
 
 TEST_F(AlarmHandlerTest, AnAlarmWithoutItsDescriptionIsReportedOnceAndNotSent) {
-  const stDataType data{};
   const stDescriptionArgumentType argument{};
-  const stDescriptionUrlArgumentType urlArgument{};
+  const stDescriptionUrlArgumentType url{};
   for (const int missing : {0, 1, 2}) {
     fake::reset();
-    call<logalarm_ext>(handle, TAVROLINE_ALARM, TAVROLINE_ON, "", "", 0, missing == 0 ? nullptr : &data,
-                       nullptr, 1, "", missing == 1 ? nullptr : &argument,
-                       missing == 2 ? nullptr : &urlArgument);
+    call<logalarm_ext>(handle, TAVROLINE_ALARM, TAVROLINE_ON, "", "", 0, missing == 0 ? nullptr : &url.stData,
+                       nullptr, 1, "", missing == 1 ? nullptr : &argument, missing == 2 ? nullptr : &url);
     EXPECT_EQ(items(), Lines{"codesys struct nullpointer"});
     EXPECT_TRUE(fake::calls("logEvent").empty());
   }

@@ -3,6 +3,7 @@
 #include <climits>
 #include <cstring>
 #include <set>
+#include <tuple>
 
 #include "GuardedMemory.h"
 #include "UnitSupport.h"
@@ -40,48 +41,54 @@ TEST_F(ConvenienceFunctionsTest, TextSourcesBeyondOneBecomeZeroWithAWarning) {
   }
 }
 
+/** The line of the record about the null handle. */
 template <typename Object>
-void expectTakenUnlessNull(const std::string& type, const std::string& kind) {
+QString expectTakenUnlessNull(const std::string& type, const std::string& kind) {
   Object* target = nullptr;
   int object = 0;
   EXPECT_TRUE(Convert::getHandlePointer(&target, &object));
   EXPECT_FALSE(Convert::getHandlePointer(&target, nullptr));
   EXPECT_EQ(static_cast<void*>(target), &object);
   EXPECT_EQ(records().back(),
-            "TavrolineConvenienceFunctions: static bool TavrolineConvenienceFunctions::"
-            "getHandlePointer(" +
+            "TavrolineConvenienceFunctions: static bool TavrolineConvenienceFunctions::getHandlePointer(" +
                 type + "**, void*): " + kind + " nullpointer");
+  return fake::calls("CodesysLog").back().arguments[8].toString();
 }
 
 TEST_F(ConvenienceFunctionsTest, EveryKindOfHandleIsTakenUnlessItIsNull) {
-  expectTakenUnlessNull<TavrolineReadBaseClass>("TavrolineReadBaseClass", "EventlistReadHandle");
-  expectTakenUnlessNull<TavrolineEventlistRead>("TavrolineEventlistRead", "EventlistReadHandle");
-  expectTakenUnlessNull<TavrolineEventlistWrite>("TavrolineEventlistWrite", "EventlistWriteHandle");
-  expectTakenUnlessNull<TavrolineAlarmlistRead>("TavrolineAlarmlistRead", "AlarmlistReadHandle");
-  std::set<QString> lines;
-  for (const fake::Call& record : fake::calls("CodesysLog")) {
-    lines.insert(record.arguments[8].toString());
-  }
+  const std::set<QString> lines{
+      expectTakenUnlessNull<TavrolineReadBaseClass>("TavrolineReadBaseClass", "EventlistReadHandle"),
+      expectTakenUnlessNull<TavrolineEventlistRead>("TavrolineEventlistRead", "EventlistReadHandle"),
+      expectTakenUnlessNull<TavrolineEventlistWrite>("TavrolineEventlistWrite", "EventlistWriteHandle"),
+      expectTakenUnlessNull<TavrolineAlarmlistRead>("TavrolineAlarmlistRead", "AlarmlistReadHandle")};
   EXPECT_EQ(lines.size(), 4U) << "each overload reports its own line";
 }
 
 TEST_F(ConvenienceFunctionsTest, AnInstanceNameTakesAtMostOneIntegerDirective) {
-  struct Row {
-    RTS_IEC_INT number;
-    const char* name;
-    QString expected;
-  };
-  for (const Row& row :
-       {Row{3, "Pump %d", "Pump 3"_q}, Row{0, "Pump %d", "Pump %d"_q}, Row{-2, "Pump %d", "Pump -2"_q},
-        Row{3, "Pümpe %d", "Pümpe 3"_q}, Row{3, "Pumpe 水", "Pumpe 水"_q}, Row{3, "水 %d", "? 3"_q},
-        Row{7, "100%% %i", "100% 7"_q}, Row{7, "%+05d|%%", "+0007|%"_q}, Row{7, "% 5.3d", "  007"_q},
-        Row{255, "%x %u", "ff %u"_q}, Row{300, "%hhd", "300"_q}, Row{3, "%s", "%s"_q}, Row{3, "%n", "%n"_q},
-        Row{3, "%f and %d", "%f and 3"_q}, Row{3, "%*d", "%*d"_q}, Row{3, "%5", "%5"_q},
-        Row{3, "%99999999999d", "3"_q.rightJustified(255)}}) {
+  const std::tuple<RTS_IEC_INT, const char*, QString> rows[] = {
+      {3, "Pump %d", "Pump 3"_q},
+      {0, "Pump %d", "Pump %d"_q},
+      {-2, "Pump %d", "Pump -2"_q},
+      {3, "Pümpe %d", "Pümpe 3"_q},
+      {3, "Pumpe 水", "Pumpe 水"_q},
+      {3, "水 %d", "? 3"_q},
+      {7, "100%% %i", "100% 7"_q},
+      {7, "%+05d|%%", "+0007|%"_q},
+      {7, "%++d", "+7"_q},
+      {7, "% 5.3d", "  007"_q},
+      {255, "%x %u", "ff %u"_q},
+      {300, "%hhd", "300"_q},
+      {3, "%s", "%s"_q},
+      {3, "%n", "%n"_q},
+      {3, "%f and %d", "%f and 3"_q},
+      {3, "%*d", "%*d"_q},
+      {3, "%5", "%5"_q},
+      {3, "%99999999999d", "3"_q.rightJustified(255)}};
+  for (const auto& [number, name, expected] : rows) {
     stDataType data{};
-    std::strcpy(data.sInstanceName, row.name);
-    data.iInstanceNumber = row.number;
-    EXPECT_EQ(Convert::convertStructDescriptionData(data)["InstanceName"_q], row.expected) << row.name;
+    std::strcpy(data.sInstanceName, name);
+    data.iInstanceNumber = number;
+    EXPECT_EQ(Convert::convertStructDescriptionData(data)["InstanceName"_q], expected) << name;
   }
 }
 
@@ -116,11 +123,9 @@ TEST_F(ConvenienceFunctionsTest, ADescriptionMapHoldsEveryFieldAndBothLists) {
   const stDataType data{1, "Module", "Objekt ä", "Pump %d", 3, "url"};
   const stDescriptionArgumentType arguments[2] = {{{'$', '1'}, {0x2103}}, {}};
   const stDescriptionUrlArgumentType urlArgument{{'$', 'u'}, data};
-  QVariantMap expected{{"TextSource"_q, 1},
-                       {"ModuleName"_q, "Module"_q},
-                       {"ObjectName"_q, "Objekt ä"_q},
-                       {"InstanceName"_q, "Pump 3"_q},
-                       {"Url"_q, "url"_q}};
+  QVariantMap expected{{"TextSource"_q, 1}, {"ModuleName"_q, "Module"_q}, {"ObjectName"_q, "Objekt ä"_q}};
+  expected["InstanceName"_q] = "Pump 3"_q;
+  expected["Url"_q] = "url"_q;
   QVariantMap urlMap = expected;
   urlMap["Placeholder"_q] = "$u"_q;
   expected["Arguments"_q] = QVariantList{QVariantMap{{"Placeholder"_q, "$1"_q}, {"Argument"_q, "℃"_q}},
@@ -137,12 +142,14 @@ TEST_F(ConvenienceFunctionsTest, ADescriptionMapHoldsEveryFieldAndBothLists) {
             expected);
   EXPECT_EQ(records(), Lines{});
 
-  for (const int missing : {0, 1, 2, 3}) {  // one null pointer, or all of them
+  const std::tuple<const stDataType*, const stDescriptionArgumentType*, const stDescriptionUrlArgumentType*>
+      incomplete[] = {{nullptr, arguments, &urlArgument},
+                      {&data, nullptr, &urlArgument},
+                      {&data, arguments, nullptr},
+                      {nullptr, nullptr, nullptr}};
+  for (const auto& [ofData, ofArguments, ofUrl] : incomplete) {
     fake::reset();
-    EXPECT_EQ(Convert::getDescriptionVariantMap(missing % 3 == 0 ? nullptr : &data,
-                                                missing % 2 == 1 ? nullptr : arguments, {0, 0},
-                                                missing >= 2 ? nullptr : &urlArgument, {0, 0}),
-              QVariantMap());
+    EXPECT_TRUE(Convert::getDescriptionVariantMap(ofData, ofArguments, {0, 0}, ofUrl, {0, 0}).isEmpty());
     EXPECT_EQ(records(), kNullStructure);
     EXPECT_EQ(fake::calls("CodesysLog").at(0).arguments[8], "76"_q);
   }
@@ -160,11 +167,9 @@ TEST_F(ConvenienceFunctionsTest, ATextWithoutATerminatorEndsWithItsFieldOrElemen
   data.iTextSource = data.iInstanceNumber = 0;
   const QString narrow(81, QLatin1Char('x'));
   const QString longer(256, QLatin1Char('x'));
-  EXPECT_EQ(Convert::convertStructDescriptionData(data), (QVariantMap{{"TextSource"_q, 0},
-                                                                      {"ModuleName"_q, narrow},
-                                                                      {"ObjectName"_q, narrow},
-                                                                      {"InstanceName"_q, longer},
-                                                                      {"Url"_q, longer}}));
+  EXPECT_EQ(Convert::convertStructDescriptionData(data).values(),
+            (QVariantList{longer, narrow, narrow, 0, longer}))
+      << "by key: InstanceName to Url";
   fake::reset();
   const char* const elements = static_cast<char*>(std::memcpy(memory.last<char>(12), "on\0?pumpdoor", 12));
   EXPECT_EQ(Convert::getKeywordStringList(elements, 4, {1, 3}), (QStringList{"on"_q, "pump"_q, "door"_q}));
