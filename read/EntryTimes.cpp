@@ -66,12 +66,6 @@ std::optional<std::int64_t> localMilliseconds(const QString& text) {
          millisecond;
 }
 
-QDateTime EntryTime::dateTime() const {
-  return instant
-             ? QDateTime::fromMSecsSinceEpoch(instant->utcMilliseconds, Qt::OffsetFromUTC, instant->offset)
-             : parsed;
-}
-
 TimeBound::TimeBound(const QDateTime& bound)
     : m_bound(bound), m_utcMilliseconds(bound.isNull() ? 0 : bound.toMSecsSinceEpoch()) {}
 
@@ -83,16 +77,37 @@ bool TimeBound::isLaterThan(const EntryTime& time) const {
   return time.instant ? time.instant->utcMilliseconds < m_utcMilliseconds : time.parsed < m_bound;
 }
 
-EntryTime EntryTimes::read(const QString& text) {
-  if (m_byHand) {
-    if (const std::optional<std::int64_t> local = localMilliseconds(text)) {
-      if (const std::optional<std::int32_t> offset = m_offsets.at(*local / kMillisecondsPerSecond)) {
-        const std::int64_t utcMilliseconds = *local - std::int64_t{*offset} * kMillisecondsPerSecond;
-        return {EntryTime::Instant{utcMilliseconds, *offset}, QDateTime()};
-      }
-    }
+const EntryTime& EntryTimes::read(const QString& text) {
+  m_time.instant = m_byHand ? instantOf(text) : std::nullopt;
+  if (!m_time.instant) {
+    m_time.parsed = QDateTime::fromString(text, Qt::ISODateWithMs);
   }
-  return {std::nullopt, QDateTime::fromString(text, Qt::ISODateWithMs)};
+  return m_time;
+}
+
+std::optional<EntryTime::Instant> EntryTimes::instantOf(const QString& text) {
+  const std::optional<std::int64_t> local = localMilliseconds(text);
+  if (!local) {
+    return std::nullopt;
+  }
+  const std::optional<std::int32_t> offset = m_offsets.at(*local / kMillisecondsPerSecond);
+  if (!offset) {
+    return std::nullopt;
+  }
+  return EntryTime::Instant{*local - std::int64_t{*offset} * kMillisecondsPerSecond, *offset};
+}
+
+const QDateTime& EntryTimes::dateTime() {
+  if (!m_time.instant) {
+    return m_time.parsed;
+  }
+  const auto& [utcMilliseconds, offset] = *m_time.instant;
+  if (m_dateTime.offsetFromUtc() == offset) {
+    m_dateTime.setMSecsSinceEpoch(utcMilliseconds);
+  } else {
+    m_dateTime = QDateTime::fromMSecsSinceEpoch(utcMilliseconds, Qt::OffsetFromUTC, offset);
+  }
+  return m_dateTime;
 }
 
 }  // namespace Tavroline

@@ -18,12 +18,6 @@ struct EntryTime {
   };
   std::optional<Instant> instant;  ///< set if the time was read by hand
   QDateTime parsed;                ///< by Qt, if it was not; invalid if the text is no time
-
-  /**
-   * The date and the time of the text. A time read by hand has its offset from UTC as its spec: a local spec
-   * costs 528 ns, and 10,200 ns where TZ is not set, against 31 to 58 ns. [plc-task]
-   */
-  QDateTime dateTime() const;
 };
 
 /** A bound of the time filter, prepared for many comparisons. */
@@ -55,12 +49,23 @@ class EntryTimes {
   /** @param byHand false leaves every time to Qt */
   explicit EntryTimes(bool byHand) : m_byHand(byHand) {}
 
-  /** [plc-task] */
-  EntryTime read(const QString& text);
+  /** @return the time of this text, valid until the next one is read. [plc-task] */
+  const EntryTime& read(const QString& text);
+
+  /**
+   * The date and the time of the text read last. A time read by hand has its offset from UTC as its spec: a
+   * local spec costs 528 ns, and 10,200 ns where TZ is not set, against 31 to 58 ns. One object serves all
+   * times of one offset: a new one allocates (saves 22 of 463 ns an entry). [plc-task]
+   */
+  const QDateTime& dateTime();
 
  private:
+  std::optional<EntryTime::Instant> instantOf(const QString& text);
+
   bool m_byHand;
   ZoneOffsets m_offsets;
+  EntryTime m_time;
+  QDateTime m_dateTime = QDateTime::fromMSecsSinceEpoch(0, Qt::UTC);
 };
 
 /**

@@ -64,13 +64,18 @@ RTS_IEC_ULINT ListEntry::eventlistId() {
 
 const EntryTime& ListEntry::time() {
   if (!m_time) {
-    m_time = m_times.read(text(ListColumns::LocalTime));
+    m_time = &m_times.read(text(ListColumns::LocalTime));
   }
   return *m_time;
 }
 
+const QDateTime& ListEntry::dateTime() {
+  time();
+  return m_times.dateTime();
+}
+
 RTS_IEC_DATE_AND_TIME timestamp(ListEntry& entry) {
-  return CodesysTimeConversion::QDateTimeToIECUtcDateTime(entry.time().dateTime());
+  return CodesysTimeConversion::QDateTimeToIECUtcDateTime(entry.dateTime());
 }
 
 }  // namespace Tavroline

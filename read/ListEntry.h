@@ -72,8 +72,10 @@ class ListEntry {
   /** The low 16 bits of the entry's number, taken whole; 0 unless it is an integral number. [plc-task] */
   RTS_IEC_ULINT eventlistId();
 
-  /** The local time, read once. [plc-task] */
+  /** The local time, read once; valid until the next entry's is read. [plc-task] */
   const EntryTime& time();
+  /** The same for the time helper, see EntryTimes::dateTime(). [plc-task] */
+  const QDateTime& dateTime();
 
   /** Empty unless it is an array. [plc-task] */
   QCborArray keywords() { return value(ListColumns::Keywords).toArray(); }
@@ -85,7 +87,7 @@ class ListEntry {
   ListColumns& m_columns;
   EntryTimes& m_times;
   std::optional<int> m_eventType;
-  std::optional<EntryTime> m_time;
+  const EntryTime* m_time = nullptr;
 };
 
 /** Copies a text of a list entry into a field of an IEC structure. [plc-task] */
