@@ -87,7 +87,7 @@ QString ListClient::address() {
 }
 
 QString ListClient::owner() {
-  const Message request =
+  const BusMessage request =
       newMessage("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetNameOwner");
   check(sd_bus_message_append(request.get(), "s", kService));
   try {
@@ -103,50 +103,50 @@ QString ListClient::introspect(List list) {
 }
 
 bool ListClient::mayCall(List list, const char* method) {
-  const Message request = newCall(list, method);
+  const BusMessage request = newCall(list, method);
   // No method has a single byte as its argument: the service refuses the call without carrying it out.
   check(sd_bus_message_append(request.get(), "y", 0));
   BusError error;
   sd_bus_message* reply = nullptr;
   const int result = sd_bus_call(m_bus.get(), request.get(), 0, error.get(), &reply);
-  const Message received(reply);
+  const BusMessage received(reply);
   return result >= 0 || sd_bus_error_has_name(error.get(), SD_BUS_ERROR_ACCESS_DENIED) == 0;
 }
 
-ListClient::Message ListClient::newMessage(const char* destination, const char* path, const char* interface,
-                                           const char* method) {
+ListClient::BusMessage ListClient::newMessage(const char* destination, const char* path,
+                                              const char* interface, const char* method) {
   sd_bus_message* request = nullptr;
   check(sd_bus_message_new_method_call(m_bus.get(), &request, destination, path, interface, method));
-  return Message(request);
+  return BusMessage(request);
 }
 
-ListClient::Message ListClient::newCall(List list, const char* method) {
+ListClient::BusMessage ListClient::newCall(List list, const char* method) {
   return newMessage(kService, pathOf(list), interfaceOf(list), method);
 }
 
-ListClient::Message ListClient::newChange(List list, const char* method) {
-  Message request = newCall(list, method);
+ListClient::BusMessage ListClient::newChange(List list, const char* method) {
+  BusMessage request = newCall(list, method);
   check(sd_bus_message_append(request.get(), "st", m_session.constData(), ++m_sequence));
   return request;
 }
 
-ListClient::Message ListClient::call(const Message& request) {
+ListClient::BusMessage ListClient::call(const BusMessage& request) {
   BusError error;
   sd_bus_message* reply = nullptr;
   const int result = sd_bus_call(m_bus.get(), request.get(), 0, error.get(), &reply);
   if (result < 0) {
     error.raise(result);
   }
-  return Message(reply);
+  return BusMessage(reply);
 }
 
-QByteArray ListClient::readText(const Message& reply) {
+QByteArray ListClient::readText(const BusMessage& reply) {
   const char* text = nullptr;
   check(sd_bus_message_read_basic(reply.get(), SD_BUS_TYPE_STRING, &text));
   return text;
 }
 
-QJsonObject ListClient::readList(const Message& request) {
+QJsonObject ListClient::readList(const BusMessage& request) {
   const auto list = QJsonDocument::fromJson(readText(call(request)));
   if (!list.isObject()) {
     throw ClientError("the service's reply is not a list");
@@ -155,7 +155,7 @@ QJsonObject ListClient::readList(const Message& request) {
 }
 
 /** A dictionary of numbers. */
-QJsonObject ListClient::readFigures(const Message& reply) {
+QJsonObject ListClient::readFigures(const BusMessage& reply) {
   QJsonObject figures;
   const char* name = nullptr;
   quint64 value = 0;
@@ -168,13 +168,13 @@ QJsonObject ListClient::readFigures(const Message& reply) {
 }
 
 QJsonObject ListClient::events(const QString& language, quint32 count) {
-  const Message request = newCall(List::Events, "GetList");
+  const BusMessage request = newCall(List::Events, "GetList");
   check(sd_bus_message_append(request.get(), "su", bytes(language).constData(), count));
   return readList(request);
 }
 
 QJsonObject ListClient::alarms(const QString& language) {
-  const Message request = newCall(List::Alarms, "GetList");
+  const BusMessage request = newCall(List::Alarms, "GetList");
   check(sd_bus_message_append(request.get(), "s", bytes(language).constData()));
   return readList(request);
 }
@@ -182,7 +182,7 @@ QJsonObject ListClient::alarms(const QString& language) {
 QJsonObject ListClient::statistics() {
   QJsonObject statistics = readFigures(call(newCall(List::Events, "GetStatistics")));
   quint64 value = 0;
-  const Message state = call(newCall(List::Alarms, "GetState"));
+  const BusMessage state = call(newCall(List::Alarms, "GetState"));
   int alarm = 0;
   int activeAlarm = 0;
   int fault = 0;
@@ -199,7 +199,7 @@ QJsonObject ListClient::statistics() {
 }
 
 QJsonArray ListClient::clientCounters() {
-  const Message reply = call(newCall(List::Events, "GetBooks"));
+  const BusMessage reply = call(newCall(List::Events, "GetBooks"));
   QJsonArray clients;
   check(sd_bus_message_enter_container(reply.get(), SD_BUS_TYPE_ARRAY, "(sxa{st})"));
   while (sd_bus_message_enter_container(reply.get(), SD_BUS_TYPE_STRUCT, "sxa{st}") > 0) {
@@ -220,7 +220,7 @@ void ListClient::deleteEvents() {
 }
 
 void ListClient::acknowledgeAlarms(const QStringList& alarmIds, const QString& user) {
-  const Message request = newChange(List::Alarms, "AcknowledgeAlarms");
+  const BusMessage request = newChange(List::Alarms, "AcknowledgeAlarms");
   check(sd_bus_message_open_container(request.get(), SD_BUS_TYPE_ARRAY, "s"));
   for (const QString& id : alarmIds) {
     check(sd_bus_message_append(request.get(), "s", bytes(id).constData()));
@@ -231,7 +231,7 @@ void ListClient::acknowledgeAlarms(const QStringList& alarmIds, const QString& u
 }
 
 void ListClient::acknowledgeDetector(const QString& user) {
-  const Message request = newChange(List::Alarms, "AcknowledgeDetector");
+  const BusMessage request = newChange(List::Alarms, "AcknowledgeDetector");
   check(sd_bus_message_append(request.get(), "s", bytes(user).constData()));
   call(request);
 }

@@ -77,15 +77,15 @@ class ListClient {
     void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
     void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
   };
-  using Message = std::unique_ptr<sd_bus_message, Unref>;
+  using BusMessage = std::unique_ptr<sd_bus_message, Unref>;
 
-  Message newMessage(const char* destination, const char* path, const char* interface, const char* method);
-  Message newCall(List list, const char* method);
-  Message newChange(List list, const char* method);
-  Message call(const Message& request);
-  QJsonObject readList(const Message& request);
-  static QByteArray readText(const Message& reply);
-  static QJsonObject readFigures(const Message& reply);
+  BusMessage newMessage(const char* destination, const char* path, const char* interface, const char* method);
+  BusMessage newCall(List list, const char* method);
+  BusMessage newChange(List list, const char* method);
+  BusMessage call(const BusMessage& request);
+  QJsonObject readList(const BusMessage& request);
+  static QByteArray readText(const BusMessage& reply);
+  static QJsonObject readFigures(const BusMessage& reply);
 
   std::unique_ptr<sd_bus, Unref> m_bus;
   QByteArray m_session;
