@@ -79,7 +79,7 @@ class Scan {
     if (!m_name.empty()) {
       Names& seen = m_containers[m_depth];
       if (seen.size() == ReplyCheck::kMostContainers) {
-        return "has too many lists in one object";
+        return "has too many arrays and objects in one object";
       }
       seen.push_back(m_name);
     }

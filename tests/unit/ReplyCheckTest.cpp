@@ -33,10 +33,10 @@ const Row kRows[] = {
     {"an object named again", R"({"b":1,"a":{"c":[]},"d":[{}], "a" :2})", kTwice},
     {"an empty name again", R"([{"":[],"":[]}])", kTwice},
     {"a name with an escape", R"({"a":[],"\u0061":1})", "has an escape in a member's name"},
-    {"17 lists in one object",
+    {"17 arrays in one object",
      R"({"a":[],"b":[],"c":[],"d":[],"e":[],"f":[],"g":[],"h":[],"i":[],"j":[],"k":[],"l":[],"m":[],"n":[],)"
      R"("o":[],"p":[],"q":[]})",
-     "has too many lists in one object"},
+     "has too many arrays and objects in one object"},
 };
 
 TEST(ReplyCheck, FindsWhatTheParserMustNotBeGiven) {
