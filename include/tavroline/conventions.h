@@ -28,7 +28,7 @@
  * other; [hub] the client's own thread; [any-thread].
  * 12. Blocking. Nothing waits for the bus. "never": nothing but locks that are held for an instant.
  * "briefly": also the mutex of one kind of list, which a task that completes a load holds while it parses the
- * list, 1.5 to 3 ms per 1,000 entries on a desk-top machine, and the hook while it distributes signals.
+ * list, 1.5 to 3 ms per 1,000 entries on a desk machine, and the hook while it distributes signals.
  * 13. Fields. A comment says direction, [unit] and meaning. Units: [handle]; [flag] a BOOL; [code] one of the
  * numbers named; [count]; [number]; [bytes]; [s UTC] and [s local] seconds as in 5; [UTF-8] and [UTF-16] text
  * as in 4; [address]; [bounds] as in 6; [record] a structure. "refused" in the comment of a function means 8.

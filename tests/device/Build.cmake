@@ -16,5 +16,5 @@ build(${SOURCE} ${TREE}/component -DTAVROLINE_PLATFORM=device -DCMAKE_EXPORT_COM
 
 file(STRINGS ${TREE}/component/compile_commands.json ours REGEX "${SOURCE}/(platform|desk)")
 if(ours)
-  message(FATAL_ERROR "the desk-top platform is on a compiler's command line: ${ours}")
+  message(FATAL_ERROR "the desk platform is on a compiler's command line: ${ours}")
 endif()
