@@ -7,7 +7,8 @@
 
 using namespace Tavroline;
 
-/** Exists in a connector that uses the hub. Holds the flags as the connector reported them last. */
+/** Present in a connector that was constructed for the device's bus, unless memory allocation failed. Holds
+ * the flags as the connector passed them on last. */
 class AlarmlistHandlerDBusConnectorRead::Private {
  public:
   bool flagChanged(ListState::Flag flag, bool& value) {

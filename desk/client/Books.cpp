@@ -7,7 +7,7 @@ namespace Tavroline {
 
 namespace {
 
-// The causes before this one count refused messages, it and the later ones count dropped messages.
+// The first cause that drops; the causes before it refuse.
 constexpr auto kFirstDropping = static_cast<std::ptrdiff_t>(Loss::Unsendable);
 
 const char* describe(Loss cause) {

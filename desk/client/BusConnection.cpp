@@ -9,9 +9,10 @@
 namespace Tavroline {
 
 namespace {
-// Bound of one process() call, so that deadlines are checked during a flood of messages too.
+// Bound of one process() call, so that its caller can check deadlines during a flood of messages too.
 constexpr int kMessagesPerTurn = 256;
-constexpr std::uint64_t kNoTimeout = UINT64_MAX;  // the callers check deadlines themselves
+// Callers of call() check the deadlines of replies themselves.
+constexpr std::uint64_t kNoTimeout = UINT64_MAX;
 
 void check(int result) {
   if (result < 0) {

@@ -11,7 +11,10 @@ namespace Tavroline {
 
 class BusConnection;
 
-/** An outstanding call or an installed match. Destroying the slot cancels it. [hub] */
+/**
+ * The handler of one call's reply, or of the signals of one match. Destroying the slot removes the handler; a
+ * call that was sent is not taken back. [hub]
+ */
 class BusSlot {
  public:
   using Handler = std::function<void(sd_bus_message*)>;
@@ -30,11 +33,10 @@ class BusSlot {
 };
 
 /**
- * The connection to the system bus. It knows nothing of the list services. Only wait() waits; a broken
- * connection is reported as a result, not as an exception.
+ * The connection to the system bus. It knows nothing of the list services. Only wait() waits.
  *
- * process() calls the handlers. An exception of a handler does not pass through sd-bus: process() catches it
- * there and throws it to its own caller. A handler may destroy its own slot. [hub]
+ * process() calls the handlers. An exception of a handler does not pass through sd-bus, but reaches the
+ * caller of process(). A handler may destroy its own slot. [hub]
  */
 class BusConnection {
  public:
@@ -43,38 +45,44 @@ class BusConnection {
   BusConnection(const BusConnection&) = delete;
   BusConnection& operator=(const BusConnection&) = delete;
 
-  /** Start connecting. @return 0 or a negative errno. */
+  /** Start to connect; must be closed. @return 0, or a negative errno: it is then still closed. */
   int open();
 
-  /** Close without flushing. Handlers of slots that still exist are not called any more. */
+  /** Close; messages that were not written to the bus yet are lost. Handlers of slots that still exist are
+   * not called any more. */
   void close();
 
   bool isOpen() const { return m_bus != nullptr; }
 
-  /** Whether the connection is set up, so that messages can be exchanged. */
+  /** Whether connecting has finished, so that messages can be exchanged. */
   bool isReady() const { return m_bus != nullptr && sd_bus_is_ready(m_bus) > 0; }
 
   /** The sd-bus object, null while closed. */
   sd_bus* get() const { return m_bus; }
 
-  /** Handle received messages, a bounded number of them. @return 0, or the negative errno that ended the
-   * connection. */
+  /**
+   * Read and write messages and call the handlers, for at most 256 messages. The connection must be open.
+   * @return 0, or the negative errno with which the connection broke; the caller must then close it
+   * @throws what a handler threw
+   */
   int process();
 
-  /** Wait until a message can be processed, `wakeFd` (-1: none) is readable or `time` has passed. */
+  /** Wait until the bus's socket is ready, `wakeFd` (-1: none) is readable or `time` has passed; it may
+   * return early. */
   void wait(int wakeFd, std::chrono::milliseconds time) const;
 
   /**
-   * Send a call; `handler` gets the reply or the error reply.
+   * Send or queue a call; `handler` gets the reply or the error reply if the slot still exists then.
    * @throws std::system_error when it cannot be sent; the caller must then close the connection, because a
    * later message would overtake this one
    */
   std::unique_ptr<BusSlot> call(sd_bus_message* message, BusSlot::Handler handler);
 
-  /** Send a message that has no reply. @throws as call(). */
+  /** Send or queue a message that expects no reply. @throws as call(). */
   void send(sd_bus_message* message);
 
-  /** Install a match for signals. If the bus refuses it, sd-bus ends the connection. @throws as call(). */
+  /** Have signals delivered that match `rule`. If the bus refuses the rule, sd-bus ends the connection.
+   * @throws as call(). */
   std::unique_ptr<BusSlot> match(const char* rule, BusSlot::Handler handler);
 
  private:

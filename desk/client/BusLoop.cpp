@@ -10,13 +10,15 @@ namespace Tavroline {
 
 namespace {
 
-// A message waits at most this long in the queue: callers never wake this thread.
+// The longest wait between two turns. Callers never wake this thread, so a new message may wait this long
+// until the thread notices it.
 constexpr std::chrono::milliseconds kTick{5};
 constexpr std::chrono::milliseconds kFirstPause{100};
 constexpr std::chrono::milliseconds kLongestPause{2000};
 constexpr std::chrono::seconds kReportPause{1};
 constexpr std::chrono::milliseconds kDrainTime{500};
-// The last part of kDrainTime, in which only edges that turn an alarm off are sent.
+// The last part of kDrainTime. Of the messages that are unsent then, only edges that turn an alarm off are
+// sent.
 constexpr std::chrono::milliseconds kOffEdgesTime{150};
 
 QString errnoText(int result) {
@@ -44,7 +46,7 @@ void BusLoop::run(const std::atomic<bool>& stop) noexcept {
   guarded([this] { reportBooks(true); });
 }
 
-// All exceptions of this thread are caught here. Resetting the connection discards the state they leave.
+// Catches every exception of a step and closes the connection, so that nothing of a half-done step is used.
 template <typename Step>
 void BusLoop::guarded(Step step) noexcept {
   try {
@@ -125,9 +127,9 @@ void BusLoop::drain() {
   }
   const auto end = Clock::now() + kDrainTime;
   bool offEdgesOnly = false;
-  turn();  // perhaps the first one: the library may be unloaded right after its first use
-  // Messages can be delivered if the service's name has an owner or, on an open connection, while that is not
-  // known yet.
+  turn();  // may be the first one: the library can be unloaded right after its first use
+  // Messages may be delivered while the service's name has an owner or, on an open connection, as long as it
+  // is not known whether it has one.
   const auto mayArrive = [this] {
     return !m_courier.owner().isEmpty() || (m_connection.isOpen() && !m_watch.isAbsent());
   };
@@ -151,7 +153,8 @@ void BusLoop::reportGaps(bool all) {
   }
 }
 
-// The last report repeats known counters; it is left out only if all are 0.
+// Reports changed counters, at most once per kReportPause. The last report is written even if nothing has
+// changed, unless all counters are 0.
 void BusLoop::reportBooks(bool last) {
   const Books books = m_outbox.books();
   const auto now = Clock::now();

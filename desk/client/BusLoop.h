@@ -12,17 +12,21 @@
 namespace Tavroline {
 
 /**
- * The loop of the hub's thread: keeps a connection, follows the owner of the service's name, sends messages
- * and requests, and logs losses. Before it ends it sends pending messages for at most half a second. All
- * operations, constructor and destructor included, run on that thread. [hub]
+ * The loop of the hub's thread: keeps the connection to the bus, follows the owner of the service's name,
+ * sends it messages and requests, and logs losses and counters. One thread runs all operations, constructor
+ * and destructor included: the hub's, or the one that unloads the library if the hub's was never started.
+ * [hub]
  */
 class BusLoop {
  public:
-  /** @param wakeFd becomes readable when `stop` of run() has been set */
+  /** @param wakeFd becomes readable when `stop` of run() has been set; -1 if that is set already */
   BusLoop(Outbox& outbox, ListState& state, int wakeFd);
 
-  /** Run until `stop` is set; then send pending messages for half a second at most and log the loss of
-   * others. */
+  /**
+   * Run until `stop` is set. Then send pending messages for at most half a second, and only while the service
+   * may be reachable; in the last 150 ms drop all unsent ones but the edges that turn an alarm off. Drop and
+   * log what is left.
+   */
   void run(const std::atomic<bool>& stop) noexcept;
 
  private:
@@ -38,14 +42,15 @@ class BusLoop {
 
   Outbox& m_outbox;
   const int m_wakeFd;
-  BusConnection m_connection;  // declared before its slots' holders, so that it is destroyed after them
+  // Declared before the two that hold its slots, so that it is destroyed after them.
+  BusConnection m_connection;
   ServiceWatch m_watch;
   Courier m_courier;
   Clock::time_point m_nextAttempt;
   Clock::duration m_pause;
   Books m_reported;
   Clock::time_point m_nextReport;
-  QString m_cause;  ///< why the last connection ended
+  QString m_cause;  ///< why the last connection ended or could not be opened
 };
 
 }  // namespace Tavroline

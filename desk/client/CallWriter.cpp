@@ -91,7 +91,7 @@ void CallWriter::variant(const QVariant& value, int depth) {
 }
 
 CallWriter& CallWriter::basic(char type, const void* value) {
-  constexpr std::size_t kOverhead = 8;  // of a value: length, padding and terminator, roughly
+  constexpr std::size_t kOverhead = 8;  // of each value: length, padding and terminator, roughly
   m_bytes += kOverhead;
   if (m_bytes > kMaximumBytes) {
     note(-EMSGSIZE);

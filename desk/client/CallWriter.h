@@ -10,17 +10,19 @@
 namespace Tavroline {
 
 /**
- * Writes one method call: converts Qt values to the bus's types.
+ * Writes one method call: converts Qt values to the bus's types. In texts, busText() replaces characters that
+ * the bus does not accept.
  *
- * After the first failure all further operations do nothing, so the caller checks error() once, after the
- * last value. Texts pass busText(). The destructor releases the message. [hub]
+ * After the first failure nothing more is written, so the caller checks error() once, after the last value.
+ * The destructor releases the message. [hub]
  */
 class CallWriter {
  public:
-  /** Estimated size; the bus disconnects a client that sends an oversized message, so writing fails earlier.
-   */
+  /** Maximum size of a message, as estimated here. The bus disconnects a client that sends an oversized
+   * message; writing fails before that. */
   static constexpr std::size_t kMaximumBytes = 1U << 20U;
-  /** Levels of lists and maps in one value; the bus refuses a message of more than 32 array levels. */
+  /** Maximum levels of lists and maps, that of map() included. The bus refuses a message of more than 32
+   * array levels. */
   static constexpr int kMaximumDepth = 16;
 
   CallWriter(sd_bus* bus, const char* destination, const char* path, const char* interface,
@@ -36,10 +38,11 @@ class CallWriter {
   CallWriter& text(const QString& value);
   CallWriter& texts(const QStringList& values);
 
-  /** Write as a{sv}. Its values may be int, bool, double, QString, lists (av) and maps (a{sv}). */
+  /** Write as a{sv}. Its values may be int, bool, double, QString, lists (av) and maps (a{sv}); a value of
+   * another type is a failure. */
   CallWriter& map(const QVariantMap& values) { return map(values, 0); }
 
-  /** Write as a{st}: values[i] under names[i]. */
+  /** Write as a{st}: values[i] under names[i], a Latin-1 text. */
   template <std::size_t Count>
   CallWriter& counters(const std::array<const char*, Count>& names,
                        const std::array<quint64, Count>& values) {
@@ -63,7 +66,7 @@ class CallWriter {
   /** 0, or the negative errno of the first failure. */
   int error() const { return m_error; }
 
-  /** The message, owned by this object. */
+  /** The message, owned by this object; null if it could not be created. */
   sd_bus_message* message() const { return m_message; }
 
  private:

@@ -16,20 +16,22 @@ namespace Tavroline {
 
 namespace {
 
-// Calls that may wait for a reply: messages, and requests including released ones. A stock system bus allows
-// 128 on a connection; the state queries of ServiceWatch need some of them too.
+// Maximum numbers of messages and of requests (released ones included) that wait for a reply. A stock system
+// bus allows 128 such calls on a connection; the state queries of ServiceWatch are up to 22 of them.
 constexpr std::size_t kWindow = 32;
 constexpr std::size_t kRequestWindow = 48;
 constexpr std::chrono::seconds kAnswerDeadline{30};
 constexpr std::chrono::seconds kStoragePause{1};
 constexpr int kMaximumErrorText = 200;
-// Bounds of replies, which the component parses on a PLC task. The service keeps its lists below 16 MiB.
+// Maximum lengths of the replies with an alarm's state and with a list: the component parses them on a PLC
+// task. The service keeps its lists below 16 MiB.
 constexpr std::size_t kMaximumStateBytes = 65536;
 constexpr std::size_t kMaximumListBytes = 16U << 20U;
 
 const char kUnanswered[] = "the list service did not answer in time";
 
-// The service chose the text of the error; it is reduced to one line of bounded length.
+// The service or the bus chose the text of the error; it is reduced to one line of kMaximumErrorText
+// characters.
 QString errorText(const sd_bus_error& error) {
   const QString text = QString::fromUtf8(error.name) + QLatin1String(": ") + QString::fromUtf8(error.message);
   return text.simplified().left(kMaximumErrorText);
@@ -51,8 +53,9 @@ void Courier::raiseAgain() {
   m_raise.assign(raised.begin(), raised.end());
 }
 
-// Sends all unsettled messages again, also those whose reply is still outstanding: the service refuses them
-// as well, because they follow one that it could not store.
+// Marks all unsettled messages as unsent, to be sent again after kStoragePause. This includes those whose
+// reply is outstanding: the service refuses them as well, because they follow one that it could not store. A
+// replay of alarms that has unsettled or unsent ones starts again.
 void Courier::postpone() {
   m_resume = Clock::now() + kStoragePause;
   const bool raising =
@@ -86,9 +89,9 @@ void Courier::send(Clock::time_point now) {
 }
 
 bool Courier::sendNext(Clock::time_point now) {
-  // While the service cannot store, requests overtake messages.
+  // In the pause after a storage error, requests overtake messages.
   const bool postponed = now < m_resume;
-  // When all requests of the window wait for a reply, messages overtake requests.
+  // While as many requests as allowed wait for a reply, messages overtake unsent requests.
   const bool mayAsk = m_requests.size() < kRequestWindow;
   if ((m_raise.empty() || postponed) && mayAsk) {
     if (const auto asked = m_outbox.takeRequest(postponed)) {
@@ -100,7 +103,7 @@ bool Courier::sendNext(Clock::time_point now) {
     return false;
   }
   // Messages and replayed alarms are merged by sequence number, because the service treats a lower number
-  // after a higher one as a repetition. An alarm to replay may have a lower number than an unsettled message.
+  // after a higher one as a repetition.
   const quint64 before = m_raise.empty() ? std::numeric_limits<quint64>::max() : m_raise.front().sequence;
   const auto write = m_outbox.takeWrite(before, !mayAsk);
   if (write.has_value()) {
@@ -141,7 +144,7 @@ void Courier::sendRequest(Outbox::Asked asked, Clock::time_point now) {
 
 void Courier::onWriteReply(std::list<SentWrite>::iterator sent, sd_bus_message* reply) {
   if (isGone(reply)) {
-    return;  // not settled: it is sent again when the change of the owner is reported
+    return;  // stays unsettled: interrupt() follows with the change of the owner, and the next owner gets it
   }
   if (sd_bus_message_is_method_error(reply, ListServiceNames::kErrorStorage) > 0) {
     return postpone();
@@ -175,7 +178,7 @@ bool Courier::isGone(sd_bus_message* reply) const {
                                                         SD_BUS_ERROR_NAME_HAS_NO_OWNER, SD_BUS_ERROR_NO_REPLY,
                                                         SD_BUS_ERROR_DISCONNECTED};
   const char* sender = sd_bus_message_get_sender(reply);
-  const bool fromService = sender != nullptr && m_owner == sender;  // a sender that replies is still there
+  const bool fromService = sender != nullptr && m_owner == sender;  // an owner that replies is still there
   return !fromService && std::any_of(kNames.begin(), kNames.end(), [reply](const char* name) {
     return sd_bus_message_is_method_error(reply, name) > 0;
   });

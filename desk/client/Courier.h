@@ -13,45 +13,49 @@ namespace Tavroline {
 
 /**
  * Sends the outbox's messages and requests to the owner of the service's name and settles them when the
- * replies arrive. The number of calls that wait for a reply is bounded by a window.
+ * replies arrive. At most 32 messages and 48 requests wait for a reply at a time.
  *
  * Calls are addressed to the owner's unique name. If the owner disconnects, all messages after the first
  * undelivered one fail too; sending them again therefore keeps the order. If the service cannot store a
- * message, it refuses the following ones as well, and all of them are sent again after a pause. ServiceWatch
- * finds out who the owner is. [hub]
+ * message, it refuses the following ones as well, and all unsettled ones are sent again after one second.
+ * ServiceWatch finds out who the owner is. [hub]
  */
 class Courier {
  public:
   Courier(BusConnection& connection, Outbox& outbox) : m_connection(connection), m_outbox(outbox) {}
 
-  /** Unique name of the owner, empty while there is none. */
+  /** Unique name of the owner in use, empty before begin() and after interrupt(). */
   const QByteArray& owner() const { return m_owner; }
 
-  /** Use this owner from now on. First send it the alarms that are on, because it may not know them. */
+  /** Use this owner from now on; needs an interrupt() after the last one. send() then also replays the alarms
+   * that are on (see RaisedAlarms), because this owner may not know them. */
   void begin(const QByteArray& owner);
 
-  /** The owner or the connection is lost: fail sent requests, keep unsettled messages for the next owner. */
+  /** The owner or the connection is lost: fail sent requests with `cause`; keep unsent requests and unsettled
+   * messages for the next owner. */
   void interrupt(const QString& cause);
 
-  /** Send as many messages and requests as the windows allow. Needs an owner. */
+  /** Send as many messages and requests as may wait for a reply; in the second after a storage error only
+   * requests. Needs an owner. */
   void send(Clock::time_point now);
 
   /**
-   * Settle messages and requests whose deadline has passed, and requests that their caller has released.
-   * @return false when a reply is overdue and the connection must be renewed: the bus counts outstanding
+   * Drop messages whose reply is overdue (30 s), fail requests whose own deadline has passed, and remove
+   * requests that their caller has released.
+   * @return false when a reply is overdue. The connection must then be renewed: the bus counts outstanding
    * replies per connection and refuses further calls at its limit
    */
   bool expire(Clock::time_point now);
 
-  /** Send the counters to this owner. The call itself is not counted. */
+  /** Send the counters to this owner, without a reply and outside of the outbox. */
   void tell(const QByteArray& owner, const Books& books);
 
-  /** Fail all unsent requests. */
+  /** Fail all unsent requests with `cause`. */
   void refuse(const QString& cause);
 
  private:
   struct SentWrite {
-    std::optional<Outbox::Write> write;  ///< empty: an alarm that is sent again and not counted
+    std::optional<Outbox::Write> write;  ///< empty: a replayed alarm, which is not counted
     std::unique_ptr<BusSlot> call;
     Clock::time_point deadline;
   };
@@ -77,7 +81,7 @@ class Courier {
   QByteArray m_session;
   QByteArray m_owner;
   std::deque<Message> m_raise;
-  Clock::time_point m_resume;  ///< no messages are sent before this time
+  Clock::time_point m_resume;  ///< no message is sent before this time; requests are
   std::list<SentWrite> m_writes;
   std::list<SentRequest> m_requests;
 };

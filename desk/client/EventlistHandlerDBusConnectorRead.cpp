@@ -8,7 +8,7 @@
 
 using namespace Tavroline;
 
-/** Exists in a connector that uses the hub. */
+/** Present in a connector that was constructed for the device's bus, unless memory allocation failed. */
 class EventlistHandlerDBusConnectorRead::Private {
  public:
   Hub& hub = Hub::instance();

@@ -33,7 +33,7 @@ Hub::~Hub() {
     close(m_wakeFd);
     return;
   }
-  // The thread could never be started, but messages may have been accepted.
+  // The thread was never started. If starting it failed, messages may be pending: this thread sends them.
   BusLoop(m_outbox, m_state, -1).run(m_stop);
 }
 
@@ -91,7 +91,7 @@ bool Hub::tryStart() noexcept {
 }
 
 void Hub::run() noexcept {
-  // The host process handles its signals itself, on its own threads.
+  // The other threads of the process handle its signals.
   sigset_t all;
   sigfillset(&all);
   pthread_sigmask(SIG_BLOCK, &all, nullptr);

@@ -16,9 +16,10 @@ namespace Tavroline {
  * Owns the outbox, the state of the lists and the background thread that exchanges both with the bus. The
  * library has one hub.
  *
- * The first connector constructs it, so it is destroyed after all connectors. The constructor is passive; the
- * first use starts the thread, which connects to the bus. The destructor sends pending messages for at most
- * half a second, counts the rest as lost and joins the thread. It does not wait for the bus longer than that.
+ * A reading connector constructs it within its own constructor. It is therefore destroyed after the reading
+ * connectors, which are static objects of the component. The first submit(), request() or start() starts the
+ * thread, which connects to the bus. The destructor has pending messages sent for at most half a second, the
+ * rest counted as lost, and joins the thread.
  */
 class Hub {
  public:
@@ -32,28 +33,30 @@ class Hub {
   Hub& operator=(const Hub&) = delete;
 
   /**
-   * Hand over a message. This sets its hand-over time.
-   * @return true when it was accepted, false when it was refused and counted. [plc-task]
+   * Hand over a message; sets its sequence number and hand-over time.
+   * @return true when it was accepted for sending, false when it was refused and counted as such. [plc-task]
    */
   bool submit(Message&& message) noexcept;
 
   /**
    * Hand over a request.
    * @param text the language of a list, or the identifier of the alarm
-   * @param count number of newest entries wanted, 0 for all
-   * @return the reply, which has failed already if too many are outstanding; null if memory allocation
-   * failed. [plc-task]
+   * @param count of an event list only: number of newest entries wanted, 0 for all
+   * @return the reply. It has failed already if Outbox::kRequests are outstanding or the thread is not
+   * running; it fails later if it does not arrive within 10 s. Null if memory allocation failed. [plc-task]
    */
   DBusPendingReply::SharedPointer request(Request::Kind kind, const QString& text,
                                           quint32 count = 0) noexcept;
 
-  /** The state of both lists as the service reported it last. Updated from start() on. [any-thread] */
+  /** The state of both lists as the service reported it last. The thread updates it, so not before start().
+   * [any-thread] */
   const ListState& listState() const { return m_state; }
 
-  /** Start the thread if it is not running. @return whether it is running now. [any-thread] */
+  /** Start the thread if it is not running; tries at most once a second. @return whether it is running now.
+   * [any-thread] */
   bool start() noexcept { return m_running.load(std::memory_order_acquire) || tryStart(); }
 
-  /** A snapshot of the counters. [any-thread] */
+  /** A snapshot of the message counters. [any-thread] */
   Books books() const { return m_outbox.books(); }
 
  private:

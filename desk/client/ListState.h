@@ -24,7 +24,8 @@ class Generation {
     m_current.store(generation, std::memory_order_release);
   }
 
-  /** The last reported generation and the first one, both 0 while unknown. [any-thread] */
+  /** The generation reported last, and the first one reported since the library was loaded; both 0 while
+   * unknown. [any-thread] */
   quint64 current() const { return m_current.load(std::memory_order_acquire); }
   quint64 first() const { return m_first.load(std::memory_order_relaxed); }
 
@@ -42,15 +43,15 @@ struct ListState {
   std::array<std::atomic<bool>, FlagCount> flags{};
 };
 
-/** The generation that one connector has reported last. Each connector has its own, so that none consumes the
- * change that another one has to report. */
+/** The generation of a list that one connector has passed on last. Each connector has its own, so that none
+ * consumes the change that another one has to pass on. */
 class SeenGeneration {
  public:
   /** Starts with the current generation. [any-thread] */
   explicit SeenGeneration(const Generation& generation) : m_seen(generation.current()) {}
 
-  /** @return whether the generation has changed since the last call. The first generation that the hub
-   * receives is not a change. [hook] */
+  /** @return whether the generation has changed since the last call, or since construction. The first
+   * generation that the service reports is not a change. [hook] */
   bool changed(const Generation& generation) {
     const quint64 current = generation.current();
     if (m_seen == 0) {

@@ -10,25 +10,25 @@
 namespace Tavroline {
 
 /**
- * Converts messages and requests to method calls of the list services. The client's only place that names
- * those methods and orders their arguments.
+ * Converts messages, requests and counters to method calls of the list services. This is the only place in
+ * the client that orders the arguments of those methods. The caller checks error() of the result.
  */
 
-/** The receiver of a call: unique name of the service on an open connection. */
+/** The receiver of a call: the unique name of the service's owner on an open connection. Both are borrowed.
+ */
 struct CallTarget {
   sd_bus* bus;
   const char* owner;
 };
 
-/** The call for a message. @param session identifies this hub to the service. The caller checks error().
- * [hub] */
+/** The call for a message. @param session identifies one run of this hub to the service. [hub] */
 std::unique_ptr<CallWriter> marshal(const CallTarget& target, const QByteArray& session,
                                     const Message& message);
 
 /** The call for a request. [hub] */
 std::unique_ptr<CallWriter> marshal(const CallTarget& target, const Request& request);
 
-/** The call that reports the counters of a session; it expects no reply. [hub] */
+/** The call that reports the message counters of a session; it expects no reply. [hub] */
 std::unique_ptr<CallWriter> marshal(const CallTarget& target, const QByteArray& session, const Books& books);
 
 }  // namespace Tavroline

@@ -16,7 +16,7 @@ void RaisedAlarms::note(const Message& edge) noexcept {
   try {
     m_alarms[edge.alarmId] = Raised{edge, false};
   } catch (const std::bad_alloc&) {
-    // The edge itself is queued. Lost is only the replay to a service that has lost its store.
+    // The edge itself is queued. Only its replay, to a service that has lost its store, will be missing.
   }
 }
 

@@ -11,7 +11,7 @@ namespace Tavroline {
 namespace {
 
 /** @param position the first character of a string's content. @return the first character after its closing
- * quote, or the terminator. */
+ * quote; the text's terminator if the quote is missing. */
 const char* behindString(const char* position) {
   for (;;) {
     position += std::strcspn(position, "\"\\");
@@ -27,7 +27,7 @@ const char* behindString(const char* position) {
   }
 }
 
-/** Scans a text once, from its start to its end. */
+/** Scans a text once, up to its first fault. */
 class Scan {
  public:
   explicit Scan(const char* json) : m_position(json) {}
@@ -55,8 +55,9 @@ class Scan {
   using Names = std::vector<std::string_view>;
 
   /**
-   * Skip a string; a member's name becomes m_name.
-   * @return the fault: the name has an escape, or an array or object of this object has it; otherwise null
+   * Skip a string. If a colon follows, it is a member's name and becomes m_name.
+   * @return the fault of that name: it has an escape, or an earlier member of this object has it and holds an
+   * array or object; otherwise null
    */
   const char* passString() {
     const char* const content = m_position;
@@ -89,10 +90,11 @@ class Scan {
   }
 
   const char* m_position;
-  std::string_view m_name;  ///< of the member whose value follows, with its closing quote; else empty
+  /** Name, with its closing quote, of the member whose value follows; else empty. */
+  std::string_view m_name;
   std::size_t m_depth = 0;
-  std::array<Names, ReplyCheck::kDeepest + 1>
-      m_containers;  ///< names of members that hold an array or object, by depth
+  /** For each open object, by depth: the names of its members that hold an array or object. */
+  std::array<Names, ReplyCheck::kDeepest + 1> m_containers;
 };
 
 }  // namespace

@@ -8,16 +8,21 @@
  */
 namespace Tavroline::ReplyCheck {
 
-constexpr int kDeepest = 32;  ///< levels; an entry's keywords are at level four
-/** Members of one object that may be arrays or objects; a list entry has one, its keywords. */
+/** Allowed levels of arrays and objects; the keywords of a list entry are at level 4. */
+constexpr int kDeepest = 32;
+
+/** Allowed number of members of one object that hold an array or object; a list entry has one, its keywords.
+ */
 constexpr int kMostContainers = 16;
 
 /**
  * Finds the first of these faults: nesting deeper than kDeepest; a member that holds an array or object and
  * is named again; a member's name with an escape, because it could equal another name; more than
- * kMostContainers. [any-thread]
+ * kMostContainers members of one object that hold an array or object.
  *
+ * @param json terminated, UTF-8
  * @return the fault as the predicate of a sentence ("names a member twice"); nullptr if there is none
+ * @throws std::bad_alloc. [any-thread]
  */
 const char* fault(const char* json);
 

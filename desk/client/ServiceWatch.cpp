@@ -15,10 +15,10 @@ namespace {
 constexpr char kBus[] = "org.freedesktop.DBus";
 constexpr char kBusPath[] = "/org/freedesktop/DBus";
 
-// Time until a state query is repeated: without a reply, and after an error reply.
+// Time until a state query is repeated: without a reply, and after an error or a malformed reply.
 constexpr std::chrono::milliseconds kUnansweredPause{2000};
 constexpr std::chrono::milliseconds kRefusedPause{500};
-constexpr std::size_t kMaximumUnanswered = 10;
+constexpr std::size_t kMaximumUnanswered = 10;  // for each list
 
 std::string signalRule(const char* path, const char* interface) {
   return std::string("type='signal',sender='") + kService + "',path='" + path + "',interface='" + interface +
@@ -131,8 +131,8 @@ void ServiceWatch::onNameOwnerChanged(sd_bus_message* signal) {
 }
 
 bool ServiceWatch::isFromOwner(sd_bus_message* signal) const {
-  // A signal that arrives before the owner is known may be dropped: the first state query returns its
-  // content.
+  // A signal that arrives before the owner is known may be dropped: the reply to the first state query
+  // contains the change.
   const char* sender = sd_bus_message_get_sender(signal);
   return sender != nullptr && m_owner == sender;
 }

@@ -13,30 +13,34 @@
 namespace Tavroline {
 
 /**
- * Finds out who owns the service's name, and keeps the state of its lists up to date.
+ * Finds out who owns the service's name, and keeps the state of the lists (ListState) up to date.
  *
- * It queries the state from each new owner; from then on the service's signals update it. It sends no
- * messages of the outbox. [hub]
+ * It queries the state from each new owner; from then on the owner's signals update it. The messages and
+ * requests of the outbox are sent by Courier. [hub]
  */
 class ServiceWatch {
  public:
   ServiceWatch(BusConnection& connection, ListState& state);
 
-  /** Install the matches and ask for the owner. The connection must be ready. */
+  /** Install the matches and ask the bus for the owner; if there is none, make the bus start the service if
+   * it can. The connection must be ready. */
   void start();
 
-  /** Discard everything that belongs to the present connection. */
+  /** Discard owner, matches and calls of the present connection. ListState keeps what was reported last. */
   void stop();
 
   bool isStarted() const { return !m_matches.empty(); }
 
-  /** Repeat the state queries that are due. @return false when the owner has left too many unanswered. */
+  /** Send the state queries that are due: the first ones to a new owner, and each again until it has a valid
+   * reply.
+   * @return false when more than 10 of one list have no reply. */
   bool keep(Clock::time_point now);
 
   /** Unique name of the owner, empty while there is none or while it is not known yet. */
   const QByteArray& owner() const { return m_owner; }
 
-  /** Whether the bus has no owner of the name and could not start the service. */
+  /** Whether the name is known to have no owner: the last owner has gone, or there was none and the bus could
+   * not start the service. */
   bool isAbsent() const { return m_absent; }
 
  private:
@@ -44,7 +48,8 @@ class ServiceWatch {
     const char* path;
     const char* interface;
     bool (ServiceWatch::*read)(sd_bus_message*);
-    std::list<std::unique_ptr<BusSlot>> calls;  ///< all that have no reply yet: a late reply counts too
+    /** All calls to the present owner that have no reply yet: a late reply counts too. */
+    std::list<std::unique_ptr<BusSlot>> calls;
     Clock::time_point due;
   };
 
