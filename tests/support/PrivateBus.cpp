@@ -17,7 +17,6 @@ PrivateBus::PrivateBus() : m_folder(std::filesystem::temp_directory_path() / "ta
 
 PrivateBus::~PrivateBus() {
   stop();
-  unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
   std::error_code ignored;
   std::filesystem::remove_all(m_folder, ignored);
 }

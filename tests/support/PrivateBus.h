@@ -10,7 +10,8 @@ class PrivateBus {
  public:
   /** @throws std::runtime_error if the daemon does not start */
   PrivateBus();
-  /** Stops the daemon and removes the folder. */
+  /** Stops the daemon and removes the folder. The address stays, so that nothing reaches this machine's bus.
+   */
   ~PrivateBus();
   PrivateBus(const PrivateBus&) = delete;
   PrivateBus& operator=(const PrivateBus&) = delete;
