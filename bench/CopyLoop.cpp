@@ -1,6 +1,6 @@
-// The copy step and its plain form in turns, for a target that has no benchmark library: one JSON line each
-// with the nanoseconds of processor time per entry, in the fastest of the turns: others on the machine only
-// add.
+// Measures the copy step and its reference in turns, for a target that has no benchmark library. Prints one
+// JSON line each with the nanoseconds of processor time per entry. The fastest turn counts, since other load
+// on the machine only adds to processor time.
 
 #include <algorithm>
 #include <cstdio>
@@ -25,21 +25,21 @@ double nanosecondsPerEntry(Copy copy) {
          entries;
 }
 
-void measure(const char* name, int entries, int secondsApart) {
-  EventFixture list(entries, secondsApart);
-  double plain = std::numeric_limits<double>::max();
-  double subject = plain;
+void measure(const char* name, int entries, const ListTimes& times) {
+  EventFixture list(entries, times);
+  double reference = std::numeric_limits<double>::max();
+  double subject = reference;
   for (int turn = 0; turn < kTurns; ++turn) {
-    plain = std::min(plain, nanosecondsPerEntry([&] { return list.copyReference(); }));
+    reference = std::min(reference, nanosecondsPerEntry([&] { return list.copyReference(); }));
     subject = std::min(subject, nanosecondsPerEntry([&] { return list.copy(); }));
   }
-  std::printf("{\"name\": \"copyReference/%s\", \"value\": %.1f}\n", name, plain);
+  std::printf("{\"name\": \"copyReference/%s\", \"value\": %.1f}\n", name, reference);
   std::printf("{\"name\": \"copy/%s\", \"value\": %.1f}\n", name, subject);
 }
 
 }  // namespace
 
 int main() {
-  measure("10000", 10000, kMinute);
-  measure("year", kHoursOfAYear, kHour);
+  measure("10000", 10000, kEveryMinute);
+  measure("year", kHoursOfAYear, kEveryHour);
 }

@@ -1,4 +1,4 @@
-// The list path: load and copy, and the yardsticks beside them. A cost is that of one entry.
+// Measures loading and copying a list, and their references. Costs are given per entry.
 
 #include <benchmark/benchmark.h>
 
@@ -15,29 +15,29 @@
 
 namespace {
 
-/** One case per size and spacing serves all benchmarks of it. */
-template <typename Case>
-Case& sharedCase(int entries, int secondsApart) {
-  static std::map<std::pair<int, int>, std::unique_ptr<Case>> cases;
-  auto& place = cases[{entries, secondsApart}];
-  if (!place) {
-    place = std::make_unique<Case>(entries, secondsApart);
+/** All benchmarks of a list share one fixture. */
+template <typename Fixture>
+Fixture& sharedList(int entries, const ListTimes& times) {
+  static std::map<std::pair<int, const ListTimes*>, std::unique_ptr<Fixture>> lists;
+  auto& list = lists[{entries, &times}];
+  if (!list) {
+    list = std::make_unique<Fixture>(entries, times);
   }
-  return *place;
+  return *list;
 }
 
-template <typename Case>
-void copy(benchmark::State& state, int entries, int secondsApart) {
-  Case& list = sharedCase<Case>(entries, secondsApart);
+template <typename Fixture>
+void copy(benchmark::State& state, int entries, const ListTimes& times) {
+  Fixture& list = sharedList<Fixture>(entries, times);
   for ([[maybe_unused]] auto _ : state) {
     benchmark::DoNotOptimize(list.copy());
   }
   state.SetItemsProcessed(state.iterations() * entries);
 }
 
-template <typename Case>
-void copyReference(benchmark::State& state, int entries, int secondsApart) {
-  Case& list = sharedCase<Case>(entries, secondsApart);
+template <typename Fixture>
+void copyReference(benchmark::State& state, int entries, const ListTimes& times) {
+  Fixture& list = sharedList<Fixture>(entries, times);
   for ([[maybe_unused]] auto _ : state) {
     benchmark::DoNotOptimize(list.copyReference());
   }
@@ -45,7 +45,7 @@ void copyReference(benchmark::State& state, int entries, int secondsApart) {
 }
 
 void load(benchmark::State& state, int entries) {
-  auto& list = sharedCase<EventFixture>(entries, kMinute);
+  auto& list = sharedList<EventFixture>(entries, kEveryMinute);
   for ([[maybe_unused]] auto _ : state) {
     state.PauseTiming();
     list.request();
@@ -56,7 +56,7 @@ void load(benchmark::State& state, int entries) {
 }
 
 void loadAndCopy(benchmark::State& state, int entries) {
-  auto& list = sharedCase<EventFixture>(entries, kMinute);
+  auto& list = sharedList<EventFixture>(entries, kEveryMinute);
   for ([[maybe_unused]] auto _ : state) {
     state.PauseTiming();
     list.request();
@@ -68,9 +68,9 @@ void loadAndCopy(benchmark::State& state, int entries) {
 }
 
 void fromJson(benchmark::State& state, int entries) {
-  const QByteArray& json = sharedCase<EventFixture>(entries, kMinute).json();
-  QJsonDocument document =
-      QJsonDocument::fromJson(json);  // each turn releases the one before, as a load does
+  const QByteArray& json = sharedList<EventFixture>(entries, kEveryMinute).json();
+  // Each iteration releases the document of the one before, as a load does.
+  QJsonDocument document = QJsonDocument::fromJson(json);
   for ([[maybe_unused]] auto _ : state) {
     document = QJsonDocument::fromJson(json);
   }
@@ -78,7 +78,7 @@ void fromJson(benchmark::State& state, int entries) {
 }
 
 void simdjson(benchmark::State& state, int entries) {
-  const QByteArray& json = sharedCase<EventFixture>(entries, kMinute).json();
+  const QByteArray& json = sharedList<EventFixture>(entries, kEveryMinute).json();
   std::vector<stEventlistEntryType> structures(static_cast<std::size_t>(entries));
   for ([[maybe_unused]] auto _ : state) {
     if (simdjsonToStructures(json, structures.data(), entries) != entries) {
@@ -88,27 +88,35 @@ void simdjson(benchmark::State& state, int entries) {
   state.SetItemsProcessed(state.iterations() * entries);
 }
 
-void enroll() {
+/** Registers a copy and its reference under these names. */
+template <typename Fixture>
+void registerCopies(const std::string& name, const std::string& reference, int entries,
+                    const ListTimes& times) {
+  benchmark::RegisterBenchmark(
+      name.c_str(), [=, &times](benchmark::State& state) { copy<Fixture>(state, entries, times); });
+  benchmark::RegisterBenchmark(reference.c_str(), [=, &times](benchmark::State& state) {
+    copyReference<Fixture>(state, entries, times);
+  });
+}
+
+void registerAll() {
   for (const int entries : {100, 1000, 10000, 100000}) {
     const std::string size = "/" + std::to_string(entries);
-    benchmark::RegisterBenchmark(("copy" + size).c_str(), copy<EventFixture>, entries, kMinute);
-    benchmark::RegisterBenchmark(("copyReference" + size).c_str(), copyReference<EventFixture>, entries,
-                                 kMinute);
+    registerCopies<EventFixture>("copy" + size, "copyReference" + size, entries, kEveryMinute);
     benchmark::RegisterBenchmark(("load" + size).c_str(), load, entries);
     benchmark::RegisterBenchmark(("loadAndCopy" + size).c_str(), loadAndCopy, entries);
     benchmark::RegisterBenchmark(("fromJson" + size).c_str(), fromJson, entries);
     benchmark::RegisterBenchmark(("simdjson" + size).c_str(), simdjson, entries);
   }
-  benchmark::RegisterBenchmark("copy/year", copy<EventFixture>, kHoursOfAYear, kHour);
-  benchmark::RegisterBenchmark("copyReference/year", copyReference<EventFixture>, kHoursOfAYear, kHour);
-  benchmark::RegisterBenchmark("copyAlarms/10000", copy<AlarmFixture>, 10000, kMinute);
-  benchmark::RegisterBenchmark("copyAlarmsReference/10000", copyReference<AlarmFixture>, 10000, kMinute);
+  registerCopies<EventFixture>("copy/year", "copyReference/year", kHoursOfAYear, kEveryHour);
+  registerCopies<EventFixture>("copy/clockChange", "copyReference/clockChange", 10000, kWeekOfClockChange);
+  registerCopies<AlarmFixture>("copyAlarms/10000", "copyAlarmsReference/10000", 10000, kEveryMinute);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  enroll();
+  registerAll();
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();
 }

@@ -8,9 +8,7 @@
 
 namespace {
 
-constexpr qint64 kNewest = 1735689600;  // 2025-01-01 00:00:00 UTC
-
-/** The members that stand in one list alone. */
+/** The members that only one of the two lists has. */
 template <typename Entry>
 QByteArray ownMembers(int index);
 template <>
@@ -24,10 +22,10 @@ QByteArray ownMembers<stAlarmlistEntryType>(int index) {
 }
 
 template <typename Entry>
-QByteArray listJson(int entries, int secondsApart) {
+QByteArray listJson(int entries, const ListTimes& times) {
   QByteArray json = R"({"ListData":[)";
   for (int i = 0; i < entries; ++i) {
-    const QDateTime time = QDateTime::fromSecsSinceEpoch(kNewest - qint64(i) * secondsApart);
+    const QDateTime time = QDateTime::fromSecsSinceEpoch(times.newest - qint64(i) * times.secondsApart);
     json += (i == 0 ? "{" : ",{") + ownMembers<Entry>(i) +
             R"(,"EventType":2,"IconType":"fault-on","LocalTime":")" +
             time.toString(Qt::ISODateWithMs).toLatin1() +
@@ -50,7 +48,7 @@ void convert(const TavrolineAlarmlistRead& reader, int& count, std::vector<stAla
   reader.convertAlarmlist(count, entries.data(), static_cast<int>(entries.size()));
 }
 
-/** A measurement of something else than it says is worse than none. */
+/** Ends the program if it would measure something else than its name says. */
 void require(bool holds) {
   if (!holds) {
     std::abort();
@@ -60,10 +58,11 @@ void require(bool holds) {
 }  // namespace
 
 template <typename Reader, typename Entry>
-ListFixture<Reader, Entry>::ListFixture(int entries, int secondsApart)
-    : m_json(listJson<Entry>(entries, secondsApart)), m_entries(static_cast<std::size_t>(entries)) {
-  m_reader.setFilterDateTime(QDateTime::fromSecsSinceEpoch(kNewest),
-                             QDateTime::fromSecsSinceEpoch(kNewest - qint64(entries) * secondsApart));
+ListFixture<Reader, Entry>::ListFixture(int entries, const ListTimes& times)
+    : m_json(listJson<Entry>(entries, times)), m_entries(static_cast<std::size_t>(entries)) {
+  m_reader.setFilterDateTime(
+      QDateTime::fromSecsSinceEpoch(times.newest),
+      QDateTime::fromSecsSinceEpoch(times.newest - qint64(entries) * times.secondsApart));
   m_reader.addFilterEventType(EventlistHandlerEnums::EventTypeAlarm);
   m_reader.addFilterEventType(EventlistHandlerEnums::EventTypeFault);
   m_reader.addFilterKeyword(TavrolineFilter::FilterTypeInclude, QStringLiteral("pump"));

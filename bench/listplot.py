@@ -1,4 +1,4 @@
-"""The cost per entry of the list path over the size of the list, as an SVG picture."""
+"""Plots the cost per entry of loading and copying a list over the size of the list, as SVG."""
 
 import math
 

@@ -4,9 +4,9 @@
 #include "TavrolineEventlistRead.h"
 
 /**
- * The copy step in its first, plain form, kept as a yardstick and as the reference of the property test: each
- * criterion looks its member up again and parses the time again, and so does the copy. Same list, same
- * filter, same results as the readers' own copy step. No part of the product.
+ * The reference of the copy step, for the measurements and the property test: each criterion looks up its
+ * member and parses the time again, and so does the copy. Gives the same results as the readers' own copy
+ * step with the same list and filter. Not part of the product.
  */
 class ReferenceEventlistRead : public TavrolineEventlistRead {
  public:
