@@ -74,7 +74,7 @@ TEST_F(CallCostTest, NoCallWaitsAndCallsOfEachCycleNeitherAllocateNorEnterTheKer
       other{open("alarmlistread"), {}}, handler{open("alarmlistwrite"), {}};
 
   const stDataType data{};
-  const stDescriptionArgumentType arguments[2]{};
+  const stDescriptionArgumentType argument{};
   const stDescriptionUrlArgumentType url{};
   acknowledgevisualalarm_struct texts{6, nullptr, "water\0pump\0\0basin", {0, 2}};
   logalarm_struct entry{};
@@ -84,8 +84,7 @@ TEST_F(CallCostTest, NoCallWaitsAndCallsOfEachCycleNeitherAllocateNorEnterTheKer
   entry.iKeywordSize = texts.iAlarmIdSize;
   entry.pasKeywords = texts.pasAlarmIds;
   entry.stKeywordsDimInfo = texts.stAlarmIdsDimInfo;
-  entry.pastArguments = arguments;
-  entry.stArgumentsDimInfo = {0, 1};
+  entry.pastArguments = &argument;
   entry.pastUrlArguments = &url;
   for (int i = 0; i < 200; ++i) {
     entry.iEventType = TAVROLINE_EVENT;
@@ -109,6 +108,7 @@ TEST_F(CallCostTest, NoCallWaitsAndCallsOfEachCycleNeitherAllocateNorEnterTheKer
         {"addfiltereventtype", "addfilterkeyword", "clearfilterkeyword", "setfiltertime",
          "setlistreadlanguage"},
         &events);
+  watch(Limit::Nothing, {"resetfilterall"}, &events);
 
   finish("loadcompleteeventlist", events, 0);
   finish("loadpartofeventlist", events, 1);

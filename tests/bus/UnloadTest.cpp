@@ -73,15 +73,10 @@ TEST_F(UnloadTest, LeavesNoLibraryAndNoThreadAndSendsTheOffOfAnOpenHandleOrRepor
     EXPECT_NE(fileHolds(file(row.name), "3 message(s) lost, not sent before unload: numbers 1 to 3"),
               row.arrives);
     EXPECT_EQ(expectBalance(contentOf(file(row.name))), 3U);
-    if (!row.arrives) {
-      continue;
+    if (row.arrives) {
+      ChildProcess list(TAVROLINE_CTL, {"events", "--type", "fault", "--count", "1"});
+      list.wait();
+      EXPECT_NE(list.output().find("fault-off"), std::string::npos) << list.output();
     }
-    runtime.emplace();
-    const TavrolineHandle reader = runtime->open(Runtime::kEventReader);
-    ASSERT_EQ(runtime->load(reader), TAVROLINE_DONE);
-    const auto list = runtime->entries(reader);
-    ASSERT_EQ(list.size(), 3U);
-    EXPECT_STREQ(list[0].sIconType, "fault-off");
-    EXPECT_STREQ(list[1].sIconType, "fault-on");
   }
 }

@@ -6,7 +6,6 @@
 #include <QVariant>
 
 #include <algorithm>
-#include <cstdint>
 #include <memory>
 
 #include "Names.h"
@@ -30,13 +29,12 @@ struct EventsDBusDefinitions : EventKeys {
   enum class TextSource : char { Caller, Catalogue };
 };
 struct EventlistHandlerEnums {
-  enum class EventType : std::int16_t { Warning, Journal, Trouble, Note };
-  enum class State : std::int16_t { Plain, Comes, Goes };
+  enum class EventType : short { Warning, Journal, Trouble, Note };
+  enum class State : short { Plain, Comes, Goes };
 };
 
-/** The list, newest first, and how often it has changed. */
+/** The list, newest first. */
 extern QJsonArray deviceList;
-extern unsigned deviceChanges;
 
 struct ErrorContainer {
   ErrorContainer(long, const QString&) {}
@@ -45,8 +43,7 @@ struct ErrorContainer {
 };
 struct DBusPendingReply {
   using SharedPointer = std::shared_ptr<DBusPendingReply>;
-  unsigned asked = 0;
-  int isFinished(ErrorContainer&) { return asked++ < 2 ? 2 : 0; }
+  int isFinished(ErrorContainer&) { return 0; }
   QVariant getReply() {
     return QJsonDocument(QJsonObject{{EventlistHandlerDefinitions::getListDataName(), deviceList}}).toJson();
   }
@@ -62,33 +59,29 @@ struct CodesysEventlistHandlerConnector {
         QJsonObject{{EventlistHandlerDefinitions::getListColumnNameEventType(), int(type)},
                     {EventlistHandlerDefinitions::getListColumnNameIconType(), icon},
                     {EventlistHandlerDefinitions::getListColumnNameDescription(), text.toString()}});
-    ++deviceChanges;
   }
 };
 
-/** Writes to either list. This device has no alarms: requests return null, no flag changes. */
-struct Writer {
-  explicit Writer(bool) {}
+/** Writes to either list; acknowledges nothing. */
+struct ListWriter {
+  explicit ListWriter(bool) {}
   void deleteEventlist() { deviceList = {}; }
   void acknowledgeVisualAlarm(const QStringList&, const QString&) {}
   void acknowledgeCentralDetector(const QString&) {}
 };
-using EventlistHandlerDBusConnectorWrite = Writer;
-using AlarmlistHandlerDBusConnectorWrite = Writer;
+using EventlistHandlerDBusConnectorWrite = ListWriter;
+using AlarmlistHandlerDBusConnectorWrite = ListWriter;
 
-struct EventlistHandlerDBusConnectorRead {
-  unsigned seen = 0;
-  explicit EventlistHandlerDBusConnectorRead(bool) {}
-  virtual ~EventlistHandlerDBusConnectorRead() = default;
-  template <typename... Rest>
-  auto getPartOfEventlist(const Rest&...) {
+/** Reads either list. This device has no alarms: requests return null, no flag changes. */
+struct ListReader {
+  QJsonArray seen;
+  explicit ListReader(bool) {}
+  template <typename... Filter>
+  auto getPartOfEventlist(const Filter&...) {
     return std::make_shared<DBusPendingReply>();
   }
   auto getCompleteEventlist(const QString& language) { return getPartOfEventlist(language); }
-  bool changedFlagEventlist() { return std::exchange(seen, deviceChanges) != seen; }
-};
-struct AlarmlistHandlerDBusConnectorRead {
-  explicit AlarmlistHandlerDBusConnectorRead(bool) {}
+  bool changedFlagEventlist() { return std::exchange(seen, deviceList) != deviceList; }
   DBusPendingReply::SharedPointer getCompleteAlarmlist(const QString&) { return nullptr; }
   DBusPendingReply::SharedPointer getAlarmState(const QString&) { return nullptr; }
   bool changedFlagAlarmlist() { return false; }
@@ -98,12 +91,17 @@ struct AlarmlistHandlerDBusConnectorRead {
   bool changedFlagActiveFaultInAlarmlist(bool&) { return false; }
   bool changedFlagCentralDetector(bool&) { return false; }
 };
+using EventlistHandlerDBusConnectorRead = ListReader;
+using AlarmlistHandlerDBusConnectorRead = ListReader;
 
 struct CodesysLog {
   unsigned id;
   CodesysLog(void*, unsigned component, int, int, int, const char*, const char*, const char*, const char*)
       : id(component) {}
-  CodesysLog& operator<<(const QVariant& item);
+  CodesysLog& operator<<(const QVariant& item) {
+    pfLogAdd(nullptr, id, 2, 0, 0, "%s", item.toString().toUtf8().constData());
+    return *this;
+  }
 };
 struct CodesysTimeConversion {
   static QDateTime IECUtcDateTimeToQDateTime(unsigned value) { return QDateTime::fromSecsSinceEpoch(value); }
@@ -113,8 +111,12 @@ struct CodesysTimeConversion {
 inline unsigned long hashFromString(const QString& text) {
   return unsigned(text.size());
 }
-void copyCStringDataToQString(const char* source, int length, QString& target);
-void copyWStringDataToQString(const unsigned short* source, int length, QString& target);
+inline void copyCStringDataToQString(const char* source, int length, QString& target) {
+  target = QString::fromLatin1(source, length);
+}
+inline void copyWStringDataToQString(const unsigned short* source, int length, QString& target) {
+  target = QString::fromUtf16(source, length);
+}
 inline void copyQStringDataToCStringData(const QString& source, char* target, short capacity, bool) {
   qstrncpy(target, source.toLatin1().constData(), unsigned(capacity));
 }
