@@ -4,7 +4,8 @@
 
 namespace Tavroline {
 
-/** What DBusPendingReply::isFinished() answers; any other number means ReplyFailed too. */
+/** What DBusPendingReply::isFinished() answers. Any other number of a reply that was kept means failure too.
+ */
 enum ReplyState : int { ReplyArrived = 0, ReplyFailed = 1, ReplyOutstanding = 2 };
 
 }  // namespace Tavroline

@@ -28,8 +28,7 @@ class AlarmlistHandlerDBusConnectorRead {
 
   /**
    * Start the query for the state of one alarm. Its reply is a JSON object with two boolean members, named by
-   * getListColumnNameAlarmActive() and getListColumnNameAlarmAcknowledgment(); both are false for an alarm
-   * that the list does not hold.
+   * getListColumnNameAlarmActive() and getListColumnNameAlarmAcknowledgment(); a missing one counts as false.
    * @param alarmId identifier that logEvent() was given
    * @return as getCompleteAlarmlist(). [plc-task]
    */
@@ -40,8 +39,8 @@ class AlarmlistHandlerDBusConnectorRead {
   bool changedFlagAlarmlist();
 
   /**
-   * Each of these returns true if its value differs from the one that this object returned last, and then
-   * sets `value` to the present one; otherwise `value` is left alone. An object starts with false. [hook]
+   * Each of these returns true if its value has changed since the last call on this object, and then sets
+   * `value` to the present one; otherwise `value` is left alone. [hook]
    */
   bool changedFlagAlarmInAlarmlist(bool& value);
   bool changedFlagActiveAlarmInAlarmlist(bool& value);

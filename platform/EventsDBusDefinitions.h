@@ -9,8 +9,8 @@
  * destroyed. [any-thread]
  */
 struct EventsDBusDefinitions {
-  /** The two sources of an entry's text. The component passes the number on; its meaning is the service's. */
-  enum TextSource : int { TextSourceGiven = 0, TextSourceTable = 1 };
+  /** Where an entry's text comes from: 0 or 1. The service gives the two their meaning. */
+  enum TextSource : int {};
 
   static QString getEventDBusKeyTextSource();
   static QString getEventDBusKeyModuleName();

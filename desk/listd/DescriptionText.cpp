@@ -12,6 +12,9 @@ namespace {
 
 using Keys = EventsDBusDefinitions;
 
+// Text source: the object name is a key of the table below.
+constexpr int kSourceTable = 1;
+
 constexpr char kEnglish[] = "en";
 constexpr char kGerman[] = "de";
 
@@ -85,7 +88,7 @@ Replacements replacementsOf(const QJsonValue& list, const TextOf& textOf) {
 QString names(const QJsonObject& description, const QString& language) {
   const QString module = description.value(Keys::getEventDBusKeyModuleName()).toString();
   QString object = description.value(Keys::getEventDBusKeyObjectName()).toString();
-  if (description.value(Keys::getEventDBusKeyTextSource()).toInt() == Keys::TextSourceTable) {
+  if (description.value(Keys::getEventDBusKeyTextSource()).toInt() == kSourceTable) {
     object = tableText(object, language);
   }
   const QString instance = description.value(Keys::getEventDBusKeyInstanceName()).toString();
@@ -124,7 +127,7 @@ QString DescriptionText::text(const QJsonObject& description, const QString& lan
 }
 
 QJsonObject DescriptionText::ofTable(const char* key, const QJsonObject& subject) {
-  QJsonObject description{{Keys::getEventDBusKeyTextSource(), static_cast<int>(Keys::TextSourceTable)},
+  QJsonObject description{{Keys::getEventDBusKeyTextSource(), kSourceTable},
                           {Keys::getEventDBusKeyObjectName(), QLatin1String(key)}};
   if (!subject.isEmpty()) {
     description.insert(QLatin1String(kSubject), subject);
