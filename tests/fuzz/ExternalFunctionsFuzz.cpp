@@ -2,11 +2,9 @@
 // caller is repaired: pointers, terminators of bare texts and upper bounds. Handles are live, closed or
 // foreign.
 
-#include <string>
 #include <vector>
 
 #include "ExternalFunctionRows.h"
-#include "ExternalFunctionTable.h"
 #include "Fuzz.h"
 #include "IecMemory.h"
 #include "fake_platform.h"
@@ -16,18 +14,6 @@ namespace {
 
 using namespace external;
 using Word = std::uint64_t;
-using Function = void (*)(Word*);
-
-/** The functions whose names begin so. */
-std::vector<ExternalFunctionEntry> functions(const std::string& begin) {
-  std::vector<ExternalFunctionEntry> found;
-  for (const auto* entry = ExternalFunctionTable; entry->pfFunction != nullptr; ++entry) {
-    if (std::string(entry->pszName).find(begin) == 0) {
-      found.push_back(*entry);
-    }
-  }
-  return found;
-}
 
 /** One sequence of calls, and the handles that it has seen. */
 struct Sequence {
@@ -42,7 +28,7 @@ struct Sequence {
     row = &rowOf(entry.pszName);
     auto* const words =
         reinterpret_cast<Word*>(structure(row->hasRequest() ? std::vector<Field>{Request} : row->fields));
-    reinterpret_cast<Function>(entry.pfFunction)(words);
+    external::call(entry, words);
     if (words != nullptr && row->fields.back() == NewHandle) {
       handles.push_back(words[1]);
     }
@@ -122,7 +108,7 @@ void fuzz::run(FuzzedDataProvider& input) {
   }
   for (Word handle : sequence.handles) {
     for (const ExternalFunctionEntry& close : functions("close")) {
-      reinterpret_cast<Function>(close.pfFunction)(&handle);
+      external::call(close, &handle);
     }
   }
 }

@@ -4,9 +4,10 @@
 #include <string>
 #include <vector>
 
+#include "ExternalFunctionTable.h"
 #include "tavroline/conventions.h"
 
-/** The structures of the external functions, for tests that call all of them. */
+/** The external functions and their structures, for tests that call all of them. */
 namespace external {
 
 // clang-format off
@@ -67,12 +68,27 @@ inline const std::vector<Row> kRows = {
     {{"deleteeventlist"}, "", "", {Any, Any}}};
 // clang-format on
 
-/** The row of a function, "…_ext"; of a name that is none, the last. */
+/** The row of a function; of a name that is none, the last. */
 inline const Row& rowOf(const std::string& function) {
-  const std::string name = function.substr(0, function.rfind("_ext"));
   return *std::find_if(kRows.begin(), kRows.end() - 1, [&](const Row& row) {
-    return std::count(row.names.begin(), row.names.end(), name) != 0;
+    return std::count(row.names.begin(), row.names.end(), function.substr(0, function.rfind('_'))) != 0;
   });
+}
+
+/** The functions of the table whose names begin so, in its order. */
+inline std::vector<ExternalFunctionEntry> functions(const std::string& begin = std::string()) {
+  std::vector<ExternalFunctionEntry> found;
+  for (const auto* entry = ExternalFunctionTable; entry->pfFunction != nullptr; ++entry) {
+    if (std::string(entry->pszName).find(begin) == 0) {
+      found.push_back(*entry);
+    }
+  }
+  return found;
+}
+
+/** Calls one of them. */
+inline void call(const ExternalFunctionEntry& entry, void* structure) {
+  reinterpret_cast<void (*)(void*)>(entry.pfFunction)(structure);
 }
 
 }  // namespace external

@@ -1,13 +1,11 @@
 #include <cstdlib>
 #include <cstring>
-#include <map>
 #include <new>
 #include <optional>
 #include <set>
 #include <utility>
 
 #include "ExternalFunctionRows.h"
-#include "ExternalFunctionTable.h"
 #include "TavrolineAlarmHandler.h"
 #include "TavrolineAlarmlistRead.h"
 #include "TavrolineEventlistRead.h"
@@ -36,15 +34,6 @@ namespace {
 using external::kNullStructure;
 struct ExternalFunctionTest : ComponentTest {};
 
-/** The functions of the table by name. */
-std::map<std::string, void (*)(void*)> functions() {
-  std::map<std::string, void (*)(void*)> all;
-  for (const ExternalFunctionEntry* row = ExternalFunctionTable; row->pfFunction != nullptr; ++row) {
-    all[row->pszName] = reinterpret_cast<void (*)(void*)>(row->pfFunction);
-  }
-  return all;
-}
-
 /** One record, if any; nothing is written but what a failure writes. */
 void expectRefused(const external::Row& row, const void* handle, const std::string& message) {
   for (const std::string& function : row.names) {
@@ -55,7 +44,7 @@ void expectRefused(const external::Row& row, const void* handle, const std::stri
     std::string expected(structure, sizeof structure);
     expected.replace(row.failureOffset, row.failureBytes.size(), row.failureBytes);
     void* request = structure;
-    functions().at(function + "_ext")(row.hasRequest() ? &request : request);
+    external::call(external::functions(function + "_ext")[0], row.hasRequest() ? &request : request);
     EXPECT_EQ(std::string(structure, sizeof structure), expected) << function << ": " << message;
     EXPECT_EQ(items(), message.empty() ? Lines{} : Lines{message}) << function;
   }
@@ -118,14 +107,15 @@ TEST_F(ExternalFunctionTest, TheLastSixtyFourClosedHandlesAreKnownAsClosed) {
 TEST_F(ExternalFunctionTest, ARecordNamesTheFunctionThatWritesItAndOneOfItsLines) {
   const std::set<std::string> withoutHandle{"logevent_ext", "deleteeventlist_ext",
                                             "acknowledgevisualalarm_ext", "acknowledgecentraldetector_ext"};
-  for (const auto& [name, function] : functions()) {
-    const void* structure[20] = {structure, structure, structure};  // an unknown handle; its own request
+  for (const ExternalFunctionEntry& function : external::functions()) {
+    const std::string name = function.pszName;
+    void* structure[20] = {structure, structure, structure};  // an unknown handle; its own request
     fake::reset();
     if (withoutHandle.count(name) != 0) {
       failNextPlatformCall();
     }
     s_outOfMemory = name.find("open") == 0;
-    function(structure);
+    external::call(function, structure);
     if (name.find("open") == 0) {
       EXPECT_EQ(structure[0], structure) << "success unchanged";
       EXPECT_EQ(structure[1], nullptr) << "no handle";
@@ -141,9 +131,10 @@ TEST_F(ExternalFunctionTest, ANullStructureRequestOrArrayIsReportedWhereItIsNotI
   const std::set<std::string> silent{"openeventlistreadhandle_ext", "openalarmlistreadhandle_ext",
                                      "deleteeventlist_ext", "closeeventlistreadhandle_ext",
                                      "closealarmlistreadhandle_ext"};
-  for (const auto& [name, function] : functions()) {
+  for (const ExternalFunctionEntry& function : external::functions()) {
     fake::reset();
-    function(nullptr);
+    external::call(function, nullptr);
+    const std::string name = function.pszName;
     EXPECT_EQ(items(), silent.count(name) == 1 ? Lines{} : Lines{kNullStructure}) << name;
   }
   for (const auto& [kind, name] :
@@ -152,7 +143,7 @@ TEST_F(ExternalFunctionTest, ANullStructureRequestOrArrayIsReportedWhereItIsNotI
     stGetEventlistEntriesType request{reader.handle, nullptr, 1, -1, -7};  // the alarms' but for its array
     fake::reset();
     for (void* pointer : {static_cast<void*>(nullptr), static_cast<void*>(&request)}) {
-      functions().at(name)(&pointer);
+      external::call(external::functions(name)[0], &pointer);
     }
     EXPECT_EQ(request.iResult, TAVROLINE_ERROR);
     EXPECT_EQ(request.diNumberOfEntries, -7);

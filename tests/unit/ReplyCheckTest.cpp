@@ -2,31 +2,29 @@
 
 #include <gtest/gtest.h>
 
+#include <QByteArray>
+
 #include <string>
 
 namespace {
 
-std::string repeat(int count, const std::string& text) {
-  return count == 0 ? std::string() : text + repeat(count - 1, text);
-}
-
 struct Row {
   const char* name;
-  std::string json;
+  QByteArray json;
   std::string fault;
 };
 
 const std::string kDeep = "is nested too deep", kTwice = "names a member twice";
 
 const Row kRows[] = {
-    {"32 levels", repeat(32, "["), ""},
-    {"33 levels", repeat(33, "["), kDeep},
-    {"34 levels, objects among them", repeat(17, R"({"a":[)"), kDeep},
-    {"siblings", repeat(40, "[{}],"), ""},
-    {"brackets in a string", "[\"" + repeat(40, "[") + "\"]", ""},
-    {"brackets behind an escaped quote", "[\"\\\"" + repeat(40, "[") + "\"]", ""},
-    {"levels behind strings", repeat(33, R"([{"b":"\"}"},)"), kDeep},
-    {"levels behind an escaped backslash", repeat(33, R"(["\\",)"), kDeep},
+    {"32 levels", QByteArray("[").repeated(32), ""},
+    {"33 levels", QByteArray("[").repeated(33), kDeep},
+    {"34 levels, objects among them", QByteArray(R"({"a":[)").repeated(17), kDeep},
+    {"siblings", QByteArray("[{}],").repeated(40), ""},
+    {"brackets in a string", "[\"" + QByteArray("[").repeated(40) + "\"]", ""},
+    {"brackets behind an escaped quote", "[\"\\\"" + QByteArray("[").repeated(40) + "\"]", ""},
+    {"levels behind strings", QByteArray(R"([{"b":"\"}"},)").repeated(33), kDeep},
+    {"levels behind an escaped backslash", QByteArray(R"(["\\",)").repeated(33), kDeep},
     {"ends in an escape", "[\"\\", ""},
     {"equal names in different objects", R"({"":[{"c":[1]},{"c":[]}],"a":{"c":{}},"c":["c"]})", ""},
     {"a number named again", R"({"a":1,"a":2,"b":"a","a":[]})", ""},
@@ -41,7 +39,7 @@ const Row kRows[] = {
 
 TEST(ReplyCheck, FindsWhatTheParserMustNotBeGiven) {
   for (const Row& row : kRows) {
-    const char* const found = Tavroline::ReplyCheck::fault(row.json.c_str());
+    const char* const found = Tavroline::ReplyCheck::fault(row.json.constData());
     EXPECT_EQ(found == nullptr ? "" : found, row.fault) << row.name;
   }
 }

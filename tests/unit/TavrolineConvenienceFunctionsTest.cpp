@@ -17,7 +17,7 @@ const Lines kNullStructure{
     "TavrolineConvenienceFunctions: static bool TavrolineConvenienceFunctions::checkStructPointer("
     "const void*): codesys struct nullpointer"};
 
-/** The texts that the text helpers read, in order; each was to be read up to its terminator. */
+/** The texts that the text helpers were to read up to their terminators, in order. */
 QStringList readTexts() {
   QStringList texts;
   for (const fake::Call& call : fake::calls()) {
@@ -65,26 +65,14 @@ TEST_F(ConvenienceFunctionsTest, EveryKindOfHandleIsTakenUnlessItIsNull) {
 }
 
 TEST_F(ConvenienceFunctionsTest, AnInstanceNameTakesAtMostOneIntegerDirective) {
-  const std::tuple<RTS_IEC_INT, const char*, QString> rows[] = {
-      {3, "Pump %d", "Pump 3"_q},
-      {0, "Pump %d", "Pump %d"_q},
-      {-2, "Pump %d", "Pump -2"_q},
-      {3, "Pümpe %d", "Pümpe 3"_q},
-      {3, "Pumpe 水", "Pumpe 水"_q},
-      {3, "水 %d", "? 3"_q},
-      {7, "100%% %i", "100% 7"_q},
-      {7, "%+05d|%%", "+0007|%"_q},
-      {7, "%++d", "+7"_q},
-      {7, "% 5.3d", "  007"_q},
-      {255, "%x %u", "ff %u"_q},
-      {300, "%hhd", "300"_q},
-      {3, "%s", "%s"_q},
-      {3, "%n", "%n"_q},
-      {3, "%f and %d", "%f and 3"_q},
-      {3, "%*d", "%*d"_q},
-      {3, "%5", "%5"_q},
-      {3, "%99999999999d", "3"_q.rightJustified(255)}};
-  for (const auto& [number, name, expected] : rows) {
+  using Row = std::tuple<RTS_IEC_INT, const char*, QString>;
+  for (const auto& [number, name, expected] :
+       {Row{3, "Pump %d", "Pump 3"_q}, Row{0, "Pump %d", "Pump %d"_q}, Row{-2, "Pump %d", "Pump -2"_q},
+        Row{3, "Pümpe %d", "Pümpe 3"_q}, Row{3, "Pumpe 水", "Pumpe 水"_q}, Row{3, "水 %d", "? 3"_q},
+        Row{7, "100%% %i", "100% 7"_q}, Row{7, "%+05d|%%", "+0007|%"_q}, Row{7, "% 5.3d", "  007"_q},
+        Row{255, "%x %u", "ff %u"_q}, Row{300, "%hhd", "300"_q}, Row{3, "%s", "%s"_q}, Row{3, "%n", "%n"_q},
+        Row{3, "%f and %d", "%f and 3"_q}, Row{3, "%*d", "%*d"_q}, Row{3, "%5", "%5"_q},
+        Row{3, "%99999999999d", "3"_q.rightJustified(255)}}) {
     stDataType data{};
     std::strcpy(data.sInstanceName, name);
     data.iInstanceNumber = number;

@@ -6,7 +6,6 @@
 #include <thread>
 
 #include "ExternalFunctionRows.h"
-#include "ExternalFunctionTable.h"
 #include "UnitSupport.h"
 
 namespace {
@@ -172,10 +171,9 @@ void expectEveryFailureContained(const std::string& name, bool again) {
 struct ThrowingPlatformTest : ComponentTest {};
 
 TEST_F(ThrowingPlatformTest, APlatformCallThatThrowsCostsNoMoreThanItsOwnCall) {
-  for (const auto* row = ExternalFunctionTable; row->pfFunction != nullptr; ++row) {
-    s_functions[row->pszName] = [function =
-                                     reinterpret_cast<void (*)(void*)>(row->pfFunction)](void* structure) {
-      function(structure);
+  for (const ExternalFunctionEntry& function : external::functions()) {
+    s_functions[function.pszName] = [function](void* structure) {
+      external::call(function, structure);
       return 0U;
     };
   }
