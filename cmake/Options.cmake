@@ -1,4 +1,4 @@
-# What every target is built with.
+# Options of every target.
 set(CMAKE_CXX_STANDARD 17)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
@@ -8,7 +8,7 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 
-# The library is build/<preset>/libTavroline.so; programs and plug-ins stand beside it.
+# The library is build/<preset>/libTavroline.so; programs and plug-ins are in the same folder.
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
 
@@ -16,7 +16,7 @@ add_compile_options(
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror
   $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast> $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>)
 
-# For a controller: small, and nothing left open that costs nothing to close. docs/target.md holds the measurements.
+# For a controller: small, and hardened where it costs nothing. docs/target.md holds the measurements.
 add_compile_options(-fstack-protector-strong -ffunction-sections -fdata-sections)
 set(CMAKE_C_FLAGS_RELEASE "-O2 -DNDEBUG")
 set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")

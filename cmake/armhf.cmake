@@ -1,5 +1,5 @@
 # The target: 32-bit ARM with Debian 12's armhf ABI. scripts/sysroot-armhf makes the sysroot; what is built runs
-# under the emulator. Flags are none of this file's business.
+# under the emulator. Compiler flags are in Options.cmake.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR armv7l)
 

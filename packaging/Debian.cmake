@@ -64,10 +64,10 @@ else()
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 endif()
 
-# The newest version's date is read from CHANGELOG.md, its only place.
-file(STRINGS ${PROJECT_SOURCE_DIR}/CHANGELOG.md heading REGEX "^## " LIMIT_COUNT 1)
+# CHANGELOG.md has the date of the newest version, behind the heading of what is not released yet.
+file(STRINGS ${PROJECT_SOURCE_DIR}/CHANGELOG.md heading REGEX "^## [0-9]" LIMIT_COUNT 1)
 if(NOT heading MATCHES "^## ${PROJECT_VERSION} \\(([0-9-]+)\\)$")
-  message(FATAL_ERROR "CHANGELOG.md begins with \"${heading}\" and not with version ${PROJECT_VERSION} and its date")
+  message(FATAL_ERROR "the newest version of CHANGELOG.md is \"${heading}\", not ${PROJECT_VERSION} and its date")
 endif()
 execute_process(COMMAND date -u -R -d ${CMAKE_MATCH_1} OUTPUT_VARIABLE released OUTPUT_STRIP_TRAILING_WHITESPACE
   COMMAND_ERROR_IS_FATAL ANY)

@@ -32,7 +32,7 @@ watchReturn:
 watchEnd:
 )");
 extern "C" {
-extern char watchBegin[], watchEnd[];
+extern char watchBegin[], watchEnd[];  // NOLINT(readability-identifier-naming): symbols of the assembler text
 long watchPassOn(const long* numberAndArguments);
 void watchReturn();
 void* __libc_malloc(std::size_t size) noexcept;

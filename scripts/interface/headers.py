@@ -13,7 +13,7 @@ signature identifiers in component/ExternalFunctionTable.cpp become one descript
   variables    the runtime's pf... variables
 
 Offsets and sizes are those of the 32-bit target. A function's comment says what it does and carries @result, @failure,
-@blocks and a thread tag; a member's comment says direction, [unit] and meaning. Whatever is missing is an error in words.
+@blocks and a thread tag; a member's comment says direction, [unit] and meaning. A missing part is an error in words.
 """
 
 import pathlib
@@ -27,7 +27,7 @@ DIRECTIONS = ["in", "out", "in/out", "unused"]
 UNITS = "handle flag code count number bytes s-UTC s-local UTF-8 UTF-16 address bounds record".split()
 THREADS = {"plc-task": "any PLC task"}
 
-# Bytes of the types on the target; each stands at a multiple of them.
+# Bytes of the types on the target; each is aligned to its size.
 POINTER_SIZE = 4
 TYPE_SIZES = {
     "RTS_IEC_BOOL": 1,
@@ -66,7 +66,7 @@ MEMBER = re.compile(
 
 
 class Fault(Exception):
-    """What is wrong with the headers, in words, with the place."""
+    """An error in the headers, in words, with its place."""
 
 
 def plain(comment):

@@ -4,7 +4,7 @@ from headers import Fault
 
 
 def bounds_by_array(structure):
-    """Which member has the bounds of which array: the meaning of bounds is 'of ARRAY'."""
+    """Array -> the member with its bounds; the meaning of such a member is 'of ARRAY'."""
     names = [member["name"] for member in structure["members"]]
     bounds = {}
     for member in structure["members"]:
@@ -36,7 +36,7 @@ def structure_rows(structure):
 
 
 def nested_first(structures):
-    """The structures in an order in which each stands behind those that its members refer to."""
+    """The structures, each after those that its members refer to."""
     ordered = {}
 
     def add(structure):

@@ -1,4 +1,4 @@
-"""Run the library for long and check that it needs no more of anything at the end than before.
+"""Run the library for long and check that its resource use does not grow.
 
 use: soak [MINUTES] [--long] [--docs]
 

@@ -1,6 +1,6 @@
 #!/bin/bash
 # The packages in an empty Debian: they install with what they depend on, the demo runs, the bus policy lets the service's
-# user serve and its group ask and nobody else, and once removed they leave nothing behind but what others write.
+# user serve and its group ask and nobody else, and removal deletes all their files.
 set -euo pipefail
 [ "$(id -u)" = 0 ] || { echo "skipped: only root can enter an empty Debian"; exit 77; }
 cd "$(dirname "$0")/../.."
