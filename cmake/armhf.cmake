@@ -1,4 +1,4 @@
-# The target: 32-bit ARM with Debian 12's armhf ABI. scripts/sysroot-armhf makes the sysroot; what is built runs
+# The target: 32-bit ARM with Debian 12's armhf ABI. scripts/sysroot-armhf makes the sysroot; its programs run
 # under the emulator. Compiler flags are in Options.cmake.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR armv7l)

@@ -35,7 +35,7 @@ def page(description, written_by):
         f"<!-- {written_by} from include/tavroline/*.h; change those. -->",
         "Offsets and sizes are those of the 32-bit target. How the pieces work together: [protocols](protocols.md). The\n"
         "same in Structured Text: [iec](../iec/README.md).",
-        "## What holds for all of it",
+        "## Rules for all functions",
         "\n".join(f"{number}. {rule}" for number, rule in enumerate(description["rules"], 1)),
     ]
     for header in description["headers"]:

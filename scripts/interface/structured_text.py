@@ -28,7 +28,7 @@ def structure_lines(structure):
 
 
 def function_lines(function, structure):
-    """The parameter structure's members stand in their order, in sections by direction."""
+    """The parameter structure's members in their order, in sections by direction."""
     lines = comment(function["about"])
     for title, tag in {"Results": "result", "On failure": "failure", "May block": "blocks"}.items():
         lines += comment(f"{title}: {function[tag]}.")
