@@ -56,7 +56,7 @@ class ListServiceTest : public BusTest {
                            arguments...) >= 0) {
       sd_bus_message_read(reply, "s", &text);
     }
-    const std::string answer = error.name != nullptr ? error.name : text;
+    std::string answer = error.name != nullptr ? error.name : text;
     sd_bus_error_free(&error);
     sd_bus_message_unref(reply);
     return answer;
