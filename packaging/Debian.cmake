@@ -64,7 +64,7 @@ else()
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 endif()
 
-# CHANGELOG.md has the date of the newest version, behind the heading of what is not released yet.
+# CHANGELOG.md has the date of the newest version, after the heading Unreleased.
 file(STRINGS ${PROJECT_SOURCE_DIR}/CHANGELOG.md heading REGEX "^## [0-9]" LIMIT_COUNT 1)
 if(NOT heading MATCHES "^## ${PROJECT_VERSION} \\(([0-9-]+)\\)$")
   message(FATAL_ERROR "the newest version of CHANGELOG.md is \"${heading}\", not ${PROJECT_VERSION} and its date")
