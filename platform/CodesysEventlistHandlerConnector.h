@@ -20,7 +20,7 @@ class CodesysEventlistHandlerConnector {
   /**
    * Hand over one entry. Entries reach the service in the order in which they were handed over, each once at
    * most.
-   * @param type, state any 16-bit value may come
+   * @param type, state any 16-bit value is possible
    * @param dateTime UTC; null when the application gave no time
    * @param description by the keys of EventsDBusDefinitions
    * @param alarmId empty for an event; otherwise the identifier of the alarm or fault that turns on or off

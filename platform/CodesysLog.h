@@ -8,8 +8,8 @@
 /**
  * One record of the runtime log: constructed with its origin, filled by streaming, written by the destructor.
  *
- * The streamed items stand in the record one after another, separated by one blank. The destructor passes the
- * record to pfLogAdd, which is null until the runtime's import call; the text is never used as a format,
+ * The record's text is the streamed items one after another, separated by one blank. The destructor passes
+ * the record to pfLogAdd, which is null until the runtime's import call; the text is never used as a format,
  * because it holds texts of the PLC application and of the bus. The destructor throws nothing. [any-thread]
  */
 class CodesysLog {

@@ -3,7 +3,7 @@
 #include <QString>
 
 /**
- * Keys of the description map that travels with an event, and the sources of its text.
+ * Keys of the description map that is sent with an entry, and the sources of its text.
  *
  * Every getter returns the same text at every call and may be called while static objects are constructed or
  * destroyed. [any-thread]

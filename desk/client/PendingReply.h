@@ -10,8 +10,8 @@
  * The state of one request, shared by its caller and the hub's thread.
  *
  * Exactly one call of arrive() or fail() ends the request. A caller that sees the new status also sees the
- * reply or the cause. After release() the hub does not send an unsent request any more and discards the reply
- * to a sent one.
+ * reply or the cause. After release() the hub's thread does not send an unsent request any more and discards
+ * the reply to a sent one.
  */
 class DBusPendingReply::Private {
  public:
@@ -37,7 +37,7 @@ class DBusPendingReply::Private {
   const QByteArray& reply() const { return m_reply; }
   const QString& cause() const { return m_cause; }
 
-  /** The caller no longer needs the reply. [any-thread] */
+  /** Called when the caller no longer needs the reply; see above. [any-thread] */
   void release() { m_released.store(true, std::memory_order_release); }
   bool isReleased() const { return m_released.load(std::memory_order_acquire); }
 

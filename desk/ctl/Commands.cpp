@@ -30,7 +30,7 @@ class EventFollower {
  public:
   EventFollower(ListClient& client, const QString& language) : m_client(client), m_language(language) {}
 
-  /** The entries added since the last call, the oldest first. */
+  /** The entries added since the last call, at the first call all entries; the oldest first. */
   QJsonArray next() {
     constexpr quint32 kUsual = 100;
     QJsonArray list = entriesOf(m_client.events(m_language, kUsual));
@@ -49,8 +49,9 @@ class EventFollower {
 
  private:
   /**
-   * The index of the newest entry that was shown. A service without a database file numbers from 1 again
-   * after a restart, so whole entries are compared; entries that such a service lost unread are not shown.
+   * The index of the newest entry that was shown; the list's size if it is not in the list. A service without
+   * a database file numbers from 1 again after a restart, so whole entries are compared; entries that such a
+   * service lost unread are not shown.
    */
   int firstKnown(const QJsonArray& list) const {
     const auto known =
@@ -108,15 +109,15 @@ void showAlarms(ListClient& client, const Arguments& arguments) {
   follow(client, [&] { view.showAgain(wanted()); });
 }
 
-/** Report a change that was carried out, with --json; without it the exit code says so. */
+/** With --json, print that a change was carried out; without it only the exit code says so. */
 void confirm(const Arguments& arguments, const QString& done, const QJsonValue& what) {
   if (arguments.json) {
     Terminal::print(QJsonDocument(QJsonObject{{done, what}}).toJson());
   }
 }
 
-/** The identifier in the list that `given` is equal to, or is the beginning of. Throws ClientError unless
- * there is exactly one. */
+/** The identifier in the list that equals `given`, or else the only one that begins with it, if `given` has
+ * at least kShortest characters. Throws ClientError if there is none or several begin so. */
 QString identifierOf(const QJsonArray& list, const QString& given) {
   constexpr int kShortest = 9;
   QStringList beginning;

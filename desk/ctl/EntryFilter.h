@@ -15,8 +15,8 @@ struct EntryFilter {
   QStringList excludedKeywords;  ///< the entry has none of them
   QDateTime since;               ///< inclusive, as `until`; invalid: no bound
   QDateTime until;
-  std::optional<bool> active;  ///< alarms in this state only
-  std::optional<bool> acknowledged;
+  std::optional<bool> active;        ///< only alarms in this state; no value: no condition
+  std::optional<bool> acknowledged;  ///< as `active`
 
   /** Whether every entry passes. */
   bool isEmpty() const;

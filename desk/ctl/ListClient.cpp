@@ -154,7 +154,7 @@ QJsonObject ListClient::readList(const BusMessage& request) {
   return list.object();
 }
 
-/** A dictionary of numbers. */
+/** Reads a dictionary of counters (a{st}). */
 QJsonObject ListClient::readFigures(const BusMessage& reply) {
   QJsonObject figures;
   const char* name = nullptr;

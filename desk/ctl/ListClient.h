@@ -27,7 +27,7 @@ class Forbidden : public ClientError {
   using ClientError::ClientError;
 };
 
-/** No connection owns the service's name now. */
+/** No connection owns the service's name, or the owner ended before it replied. */
 class NoService : public ClientError {
  public:
   using ClientError::ClientError;
@@ -44,7 +44,7 @@ class ListClient {
   /** Connect to the system bus; throws NoBus. */
   ListClient();
 
-  /** The address of the bus. */
+  /** The address of the bus to which the constructor connects. */
   static QString address();
   /** The connection that owns the service's name, empty if there is none; starts no service. */
   QString owner();
@@ -69,7 +69,8 @@ class ListClient {
 
   /** From now on waitForChange() reports changes of `list`, and every start and end of the service. */
   void subscribe(List list);
-  /** Wait for the next change since subscribe() or the last return. */
+  /** Wait, without a limit, for the next change. Returns at once if there was one since subscribe() or since
+   * the last return. */
   void waitForChange();
 
  private:

@@ -17,7 +17,8 @@ QString printable(QString cell) {
   return cell;
 }
 
-/** The text in exactly `width` characters, filled up with blanks or cut. */
+/** The text in exactly `width` characters: filled up with blanks, or cut with an ellipsis as its last
+ * character. */
 QString fitted(const QString& text, int width) {
   if (text.size() <= width) {
     return text.leftJustified(width);
@@ -114,7 +115,8 @@ QByteArray TextTable::takeUtf8() {
     while (line.endsWith(QLatin1Char(' '))) {
       line.chop(1);
     }
-    // Narrower than all least widths together: cut lines are easier to read than wrapped ones.
+    // The terminal may be narrower than the least widths together: cut lines are easier to read than wrapped
+    // ones.
     if (m_terminal.width != 0) {
       line.truncate(m_terminal.width);
     }

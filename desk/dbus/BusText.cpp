@@ -4,7 +4,7 @@ namespace Tavroline {
 
 namespace {
 
-/** Whether a unit is accepted without further checks, as nearly all are. */
+/** Whether a unit is accepted without further checks; nearly all are. */
 bool isUsual(QChar unit) {
   return !unit.isNull() && unit.unicode() < 0xD800;
 }

@@ -5,8 +5,8 @@
 namespace Tavroline {
 
 /**
- * Replaces the characters that the bus does not accept. Client and service use it for every text that they
- * send or store.
+ * Replaces the characters that the bus does not accept. Client, service and tavroline-ctl use it for every
+ * text of a user or an application that they send or store.
  *
  * sd-bus refuses a string with a lone surrogate or a noncharacter and cuts a string at U+0000. One such text
  * in the store would make the whole list unloadable.

@@ -16,13 +16,16 @@ constexpr char kEventListInterface[] = "org.tavroline.EventList1";
 constexpr char kAlarmListPath[] = "/org/tavroline/AlarmList";
 constexpr char kAlarmListInterface[] = "org.tavroline.AlarmList1";
 
-/** Names of the service's error replies. */
-constexpr char kErrorInvalid[] = "org.tavroline.Error.Invalid";  ///< an argument is out of range or malformed
-constexpr char kErrorFull[] = "org.tavroline.Error.Full";        ///< the alarm list is full
-constexpr char kErrorStorage[] =
-    "org.tavroline.Error.Storage";  ///< could not be stored now; send it again, in order
+/** Error reply: an argument is out of range or malformed. */
+constexpr char kErrorInvalid[] = "org.tavroline.Error.Invalid";
 
-/** Names of a client's message counters, in the order that client and service use. */
+/** Error reply: the call turns a new alarm on, but the alarm list is full. */
+constexpr char kErrorFull[] = "org.tavroline.Error.Full";
+
+/** Error reply: the storage failed. The client sends this call and all later ones again, in their order. */
+constexpr char kErrorStorage[] = "org.tavroline.Error.Storage";
+
+/** Names of a client's message counters, in the order in which client and service keep them. */
 constexpr std::array<const char*, 12> kBookFigures = {"accepted",   "delivered", "pending",    "superseded",
                                                       "dropped",    "refused",   "unsendable", "rejected",
                                                       "unanswered", "unload",    "queueFull",  "outOfMemory"};

@@ -14,7 +14,7 @@
 /** Number and times of the calls of one task, by function. Any thread may write it. */
 class CallMeter {
  public:
-  /** The first functions of a component are watched, up to this number. */
+  /** Maximum number of functions that are counted and traced: the first ones of the component. */
   static constexpr std::size_t kFunctions = 64;
 
   struct Record {
@@ -27,7 +27,7 @@ class CallMeter {
   CallMeter(std::string task, std::uint32_t periodMilliseconds)
       : m_task(std::move(task)), m_period(std::uint64_t{periodMilliseconds} * 1000000) {}
 
-  /** Count the calls of the calling thread here from now on. [plc-task] */
+  /** From now on count here the calls that the calling thread makes. [plc-task] */
   void use();
 
   /** Count one call. [any-thread] */
@@ -44,7 +44,7 @@ class CallMeter {
 
 /**
  * Gives the programs the external functions, or, if metering or tracing is on, wrappers that count, time and
- * trace each call. A wrapper does not change what a call does.
+ * trace each call of the first CallMeter::kFunctions functions. A wrapper does not change what a call does.
  *
  * Only one object may exist at a time, since an external function carries no context; it outlives the
  * programs.

@@ -10,7 +10,8 @@ namespace {
 constexpr RTS_RESULT kOk = 0;
 constexpr RTS_RESULT kRefused = 1;
 
-/** The manager whose component is being entered: the interface's callbacks carry no context. */
+/** The manager whose component is exporting its functions now, else null: the interface's callbacks carry no
+ * context. */
 ComponentManager* s_entering = nullptr;
 
 /** Fills the words of those runtime services that this host does not offer. */

@@ -25,8 +25,8 @@ class ComponentManager {
   };
 
   /**
-   * Load the component, import and export. Throws std::runtime_error when a step fails. Not reentrant: the
-   * interface's callbacks carry no context. [init]
+   * Load the component, import and export. Throws std::runtime_error when a step fails. Construct one object
+   * at a time: the interface's callbacks carry no context. [init]
    */
   explicit ComponentManager(const std::string& path);
 

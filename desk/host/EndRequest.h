@@ -15,13 +15,14 @@
  */
 class EndRequest {
  public:
-  /** Throws std::runtime_error when no file descriptor is free. [init] */
+  /** Blocks the signals. Throws std::runtime_error when no file descriptor is free. [init] */
   EndRequest();
   ~EndRequest();
   EndRequest(const EndRequest&) = delete;
   EndRequest& operator=(const EndRequest&) = delete;
 
-  /** Ask the runtime to end with this exit status; the first request counts. [any-thread] */
+  /** Ask the runtime to end with this exit status (its lowest 8 bits); the first request counts. [any-thread]
+   */
   void finish(int status);
 
   /**

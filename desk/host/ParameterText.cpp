@@ -128,7 +128,8 @@ static void addField(std::string& text, const char* name, const Field& field) {
   }
 }
 
-/** Shows the first elements of an array within its bounds; `addElement` appends the text of one element. */
+/** Shows the first kShown elements of an array, within its bounds; `addElement` appends the text of one
+ * element. */
 template <typename Add>
 static void addArray(std::string& text, const char* name, const __ARRAY__DIM__INFO& bounds, const void* first,
                      const Add& addElement) {

@@ -3,8 +3,8 @@
 #include <string>
 
 /**
- * A call's parameter structure in readable form: each field with its name, texts in quotes, pointers by the
- * structure or array they point to.
+ * A call's parameter structure in readable form: each field with its name, texts in quotes, handles as
+ * addresses, other pointers by what they point to, arrays by their first eight elements.
  *
  * Reads what the interface lets the function read: texts up to their terminator, arrays within their bounds.
  *

@@ -27,7 +27,7 @@ class PeriodicThread {
   PeriodicThread(const PeriodicThread&) = delete;
   PeriodicThread& operator=(const PeriodicThread&) = delete;
 
-  /** The present cycle is the last one. Returns at once. [any-thread] */
+  /** Make the present cycle the last one. Returns at once. [any-thread] */
   void requestStop();
 
   /** Wait, without a limit, until the present cycle has ended. Call requestStop() first. [init] */

@@ -29,7 +29,7 @@ class PlcApplication {
   /** End the tasks, each after its present cycle, then call the program's stop function. [init] */
   void stop();
 
-  /** The tasks with their records; empty before start(). [init] */
+  /** The tasks; empty before start(). Their records are complete after stop(). [init] */
   const std::list<PeriodicThread>& tasks() const { return m_tasks; }
 
  private:

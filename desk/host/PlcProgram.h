@@ -16,7 +16,8 @@ typedef struct {
   void* context;
   /** The registered external function of that name, null if there is none. [any-thread] */
   ExternalFunction (*findFunction)(void* context, const char* name);
-  /** Ask the runtime to end, with the process's exit status. [any-thread] */
+  /** Ask the runtime to end with this exit status (its lowest 8 bits); the first request counts. [any-thread]
+   */
   void (*finish)(void* context, int status);
 } PlcRuntime;
 
@@ -28,7 +29,8 @@ typedef struct {
   void* state;
 } PlcTask;
 
-/** A program's tasks; `stop` (may be null) is called once, after the last cycle of the last task. */
+/** A program's tasks. If they are valid, `stop` (may be null) is called once before the program is unloaded,
+ * when none of its tasks runs any more. */
 typedef struct {
   const PlcTask* tasks;
   size_t taskCount;

@@ -47,7 +47,8 @@ void keep(const char* text) {
   }
 }
 
-/** One record is one line and one write, so that records of several threads do not mix. */
+/** One record is one line, written by one call, so that records of several threads do not mix. Texts are cut
+ * at 2047 bytes. */
 __attribute__((format(printf, 6, 7))) RTS_RESULT logAdd(void*, uint32_t componentId, int32_t logClass,
                                                         int32_t errorId, int32_t infoId, const char* format,
                                                         ...) {

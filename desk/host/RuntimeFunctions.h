@@ -17,7 +17,7 @@ void* find(const std::string& name);
  */
 void logToFile(const std::string& path);
 
-/** From now on keep the last record that contains `mark`. [init] */
+/** From now on keep a copy of the last log record that contains `mark`. [init] */
 void keepRecord(const std::string& mark);
 
 /** The record kept, empty if there was none. [any-thread] */

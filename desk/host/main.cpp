@@ -81,7 +81,8 @@ void printCycles(const Threads& threads) {
   }
 }
 
-/** Ends everything in the reverse order of its start: tasks, programs, hook, library. */
+/** Starts library, programs, hook and tasks, in this order. Ends the tasks, calls the programs' stop
+ * functions, ends the hook, then unloads the programs and the library. */
 int runComponent(const Options& options, EndRequest& end) {
   const ComponentManager component(options.library);
   if (options.list || options.verbose) {

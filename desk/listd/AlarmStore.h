@@ -3,7 +3,7 @@
 #include "Database.h"
 #include "StoredEntry.h"
 
-/** Whether the alarm list holds alarms and faults, and active ones. */
+/** Whether the alarm list holds alarms, active alarms, faults and active faults. */
 struct AlarmSummary {
   bool alarm = false;
   bool activeAlarm = false;
@@ -22,7 +22,8 @@ struct AlarmSummary {
  */
 class AlarmStore {
  public:
-  /** Maximum number of entries. A full list refuses new alarms: an alarm must not vanish while it is on. */
+  /** Maximum number of entries. A full list takes no new alarms, because an alarm must not vanish while it is
+   * on; the caller of turnOn() asks hasRoomFor() first. */
   static constexpr qint64 kCapacity = 10000;
 
   explicit AlarmStore(Database& database);
@@ -40,18 +41,20 @@ class AlarmStore {
 
   /**
    * Apply an "off". The alarm keeps the type of its "on", whatever type this entry has.
+   * An acknowledged alarm is removed.
    * @return whether the list held the alarm
    */
   bool turnOff(const StoredEntry& entry, qint64 edge);
 
   /**
-   * Acknowledge one alarm.
+   * Acknowledge one alarm. One that is off is removed.
    * @param moduleName, description set to those of the alarm if the result is true
    * @return false for an alarm that is unknown or acknowledged already; nothing changes then
    */
   bool acknowledge(const QString& alarmId, QString& moduleName, QByteArray& description);
 
-  /** All alarms as JSON, the one with the newest edge first; `language` as for DescriptionText. */
+  /** The list as ListJson writes it, the alarm with the newest edge first; `language` as for DescriptionText.
+   */
   QByteArray list(const QString& language);
 
   /** A JSON object with the two states of one alarm, both false for an unknown one. */

@@ -13,16 +13,17 @@
 #include "ListService.h"
 
 /**
- * Replies to method calls and emits the change signals. All changes that have been received share one
- * transaction; each is replied to after the commit.
+ * Replies to method calls and emits the change signals. The changes received since the last commit share one
+ * transaction; finish() or the next query commits it, and only then are their calls replied to.
  *
- * No exception leaves this class: the caller of the method gets an error reply. If the storage fails, the
- * open transaction is rolled back and all of its calls get the error. change() and answer() are the bodies of
- * sd-bus method handlers and return the handler's result.
+ * If reading or applying a call throws, its caller gets an error reply. After any exception but CallError the
+ * open transaction is rolled back, and all of its calls get the error. change() and answer() are the bodies
+ * of sd-bus method handlers and return the handler's result.
  */
 class CallBatch {
  public:
-  /** Maximum number of calls in one transaction; a stop request waits for no more than these. */
+  /** Maximum number of messages that the main loop handles before it calls finish(), and so of calls in one
+   * transaction; a stop request waits for no more than these. */
   static constexpr int kMaxCalls = 256;
 
   /** Minimum interval between change signals, in ms, so that a burst of entries is not a burst of signals. A
@@ -32,27 +33,32 @@ class CallBatch {
   /** @param bus, service borrowed; must outlive the batch */
   CallBatch(sd_bus* bus, ListService& service);
 
-  /** Apply a change; `change` reads the arguments and applies it. finish() sends the reply. */
+  /** Apply a change; `change` reads the arguments and applies it. The reply follows after the commit, that to
+   * a refused call at once. */
   int change(sd_bus_message* call, sd_bus_error* error, const std::function<void(CallReader&)>& change);
 
-  /** Reply to a query; `answer` appends to the reply. All earlier changes are committed first. */
+  /** Reply to a query; `answer` appends to the reply. All earlier changes are committed and signalled first.
+   */
   int answer(sd_bus_message* call, sd_bus_error* error,
              const std::function<void(CallReader&, sd_bus_message* reply)>& answer);
 
-  /** Commit the changes and reply to them. Emit the signals if kSignalInterval has passed. */
+  /** Commit the changes and reply to their calls. Emit the signals if kSignalInterval has passed since the
+   * last ones.
+   */
   void finish();
 
-  /** Milliseconds until finish() must be called to emit signals, -1 if none are pending. */
+  /** Milliseconds until finish() must be called to emit pending signals, -1 if none are pending. */
   int timeout() const;
 
-  /** Emit the signals for all changes since the last signals. */
+  /** Emit the signals for all committed changes since the last signals. If the storage fails, they stay
+   * pending. */
   void signalChanges();
 
   ListService& service() { return m_service; }
 
   ClientCounters& clientCounters() { return m_clientCounters; }
 
-  /** Number of calls that got an error reply. */
+  /** Number of calls that got an error reply from this class since the start. */
   quint64 rejected() const { return m_rejected; }
 
  private:
@@ -70,7 +76,7 @@ class CallBatch {
   ClientCounters m_clientCounters;
   std::vector<BusMessage> m_calls;
   ListSnapshot m_reported;
-  bool m_unsignalled = false;  ///< there are stored changes without a signal
+  bool m_unsignalled = false;  ///< calls were committed after the last signals
   QElapsedTimer m_sinceSignals;
   quint64 m_rejected = 0;
 };

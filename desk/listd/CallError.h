@@ -4,7 +4,8 @@
 
 #include "ListServiceNames.h"
 
-/** A call is refused before it has changed anything. The reply is the bus error `name` with the text what().
+/** Thrown to refuse a call that has not changed anything yet. The reply is the bus error name() with the text
+ * what().
  */
 class CallError : public std::runtime_error {
  public:

@@ -13,7 +13,8 @@
 
 namespace {
 
-constexpr int kUsualMembers = 16;  ///< of a description, which then needs no allocation
+// Members of one map of a description whose names are kept without an allocation; few maps have more.
+constexpr int kUsualMembers = 16;
 
 void readValue(sd_bus_message* call, QByteArray& json, int depth);
 
@@ -73,7 +74,8 @@ void readContainer(sd_bus_message* call, char type, const char* contents, const 
   check(sd_bus_message_exit_container(call));
 }
 
-/** Append the elements of the next container as a JSON array, cut after kMaxItems, or as a JSON object. */
+/** Append the elements of the next container: those of a map as a JSON object, the first kMaxItems of a list
+ * as a JSON array. */
 template <class ReadElement>
 void readElements(sd_bus_message* call, const char* contents, QByteArray& json,
                   const ReadElement& readElement) {

@@ -24,7 +24,7 @@ class ClientCounters {
     Figures figures{};
   };
 
-  /** Replace the session's report by this one. */
+  /** Keep this report in place of the session's earlier one. */
   void keep(const Report& report);
 
   /** All reports, the newest first; valid until the next keep(). */

@@ -48,8 +48,8 @@ QString tableText(const QString& key, const QString& language) {
 
 using Replacements = std::vector<std::pair<QString, QString>>;  // placeholder, text
 
-/** Replaces placeholders in one pass, so that an argument is not searched for placeholders. If several match,
- * the longest one is replaced. */
+/** Replaces placeholders in one pass, so that an argument is not searched for placeholders. If several match
+ * at one position, the longest one is replaced. Ends once the result has kMaxLength characters. */
 QString replaced(const QString& text, Replacements replacements) {
   if (replacements.empty()) {
     return text;

@@ -15,7 +15,8 @@
  */
 namespace DescriptionText {
 
-/** Maximum length of a text: arguments can be much longer than their placeholders. */
+/** Maximum length of a text in UTF-16 code units; longer ones are cut. Arguments can be much longer than
+ * their placeholders. */
 constexpr int kMaxLength = 4096;
 
 /** Keys of the text table for entries that the service itself adds. */
@@ -28,7 +29,8 @@ QStringList languages();
 /** @param language one of languages(); any other selects the default */
 QString text(const QJsonObject& description, const QString& language);
 
-/** A description whose text is one of the table, followed by the text of `subject` if that is not empty. */
+/** A description for an entry of the service itself: its text is the row `key` of the text table, followed by
+ * the text of the description `subject` if that is not empty. */
 QJsonObject ofTable(const char* key, const QJsonObject& subject);
 
 }  // namespace DescriptionText

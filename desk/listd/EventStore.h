@@ -8,8 +8,8 @@
  */
 class EventStore {
  public:
-  /** @param capacity maximum number of entries, 1 or more. A stored list that is larger is cut with the next
-   * entry. */
+  /** @param capacity maximum number of entries, 1 or more. A stored list that is larger is cut when the next
+   * entry is committed. */
   EventStore(Database& database, qint64 capacity);
 
   /**
@@ -25,7 +25,7 @@ class EventStore {
   bool clear();
 
   /**
-   * The newest entries first, as JSON.
+   * The list as ListJson writes it, the newest entry first.
    * @param language of the descriptions, see DescriptionText
    * @param count maximum number of entries, 0 for all
    */
@@ -37,7 +37,7 @@ class EventStore {
  private:
   Database& m_database;
   qint64 m_capacity;
-  qint64 m_newest = 0;  ///< number of the last appended entry
+  qint64 m_newest = 0;  ///< number of the last appended entry, 0 before the first one
   Statement m_insert;
   Statement m_drop;
   Statement m_clear;

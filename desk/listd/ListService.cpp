@@ -51,8 +51,9 @@ QJsonObject acknowledgedSubject(const QByteArray& alarmDescription, const QStrin
 
 }  // namespace
 
-// A generation is the time of the change in microseconds, but at least one more than the last. If somebody
-// restores an older copy of the database, the generations that clients have seen are not used again.
+// A generation is the time of the commit in microseconds, but at least one more than the last. If somebody
+// restores an older copy of the database, the generations that clients have seen are therefore not used
+// again, unless the clock was set back.
 ListService::ListService(Database& database, qint64 capacity)
     : m_database(database),
       m_events(database, capacity),
@@ -155,7 +156,7 @@ ListSnapshot ListService::snapshot() {
 }
 
 /** Whether the message was applied before (then counted as a duplicate). Throws CallError if it must not be
- * applied. */
+ * applied: it was rejected before, or an earlier one on its connection has failed. */
 bool ListService::isRepetition(const Sender& sender) {
   if (m_failed.isRejected(sender)) {
     refuseForGood();

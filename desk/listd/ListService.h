@@ -8,7 +8,7 @@
 #include "Sessions.h"
 #include "StoredEntry.h"
 
-/** The state that signals report. A difference between two snapshots is signalled. */
+/** The state that the signals report. CallBatch signals what differs between two snapshots. */
 struct ListSnapshot {
   quint64 eventGeneration = 0;
   quint64 alarmGeneration = 0;
@@ -16,29 +16,30 @@ struct ListSnapshot {
   bool detector = false;
 };
 
-/** Counters since the start of the service, and the present size of the event list. */
+/** Counts since the start of the service, and present sizes. */
 struct Counters {
-  quint64 stored = 0;       ///< entries stored by the method Log
-  quint64 overwritten = 0;  ///< entries removed because the list was full
-  quint64 duplicates = 0;   ///< messages that were received again
-  qint64 entries = 0;
-  qint64 capacity = 0;
-  qint64 sessions = 0;
+  quint64 stored = 0;       ///< entries of the method Log; not those of acknowledgements
+  quint64 overwritten = 0;  ///< entries removed because the event list was full
+  quint64 duplicates = 0;   ///< messages that had been applied before
+  qint64 entries = 0;       ///< in the event list now
+  qint64 capacity = 0;      ///< maximum of entries
+  qint64 sessions = 0;      ///< known now, see Sessions
 };
 
 /**
  * The two lists and what they share: it applies each message once, logs edges and acknowledgements in the
  * event list, and keeps the generations and the central detector. It knows nothing of the bus.
  *
- * Messages are applied in an open transaction; commit() stores them, rollback() undoes them. Every operation
- * throws StorageError when the storage fails (the caller then calls rollback()) and CallError when it refuses
- * the message (nothing has changed then). After any other exception than CallError all messages of the
- * transaction have failed: later messages on their connections are refused with kErrorStorage until the
- * failed ones are sent again.
+ * Messages are applied in a transaction, which the first one opens; commit() stores them, rollback() undoes
+ * them. An operation throws CallError when it refuses the message; nothing has changed then. It throws
+ * StorageError when the storage fails. After any other exception than CallError the caller calls rollback():
+ * all messages of the transaction have then failed, and later messages on their connections are refused with
+ * kErrorStorage until their sender starts again (see FailedMessages).
  */
 class ListService {
  public:
-  /** @param database opened by Schema; @param capacity of the event list */
+  /** @param database opened by Schema::open(), must outlive this object; @param capacity entries of the event
+   * list */
   ListService(Database& database, qint64 capacity);
 
   void log(const Sender& sender, const StoredEntry& entry);
@@ -49,7 +50,7 @@ class ListService {
   void commit();
   void rollback() noexcept;
 
-  /** The stores, for reading. They include uncommitted changes. */
+  /** The stores, for reading only. They include uncommitted changes. */
   EventStore& events() { return m_events; }
   AlarmStore& alarms() { return m_alarms; }
   ListSnapshot snapshot();

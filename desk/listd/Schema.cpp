@@ -6,9 +6,9 @@ namespace {
 
 constexpr qint64 kApplicationId = 0x54617672;  // "Tavr", so that another program's file is recognised
 
-// events: ids have no gaps and are never reused, so the oldest entries beyond the capacity are found by
-// arithmetic. alarms: edge is the id of the event that changed the alarm last; the list is ordered by it.
-// sessions: used is higher for the session that stored a message later. state: one row.
+// events: ids of stored entries have no gaps and are never reused, so the oldest entries beyond the capacity
+// are found by arithmetic. alarms: edge is the id of the event that turned the alarm on or off last; the list
+// is ordered by it. sessions: used is higher for the session that stored a message later. state: one row.
 constexpr char kTables[] = R"(
   CREATE TABLE events (
     id INTEGER PRIMARY KEY AUTOINCREMENT, event_type INTEGER NOT NULL, state INTEGER NOT NULL,
@@ -53,7 +53,7 @@ void Schema::open(Database& database) {
       throw StorageError("the database is damaged; restore it from a copy or move it away to start empty");
     }
   }
-  // One flush per transaction; a message that got its reply survives a power cut.
+  // Each commit is flushed to the disk, so a message that got its reply survives a power cut.
   database.execute("PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL");
   if (empty) {
     create(database);

@@ -11,8 +11,8 @@ namespace Schema {
 constexpr int kVersion = 1;
 
 /**
- * Check the opened database and create the tables if it is empty. A file that is damaged, or that a newer
- * version or another program has written, is refused with StorageError and not changed.
+ * Check the opened database and create the tables if it is empty. Throws StorageError for a file that is
+ * damaged or was written by a newer version or another program; that file is not changed.
  */
 void open(Database& database);
 

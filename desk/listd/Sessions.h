@@ -3,9 +3,9 @@
 #include "Database.h"
 
 /**
- * The highest sequence number of each session, so that a message that is sent twice is stored once.
+ * The highest sequence number of each session, so that a message that is sent twice is applied once.
  *
- * It keeps the kKept sessions that stored a message last. A removed session counts as a new one.
+ * It keeps the kKept sessions that had a message applied last. A removed session counts as a new one.
  */
 class Sessions {
  public:
@@ -19,7 +19,7 @@ class Sessions {
   /** Record a message of the session that seen() was called with last, in the transaction that applies it. */
   void record(qint64 sequence);
 
-  /** Write the recorded numbers and remove the sessions beyond the bound. The caller then commits. */
+  /** Write the recorded numbers and remove the sessions beyond kKept. The caller then commits. */
   void write();
 
   /** Discard the recorded numbers, after a rollback. */

@@ -3,7 +3,8 @@
 #include <QByteArray>
 #include <QString>
 
-/** The entry of one Log call, within the bounds of CallReader, as both stores keep it. A plain value. */
+/** An entry as both stores keep it: that of one Log call, within the bounds of CallReader, or one that the
+ * service makes for an acknowledgement. */
 struct StoredEntry {
   int eventType = 0;
   int state = 0;
@@ -13,6 +14,6 @@ struct StoredEntry {
   QByteArray description;  ///< JSON object with the keys of the description map; see DescriptionText
   QByteArray keywords;     ///< JSON array of texts
   QString user;
-  QString alarmId;  ///< empty for an event
+  QString alarmId;  ///< identifier of the alarm or fault; empty for any other entry
   QString objectName;
 };

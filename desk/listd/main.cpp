@@ -28,7 +28,8 @@ using Bus = std::unique_ptr<sd_bus, CloseBus>;
 /** Block SIGTERM and SIGINT, so that they do not end the process within a transaction. @return their signalfd
  */
 int blockSignals() {
-  // The database reports a full file-size limit; a closed stdout is no error.
+  // Ignored: SQLite reports a reached file-size limit as an error, and writing to a closed stdout is no
+  // reason to end.
   signal(SIGXFSZ, SIG_IGN);
   signal(SIGPIPE, SIG_IGN);
   sigset_t set;
@@ -58,7 +59,8 @@ void requestName(sd_bus* bus) {
   }
 }
 
-/** Milliseconds until sd-bus wants to be called again, -1 if it waits for a message only. */
+/** Milliseconds until sd-bus wants to be called again, at most a minute; -1 if it waits for a message only.
+ */
 int busTimeout(sd_bus* bus) {
   uint64_t due = UINT64_MAX;  // microseconds, monotonic clock
   if (sd_bus_get_timeout(bus, &due) < 0 || due == UINT64_MAX) {
@@ -76,7 +78,8 @@ int shorterTimeout(int one, int other) {
   return one < 0 || other < 0 ? qMax(one, other) : qMin(one, other);
 }
 
-/** Handle calls until SIGTERM or SIGINT arrives. */
+/** Handle calls until SIGTERM or SIGINT arrives. Throws std::runtime_error when the connection to the bus is
+ * lost. */
 void serve(sd_bus* bus, CallBatch& batch, int signals) {
   for (;;) {
     int waiting = 1;

@@ -6,7 +6,8 @@
 
 namespace {
 
-// A record is one line: a control character in a text of the bus or of an application must not start another.
+// A record is one line: a line break in a text of the bus or of an application must not look like another
+// record.
 void replaceControlCharacters(QString& text) {
   for (QChar& character : text) {
     const QChar::Category category = character.category();
@@ -52,7 +53,8 @@ CodesysLog::~CodesysLog() {
 }
 
 CodesysLog& CodesysLog::operator<<(const QVariant& item) {
-  // A null text means that there is no item yet; a blank follows the first item even if that is empty.
+  // A null text means that there is no item yet; an empty first item makes it empty, so that a blank follows
+  // it too.
   if (m_text.isNull()) {
     m_text = QLatin1String("");
   } else {

@@ -9,7 +9,7 @@ constexpr char32_t kReplacementCharacter = 0xFFFD;
 constexpr char kByteOrderMark[] = "\xEF\xBB\xBF";
 constexpr int kByteOrderMarkSize = 3;
 
-/** Number of characters before the terminator, at most `length`; -1 means no bound. */
+/** Number of characters before the terminator, at most `length`; a negative `length` is no bound. */
 int boundedLength(const char* text, int length) {
   const std::size_t bound = length < 0 ? std::numeric_limits<int>::max() : static_cast<std::size_t>(length);
   return static_cast<int>(strnlen(text, bound));
@@ -24,7 +24,7 @@ int boundedLength(const unsigned short* text, int length) {
   return count;
 }
 
-/** @return the code point at `index`. Moves `index` to the next one. */
+/** @return the code point at `index`, U+FFFD for a lone surrogate. Moves `index` to the next one. */
 char32_t nextCodePoint(const QString& text, int& index) {
   const QChar unit = text.at(index++);
   if (!unit.isSurrogate()) {

@@ -7,7 +7,7 @@ namespace {
 constexpr int kSecondsPerHour = 3600;
 }
 
-// QDateTime counts seconds in 64 bits, time_t has 32 bits on some targets.
+// The conversions use QDateTime, whose seconds have 64 bits: time_t has 32 bits on some targets.
 
 QDateTime CodesysTimeConversion::IECUtcDateTimeToQDateTime(unsigned int value) {
   return QDateTime::fromSecsSinceEpoch(value, Qt::UTC);
