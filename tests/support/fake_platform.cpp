@@ -5,6 +5,7 @@
 #include <atomic>
 #include <deque>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <utility>
 
@@ -166,7 +167,7 @@ QVariant DBusPendingReply::getReply() {
 }
 
 EventlistHandlerDBusConnectorRead::EventlistHandlerDBusConnectorRead(bool deviceBus) noexcept
-    : m_private(new Private{deviceBus}) {}
+    : m_private(std::make_unique<Private>(Private{deviceBus})) {}
 EventlistHandlerDBusConnectorRead::~EventlistHandlerDBusConnectorRead() = default;
 DBusPendingReply::SharedPointer EventlistHandlerDBusConnectorRead::getCompleteEventlist(
     const QString& language) {
@@ -185,7 +186,7 @@ bool EventlistHandlerDBusConnectorRead::changedFlagEventlist() {
 }
 
 AlarmlistHandlerDBusConnectorRead::AlarmlistHandlerDBusConnectorRead(bool deviceBus) noexcept
-    : m_private(new Private{deviceBus}) {}
+    : m_private(std::make_unique<Private>(Private{deviceBus})) {}
 AlarmlistHandlerDBusConnectorRead::~AlarmlistHandlerDBusConnectorRead() = default;
 DBusPendingReply::SharedPointer AlarmlistHandlerDBusConnectorRead::getCompleteAlarmlist(
     const QString& language) {
