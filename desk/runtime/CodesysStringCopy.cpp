@@ -36,12 +36,12 @@ char32_t nextCodePoint(const QString& text, int& index) {
   return kReplacementCharacter;
 }
 
-// encode() writes one code point and returns its size, or returns 0 if it does not fit into `room`
+// encode() writes one code point and returns its size, or returns 0 if it does not fit into `space`
 // characters.
 
-int encode(char32_t codePoint, char* target, int room) {
+int encode(char32_t codePoint, char* target, int space) {
   const int size = codePoint < 0x80 ? 1 : codePoint < 0x800 ? 2 : codePoint < 0x10000 ? 3 : 4;
-  if (size > room) {
+  if (size > space) {
     return 0;
   }
   constexpr unsigned char kLeadBits[] = {0, 0x00, 0xC0, 0xE0, 0xF0};
@@ -53,15 +53,15 @@ int encode(char32_t codePoint, char* target, int room) {
   return size;
 }
 
-int encode(char32_t codePoint, unsigned short* target, int room) {
+int encode(char32_t codePoint, unsigned short* target, int space) {
   if (!QChar::requiresSurrogates(codePoint)) {
-    if (room < 1) {
+    if (space < 1) {
       return 0;
     }
     target[0] = static_cast<unsigned short>(codePoint);
     return 1;
   }
-  if (room < 2) {
+  if (space < 2) {
     return 0;
   }
   target[0] = QChar::highSurrogate(codePoint);
@@ -92,19 +92,19 @@ bool writeText(const QString& source, Character* target, int capacity) {
   if (target == nullptr || capacity <= 0) {
     return false;
   }
-  const int room = capacity - 1;  // without the terminator
+  const int space = capacity - 1;  // without the terminator
   int index = 0;
   int written = 0;
   bool fits = true;
   while (fits && index < source.size()) {
-    const int size = qMin(source.size() - index, room - written);
+    const int size = qMin(source.size() - index, space - written);
     const int plain = copyPlain(source.constData() + index, size, target + written);
     index += plain;
     written += plain;
     if (index < source.size()) {
       const char32_t codePoint = nextCodePoint(source, index);
       // IEC code would read U+0000 as the terminator, so the text ends there and the rest counts as cut.
-      const int units = codePoint == 0 ? 0 : encode(codePoint, target + written, room - written);
+      const int units = codePoint == 0 ? 0 : encode(codePoint, target + written, space - written);
       fits = units > 0;
       written += units;
     }
