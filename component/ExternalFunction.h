@@ -13,7 +13,7 @@
 class TavrolineAlarmHandler;
 
 /**
- * What the external functions are made of: a guard, the objects behind handles, the result field. Each
+ * Building blocks of the external functions: a guard, the objects behind handles, the result field. Each
  * function checks its structure, takes the object behind its handle, calls one operation and stores the
  * result.
  */
@@ -64,8 +64,8 @@ constexpr const char* kindOf(const TavrolineAlarmlistRead*) {
 }
 
 /**
- * The reader behind a handle; null if the handle is refused, which is logged. The address is not followed
- * unless it is that of a live reader.
+ * The reader behind a handle; null if the handle is refused, which is logged. Dereferences the handle only if
+ * it is the address of a live reader.
  * @tparam Reader the class that the function takes; TavrolineReadBaseClass takes both kinds. [plc-task]
  */
 template <typename Reader>

@@ -12,7 +12,7 @@
 
 namespace Tavroline {
 
-/** What logevent_ext and logalarm_ext pass on, converted from the fields that their structures share. */
+/** The converted fields that the structures of logevent_ext and logalarm_ext share. */
 struct LogEntry {
   EventlistHandlerEnums::EventType type;
   EventlistHandlerEnums::State state;

@@ -4,8 +4,8 @@
  * Registry of the objects behind open handles, so that a stale or foreign handle is refused before it is
  * used. Knows whether an address is alive and its family, not its class.
  *
- * Constant-initialised and without allocation: the entry is a member of the object. One leaf lock, held for
- * a walk of a few entries. [any-thread]
+ * Constant-initialised and without allocation: the entry is a member of the object. One lock; no other lock
+ * is taken under it. [any-thread]
  */
 namespace Tavroline::LiveObjects {
 

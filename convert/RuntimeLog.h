@@ -6,8 +6,9 @@
 #include <utility>
 
 /**
- * The component towards the runtime: its name, its identifier and its records in the runtime log. A record
- * has log class 2, no further numbers, the component's name and identifier, and the place that reports.
+ * Name and identifier of the component, and its records in the runtime log. A record has log class 2, the
+ * numbers 0 for error and information, the component's name and identifier, and the file, function and line
+ * that report.
  */
 namespace Tavroline {
 

@@ -15,7 +15,7 @@ class TavrolineReadBaseClass;
 
 namespace Tavroline {
 
-// Write the records of TavrolineConvenienceFunctions about null pointers; false. The tests for null are
+// Each logs a null pointer for TavrolineConvenienceFunctions and returns false. The tests for null are
 // inline, which saves 2 of 8 ns a call.
 bool reportNullStruct() noexcept;
 bool reportNullHandle(TavrolineReadBaseClass** target) noexcept;
@@ -43,14 +43,15 @@ class TavrolineConvenienceFunctions {
   TavrolineConvenienceFunctions() = default;
   virtual ~TavrolineConvenienceFunctions() = default;
 
-  /** Whether `pointer` is not null; a null one is written to the runtime log. */
+  /** @return whether `pointer` is not null. Logs a null pointer. */
   static bool checkStructPointer(const void* pointer) {
     return pointer != nullptr || Tavroline::reportNullStruct();
   }
 
   /**
-   * Take a handle as a pointer to the object of its kind. Tests for null only: a null handle leaves `target`
-   * as it is and is written to the runtime log.
+   * Converts a handle to a pointer to the object of its kind. Tests for null only: logs a null handle and
+   * leaves `target` unchanged.
+   * @return whether `handle` is not null
    */
   static bool getHandlePointer(TavrolineReadBaseClass** target, void* handle) {
     return Tavroline::takeHandle(target, handle);
@@ -68,7 +69,7 @@ class TavrolineConvenienceFunctions {
   /**
    * The texts of an IEC ARRAY OF STRING in array order, empty ones left out. Each element is read up to its
    * terminator or its size, whichever comes first.
-   * @param keywords first element; null is written to the runtime log and gives an empty list
+   * @param keywords first element; null is logged and gives an empty list
    * @param elementSize bytes of one element; 0 or less gives an empty list
    */
   static QStringList getKeywordStringList(const char* keywords, short elementSize,
@@ -80,8 +81,8 @@ class TavrolineConvenienceFunctions {
   static QVariantMap convertStructDescriptionData(const stDescriptionUrlArgumentType& urlArgument);
 
   /**
-   * The whole description map with its two argument lists, which are there also when empty.
-   * @return seven keys; an empty map when one of the three pointers is null, the first of which is logged
+   * The whole description map with its two argument lists, which the map contains even if they are empty.
+   * @return seven keys; an empty map if one of the three pointers is null, the first of which is logged
    */
   static QVariantMap getDescriptionVariantMap(const stDataType* data,
                                               const stDescriptionArgumentType* arguments,

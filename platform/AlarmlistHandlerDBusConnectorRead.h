@@ -40,7 +40,7 @@ class AlarmlistHandlerDBusConnectorRead {
 
   /**
    * Each of these returns true if its value has changed since the last call on this object, and then sets
-   * `value` to the present one; otherwise `value` is left alone. [hook]
+   * `value` to the present one; otherwise `value` is unchanged. [hook]
    */
   bool changedFlagAlarmInAlarmlist(bool& value);
   bool changedFlagActiveAlarmInAlarmlist(bool& value);

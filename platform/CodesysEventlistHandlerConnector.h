@@ -9,8 +9,7 @@
 
 /**
  * Sends entries of PLC applications to the event-list service. Several objects may be used at the same time
- * on different threads. No operation waits for the bus, and what an object was given is sent also after its
- * destruction.
+ * on different threads. No operation waits for the bus. Messages are sent even after the object is destroyed.
  */
 class CodesysEventlistHandlerConnector {
  public:

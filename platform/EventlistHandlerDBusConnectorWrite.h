@@ -1,9 +1,9 @@
 #pragma once
 
 /**
- * Writing client of the event-list service. An object lives for one call; several objects may be used at the
- * same time on different threads. No operation waits for the bus, and what an object was given is sent also
- * after its destruction.
+ * Writing client of the event-list service. An object is used for one call; several objects may be used at
+ * the same time on different threads. No operation waits for the bus. Messages are sent even after the object
+ * is destroyed.
  */
 class EventlistHandlerDBusConnectorWrite {
  public:

@@ -30,8 +30,8 @@ class TavrolineAlarmHandler : public QObject {
   ~TavrolineAlarmHandler() override;
 
   /**
-   * Raise (state 1, accepted while off) or clear (state 2, accepted while on). Any other call is dropped and
-   * stores nothing; state 0 gives a Qt warning. The type is not checked.
+   * Raise (state on, accepted while off) or clear (state off, accepted while on). Any other call is dropped
+   * and stores nothing; state neutral gives a Qt warning. The type is not checked.
    * @param iconType empty selects the default of type and state. [plc-task]
    */
   void changeState(EventlistHandlerEnums::EventType type, EventlistHandlerEnums::State state,
@@ -44,10 +44,10 @@ class TavrolineAlarmHandler : public QObject {
                 const QStringList& keywords, const QString& user);
 
   /**
-   * One step of asking the service for this alarm's state. After a delivered state the next call starts a new
-   * query; after a failure no query starts before 5000 ms have passed.
-   * @param active, acknowledged written only with result 0
-   * @return 0 delivered, 1 the query runs, 2 it failed. [plc-task]
+   * One step of asking the service for this alarm's state. After ResultDone the next call starts a new query;
+   * after a failure no query starts before 5000 ms have passed.
+   * @param active, acknowledged written only with ResultDone
+   * @return ResultDone, ResultBusy while the query is outstanding, or ResultError. [plc-task]
    */
   std::int16_t getAlarmState(bool& active, bool& acknowledged);
 

@@ -9,7 +9,7 @@
 using namespace Tavroline;
 
 namespace {
-/** The interface prescribes it for this message, wherever that is written. */
+/** Line number that the interface prescribes for this message, independent of the source line. */
 constexpr int kRefusedTypeLine = 49;
 }  // namespace
 

@@ -10,8 +10,8 @@
 #include "EventlistHandlerEnums.h"
 
 /**
- * Writes plain entries into the event list and deletes the list. Refuses alarms and
- * faults, which an alarm handler sends. Lives for one call; writers share nothing and may overlap.
+ * Writes plain entries into the event list and deletes the list. Refuses alarms and faults, which an alarm
+ * handler sends. An object is used for one call; writers share nothing, and their calls may overlap.
  */
 class TavrolineEventlistWrite {
  public:
@@ -29,7 +29,7 @@ class TavrolineEventlistWrite {
                 const QString& iconType, const QString& moduleName, const QDateTime& dateTime,
                 const QVariantMap& description, const QStringList& keywords, const QString& user) const;
 
-  /** Ask the service to delete the event list; the client's result. [plc-task] */
+  /** Ask the service to delete the event list. @return the client's result. [plc-task] */
   auto deleteEventlist() { return m_EventlistHandlerConnectorWrite.deleteEventlist(); }
 
  protected:
