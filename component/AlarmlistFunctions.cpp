@@ -18,30 +18,16 @@ RTS_IEC_BOOL iecBool(bool value) {
 using namespace Tavroline;
 
 void loadcompletealarmlist_ext(loadcompletealarmlist_struct* parameters) {
-  const Origin origin = ORIGIN(loadcompletealarmlist);
-  externalFunction(origin, [&] {
-    if (!TavrolineConvenienceFunctions::checkStructPointer(parameters)) {
-      return;
-    }
-    Result result(parameters->iResult);
-    if (Reader* const reader = readerOf<Reader>(origin, parameters->hReadHandle)) {
-      result = reader->loadCompleteAlarmlist();
-    }
-  });
+  onReaderWithResult<Reader>(ORIGIN(loadcompletealarmlist), parameters, &Reader::loadCompleteAlarmlist);
 }
 
 void getalarmlistentries_ext(getalarmlistentries_struct* parameters) {
-  const Origin origin = ORIGIN(getalarmlistentries);
-  externalFunction(origin, [&] {
-    if (!TavrolineConvenienceFunctions::checkStructPointer(parameters) ||
-        !TavrolineConvenienceFunctions::checkStructPointer(parameters->pstRequest)) {
-      return;
-    }
-    stGetAlarmlistEntriesType& request = *parameters->pstRequest;
-    Result result(request.iResult);
-    if (const Reader* const reader = readerOf<Reader>(origin, request.hReadHandle)) {
-      result = reader->convertAlarmlist(request.diNumberOfEntries, request.pastEntries, request.diMaxEntries);
-    }
+  if (!TavrolineConvenienceFunctions::checkStructPointer(parameters)) {
+    return;
+  }
+  stGetAlarmlistEntriesType* const request = parameters->pstRequest;
+  onReaderWithResult<Reader>(ORIGIN(getalarmlistentries), request, [&](const Reader& reader) {
+    return reader.convertAlarmlist(request->diNumberOfEntries, request->pastEntries, request->diMaxEntries);
   });
 }
 

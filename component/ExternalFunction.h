@@ -100,4 +100,21 @@ void onReader(const Origin& origin, const Parameters* parameters, Operation oper
   });
 }
 
+/**
+ * A function on a reader with a result: stores what `operation(*reader)` returns in iResult of the structure,
+ * which also holds the handle; ResultError if the handle is refused. [plc-task]
+ */
+template <typename Reader, typename Parameters, typename Operation>
+void onReaderWithResult(const Origin& origin, Parameters* parameters, Operation operation) noexcept {
+  externalFunction(origin, [&] {
+    if (!TavrolineConvenienceFunctions::checkStructPointer(parameters)) {
+      return;
+    }
+    Result result(parameters->iResult);
+    if (Reader* const reader = readerOf<Reader>(origin, parameters->hReadHandle)) {
+      result = std::invoke(operation, *reader);
+    }
+  });
+}
+
 }  // namespace Tavroline
