@@ -45,7 +45,7 @@ PumpStation::PumpStation(const Functions& functions)
       m_alarms(functions),
       m_events(functions),
       m_alarmList(functions) {
-  for (const auto& part : {work(), lifeOfTheAlarm(), lifeOfTheFault(), reading()}) {
+  for (const auto& part : {pumpSteps(), alarmSteps(), faultSteps(), readingSteps()}) {
     m_steps.insert(m_steps.end(), part.begin(), part.end());
   }
 }
@@ -67,7 +67,7 @@ PumpStation::Outcome PumpStation::cycle() {
   return m_step == m_steps.size() ? Outcome::Good : Outcome::Running;
 }
 
-std::vector<PumpStation::Step> PumpStation::work() {
+std::vector<PumpStation::Step> PumpStation::pumpSteps() {
   return {
       {"the pump has run twice",
        [this] {
@@ -81,7 +81,7 @@ std::vector<PumpStation::Step> PumpStation::work() {
   };
 }
 
-std::vector<PumpStation::Step> PumpStation::lifeOfTheAlarm() {
+std::vector<PumpStation::Step> PumpStation::alarmSteps() {
   return {
       {"the storm raises the alarm and the detector",
        [this] {
@@ -93,21 +93,7 @@ std::vector<PumpStation::Step> PumpStation::lifeOfTheAlarm() {
          Tables::print("Storm: summary of the alarm list", summary);
          return true;
        }},
-      {"the raised alarm is acknowledged",
-       [this] {
-         if (!loadedAlarms()) {
-           return false;
-         }
-         const auto open = m_alarmList.entries(true, false);
-         Tables::print("Alarm list: active and not acknowledged", open);
-         check(open.size() == 1 && open[0].iEventType == TAVROLINE_ALARM,
-               "the alarm list shows the raised alarm");
-         if (!open.empty()) {
-           m_alarms.acknowledge(open[0]);
-         }
-         m_alarms.acknowledgeDetector();
-         return true;
-       }},
+      {"the raised alarm is acknowledged", [this] { return acknowledgedRaisedAlarm(); }},
       {"the service knows the alarm as acknowledged",
        [this] {
          bool active = false;
@@ -132,7 +118,7 @@ std::vector<PumpStation::Step> PumpStation::lifeOfTheAlarm() {
   };
 }
 
-std::vector<PumpStation::Step> PumpStation::lifeOfTheFault() {
+std::vector<PumpStation::Step> PumpStation::faultSteps() {
   return {
       {"the pump runs dry",
        [this] {
@@ -148,22 +134,7 @@ std::vector<PumpStation::Step> PumpStation::lifeOfTheFault() {
          return true;
        }},
       {"closing the handle has cleared the fault", [this] { return !m_alarmList.summary().activeFault; }},
-      {"the cleared fault is acknowledged",
-       [this] {
-         if (!loadedAlarms()) {
-           return false;
-         }
-         const auto inactive = m_alarmList.entries(false);
-         Tables::print("Alarm list: inactive", inactive);
-         check(inactive.size() == 1 && inactive[0].iEventType == TAVROLINE_FAULT &&
-                   m_alarmList.entries(true).empty(),
-               "the fault is inactive, not acknowledged, and the only entry");
-         if (!inactive.empty()) {
-           m_alarms.acknowledge(inactive[0]);
-         }
-         m_alarms.acknowledgeDetector();
-         return true;
-       }},
+      {"the cleared fault is acknowledged", [this] { return acknowledgedClearedFault(); }},
       {"the fault has left the list",
        [this] { return !m_alarmList.summary().fault && !m_alarmList.summary().detector; }},
       {"the alarm list is empty",
@@ -178,7 +149,38 @@ std::vector<PumpStation::Step> PumpStation::lifeOfTheFault() {
   };
 }
 
-std::vector<PumpStation::Step> PumpStation::reading() {
+bool PumpStation::acknowledgedRaisedAlarm() {
+  if (!loadedAlarms()) {
+    return false;
+  }
+  const auto open = m_alarmList.entries(true, false);
+  Tables::print("Alarm list: active and not acknowledged", open);
+  check(open.size() == 1 && open[0].iEventType == TAVROLINE_ALARM, "the alarm list shows the raised alarm");
+  acknowledge(open);
+  return true;
+}
+
+bool PumpStation::acknowledgedClearedFault() {
+  if (!loadedAlarms()) {
+    return false;
+  }
+  const auto inactive = m_alarmList.entries(false);
+  Tables::print("Alarm list: inactive", inactive);
+  check(
+      inactive.size() == 1 && inactive[0].iEventType == TAVROLINE_FAULT && m_alarmList.entries(true).empty(),
+      "the fault is inactive, not acknowledged, and the only entry");
+  acknowledge(inactive);
+  return true;
+}
+
+void PumpStation::acknowledge(const std::vector<stAlarmlistEntryType>& entries) {
+  if (!entries.empty()) {
+    m_alarms.acknowledge(entries[0]);
+  }
+  m_alarms.acknowledgeDetector();
+}
+
+std::vector<PumpStation::Step> PumpStation::readingSteps() {
   return {
       {"the event list is loaded in German",
        [this] {

@@ -32,13 +32,17 @@ class PumpStation {
     std::function<bool()> done;
   };
 
-  std::vector<Step> work();
-  std::vector<Step> lifeOfTheAlarm();
-  std::vector<Step> lifeOfTheFault();
-  std::vector<Step> reading();
+  std::vector<Step> pumpSteps();
+  std::vector<Step> alarmSteps();
+  std::vector<Step> faultSteps();
+  std::vector<Step> readingSteps();
 
   bool loadedEvents(const char* language);
   bool loadedAlarms();
+  bool acknowledgedRaisedAlarm();
+  bool acknowledgedClearedFault();
+  /** Acknowledges the first entry, if there is one, and the detector. */
+  void acknowledge(const std::vector<stAlarmlistEntryType>& entries);
   void checkFullList();
   void checkFilters();
   void check(bool condition, const std::string& what);
