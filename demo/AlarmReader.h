@@ -5,7 +5,7 @@
 
 #include "Functions.h"
 
-/** A read handle on the alarm list with its summary; open while the object lives. */
+/** A read handle on the alarm list with its summary; open while the object exists. */
 class AlarmReader {
  public:
   /** Whether the list holds entries of each kind, and whether the central detector is on. */

@@ -6,7 +6,7 @@
 #include "Entry.h"
 #include "Functions.h"
 
-/** A read handle on the event list; open while the object lives. */
+/** A read handle on the event list; open while the object exists. */
 class EventReader {
  public:
   explicit EventReader(const Functions& functions);

@@ -4,7 +4,7 @@
 
 /**
  * A model of the basin with its pump: level, inflow, set-point. Every step is one simulated minute, so that
- * entries have different time stamps. It knows nothing of lists and alarms.
+ * entries have different time stamps. It does not depend on lists and alarms.
  */
 class ProcessModel {
  public:

@@ -190,7 +190,7 @@ std::vector<PumpStation::Step> PumpStation::readingSteps() {
          const auto list = m_events.entries();
          check(!list.empty() &&
                    IecText::narrow(list.back().wsDescription).find("Pumpe gestartet") != std::string::npos,
-               "the oldest entry speaks German");
+               "the oldest entry is in German");
          return true;
        }},
       {"the event list is loaded in English",
