@@ -1,6 +1,6 @@
 /** @file
- * Raising, clearing, querying and acknowledging alarms and faults. hWriteHandle stands for one alarm or
- * fault.
+ * Raising, clearing, querying and acknowledging alarms and faults. Each write handle represents one
+ * alarm or fault.
  */
 #ifndef TAVROLINE_ALARMS_H
 #define TAVROLINE_ALARMS_H

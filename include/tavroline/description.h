@@ -15,7 +15,7 @@ typedef struct {
   RTS_IEC_STRING sObjectName[TAVROLINE_TEXT_80]; /**< in [UTF-8]: may be empty */
   RTS_IEC_STRING
   sInstanceName[TAVROLINE_TEXT_255];       /**< in [UTF-8]: may hold one integer directive, "Pump %d" */
-  RTS_IEC_INT iInstanceNumber;             /**< in [number]: inserted there; 0 leaves the name as it is */
+  RTS_IEC_INT iInstanceNumber;             /**< in [number]: inserted there; 0 leaves the name unchanged */
   RTS_IEC_STRING sUrl[TAVROLINE_TEXT_255]; /**< in [UTF-8]: may be empty */
 } stDataType;
 

@@ -18,7 +18,7 @@ typedef struct {
 typedef openeventlistreadhandle_struct openalarmlistreadhandle_struct;
 
 typedef struct {
-  TavrolineHandle hReadHandle; /**< in [handle]: the reader to end; left as it is */
+  TavrolineHandle hReadHandle; /**< in [handle]: the reader to end; unchanged */
 } closeeventlistreadhandle_struct;
 
 typedef closeeventlistreadhandle_struct closealarmlistreadhandle_struct;
