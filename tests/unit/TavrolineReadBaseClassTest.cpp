@@ -5,7 +5,7 @@
 namespace {
 
 // The load protocol, through the external functions of both lists.
-struct LoadProtocol : ReaderTest {
+struct TavrolineReadBaseClassTest : ReaderTest {
   std::size_t requests() const { return fake::calls(kind.request()).size(); }
   std::string requestRecord(const char* text) const {
     return kind.className() + ": virtual int16_t " + kind.className() +
@@ -20,25 +20,30 @@ struct LoadProtocol : ReaderTest {
     EXPECT_EQ(requests(), before + 2);
   }
 };
-INSTANTIATE_TEST_SUITE_P(Of, LoadProtocol, testing::Values(&kEventKind, &kAlarmKind));
+INSTANTIATE_TEST_SUITE_P(Of, TavrolineReadBaseClassTest, testing::Values(&kEventKind, &kAlarmKind));
 
-TEST_P(LoadProtocol, TakesOneStepPerCallAndIsIdleAndFreeAfterwards) {
+TEST_P(TavrolineReadBaseClassTest, TakesOneStepPerCallAndIsIdleAndFreeAfterwards) {
   const fake::Answer outstanding{2, {}};
   const char busError[] =
       "TavrolineReadBaseClass: int16_t TavrolineReadBaseClass::getStatusReadListAsynchron("
       "DBusPendingReply::SharedPointer&): getStatusReadListAsynchron: DBus error:|gone";
-  // answers, results, entries afterwards, records
-  const std::tuple<std::vector<fake::Answer>, std::vector<int>, int, Lines> rows[] = {
-      {{outstanding, outstanding, {0, R"({"ListData":[{}]})"}}, {1, 1, 0}, 1, {}},
-      {{{0, "{}"}}, {1, 0}, 0, {}},  // there at once, yet issue and poll are two calls
-      {{{0, "garbage"}}, {1, 0}, 0, {}},
-      {{{0, "[1]"}}, {1, 0}, 0, {}},
-      {{{0, R"({"ListData":5})"}}, {1, 0}, 0, {}},
-      {{}, {2}, 2, {requestRecord("DBusPendingReply nullpointer")}},  // no request
-      {{{1, "gone"}}, {2}, 2, {requestRecord("DBus access error")}},
-      {{outstanding, {1, "gone"}}, {1, 2}, 2, {busError}},
-      {{{7, "gone"}}, {1, 2}, 2, {busError}}};  // any status but 1 is kept at first
-  for (const auto& [answers, results, count, expected] : rows) {
+  const struct {
+    const char* name;
+    std::vector<fake::Answer> answers;
+    std::vector<int> results;
+    int count;  ///< of entries afterwards
+    Lines records;
+  } rows[] = {{"list", {outstanding, outstanding, {0, R"({"ListData":[{}]})"}}, {1, 1, 0}, 1, {}},
+              {"at once, yet in two calls", {{0, "{}"}}, {1, 0}, 0, {}},
+              {"no JSON", {{0, "garbage"}}, {1, 0}, 0, {}},
+              {"an array", {{0, "[1]"}}, {1, 0}, 0, {}},
+              {"no list", {{0, R"({"ListData":5})"}}, {1, 0}, 0, {}},
+              {"no reply", {}, {2}, 2, {requestRecord("DBusPendingReply nullpointer")}},
+              {"failed at once", {{1, "gone"}}, {2}, 2, {requestRecord("DBus access error")}},
+              {"failed later", {outstanding, {1, "gone"}}, {1, 2}, 2, {busError}},
+              {"another status, kept at first", {{7, "gone"}}, {1, 2}, 2, {busError}}};
+  for (const auto& [name, answers, results, count, expected] : rows) {
+    SCOPED_TRACE(name);
     fake::reset();
     const Reader reader(kind);
     reader.load("[{},{}]");
@@ -56,22 +61,30 @@ TEST_P(LoadProtocol, TakesOneStepPerCallAndIsIdleAndFreeAfterwards) {
   }
 }
 
-TEST_P(LoadProtocol, LetsAWaitingReaderTakeOverAfterMoreThanFiveSeconds) {
+TEST_P(TavrolineReadBaseClassTest, LetsAWaitingReaderTakeOverAfterMoreThanFiveSeconds) {
   const Reader owner(kind);
   const Reader waiting(kind);
   fake::answer(kind.request(), {{2, {}}, {2, {}}, {0, "{}"}});
-  // milliseconds passed, whose call, its result, messages and requests since the start
-  const std::tuple<int, const Reader*, int, std::size_t, std::size_t> steps[] = {
-      {0, &owner, 1, 0, 1},      {5000, &waiting, 1, 0, 1},
-      {0, &owner, 1, 0, 1},                               // an owner that polls starts the time anew
-      {3000, &waiting, 1, 0, 1},                          // one that waits does not
-      {2000, &waiting, 1, 0, 1}, {1, &waiting, 1, 1, 1},  // the call that takes over issues nothing
-      {0, &waiting, 1, 1, 2},    {0, &owner, 0, 1, 2}};   // the old owner still completes its own request
-  for (const auto& [time, reader, result, told, requested] : steps) {
-    advanceMonotonicClock(time);
-    EXPECT_EQ(reader->load(), result);
-    EXPECT_EQ(messages().size(), told);
-    EXPECT_EQ(requests(), requested);
+  const struct {
+    const char* name;
+    int milliseconds;  ///< passed before the call
+    const Reader& reader;
+    int result;
+    std::size_t takeovers, requests;  ///< since the start
+  } steps[] = {{"the owner's request", 0, owner, 1, 0, 1},
+               {"not yet more than 5 s", 5000, waiting, 1, 0, 1},
+               {"an owner's poll restarts the time", 0, owner, 1, 0, 1},
+               {"a waiting call does not", 3000, waiting, 1, 0, 1},
+               {"5 s again", 2000, waiting, 1, 0, 1},
+               {"the takeover issues no request", 1, waiting, 1, 1, 1},
+               {"the next call does", 0, waiting, 1, 1, 2},
+               {"the old owner completes its own", 0, owner, 0, 1, 2}};
+  for (const auto& step : steps) {
+    SCOPED_TRACE(step.name);
+    advanceMonotonicClock(step.milliseconds);
+    EXPECT_EQ(step.reader.load(), step.result);
+    EXPECT_EQ(messages().size(), step.takeovers);
+    EXPECT_EQ(requests(), step.requests);
   }
   EXPECT_EQ(messages(),
             Lines{"qDebug: TavrolineReadBaseClass: int16_t TavrolineReadBaseClass::loadCompleteList("
