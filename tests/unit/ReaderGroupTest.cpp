@@ -37,6 +37,13 @@ TEST_P(ReaderGroupTest, CopyWhatPassesTheFilterUpToTheCapacity) {
   }
 }
 
+TEST_P(ReaderGroupTest, KeepAByteOrderMarkAtTheHeadOfAKeyword) {
+  const Reader reader(kind);
+  reader.load("[{\"ModuleName\":\"marked\",\"Keywords\":[\"\uFEFFnorth\"]},{\"Keywords\":[\"north\"]}]");
+  call<addfilterkeyword_ext>(reader.handle, 0, "\uFEFFnorth");
+  EXPECT_EQ(kind.copy(reader.handle, 2).modules, "marked");
+}
+
 TEST_P(ReaderGroupTest, LearnOfAChangeWhenTheyAreOpenAtThatMoment) {
   poll();
   EXPECT_EQ(fake::calls(kind.changed()).size(), 1U) << "asked even with no reader";
