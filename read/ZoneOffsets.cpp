@@ -22,8 +22,8 @@ std::int32_t offsetAt(std::int64_t utcSeconds) {
   localtime_r(&instant, &local);
   const std::int64_t days = daysBeforeYear(local.tm_year + 1900) + local.tm_yday;
   return static_cast<std::int32_t>(days * ZoneOffsets::kSecondsPerDay +
-                                   local.tm_hour * ZoneOffsets::kSecondsPerHour + local.tm_min * 60 +
-                                   local.tm_sec - utcSeconds);
+                                   local.tm_hour * ZoneOffsets::kSecondsPerHour +
+                                   std::int64_t{local.tm_min} * 60 + local.tm_sec - utcSeconds);
 }
 
 }  // namespace
@@ -101,7 +101,7 @@ void ZoneOffsets::Period::extendByADay(End& end, int direction) const {
         (offsetAt(middle) == offset ? end.examined : other) = middle;
       }
       // Where the clock is set back, the local times before the change come again behind it.
-      end.unique = end.examined - direction * std::max(0, direction * (offset - otherOffset));
+      end.unique = end.examined - std::int64_t{direction} * std::max(0, direction * (offset - otherOffset));
       end.isChange = true;
       return;
     }
