@@ -16,7 +16,7 @@ struct EntryTime {
     std::int64_t utcMilliseconds;
     std::int32_t offset;  ///< of the local time from UTC, in seconds
   };
-  std::optional<Instant> instant;  ///< set if the time was read by hand
+  std::optional<Instant> instant;  ///< set if the time was parsed here
   QDateTime parsed;                ///< by Qt, if it was not; invalid if the text is no time
 };
 
@@ -40,7 +40,7 @@ class TimeBound {
 
 /**
  * Reads the times of the entries of one list, for the length of one copy. A time in the form in which the
- * services write it is read by hand: 475 ns an entry against 1,236 ns with TZ set. Every other form, and a
+ * services write it is parsed here: 475 ns an entry against 1,236 ns with TZ set. Every other form, and a
  * local time that a change of the offset skips or repeats, is left to Qt, so that all results are those of
  * QDateTime::fromString() with Qt::ISODateWithMs.
  */
@@ -53,7 +53,7 @@ class EntryTimes {
   const EntryTime& read(const QString& text);
 
   /**
-   * The date and the time of the text read last. A time read by hand has its offset from UTC as its spec: a
+   * The date and the time of the text read last. A time parsed here has its offset from UTC as its spec: a
    * local spec costs 528 ns, and 10,200 ns where TZ is not set, against 31 to 58 ns. One object serves all
    * times of one offset: a new one allocates (saves 22 of 463 ns an entry). [plc-task]
    */

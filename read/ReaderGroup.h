@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QDebug>
-#include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QList>
@@ -32,16 +31,15 @@ struct ReaderTexts {
 };
 
 /**
- * What the readers of one class share, and what the reader classes do alike with it. Refers to the static
+ * What the readers of one class share, with the operations that both classes have. Refers to the static
  * members of the reader class and holds no state. `line` is that of the call, for the record that names the
- * caller.
+ * caller. [plc-task], forEach() also [hook]
  */
 template <typename Reader>
 struct ReaderGroup {
   QList<Reader*>& instances;  ///< in order of construction
-  QMutex& mutex;              ///< guards all of these and the client
+  QMutex& mutex;              ///< guards these and the client
   bool& interfaceReady;
-  QElapsedTimer& timer;
   const ReaderTexts& texts;
 
   void addReader(Reader* reader) const {

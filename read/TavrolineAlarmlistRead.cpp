@@ -42,8 +42,7 @@ void fillEntry(ListEntry& entry, stAlarmlistEntryType& target) {
 }  // namespace
 
 ReaderGroup<TavrolineAlarmlistRead> TavrolineAlarmlistRead::group() {
-  return {sm_AccessAlarmlistInstancePointers, sm_Mutex, sm_bDBusInterfaceReady, sm_LoadListTimeoutTimer,
-          kTexts};
+  return {sm_AccessAlarmlistInstancePointers, sm_Mutex, sm_bDBusInterfaceReady, kTexts};
 }
 
 TavrolineAlarmlistRead::TavrolineAlarmlistRead() {

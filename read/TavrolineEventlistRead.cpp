@@ -27,8 +27,7 @@ void fillEntry(ListEntry& entry, stEventlistEntryType& target) {
 }  // namespace
 
 ReaderGroup<TavrolineEventlistRead> TavrolineEventlistRead::group() {
-  return {sm_AccessEventlistInstancePointers, sm_Mutex, sm_bDBusInterfaceReady, sm_LoadListTimeoutTimer,
-          kTexts};
+  return {sm_AccessEventlistInstancePointers, sm_Mutex, sm_bDBusInterfaceReady, kTexts};
 }
 
 TavrolineEventlistRead::TavrolineEventlistRead() {

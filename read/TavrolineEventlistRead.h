@@ -26,7 +26,7 @@ class TavrolineEventlistRead : public TavrolineReadBaseClass {
   /** Hand a change that the service has reported to every reader. Never waits for the bus. [hook] */
   static void pollDBusSignals();
 
-  /** Issue the request for all entries (n = 0) or the n newest. [plc-task] */
+  /** Issue the request for all entries (n = 0) or for n of them, which the service chooses. [plc-task] */
   std::int16_t readListAsynchron(std::uint16_t n) override;
 
   /** One step of loading, under the class mutex; see TavrolineReadBaseClass::loadCompleteList(). [plc-task]

@@ -33,8 +33,9 @@ class TavrolineReadBaseClass : public TavrolineFilter {
   void resetListChanged();
 
   /**
-   * Issues the list request and keeps its reply. To be overridden: this one logs that it was not.
-   * @param n number of newest entries, 0 for all
+   * Issues the list request and keeps its reply. Derived classes override this; the base only logs that they
+   * did not.
+   * @param n number of entries, which the service chooses; 0 for all
    * @return ResultBusy once issued, otherwise ResultError. [plc-task]
    */
   virtual std::int16_t readListAsynchron(std::uint16_t n);

@@ -2,19 +2,17 @@
 
 #include <algorithm>
 #include <ctime>
-#include <utility>
 
 namespace Tavroline {
 
 namespace {
 
-/** Instants that are further apart never have the same local time: no clock is set back by more than a day.
- */
-constexpr std::int64_t kMargin = ZoneOffsets::kSecondsPerDay;
+/** Instants that are further apart never have the same local time: no offset exceeds 25 hours. */
+constexpr std::int64_t kMargin = 50 * ZoneOffsets::kSecondsPerHour;
 
 /**
- * Offset at an instant. localtime_r() takes 31 ns, QDateTime 280 ns and, where TZ is not set, 4,400 ns. From
- * the local time, because the offset that it also gives does not count leap seconds.
+ * Offset at an instant. localtime_r() takes 31 ns, QDateTime 280 ns and, where TZ is not set, 4,400 ns.
+ * Computed from the local time, because tm_gmtoff does not count leap seconds.
  */
 std::int32_t offsetAt(std::int64_t utcSeconds) {
   const auto instant = static_cast<std::time_t>(utcSeconds);
@@ -29,14 +27,15 @@ std::int32_t offsetAt(std::int64_t utcSeconds) {
 }  // namespace
 
 std::optional<std::int32_t> ZoneOffsets::at(std::int64_t localSeconds) {
-  for (Period& period : m_periods) {
-    if (period.containsUnique(localSeconds)) {
-      std::swap(period, m_periods.front());
-      return m_periods.front().offset;
-    }
+  const auto known = std::find_if(m_periods.begin(), m_periods.end(), [localSeconds](const Period& period) {
+    return period.containsUnique(localSeconds);
+  });
+  if (known != m_periods.end()) {
+    std::rotate(m_periods.begin(), known, known + 1);
+    return m_periods.front().offset;
   }
   if (!m_zoneIsRead) {
-    tzset();  // what localtime_r() may leave out
+    tzset();  // localtime_r() need not read the zone
     m_zoneIsRead = true;
   }
   // A local time that exists has an offset that leads to an instant of this offset. The first guess may lie
@@ -74,7 +73,7 @@ bool ZoneOffsets::Period::containsUnique(std::int64_t localSeconds) const {
   return first.unique <= utcSeconds && utcSeconds <= last.unique;
 }
 
-/** Whether the period includes the instant or can be extended to it at less cost than a new one has. */
+/** Whether the period includes the instant or ends near enough to be extended to it. */
 bool ZoneOffsets::Period::isNear(std::int64_t utcSeconds) const {
   return first.examined - (first.isChange ? 0 : kMargin) <= utcSeconds &&
          utcSeconds <= last.examined + (last.isChange ? 0 : kMargin);
@@ -100,7 +99,7 @@ void ZoneOffsets::Period::extendByADay(End& end, int direction) const {
         const std::int64_t middle = end.examined + (other - end.examined) / 2;
         (offsetAt(middle) == offset ? end.examined : other) = middle;
       }
-      // Where the clock is set back, the local times before the change come again behind it.
+      // Where the clock is set back, the local times before the change repeat after it.
       end.unique = end.examined - std::int64_t{direction} * std::max(0, direction * (offset - otherOffset));
       end.isChange = true;
       return;

@@ -49,7 +49,7 @@ class ZoneOffsets {
 
   Period& periodOf(std::int64_t utcSeconds, std::int32_t offset);
 
-  std::array<Period, 8> m_periods;  ///< the one asked for last stands first
+  std::array<Period, 8> m_periods;  ///< the most recently used one first
   bool m_zoneIsRead = false;
 };
 

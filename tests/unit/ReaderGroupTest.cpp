@@ -143,6 +143,16 @@ TEST_F(ReaderGroupOneListTest, TheTimeHelperGetsTheLocalTimeOfTheText) {
   }
 }
 
+TEST_F(ReaderGroupOneListTest, ATimeThatAChangeOfTheOffsetRepeatsIsLeftToQt) {
+  qputenv("TZ", "AAA-14BBB12,J100/0,J200/0");  // set back by 26 hours
+  const Reader reader(kEventKind);
+  reader.load(R"([{"LocalTime":"1971-04-09T23:00:00.000"}, {"LocalTime":"1971-04-12T21:00:00.000"}])");
+  EXPECT_EQ(reader.count(), 2);
+  const auto calls = fake::calls("QDateTimeToIECUtcDateTime");
+  EXPECT_EQ(calls.at(0).arguments[0].toDateTime().timeSpec(), Qt::LocalTime);
+  EXPECT_EQ(calls.at(1).arguments[0].toDateTime().timeSpec(), Qt::OffsetFromUTC);
+}
+
 TEST_F(ReaderGroupOneListTest, StateFiltersAreSetAndResetOneByOne) {
   const Reader reader(kAlarmKind);
   reader.load(R"([{"ModuleName":"both ","AlarmActive":true,"AlarmAcknowledgment":true},
