@@ -1,7 +1,7 @@
 /*
  * The library as an IEC application uses it, without a bus. This program takes the component manager's part
- * with raw words, fills raw bytes by the table in OutsideTable.h and calls every function of it, with a
- * handle that is accepted and with one that is refused. It includes no header of the library.
+ * with raw words, fills raw bytes by the table in OutsideTable.h and calls every function of it. It includes
+ * no header of the library.
  *
  * Use: OutsideLayout LIBRARY
  */
@@ -47,14 +47,6 @@ static void enterComponent(void* library) {
   ((int (*)(uint32_t*))(uintptr_t)dlsym(library, "ComponentEntry"))(record);
   ((uint32_t(*)(void))(uintptr_t)record[IMPORT])();
   ((uint32_t(*)(void))(uintptr_t)record[EXPORT])();
-  const uint32_t* row = rows;
-  for (const Layout* function = kLayouts; function->signature != 0; ++function, row += CELLS) {
-    const char* const name = (const char*)(uintptr_t)row[1];
-    const bool same = row[0] == WORD(dlsym(library, function->name)) && strcmp(name, function->name) == 0 &&
-                      row[2] == function->signature && row[3] == 0x01000105;
-    check(same, function->name, "the row has exported address, name, signature identifier and version");
-  }
-  check(row[0] == 0, "end row", "it follows the functions");
 }
 
 /* Raw memory of one structure, with bytes behind the largest one that must stay untouched. */
@@ -66,7 +58,7 @@ typedef struct {
 
 static const uint32_t kUntouched = 0xA5A5A5A5;
 static const unsigned char kZeros[840];
-static unsigned char untouched[856];
+static unsigned char written[856];
 static Memory request;
 
 /** A valid input by the name of the field: an address of zeros, or 1, so that an array has one element. */
@@ -78,7 +70,7 @@ static uint32_t inputOf(const char* field, uint32_t handle) {
     return WORD(request.bytes);
   }
   if (strcmp(field, "pastEntries") == 0 || strncmp(field, "px", 2) == 0) {
-    return WORD(untouched);
+    return WORD(written);
   }
   return field[0] == 'p' ? WORD(kZeros) : 1;
 }
@@ -147,8 +139,8 @@ static uint32_t openHandle(const char* function) {
   return handle;
 }
 
-/** Without a bus results come to be 2, within half a minute, flags are FALSE and lists are empty. */
-static void checkCall(const Layout* function, uint32_t handle, bool accepted) {
+/** Without a bus results become 2, within half a minute, flags are FALSE and lists are empty. */
+static void checkCall(const Layout* function, uint32_t handle) {
   const bool ofAlarms = strstr(function->name, "alarm") != NULL;
   const Memory requested =
       fill(layoutOf(ofAlarms ? "stGetAlarmlistEntriesType" : "stGetEventlistEntriesType"), handle);
@@ -161,10 +153,9 @@ static void checkCall(const Layout* function, uint32_t handle, bool accepted) {
     after = call(before);
     nanosleep(&(struct timespec){0, 2000000}, NULL);
   } while (result != NULL && after.bytes[result->offset] == 1 && time(NULL) < end);
-  const uint32_t others = accepted ? 0 : kUntouched;
-  checkOutputs(before, &after, 0, 2, others);
+  checkOutputs(before, &after, 0, 2, 0);
   if (fieldOf(function, "pstRequest", false) != NULL) {
-    checkOutputs(requested, &request, 0, accepted ? 0 : 2, others);
+    checkOutputs(requested, &request, 0, 0, 0);
   }
 }
 
@@ -175,7 +166,6 @@ int main(int count, char** arguments) {
     return 2;
   }
   enterComponent(library);
-  memset(untouched, (int)(kUntouched & 0xff), sizeof untouched);
   const uint32_t eventReader = openHandle("openeventlistreadhandle_ext");
   const uint32_t alarmReader = openHandle("openalarmlistreadhandle_ext");
   const uint32_t alarmHandler = openHandle("openalarmlistwritehandle_ext");
@@ -188,14 +178,8 @@ int main(int count, char** arguments) {
       const bool ofAlarms = strstr(name, "alarm") != NULL || strstr(name, "state") != NULL;
       const uint32_t reader = ofAlarms ? alarmReader : eventReader;
       const uint32_t handle = fieldOf(function, "hWriteHandle", false) != NULL ? alarmHandler : reader;
-      if (fieldOf(function, "h", false) != NULL || fieldOf(function, "pstRequest", false) != NULL) {
-        checkCall(function, WORD(kZeros), false);
-      }
-      checkCall(function, handle, true);
+      checkCall(function, handle);
     }
   }
-  const bool same = memcmp(untouched, untouched + 1, sizeof untouched - 1) == 0;
-  check(same && untouched[0] == (kUntouched & 0xff), "without a bus",
-        "no entry and no alarm state is written");
   return failures == 0 ? 0 : 1;
 }
