@@ -2,11 +2,9 @@
 
 #include <QStringList>
 
-#include <atomic>
 #include <deque>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <utility>
 
 #include "AlarmlistHandlerDBusConnectorRead.h"
@@ -35,10 +33,9 @@ using fake::record;
 
 /** Everything that is recorded and scripted. */
 struct State {
-  std::mutex mutex;
   std::vector<Call> log;
   std::map<std::string, std::deque<std::vector<fake::Answer>>> answers;
-  std::atomic<int> platformCalls{0};
+  int platformCalls = 0;
   std::function<void(int)> observe;
 };
 
@@ -49,7 +46,6 @@ State& state() {
 
 /** The next answers scripted for `operation`, or these. */
 std::vector<fake::Answer> nextAnswers(const std::string& operation, std::vector<fake::Answer> otherwise) {
-  const std::lock_guard<std::mutex> lock(state().mutex);
   auto& script = state().answers[operation];
   if (!script.empty()) {
     otherwise = std::move(script.front());
@@ -98,20 +94,17 @@ constexpr QChar kItemSeparator(0x1F);
 }  // namespace
 
 void fake::record(const std::string& operation, const QVariantList& arguments, const void* object) {
-  const std::lock_guard<std::mutex> lock(state().mutex);
   state().log.push_back({operation, arguments, object});
 }
 
 void fake::reset() {
   qInstallMessageHandler(recordMessage);
   atEachCall({});
-  const std::lock_guard<std::mutex> lock(state().mutex);
   state().log.clear();
   state().answers.clear();
 }
 
 std::vector<fake::Call> fake::calls(const std::string& operation) {
-  const std::lock_guard<std::mutex> lock(state().mutex);
   std::vector<Call> matching;
   for (const Call& call : state().log) {
     if (operation.empty() || call.operation == operation) {
@@ -122,7 +115,6 @@ std::vector<fake::Call> fake::calls(const std::string& operation) {
 }
 
 void fake::answer(const std::string& operation, const std::vector<Answer>& answers) {
-  const std::lock_guard<std::mutex> lock(state().mutex);
   state().answers[operation].push_back(answers);
 }
 

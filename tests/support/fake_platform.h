@@ -13,7 +13,7 @@
  * one ordered log, and what they answer is scripted. Texts, times, hash and vocabulary are the real ones; the
  * unit tests also record the calls of the text and time helpers. An operation has its method's name. A call
  * that is not scripted succeeds: a request's reply stays outstanding, a flag answers false, a hand-over is
- * accepted. [any-thread]
+ * accepted. For one thread at a time.
  */
 namespace fake {
 
