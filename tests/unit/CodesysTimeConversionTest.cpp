@@ -17,9 +17,7 @@ struct Row {
 const char kBerlin[] = "CET-1CEST,M3.5.0,M10.5.0/3", kLordHowe[] = "<+1030>-10:30<+11>-11,M10.1.0,M4.1.0";
 
 const Row kRows[] = {
-    {"the smallest value", kBerlin, 0, -3600},
     {"skipped: counted from the hour before", kBerlin, 1774751400, 1774751400 - 3600},
-    {"comes twice: the first time", kBerlin, 1792895400, 1792895400 - 7200},
     {"skipped by a change of half an hour", kLordHowe, 1791080100, 1791080100 - 37800},
     {"the largest value", kLordHowe, 4294967295, 4294927695},
 };

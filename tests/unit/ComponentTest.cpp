@@ -97,6 +97,7 @@ TEST_F(RuntimeInterfaceTest, PollsTheAlarmListAndThenTheEventListInTheCommunicat
                           "ActiveFaultInAlarmlist", "Alarmlist", "CentralDetector", "Eventlist"}));
   failNextPlatformCall();
   EXPECT_EQ(record.pfHookFunction(20, 0, 0), 0U);
+  EXPECT_EQ(items(), Lines{"exception:|of an unknown type"});
   EXPECT_EQ(fake::calls("changedFlagEventlist").size(), 2U) << "one list's failure is not the other's";
 }
 

@@ -66,7 +66,6 @@ TEST_F(ExternalFunctionTest, AHandleThatIsNullStaleOrOfAnotherKindIsRefused) {
     alarms.emplace();
     handler.emplace(nullptr);
     fake::reset();
-    EXPECT_EQ(call<haslistchanged_ext>(&events, 85).xListChanged, 0);
     EXPECT_EQ(call<loadcompleteeventlist_ext>(&events).iResult, TAVROLINE_BUSY);
     EXPECT_EQ(call<loadcompletealarmlist_ext>(&alarms).iResult, TAVROLINE_BUSY);
     EXPECT_EQ(call<getalarmstatefromalarmhandler_ext>(&handler).iResult, TAVROLINE_BUSY);

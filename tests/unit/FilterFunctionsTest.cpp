@@ -1,7 +1,6 @@
 #include "tavroline/filter.h"
 
 #include <cstdlib>
-#include <functional>
 
 #include "UnitSupport.h"
 
@@ -14,7 +13,7 @@ INSTANTIATE_TEST_SUITE_P(Of, FilterFunctionsTest, testing::Values(&kEventKind, &
 /** A call and the module names of the entries that pass after it. */
 struct Step {
   const char* name;
-  std::function<void(TavrolineHandle)> act;
+  void (*act)(TavrolineHandle);
   const char* passing;
 };
 constexpr unsigned int kNoon = 1714564800;  // of 1 May 2024, counted on the wall clock

@@ -100,8 +100,6 @@ Lines messages() {
       continue;
     }
     const QVariantList& all = call.arguments;
-    EXPECT_EQ(all[1], "default"_q);
-    EXPECT_GT(all[4].toInt(), 0) << "line";
     const QString text = all[2].toString() + ": "_q + all[3].toString() + ": "_q + all[0].toString();
     lines.push_back(call.operation + ": " + text.toStdString());
   }
