@@ -24,8 +24,8 @@ namespace fake {
  *  - "copyCStringDataToQString" and the other text helpers: the text, then length or capacity, then the flag;
  * object: source or target in IEC memory
  *  - "QDateTimeToIECUtcDateTime" and the other time helpers: the value to convert
- *  - "CodesysLog": logger is null, componentId, class, error, info, component, file, function, line, items (a
- * list)
+ *  - "CodesysLog": logger is null, componentId, class, error, info, component, file, function, line, item
+ * list
  *  - "qDebug", "qWarning": text, category, file, function, line
  */
 struct Call {

@@ -7,8 +7,7 @@
 namespace {
 
 struct FilterFunctionsTest : ReaderTest {};
-INSTANTIATE_TEST_SUITE_P(Of, FilterFunctionsTest, testing::Values(&kEventKind, &kAlarmKind),
-                         [](const auto& kind) { return kind.param->list; });
+INSTANTIATE_TEST_SUITE_P(Of, FilterFunctionsTest, testing::Values(&kEventKind, &kAlarmKind));
 
 /** A call and the module names of the entries that pass after it. */
 struct Step {

@@ -91,8 +91,7 @@ TEST_F(AlarmHandlerTest, AStateQueryIsStartedAndAskedUntilItDelivers) {
   const std::pair<const char*, State> rows[] = {
       {R"({"AlarmActive":true,"AlarmAcknowledgment":false})", {TAVROLINE_DONE, 1, 0}},
       {R"({"AlarmActive":false,"AlarmAcknowledgment":true})", {TAVROLINE_DONE, 0, 1}},
-      {R"({"AlarmActive":1,"AlarmAcknowledgment":"true"})", {TAVROLINE_DONE, 0, 0}},
-      {"garbage", {TAVROLINE_DONE, 0, 0}}};
+      {R"({"AlarmActive":1,"AlarmAcknowledgment":"true"})", {TAVROLINE_DONE, 0, 0}}};
   std::size_t started = 0;
   for (const auto& [reply, delivered] : rows) {
     fake::answer("getAlarmState", {{2, {}}, {2, {}}, {0, reply}});
@@ -128,9 +127,15 @@ TEST_F(AlarmHandlerTest, AFailedStateQueryIsRepeatedAfterFiveSeconds) {
 }
 
 TEST_F(AlarmHandlerTest, AnAlarmWithoutItsDescriptionIsReportedOnceAndNotSent) {
-  call<logalarm_ext>(handle, TAVROLINE_ALARM, TAVROLINE_ON, "", "", 0, nullptr, nullptr, 1, "");
-  EXPECT_EQ(items(), Lines{"codesys struct nullpointer"});
-  EXPECT_TRUE(fake::calls("logEvent").empty());
+  const stDescriptionArgumentType argument{};
+  const stDescriptionUrlArgumentType url{};
+  for (const int missing : {0, 1, 2}) {
+    fake::reset();
+    call<logalarm_ext>(handle, TAVROLINE_ALARM, TAVROLINE_ON, "", "", 0, missing == 0 ? nullptr : &url.stData,
+                       nullptr, 1, "", missing == 1 ? nullptr : &argument, missing == 2 ? nullptr : &url);
+    EXPECT_EQ(items(), Lines{"codesys struct nullpointer"});
+    EXPECT_TRUE(fake::calls("logEvent").empty());
+  }
 }
 
 }  // namespace
