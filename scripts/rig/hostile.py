@@ -35,7 +35,7 @@ PROFILES = [
     ("broken lists", {"json": 2}, [], {}),
     ("wrong types", {"types": 4}, [], {}),
     ("100,000 entries", {"many": 15}, [], {}),
-    ("signals", {"dropped": 3, "doubled": 2}, [], {}),
+    ("signals", {"dropped": 3}, [], {}),
     ("signal before reply", {"early": 2}, [], {}),
     ("unconfirmed", {"unconfirmed": 30}, ["killed"], {}),
     ("limits of the bus", {}, [], {"limits": '<limit name="max_replies_per_connection">4</limit>'}),
@@ -47,7 +47,7 @@ PROFILES = [
     ("bus dies", {}, ["bus dies"] * 2, {}),
     ("bus stopped", {}, ["bus stopped"] * 2, {}),
     ("no answers for long", {"mute": 1}, [], {"seconds": 20}),
-    ("everything", {"late": 40, "never": 100, "error": 20, "json": 9, "types": 20, "dropped": 9, "doubled": 9,
+    ("everything", {"late": 40, "never": 100, "error": 20, "json": 9, "types": 20, "dropped": 9,
                     "early": 9, "unconfirmed": 99},
      ["stopped", "killed", "emptied", "replaced", "bus dies", "bus stopped"], {}),
 ]

