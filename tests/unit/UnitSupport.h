@@ -21,8 +21,7 @@ inline QString operator""_q(const char* text, std::size_t size) {
   return QString::fromUtf8(text, static_cast<int>(size));
 }
 
-constexpr unsigned int kComponentId =
-    0x1B4EB041;  ///< 0x1B4E3000 and the name's FNV-1a, 0x3EDBB041, in 16 bit
+constexpr unsigned int kComponentId = 0x1B4EB041;  ///< 0x1B4E3000 and the name's FNV-1a in 16 bit
 
 /** A test that starts with an empty log and no scripts. */
 struct ComponentTest : testing::Test {
