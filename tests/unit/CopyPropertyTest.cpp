@@ -70,9 +70,9 @@ struct CopyPropertyTest : ComponentTest, testing::WithParamInterface<QByteArray>
     members << "\"LocalTime\":" + (time.isEmpty() ? other : '"' + time + '"');
     members << "\"ModuleName\":\"" + QByteArray::number(int(index)) + '"';
     readings[index].clear();
-    for (const int hours : {-24, -4, -1, 1, 4, 24}) {
-      const QDateTime at(parsed(time).date(), parsed(time).time(), Qt::UTC);
-      const QDateTime beside(at.addSecs(hours * 3600).date(), at.addSecs(hours * 3600).time());
+    for (const qint64 hours : {-24, -4, -1, 1, 4, 24}) {
+      const QDateTime at = QDateTime(parsed(time).date(), parsed(time).time(), Qt::UTC).addSecs(hours * 3600);
+      const QDateTime beside(at.date(), at.time());
       readings[index].insert(CodesysTimeConversion::QDateTimeToIECUtcDateTime(parsed(time)));
     }
     return below(32) == 0 ? other : '{' + members.join(',') + '}';
