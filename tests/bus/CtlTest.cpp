@@ -53,12 +53,10 @@ TEST_F(CtlTest, ShowsTheEntriesThatPassTheFiltersAndAcknowledgesByTheBeginningOf
     Strings cells;
   } rows[] = {
       {"ID", {"events", "--type", "alarm,fault"}, {"5", "4", "3"}},
-      {"ID", {"events", "--type", "event", "--count", "1"}, {"2"}},
       {"ID", {"events", "--since", "1h"}, {"5", "4", "3", "2"}},
       {"ID", {"events", "--since", "1999-12-31T10:00", "--until", "2000-01-01"}, {"1"}},
       {"ID", {"events", "--keyword", "fire", "--keyword", "water"}, {"5", "4", "3", "2"}},
       {"ID", {"events", "--without", "water"}, {"1"}},
-      {"TYPE", {"alarms", "--active"}, {"alarm"}},
       {"TYPE", {"alarms", "--inactive", "--unacknowledged"}, {"fault"}},
   };
   for (const auto& row : rows) {

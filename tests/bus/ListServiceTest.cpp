@@ -103,7 +103,6 @@ TEST_F(ListServiceTest, DropsTheOldestBeyondItsCapacityAndNeverReusesANumber) {
     log({i});
   }
   EXPECT_EQ(column("EventlistId"), (Strings{"5", "4", "3"}));
-  EXPECT_EQ(column("EventlistId", {"events", "--count", "2"}), (Strings{"5", "4"}));
   EXPECT_EQ(ctl({"stats", "--json"}).value(QStringLiteral("overwritten")).toInt(), 2);
   ctl({"delete-events"});
   EXPECT_EQ(column("EventlistId"), Strings{});
@@ -155,8 +154,6 @@ TEST_F(ListServiceTest, RefusesInvalidEntriesAndStoresTheNext) {
     void (*spoil)(Entry& entry);
   } rows[] = {
       {"sequence 0", [](Entry& entry) { entry.sequence = 0; }},
-      {"sequence 2^63", [](Entry& entry) { entry.sequence = 1ULL << 63U; }},
-      {"no session", [](Entry& entry) { entry.session = ""; }},
       {"identifier of 300 characters", [](Entry& entry) { entry.alarmId = std::string(300, 'a'); }},
       {"time before 1970", [](Entry& entry) { entry.time = -1; }},
       {"time beyond all calendars", [](Entry& entry) { entry.time = INT64_MAX; }},

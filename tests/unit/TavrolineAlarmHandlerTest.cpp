@@ -1,3 +1,5 @@
+#include "TavrolineAlarmHandler.h"
+
 #include <QDateTime>
 #include <QRegularExpression>
 
@@ -58,6 +60,15 @@ TEST_F(AlarmHandlerTest, OnlyAnEdgeIsSentAndOnlyNeutralIsWarnedOf) {
     EXPECT_EQ(sent.join(QLatin1Char(' ')), QString::fromUtf8(expected)) << type << " " << state;
     EXPECT_EQ(messages(), state == TAVROLINE_NEUTRAL ? neutral : Lines{});
   }
+}
+
+TEST_F(AlarmHandlerTest, OnIsAcceptedFromOffOnlyAndOffFromOnOnly) {
+  auto& handler = *static_cast<TavrolineAlarmHandler*>(handle);
+  const auto alarm = EventlistHandlerEnums::EventType(TAVROLINE_ALARM);
+  handler.saveData(alarm, EventlistHandlerEnums::State(TAVROLINE_NEUTRAL), {}, {}, {}, {}, {});
+  log(TAVROLINE_ALARM, TAVROLINE_ON);
+  log(TAVROLINE_ALARM, TAVROLINE_OFF);
+  EXPECT_TRUE(fake::calls("logEvent").empty());
 }
 
 TEST_F(AlarmHandlerTest, AnAlarmStillOnIsClearedOnCloseWithItsIdentifierAndWhatWasStoredLast) {

@@ -2,6 +2,7 @@
 
 #include <climits>
 #include <cstring>
+#include <set>
 #include <tuple>
 
 #include "GuardedMemory.h"
@@ -57,6 +58,11 @@ TEST_F(ConvenienceFunctionsTest, EveryKindOfHandleIsTakenUnlessItIsNull) {
   expectTakenUnlessNull<TavrolineEventlistRead>("TavrolineEventlistRead", "EventlistReadHandle");
   expectTakenUnlessNull<TavrolineEventlistWrite>("TavrolineEventlistWrite", "EventlistWriteHandle");
   expectTakenUnlessNull<TavrolineAlarmlistRead>("TavrolineAlarmlistRead", "AlarmlistReadHandle");
+  std::set<QVariant> lines;
+  for (const fake::Call& record : fake::calls("CodesysLog")) {
+    lines.insert(record.arguments[8]);
+  }
+  EXPECT_EQ(lines.size(), 4U) << "each overload reports its own line";
 }
 
 TEST_F(ConvenienceFunctionsTest, AnInstanceNameTakesAtMostOneIntegerDirective) {
@@ -89,6 +95,7 @@ TEST_F(ConvenienceFunctionsTest, KeywordsAreTheNonEmptyElementsWithinTheBounds) 
               {"upper below lower", *elements, 6, {1, 0}, {}},
               {"a difference below DINT", *elements, 6, {INT_MAX, INT_MIN}, {}},
               {"a difference beyond DINT", *elements, 6, {-1, INT_MAX}, {}},
+              {"size 1", *elements, 1, {0, 2}, {"a"_q, "l"_q, "a"_q}},
               {"a negative size", *elements, -6, {0, 3}, {}},
               {"no array", nullptr, 6, {0, 3}, {}}};
   for (const auto& row : rows) {

@@ -7,7 +7,6 @@
 #include <QVariant>
 
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "fake_platform.h"
@@ -97,7 +96,6 @@ struct Reader {
   explicit Reader(const ReaderKind& readerKind) : kind(readerKind), handle(kind.open()) {}
   ~Reader() { kind.close(handle); }
   Reader(const Reader&) = delete;
-  Reader& operator=(const Reader&) = delete;
   int load() const { return kind.load(handle); }
   void load(const QByteArray& entries) const;  ///< these entries, a JSON array
   int count(int capacity = 20) const { return kind.copy(handle, capacity).count; }
