@@ -1,30 +1,17 @@
 #pragma once
 
 #include <functional>
-#include <type_traits>
-#include <typeinfo>
 
-#include "LiveObjects.h"
+#include "HandleCheck.h"
+#include "ReplyState.h"
 #include "RuntimeLog.h"
 #include "TavrolineConvenienceFunctions.h"
-#include "TavrolineReadBaseClass.h"
-#include "tavroline/conventions.h"
-
-class TavrolineAlarmHandler;
 
 /**
- * Building blocks of the external functions: a guard, the objects behind handles, the result field. Each
- * function checks its structure, takes the object behind its handle, calls one operation and stores the
- * result.
+ * Building blocks of the external functions: a guard, the result field, calls on a reader. Each function
+ * checks its structure, takes the object behind its handle, calls one operation and stores the result.
  */
 namespace Tavroline {
-
-/** The function that writes a record into the runtime log. */
-struct Origin {
-  const char* file;  ///< its source file without the extension
-  const char* signature;
-  int line;  ///< of that file
-};
 
 /** The Origin inside name_ext; its source file declares kFile. */
 #define ORIGIN(name) (Tavroline::Origin{kFile, "void " #name "_ext(" #name "_struct*)", __LINE__})
@@ -49,42 +36,6 @@ class Result {
   RTS_IEC_INT& m_field;
   RTS_IEC_INT m_value = ResultError;  ///< also after an exception
 };
-
-/** Logs why a handle that is not null is refused: unknown, already closed or of another kind. [plc-task] */
-void logRefusal(const Origin& origin, TavrolineHandle handle, const char* kind);
-
-constexpr const char* kindOf(const TavrolineReadBaseClass*) {
-  return "ReadHandle";
-}
-constexpr const char* kindOf(const TavrolineEventlistRead*) {
-  return "EventlistReadHandle";
-}
-constexpr const char* kindOf(const TavrolineAlarmlistRead*) {
-  return "AlarmlistReadHandle";
-}
-
-/**
- * The reader behind a handle; null if the handle is refused, which is logged. Dereferences the handle only if
- * it is the address of a live reader.
- * @tparam Reader the class that the function takes; TavrolineReadBaseClass takes both kinds. [plc-task]
- */
-template <typename Reader>
-Reader* readerOf(const Origin& origin, TavrolineHandle handle) {
-  Reader* reader = nullptr;
-  if (!TavrolineConvenienceFunctions::getHandlePointer(&reader, handle)) {
-    return nullptr;
-  }
-  constexpr bool kTakesBothKinds = std::is_same_v<Reader, TavrolineReadBaseClass>;
-  if (LiveObjects::family(handle) == LiveObjects::Family::Reader &&
-      (kTakesBothKinds || typeid(*static_cast<TavrolineReadBaseClass*>(handle)) == typeid(Reader))) {
-    return reader;
-  }
-  logRefusal(origin, handle, kindOf(reader));
-  return nullptr;
-}
-
-/** The alarm handler behind a handle; null if the handle is refused, which is logged. [plc-task] */
-TavrolineAlarmHandler* handlerOf(const Origin& origin, TavrolineHandle handle);
 
 /** A function on a reader without a result: calls `operation(*reader)`, often a member function. [plc-task]
  */

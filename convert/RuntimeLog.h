@@ -14,6 +14,13 @@ namespace Tavroline {
 
 constexpr char kComponentName[] = "Tavroline";
 
+/** The function that writes a record into the runtime log. */
+struct Origin {
+  const char* file;  ///< its source file without the extension
+  const char* signature;
+  int line;  ///< of that file
+};
+
 /** The name's hash in the low 16 bits, ORed with 0x1B4E3000. Computed at each call. [any-thread] */
 std::uint32_t ComponentId();
 

@@ -53,9 +53,9 @@ class EntryTimes {
   const EntryTime& read(const QString& text);
 
   /**
-   * The date and the time of the text read last. A time parsed here has its offset from UTC as its spec: a
-   * local spec costs 528 ns, and 10,200 ns where TZ is not set, against 31 to 58 ns. One object serves all
-   * times of one offset: a new one allocates (saves 22 of 463 ns an entry). [plc-task]
+   * The date and the time of the text read last. A time parsed here becomes a QDateTime with its offset from
+   * UTC, which takes 31 to 58 ns; one in local time takes 528 ns, and 10,200 ns where TZ is not set. One
+   * object serves all times of one offset: a new one allocates (saves 22 of 463 ns an entry). [plc-task]
    */
   const QDateTime& dateTime();
 

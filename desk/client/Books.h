@@ -12,7 +12,8 @@ namespace Tavroline {
 enum class Loss {
   QueueFull,   ///< refused: the queue is full, for an alarm edge also the overflow
   NoMemory,    ///< refused: memory allocation failed
-  Unsendable,  ///< dropped: too large, nested too deep, or a value's type cannot be sent
+  Unsendable,  ///< dropped: too large, nested too deep, of a type that cannot be sent, or sd-bus had no
+               ///< memory
   Rejected,    ///< dropped: the service or the bus replied with an error, other than kErrorStorage
   Unanswered,  ///< dropped: no reply within 30 s
   Unload       ///< dropped: not confirmed when the library was unloaded

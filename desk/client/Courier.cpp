@@ -54,8 +54,8 @@ void Courier::raiseAgain() {
 }
 
 // Marks all unsettled messages as unsent, to be sent again after kStoragePause. This includes those whose
-// reply is outstanding: the service refuses them as well, because they follow one that it could not store. A
-// replay of alarms that has unsettled or unsent ones starts again.
+// reply is outstanding: the service refuses them as well, because they follow one that it could not store. If
+// a replay of alarms is under way, it starts again with its first alarm.
 void Courier::postpone() {
   m_resume = Clock::now() + kStoragePause;
   const bool raising =

@@ -55,7 +55,7 @@ class Courier {
 
  private:
   struct SentWrite {
-    std::optional<Outbox::Write> write;  ///< empty: a replayed alarm, which is not counted
+    std::optional<Outbox::Write> write;  ///< empty for a replayed alarm, which the counters (Books) leave out
     std::unique_ptr<BusSlot> call;
     Clock::time_point deadline;
   };

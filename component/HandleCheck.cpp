@@ -1,6 +1,5 @@
-#include "ExternalFunction.h"
+#include "HandleCheck.h"
 
-#include "RuntimeLog.h"
 #include "TavrolineAlarmHandler.h"
 
 namespace Tavroline {
