@@ -147,8 +147,9 @@ TEST_F(ClientTest, EdgesOfOneAlarmKeepTheirOrderBetweenQueueAndOverflow) {
   Outbox outbox;
   const auto deliver = [&outbox] {
     const auto message = outbox.takeWrite();
+    const bool turnsOn = (*message)->turnsOn();
     outbox.settle(*message, std::nullopt);
-    return (*message)->turnsOn();
+    return turnsOn;
   };
   for (std::size_t i = 0; i < Outbox::kMessages; ++i) {
     outbox.accept(event(QString()));
