@@ -33,7 +33,8 @@ struct ReaderTexts {
 /**
  * What the readers of one class share, with the operations that both classes have. Refers to the static
  * members of the reader class and holds no state. `line` is that of the call, for the record that names the
- * caller. [plc-task], forEach() also [hook]
+ * caller. Which reader may use the interface is decided in
+ * TavrolineReadBaseClass::loadCompleteList(). [plc-task], forEach() also [hook]
  */
 template <typename Reader>
 struct ReaderGroup {

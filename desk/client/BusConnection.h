@@ -81,8 +81,8 @@ class BusConnection {
   /** Send or queue a message that expects no reply. @throws as call(). */
   void send(sd_bus_message* message);
 
-  /** Have signals delivered that match `rule`. If the bus refuses the rule, sd-bus ends the connection.
-   * @throws as call(). */
+  /** Call `handler` for each signal that matches `rule`, while the slot exists. If the bus refuses the rule,
+   * sd-bus ends the connection. @throws as call(). */
   std::unique_ptr<BusSlot> match(const char* rule, BusSlot::Handler handler);
 
  private:

@@ -13,8 +13,8 @@ namespace Tavroline {
 
 /**
  * The loop of the hub's thread: keeps the connection to the bus, follows the owner of the service's name,
- * sends it messages and requests, and logs losses and counters. One thread runs all operations, constructor
- * and destructor included: the hub's, or the one that unloads the library if the hub's was never started.
+ * sends it messages and requests, and logs losses and counters. Constructor, destructor and all operations
+ * run on one thread: the hub's thread or, if that was never started, the thread that unloads the library.
  * [hub]
  */
 class BusLoop {

@@ -21,8 +21,8 @@ class CallWriter {
   /** Maximum size of a message, as estimated here. The bus disconnects a client that sends an oversized
    * message; writing fails before that. */
   static constexpr std::size_t kMaximumBytes = 1U << 20U;
-  /** Maximum levels of lists and maps, that of map() included. The bus refuses a message of more than 32
-   * array levels. */
+  /** Maximum levels of lists and maps that hold values, that of map() included. The bus disconnects a client
+   * whose message nests more than 64 containers; a map takes three of them, a list two. */
   static constexpr int kMaximumDepth = 16;
 
   CallWriter(sd_bus* bus, const char* destination, const char* path, const char* interface,

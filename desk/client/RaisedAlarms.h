@@ -28,7 +28,7 @@ class RaisedAlarms {
    * [hub] */
   void settle(const Message& message);
 
-  /** Copies of the settled "on" messages, ordered by sequence number. [hub] */
+  /** Copies of the "on" messages that were delivered or dropped, ordered by sequence number. [hub] */
   std::vector<Message> settled() const;
 
  private:
