@@ -55,4 +55,14 @@ inline void store(bool& flag, bool value) {
 
 }  // namespace SharedFlag
 
+/**
+ * Replaces a text that another thread may share. Swapped, not assigned: the old text is then released in this
+ * code, where the thread sanitizer sees it, and not inside Qt, where it would report a race.
+ */
+template <typename Text>
+void replaceShared(Text& target, const Text& text) {
+  Text replacement(text);
+  target.swap(replacement);
+}
+
 }  // namespace Tavroline

@@ -55,10 +55,7 @@ class InterfaceRelease {
 TavrolineReadBaseClass::~TavrolineReadBaseClass() = default;
 
 void TavrolineReadBaseClass::setLanguage(const QString& language) {
-  // Swapped, not assigned: the old text, which the client may share, is then released here, where the thread
-  // sanitizer sees it, and not inside Qt, where it would report a race.
-  QString taken(language);
-  m_sLanguage.swap(taken);
+  replaceShared(m_sLanguage, language);
 }
 
 void TavrolineReadBaseClass::resetListChanged() {

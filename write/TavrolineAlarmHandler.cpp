@@ -70,11 +70,11 @@ void TavrolineAlarmHandler::saveData(EventlistHandlerEnums::EventType type,
                                      const QStringList& keywords, const QString& user) {
   m_EventType = type;
   m_State = state;
-  m_sModuleName = moduleName;
+  replaceShared(m_sModuleName, moduleName);
   m_DateTime = dateTime;
   m_Description = description;
   m_Keywords = keywords;
-  m_sUser = user;
+  replaceShared(m_sUser, user);
 }
 
 std::int16_t TavrolineAlarmHandler::getAlarmState(bool& active, bool& acknowledged) {
