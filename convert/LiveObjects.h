@@ -1,31 +1,34 @@
 #pragma once
 
+#include <atomic>
+#include <cstdint>
+
 /**
  * Registry of the objects behind open handles, so that a stale or foreign handle is refused before it is
  * used. Knows whether an address is alive and its family, not its class.
  *
- * Constant-initialised and without allocation: the entry is a member of the object. One lock; no other lock
- * is taken under it. [any-thread]
+ * Without a lock, so that no task waits for one of a lower priority. Its memory for up to 4,096 objects is
+ * constant-initialised; it takes more if their addresses need it, and keeps that until unload. [any-thread]
  */
 namespace Tavroline::LiveObjects {
 
 /** The class of which a registered address is an object, or a base of it. */
-enum class Family { None, Reader, AlarmHandler };
+enum class Family : std::uintptr_t { None, Reader, AlarmHandler };
 
 /** Member of a registered object: alive from construction to destruction. */
 class Entry {
  public:
-  /** @param object the address that serves as the handle */
-  Entry(const void* object, Family family) noexcept;
+  /**
+   * @param object the address that serves as the handle, a multiple of 4
+   * @throws std::bad_alloc
+   */
+  Entry(const void* object, Family family);
   ~Entry();
   Entry(const Entry&) = delete;
   Entry& operator=(const Entry&) = delete;
 
  private:
-  friend struct Registry;
-  const void* m_object;
-  Family m_family;
-  Entry* m_next = nullptr;
+  std::atomic<std::uintptr_t>& m_place;
 };
 
 /** The family of a live object, None for any other address. */

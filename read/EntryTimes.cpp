@@ -67,7 +67,7 @@ std::optional<std::int64_t> localMilliseconds(const QString& text) {
 }
 
 TimeBound::TimeBound(const QDateTime& bound)
-    : m_bound(bound), m_utcMilliseconds(bound.isNull() ? 0 : bound.toMSecsSinceEpoch()) {}
+    : m_bound(bound), m_isSet(!bound.isNull()), m_utcMilliseconds(m_isSet ? bound.toMSecsSinceEpoch() : 0) {}
 
 bool TimeBound::isEarlierThan(const EntryTime& time) const {
   return time.instant ? m_utcMilliseconds < time.instant->utcMilliseconds : m_bound < time.parsed;

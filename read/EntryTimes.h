@@ -27,14 +27,18 @@ class TimeBound {
   explicit TimeBound(const QDateTime& bound);
 
   /** Whether comparisons give the same results with instants as with date-times. */
-  bool isInstant() const { return m_bound.isNull() || m_bound.isValid(); }
+  bool isInstant() const { return !m_isSet || m_bound.isValid(); }
 
-  /** Of a bound that is not null. [plc-task] */
+  /** Whether there is a bound. [plc-task] */
+  bool isSet() const { return m_isSet; }
+
+  /** Of a bound that is set. [plc-task] */
   bool isEarlierThan(const EntryTime& time) const;
   bool isLaterThan(const EntryTime& time) const;
 
  private:
   QDateTime m_bound;
+  bool m_isSet;
   std::int64_t m_utcMilliseconds;
 };
 

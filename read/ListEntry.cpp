@@ -24,42 +24,44 @@ ListColumns::ListColumns()
                 {Keys::getListColumnNameAlarmAcknowledgment(), 0},
                 {Keys::getListColumnNameAlarmID(), 0}}} {}
 
-QCborValue ListColumns::value(const QCborMap& entry, Column column) {
-  Place& place = m_places[column];
-  const int size = static_cast<int>(entry.size());
-  const QCborMap::ConstIterator first = entry.constBegin();
-  int index = place.index < size ? place.index : 0;
-  for (int tried = 0; tried < size; ++tried) {
-    const QCborMap::ConstIterator member = first + index;
-    if (member.key() == place.key) {
-      place.index = index;
-      return member.value();
+QCborValue ListEntry::value(ListColumns::Column column) {
+  ListColumns::Place& place = m_columns[column];
+  QCborMap::ConstIterator member = m_members.constBegin() + place.index;
+  if (place.index >= m_size || member.key() != place.key) {
+    member = m_members.constFind(place.key);
+    if (member == m_members.constEnd()) {
+      return QCborValue();
     }
-    index = index + 1 < size ? index + 1 : 0;
+    place.index = member - m_members.constBegin();
   }
-  return QCborValue();
+  return member.value();
+}
+
+std::optional<qint64> ListEntry::wholeNumber(ListColumns::Column column) {
+  const QCborValue number = value(column);
+  if (number.isInteger()) {
+    return number.toInteger();
+  }
+  // A number of another notation, or beyond 64 bits; the latter must not be converted.
+  constexpr double kBeyondInt64 = 9223372036854775808.0;
+  const double inexact = number.toDouble(kBeyondInt64);
+  if (!(inexact >= -kBeyondInt64 && inexact < kBeyondInt64) || inexact != std::floor(inexact)) {
+    return std::nullopt;
+  }
+  return static_cast<qint64>(inexact);
 }
 
 int ListEntry::eventType() {
   if (!m_eventType) {
-    m_eventType = value(ListColumns::EventType).toJsonValue().toInt();
+    const qint64 type = wholeNumber(ListColumns::EventType).value_or(0);
+    m_eventType = type == static_cast<int>(type) ? static_cast<int>(type) : 0;
   }
   return *m_eventType;
 }
 
 RTS_IEC_ULINT ListEntry::eventlistId() {
-  constexpr RTS_IEC_ULINT kLow16Bits = 0xFFFF;
-  const QCborValue number = value(ListColumns::EventlistId);
-  if (number.isInteger()) {
-    return static_cast<RTS_IEC_ULINT>(number.toInteger()) & kLow16Bits;
-  }
-  // A number of another notation, or beyond 64 bits; the latter must not be converted.
-  constexpr double kBeyondInt64 = 9223372036854775808.0;
-  const double inexact = number.toJsonValue().toDouble(kBeyondInt64);
-  if (!(inexact >= -kBeyondInt64 && inexact < kBeyondInt64) || inexact != std::floor(inexact)) {
-    return 0;
-  }
-  return static_cast<RTS_IEC_ULINT>(static_cast<qint64>(inexact)) & kLow16Bits;
+  constexpr qint64 kLow16Bits = 0xFFFF;
+  return static_cast<RTS_IEC_ULINT>(wholeNumber(ListColumns::EventlistId).value_or(0) & kLow16Bits);
 }
 
 const EntryTime& ListEntry::time() {

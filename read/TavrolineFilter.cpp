@@ -92,10 +92,10 @@ bool TavrolineFilter::checkListEntry(const QJsonObject& entry) const {
 }
 
 bool TavrolineFilter::passesCriteria(ListEntry& entry, const CopyPass& pass) const {
-  if (!m_DateTimeUpperBound.isNull() && pass.upperBound.isEarlierThan(entry.time())) {
+  if (pass.upperBound.isSet() && pass.upperBound.isEarlierThan(entry.time())) {
     return false;
   }
-  if (!m_DateTimeLowerBound.isNull() && pass.lowerBound.isLaterThan(entry.time())) {
+  if (pass.lowerBound.isSet() && pass.lowerBound.isLaterThan(entry.time())) {
     return false;
   }
   if (!m_EventTypes.isEmpty() && !hasType(m_EventTypes, entry.eventType())) {

@@ -3,6 +3,9 @@
 #include <QJsonDocument>
 #include <QMessageLogger>
 
+#include <sys/mman.h>
+
+#include <new>
 #include <string_view>
 
 #include "ErrorContainer.h"
@@ -27,6 +30,20 @@ QByteArray withEscapedMarks(QByteArray json) {
     json.replace("\"\xEF\xBB\xBF", "\"\\uFEFF");
   }
   return json;
+}
+
+/** Throws std::bad_alloc if the address space has no room for the parsed list. Qt's parser itself ends the
+ * process when an allocation fails. */
+void checkRoomToParse(const QByteArray& json) {
+  // A parsed entry takes 3 to 4 times the size of its text; the factor leaves room for other tasks meanwhile.
+  constexpr std::size_t kParsedPerByte = 8;
+  const std::size_t size = kParsedPerByte * (static_cast<std::size_t>(json.size()) + 1);
+  // The mapping cannot be accessed, so it takes no memory, also under mlockall().
+  void* const room = mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (room == MAP_FAILED) {
+    throw std::bad_alloc();
+  }
+  munmap(room, size);
 }
 
 /** Frees the interface at the end of a poll, also after an exception, unless the request is outstanding. */
@@ -76,13 +93,16 @@ std::int16_t TavrolineReadBaseClass::getStatusReadListAsynchron(DBusPendingReply
   }
   ErrorContainer error(ErrorContainer::getErrorCodeNoError(), QString());
   switch (reply->isFinished(error)) {
-    case ReplyArrived:
-      m_ListData = QJsonDocument::fromJson(withEscapedMarks(reply->getReply().toByteArray()))
+    case ReplyArrived: {
+      const QByteArray json = withEscapedMarks(reply->getReply().toByteArray());
+      checkRoomToParse(json);
+      m_ListData = QJsonDocument::fromJson(json)
                        .object()
                        .value(EventlistHandlerDefinitions::getListDataName())
                        .toArray();
       reply.reset();
       return ResultDone;
+    }
     case ReplyOutstanding:
       return ResultBusy;
     default:
