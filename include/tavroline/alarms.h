@@ -20,7 +20,7 @@ typedef struct {
   RTS_IEC_DATE_AND_TIME dtDateTime;   /**< in [s UTC]: 0: no time stamp */
   const stDataType* pstData;          /**< in [address]: the description; must not be null */
   const RTS_IEC_WSTRING* pwsUser;     /**< in [UTF-16]: the user who caused it */
-  RTS_IEC_INT iKeywordSize;           /**< in [bytes]: one keyword element, n + 1 for STRING(n) */
+  RTS_IEC_INT iKeywordSize;           /**< in [bytes]: one keyword element, n + 1 for STRING[n] */
   const RTS_IEC_STRING* pasKeywords;  /**< in [UTF-8]: first keyword; empty ones are skipped */
   const stDescriptionArgumentType* pastArguments; /**< in [address]: first argument; must not be null */
   /** in [address]: first argument of the URL; must not be null */
@@ -38,7 +38,7 @@ typedef struct {
 } getalarmstatefromalarmhandler_struct;
 
 typedef struct {
-  RTS_IEC_INT iAlarmIdSize;             /**< in [bytes]: one identifier element, n + 1 for STRING(n) */
+  RTS_IEC_INT iAlarmIdSize;             /**< in [bytes]: one identifier element, n + 1 for STRING[n] */
   const RTS_IEC_WSTRING* pwsUser;       /**< in [UTF-16]: the user who acknowledges */
   const RTS_IEC_STRING* pasAlarmIds;    /**< in [UTF-8]: first identifier; empty ones are skipped */
   __ARRAY__DIM__INFO stAlarmIdsDimInfo; /**< in [bounds]: of pasAlarmIds */

@@ -7,7 +7,7 @@
  *  2. Layout. Fields have their natural alignment, little-endian. Offsets and sizes are fixed on the
  * 32-bit target, where a pointer and a handle have 4 bytes; component/LayoutAssertions.cpp proves them.
  *  3. BOOL is one signed byte: 0 is FALSE, any other value TRUE; outputs are written as 0 or 1.
- *  4. STRING(n) is n + 1 bytes of UTF-8, WSTRING(n) n + 1 code units of UTF-16, both terminated by a zero;
+ *  4. STRING[n] is n + 1 bytes of UTF-8, WSTRING[n] n + 1 code units of UTF-16, both terminated by a zero;
  * the capacities below count the terminator. A field without a terminator is read up to its end. A bare
  * pointer to a text carries no capacity: the text behind it must be terminated. A null text pointer is an
  * empty text.
@@ -42,8 +42,8 @@
 
 /** Capacities of text fields in characters, terminator included. */
 enum {
-  TAVROLINE_TEXT_80 = 81,  /**< STRING(80) and WSTRING(80) */
-  TAVROLINE_TEXT_255 = 256 /**< STRING(255) and WSTRING(255) */
+  TAVROLINE_TEXT_80 = 81,  /**< STRING[80] and WSTRING[80] */
+  TAVROLINE_TEXT_255 = 256 /**< STRING[255] and WSTRING[255] */
 };
 
 /** Results in iResult fields. */

@@ -18,7 +18,7 @@ typedef struct {
   RTS_IEC_DATE_AND_TIME dtDateTime;   /**< in [s UTC]: 0: no time stamp */
   const stDataType* pstData;          /**< in [address]: the description */
   const RTS_IEC_WSTRING* pwsUser;     /**< in [UTF-16]: the user who caused it */
-  RTS_IEC_INT iKeywordSize;           /**< in [bytes]: one keyword element, n + 1 for STRING(n) */
+  RTS_IEC_INT iKeywordSize;           /**< in [bytes]: one keyword element, n + 1 for STRING[n] */
   const RTS_IEC_STRING* pasKeywords;  /**< in [UTF-8]: first keyword; empty ones are skipped */
   const stDescriptionArgumentType* pastArguments;       /**< in [address]: first argument */
   const stDescriptionUrlArgumentType* pastUrlArguments; /**< in [address]: first argument of the URL */

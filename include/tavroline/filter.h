@@ -40,7 +40,7 @@ typedef addfiltereventtype_struct clearfiltereventtype_struct;
 
 typedef struct {
   TavrolineHandle hReadHandle;     /**< in [handle]: a reader of either list */
-  RTS_IEC_INT iFilterType;         /**< in [code]: 0 include list, any other value exclude list */
+  RTS_IEC_INT iFilterType;         /**< in [code]: 0 include list, 1 exclude list; others as 1 */
   const RTS_IEC_STRING* psKeyword; /**< in [UTF-8]: compared as a whole */
 } addfilterkeyword_struct;
 
@@ -48,7 +48,7 @@ typedef addfilterkeyword_struct clearfilterkeyword_struct;
 
 typedef struct {
   TavrolineHandle hReadHandle; /**< in [handle]: a reader of either list */
-  RTS_IEC_INT iFilterType;     /**< in [code]: 0 include list, any other value exclude list */
+  RTS_IEC_INT iFilterType;     /**< in [code]: 0 include list, 1 exclude list; others as 1 */
 } resetfilterkeyword_struct;
 
 typedef struct {

@@ -11,7 +11,7 @@ def type_name(member):
     name = BOUNDS if member["type"] == "__ARRAY__DIM__INFO" else member["type"].removeprefix("RTS_IEC_")
     if member["pointer"]:
         return f"POINTER TO {name}"
-    return f"{name}({member['capacity'] - 1})" if member["capacity"] else name
+    return f"{name}[{member['capacity'] - 1}]" if member["capacity"] else name
 
 
 def comment(text):
@@ -24,7 +24,7 @@ def member_lines(members):
 
 def structure_lines(structure):
     opening = [*comment(structure["about"]), "{attribute 'pack_mode' := '8'}", f"TYPE {structure['name']} :", "STRUCT"]
-    return [*opening, *member_lines(structure["members"]), "END_STRUCT", "END_TYPE", ""]
+    return [*opening, *member_lines(structure["members"]), "END_STRUCT;", "END_TYPE", ""]
 
 
 def function_lines(function, structure):

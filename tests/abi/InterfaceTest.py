@@ -1,5 +1,5 @@
-"""The library's surface and the two tables written by hand, layout assertions and outside table, have what the
-description of the C headers has: the same names, places, sizes and signature identifiers.
+"""The library's surface, the two tables written by hand, layout assertions and outside table, and iec/tavroline.xml have
+what the description of the C headers has: the same names, places, sizes and signature identifiers.
 
 Use: InterfaceTest.py DESCRIPTION LIBRARY SOURCE_FOLDER C_COMPILER [EMULATOR...] HOST
 """
@@ -9,8 +9,10 @@ import pathlib
 import re
 import subprocess
 import sys
+import xml.etree.ElementTree as ElementTree
 
 VERSION = "01000105"
+WIDTHS = {"BOOL": 1, "INT": 2, "UINT": 2, "DINT": 4, "ULINT": 8, "DT": 4, "pointer": 4, "string": 1, "wstring": 2}
 
 
 def output(*command):
@@ -65,6 +67,24 @@ def fields(name, structure, structures, start=0):
                 yield f"{path} {direction}", (offset, member["size"])
 
 
+def exchanged(source):
+    """Signature of each function of iec/tavroline.xml; offset and size of each variable, which follow from the types there."""
+    space, layouts, rows = "{http://www.plcopen.org/xml/tc6_0201}", {"TavrolineHandle": (4, 4)}, {}
+    types, pous = list(ElementTree.parse(source / "iec/tavroline.xml").getroot().find(f"{space}types"))
+    for unit in [*types, *pous]:
+        end, largest = 0, 1
+        for variable in unit.iter(f"{space}variable"):
+            kind = variable.find(f"{space}type")[0]
+            align = WIDTHS.get(kind.tag.removeprefix(space))
+            size, align = layouts[kind.get("name")] if not align else (align * (int(kind.get("length", 0)) + 1), align)
+            start = -(-end // align) * align
+            rows[f"{unit.get('name')}.{variable.get('name')}"] = (start, size)
+            end, largest = start + size, max(largest, align)
+        layouts.setdefault(unit.get("name"), (-(-end // largest) * largest, largest))
+        rows |= {unit.get("name"): signature.text for signature in unit.iter(f"{space}signature")}
+    return rows
+
+
 def main():
     description, library, source, compiler, *host = sys.argv[1:]
     description, source = json.loads(pathlib.Path(description).read_text()), pathlib.Path(source)
@@ -81,6 +101,13 @@ def main():
 
     assertions = layout_assertions(source, all_structures)
     found += differences("component/LayoutAssertions.cpp", assertions, dict(layouts(all_structures)))
+
+    units = {"stArrayDimInfo": description["bounds"], **structures} | {n: structures[f["structure"]] for n, f in functions.items()}
+    for name in {f["structure"] for f in functions.values()}:
+        del units[name]
+    expected = {name: f"16#{f['signature']}" for name, f in functions.items()}
+    expected |= {f"{name}.{m['name']}": (m["offset"], m["size"]) for name, s in units.items() for m in s["members"]}
+    found += differences("iec/tavroline.xml", exchanged(source), expected)
 
     by_row = {name: (f["signature"], structures[f["structure"]]) for name, f in functions.items()}
     by_row |= {name: ("0" * 8, s) for name, s in structures.items() if name.startswith("stGet")}
