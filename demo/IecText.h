@@ -11,7 +11,7 @@
 /** Texts between this program and IEC memory: STRING is UTF-8, WSTRING UTF-16. */
 namespace IecText {
 
-/** A WSTRING(80) with its terminator. */
+/** A WSTRING[80] with its terminator. */
 using WString = std::array<RTS_IEC_WSTRING, TAVROLINE_TEXT_80>;
 
 /** Fill a STRING or WSTRING field, cut to its capacity and terminated. */
@@ -23,7 +23,7 @@ void fill(Character (&field)[capacity], std::basic_string_view<Source> text) {
   field[size] = 0;
 }
 
-/** The text as a WSTRING(80). */
+/** The text as a WSTRING[80]. */
 WString wide(std::u16string_view text);
 
 /** UTF-8 of a WSTRING, read to its terminator. */

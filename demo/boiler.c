@@ -3,7 +3,7 @@
  * logs an event when its burner starts and stops, and raises an alarm while the water is too hot.
  *
  *   cc -shared -fPIC -Iinclude -Iplatform -Idesk/host -o boiler.so demo/boiler.c
- *   tavroline-host libTavroline.so ./boiler.so
+ *   tavroline-host ./boiler.so
  */
 #include <stdbool.h>
 #include <stdio.h>

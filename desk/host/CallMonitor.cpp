@@ -1,9 +1,9 @@
 #include "CallMonitor.h"
 
-#include <cinttypes>
 #include <ctime>
-#include <stdexcept>
 
+#include "CallScope.h"
+#include "HostLog.h"
 #include "ParameterText.h"
 
 namespace {
@@ -34,19 +34,20 @@ void CallMeter::note(std::size_t function, std::uint64_t nanoseconds) {
   }
 }
 
-CallMonitor::CallMonitor(const ComponentManager& component, bool metering, const std::string& traceFile)
-    : m_component(component), m_metering(metering) {
-  if (!traceFile.empty()) {
-    m_traceFile.reset(std::fopen(traceFile.c_str(), "we"));
-    if (!m_traceFile) {
-      throw std::runtime_error("cannot open the trace file " + traceFile);
-    }
+CallMonitor::CallMonitor(const ComponentManager& component, const Options& options)
+    : m_component(component), m_metering(options.metering) {
+  if (options.checking) {
+    m_check.emplace();
+  }
+  if (!options.traceFile.empty()) {
+    HostLog::alsoTo(&m_trace.emplace(options.traceFile, "we", "trace file"));
   }
   m_meters.emplace_back("(outside)", 0);
   s_monitor = this;
 }
 
 CallMonitor::~CallMonitor() {
+  HostLog::alsoTo(nullptr);
   s_monitor = nullptr;
 }
 
@@ -67,39 +68,44 @@ ExternalFunction CallMonitor::wrapperAt(std::size_t wanted, std::index_sequence<
 
 ExternalFunction CallMonitor::find(const std::string& name) const {
   const auto& functions = m_component.functions();
-  if (m_metering || m_traceFile) {
-    for (std::size_t i = 0; i < functions.size() && i < CallMeter::kFunctions; ++i) {
-      if (functions[i].name == name) {
-        return wrapperAt(i, std::make_index_sequence<CallMeter::kFunctions>());
-      }
+  for (std::size_t i = 0; i < functions.size() && i < CallMeter::kFunctions; ++i) {
+    if (functions[i].name == name) {
+      return wrapperAt(i, std::make_index_sequence<CallMeter::kFunctions>());
     }
   }
   return m_component.find(name);
 }
 
+std::uint64_t CallMonitor::finishCheck() {
+  return m_check ? m_check->finish() : 0;
+}
+
 void CallMonitor::call(std::size_t index, void* parameters) {
-  const ComponentManager::Function& function = m_component.functions()[index];
-  const std::uint64_t start = now();
-  reinterpret_cast<void (*)(void*)>(function.function)(parameters);
-  const std::uint64_t nanoseconds = now() - start;
+  const std::string& function = m_component.functions()[index].name;
   CallMeter& meter = t_meter != nullptr ? *t_meter : m_meters.front();
-  meter.note(index, nanoseconds);
-  if (m_traceFile) {
-    trace(meter.task(), function.name, nanoseconds, parameters);
+  const CallScope scope(meter.task(), function);
+  if (m_check) {
+    m_check->before(function, parameters);
+  }
+  measure(meter, index, parameters);
+  if (m_check) {
+    m_check->after(meter.task(), function, parameters);
   }
 }
 
-void CallMonitor::trace(const std::string& task, const std::string& function, std::uint64_t nanoseconds,
-                        const void* parameters) {
-  timespec time{};
-  clock_gettime(CLOCK_REALTIME, &time);
-  tm parts{};
-  char seconds[32];
-  std::strftime(seconds, sizeof seconds, "%FT%T", gmtime_r(&time.tv_sec, &parts));
-  // One write, so that the lines of several tasks do not mix; flushed, so that the last call before a crash
-  // can be read.
-  std::fprintf(m_traceFile.get(), "%s.%06ldZ %s: %s %s in %" PRIu64 " us\n", seconds, time.tv_nsec / 1000,
-               task.c_str(), function.c_str(), parameterText(function, parameters).c_str(),
-               nanoseconds / 1000);
-  std::fflush(m_traceFile.get());
+void CallMonitor::measure(CallMeter& meter, std::size_t index, void* parameters) {
+  const ComponentManager::Function& row = m_component.functions()[index];
+  const auto function = reinterpret_cast<void (*)(void*)>(row.function);
+  if (!m_metering && !m_trace) {
+    function(parameters);
+    return;
+  }
+  const std::uint64_t start = now();
+  function(parameters);
+  const std::uint64_t nanoseconds = now() - start;
+  meter.note(index, nanoseconds);
+  if (m_trace) {
+    m_trace->write(meter.task() + ": " + row.name + ' ' + parameterText(row.name, parameters) + " in " +
+                   std::to_string(nanoseconds / 1000) + " us");
+  }
 }

@@ -3,13 +3,13 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
-#include <cstdio>
 #include <list>
-#include <memory>
+#include <optional>
 #include <string>
-#include <vector>
 
+#include "CallCheck.h"
 #include "ComponentManager.h"
+#include "LineFile.h"
 
 /** Number and times of the calls of one task, by function. Any thread may write it. */
 class CallMeter {
@@ -43,30 +43,39 @@ class CallMeter {
 };
 
 /**
- * Gives the programs the external functions, or, if metering or tracing is on, wrappers that count, time and
- * trace each call of the first CallMeter::kFunctions functions. A wrapper does not change what a call does.
+ * Gives the programs wrappers of the external functions, which name the call to the log and, if wanted,
+ * check, count, time and trace it. A wrapper does not change what a call does. Only the first
+ * CallMeter::kFunctions functions have one.
  *
  * Only one object may exist at a time, since an external function carries no context; it outlives the
  * programs.
  */
 class CallMonitor {
  public:
+  struct Options {
+    bool metering = false;  ///< count and time calls
+    bool checking = false;  ///< report misuse; see CallCheck
+    std::string traceFile;  ///< gets a line for each call and each line of the log; empty for no trace
+  };
+
   /**
    * @param component must outlive this object
-   * @param metering whether calls are counted and timed
-   * @param traceFile gets one line for each call; empty for no trace. Throws std::runtime_error when the file
-   * cannot be opened. [init]
+   * @param options throws std::runtime_error when the trace file cannot be opened. [init]
    */
-  CallMonitor(const ComponentManager& component, bool metering, const std::string& traceFile);
+  CallMonitor(const ComponentManager& component, const Options& options);
   ~CallMonitor();
   CallMonitor(const CallMonitor&) = delete;
   CallMonitor& operator=(const CallMonitor&) = delete;
 
-  /** The external function of that name or its wrapper, null if none is registered. [any-thread] */
+  /** The wrapper of the external function of that name, null if none is registered. [any-thread] */
   ExternalFunction find(const std::string& name) const;
 
   /** Adds a meter for a task; it is valid as long as the monitor. [init] */
   CallMeter& addTask(const std::string& name, std::uint32_t periodMilliseconds);
+
+  /** Report the handles that are open now; the programs have ended. @return the misuses found in this run, 0
+   * without checking. [init] */
+  std::uint64_t finishCheck();
 
   /** The meters, the first one for calls outside all tasks. [init] */
   const std::list<CallMeter>& meters() const { return m_meters; }
@@ -74,20 +83,18 @@ class CallMonitor {
   const ComponentManager& component() const { return m_component; }
 
  private:
-  struct FileCloser {
-    void operator()(FILE* file) const { std::fclose(file); }
-  };
   template <std::size_t index>
   static void wrapper(void* parameters);
   template <std::size_t... index>
   static ExternalFunction wrapperAt(std::size_t wanted, std::index_sequence<index...>);
 
   void call(std::size_t index, void* parameters);
-  void trace(const std::string& task, const std::string& function, std::uint64_t nanoseconds,
-             const void* parameters);
+  /** Call, count, time and trace. */
+  void measure(CallMeter& meter, std::size_t index, void* parameters);
 
   const ComponentManager& m_component;
   bool m_metering;
-  std::unique_ptr<FILE, FileCloser> m_traceFile;
+  std::optional<CallCheck> m_check;
+  std::optional<LineFile> m_trace;
   std::list<CallMeter> m_meters;
 };

@@ -26,6 +26,10 @@ void check(const char* step, RTS_RESULT result) {
 }  // namespace
 
 ComponentManager::ComponentManager(const std::string& path) : m_library(path) {
+  if (!m_library.exports("ComponentEntry")) {
+    throw std::runtime_error(path +
+                             " is neither a component nor a PLC program: it exports no ComponentEntry");
+  }
   const auto enter = m_library.function<int (*)(ComponentInitRecord*)>("ComponentEntry");
   m_record.pfRegisterApi = registerApi;
   std::fill(std::begin(m_record.pfServices), std::end(m_record.pfServices), unusedService);

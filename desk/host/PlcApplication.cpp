@@ -1,9 +1,16 @@
 #include "PlcApplication.h"
 
 #include <stdexcept>
+#include <string>
+
+#include "HostLog.h"
 
 PlcApplication::PlcApplication(const std::string& path, CallMonitor& monitor, EndRequest& end)
-    : m_monitor(monitor), m_end(end), m_runtime{this, findFunction, finish}, m_library(path) {
+    : m_path(path), m_monitor(monitor), m_end(end), m_runtime{this, findFunction, finish}, m_library(path) {
+  if (!m_library.exports("PlcProgramMain") && m_library.exports("ComponentEntry")) {
+    throw std::runtime_error(path +
+                             " is a component, not a PLC program; name the component before the programs");
+  }
   const auto entry = m_library.function<PlcProgramMainFunction>("PlcProgramMain");
   if (const int refused = entry(&m_runtime, &m_program)) {
     throw std::runtime_error(path + " refuses to start: " + std::to_string(refused));
@@ -48,7 +55,13 @@ void PlcApplication::stop() {
 }
 
 ExternalFunction PlcApplication::findFunction(void* context, const char* name) {
-  return static_cast<PlcApplication*>(context)->m_monitor.find(name);
+  const auto* application = static_cast<PlcApplication*>(context);
+  const ExternalFunction found = application->m_monitor.find(name);
+  if (found == nullptr) {
+    HostLog::write("warning",
+                   application->m_path + " asks for " + name + ", which the component does not register");
+  }
+  return found;
 }
 
 void PlcApplication::finish(void* context, int status) {

@@ -36,6 +36,7 @@ class PlcApplication {
   static ExternalFunction findFunction(void* context, const char* name);
   static void finish(void* context, int status);
 
+  std::string m_path;
   CallMonitor& m_monitor;
   EndRequest& m_end;
   PlcRuntime m_runtime;

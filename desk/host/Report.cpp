@@ -37,9 +37,9 @@ void Report::printCounters(const std::string& record) {
           ? 0
           : std::sscanf(record.c_str() + start,
                         "Books: accepted %" SCNu64 ", delivered %" SCNu64 ", pending %" SCNu64
-                        ", superseded %" SCNu64 ", dropped %" SCNu64 " (unsendable %" SCNu64
-                        ", rejected %" SCNu64 ", unanswered %" SCNu64 ", unload %" SCNu64
-                        "), refused %" SCNu64 " (queue full %" SCNu64 ", out of memory %" SCNu64,
+                        ", superseded %" SCNu64 ", dropped %" SCNu64 " (rejected %" SCNu64
+                        ", ends service %" SCNu64 ", unload %" SCNu64 "), refused %" SCNu64
+                        " (queue full %" SCNu64 ", out of memory %" SCNu64 ", unsendable %" SCNu64,
                         &n[0], &n[1], &n[2], &n[3], &n[4], &n[5], &n[6], &n[7], &n[8], &n[9], &n[10], &n[11]);
   if (static_cast<std::size_t>(read) != n.size()) {
     std::puts("\nBOOKS     no record in the log: nothing was handed over");
@@ -48,11 +48,11 @@ void Report::printCounters(const std::string& record) {
   std::printf("\n%-8s  %9s  %9s  %9s  %10s  %9s  %9s\n", "BOOKS", "ACCEPTED", "DELIVERED", "PENDING",
               "SUPERSEDED", "DROPPED", "REFUSED");
   std::printf("%-8s  %9" PRIu64 "  %9" PRIu64 "  %9" PRIu64 "  %10" PRIu64 "  %9" PRIu64 "  %9" PRIu64 "\n",
-              "messages", n[0], n[1], n[2], n[3], n[4], n[9]);
-  std::printf("dropped   unsendable %" PRIu64 ", rejected %" PRIu64 ", unanswered %" PRIu64
-              ", unload %" PRIu64 "\n",
-              n[5], n[6], n[7], n[8]);
-  std::printf("refused   queue full %" PRIu64 ", out of memory %" PRIu64 "\n", n[10], n[11]);
+              "messages", n[0], n[1], n[2], n[3], n[4], n[8]);
+  std::printf("dropped   rejected %" PRIu64 ", ends service %" PRIu64 ", unload %" PRIu64 "\n", n[5], n[6],
+              n[7]);
+  std::printf("refused   queue full %" PRIu64 ", out of memory %" PRIu64 ", unsendable %" PRIu64 "\n", n[9],
+              n[10], n[11]);
   if (n[0] != n[1] + n[2] + n[3] + n[4]) {
     std::puts("These books do not balance.");
   }

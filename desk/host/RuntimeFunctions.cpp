@@ -4,51 +4,18 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <ctime>
 #include <map>
-#include <memory>
-#include <mutex>
-#include <stdexcept>
 
 #include "CodesysRuntime.h"
+#include "HostLog.h"
 
 namespace {
 
 constexpr RTS_RESULT kOk = 0;
 constexpr RTS_RESULT kFailed = 1;
+constexpr int32_t kWarning = 2;  // log class
 
-struct FileCloser {
-  void operator()(FILE* file) const { std::fclose(file); }
-};
-
-/** The log file, null for standard error. Set before the component is loaded. */
-std::unique_ptr<FILE, FileCloser>& logFile() {
-  static std::unique_ptr<FILE, FileCloser> file;
-  return file;
-}
-
-/** The mark of keepRecord(), and the last record that contained it. */
-struct Kept {
-  std::mutex mutex;
-  std::string mark;
-  std::string record;
-};
-
-Kept& kept() {
-  static Kept kept;
-  return kept;
-}
-
-void keep(const char* text) {
-  Kept& wanted = kept();
-  const std::lock_guard<std::mutex> lock(wanted.mutex);
-  if (!wanted.mark.empty() && std::strstr(text, wanted.mark.c_str()) != nullptr) {
-    wanted.record = text;
-  }
-}
-
-/** One record is one line, written by one call, so that records of several threads do not mix. Texts are cut
- * at 2047 bytes. */
+/** A text is cut at 2047 bytes. */
 __attribute__((format(printf, 6, 7))) RTS_RESULT logAdd(void*, uint32_t componentId, int32_t logClass,
                                                         int32_t errorId, int32_t infoId, const char* format,
                                                         ...) {
@@ -60,23 +27,11 @@ __attribute__((format(printf, 6, 7))) RTS_RESULT logAdd(void*, uint32_t componen
   if (length < 0) {
     return kFailed;
   }
-  // A text with line feeds must not look like two records.
-  std::replace_if(
-      std::begin(text), std::begin(text) + std::strlen(text),
-      [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; }, ' ');
-  keep(text);
-
-  timespec now{};
-  clock_gettime(CLOCK_REALTIME, &now);
-  tm parts{};
-  gmtime_r(&now.tv_sec, &parts);
-  char time[32];
-  std::strftime(time, sizeof time, "%FT%T", &parts);
-  FILE* out = logFile() ? logFile().get() : stderr;
-  const int written = std::fprintf(out, "%s.%03ldZ component %08x class %d error %d info %d: %s\n", time,
-                                   now.tv_nsec / 1000000, componentId, logClass, errorId, infoId, text);
-  std::fflush(out);
-  return written < 0 ? kFailed : kOk;
+  char origin[64];
+  std::snprintf(origin, sizeof origin, "component %08x class %d error %d info %d: ", componentId, logClass,
+                errorId, infoId);
+  const std::string level = logClass == kWarning ? "warning" : "class " + std::to_string(logClass);
+  return HostLog::write(level, std::string(origin) + text) ? kOk : kFailed;
 }
 
 void* copyMemory(void* target, const void* source, size_t size) {
@@ -144,21 +99,4 @@ void* RuntimeFunctions::find(const std::string& name) {
   };
   const auto found = functions.find(name);
   return found == functions.end() ? nullptr : found->second;
-}
-
-void RuntimeFunctions::logToFile(const std::string& path) {
-  logFile().reset(std::fopen(path.c_str(), "ae"));
-  if (!logFile()) {
-    throw std::runtime_error("cannot open the log file " + path);
-  }
-}
-
-void RuntimeFunctions::keepRecord(const std::string& mark) {
-  const std::lock_guard<std::mutex> lock(kept().mutex);
-  kept().mark = mark;
-}
-
-std::string RuntimeFunctions::keptRecord() {
-  const std::lock_guard<std::mutex> lock(kept().mutex);
-  return kept().record;
 }

@@ -17,6 +17,10 @@ void SharedLibrary::Closer::operator()(void* handle) const {
   dlclose(handle);
 }
 
+bool SharedLibrary::exports(const char* name) const {
+  return dlsym(m_handle.get(), name) != nullptr;
+}
+
 void* SharedLibrary::symbol(const char* name) const {
   void* found = dlsym(m_handle.get(), name);
   if (found == nullptr) {

@@ -9,6 +9,9 @@ class SharedLibrary {
   /** Load with RTLD_NOW and RTLD_LOCAL. Throws std::runtime_error with the loader's message. [init] */
   explicit SharedLibrary(const std::string& path);
 
+  /** Whether it exports that name. [any-thread] */
+  bool exports(const char* name) const;
+
   /** The exported function of that name. Throws std::runtime_error if it is missing. [any-thread] */
   template <typename Function>
   Function function(const char* name) const {

@@ -1,5 +1,7 @@
 #include "CodesysStringCopy.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <limits>
 
@@ -24,14 +26,14 @@ int boundedLength(const unsigned short* text, int length) {
   return count;
 }
 
-/** @return the code point at `index`, U+FFFD for a lone surrogate. Moves `index` to the next one. */
-char32_t nextCodePoint(const QString& text, int& index) {
-  const QChar unit = text.at(index++);
-  if (!unit.isSurrogate()) {
-    return unit.unicode();
+/** @return the code point at `unit`, U+FFFD for a lone surrogate. Moves `unit` to the next one. */
+char32_t nextCodePoint(const QChar*& unit, const QChar* end) {
+  const QChar first = *unit++;
+  if (!first.isSurrogate()) {
+    return first.unicode();
   }
-  if (unit.isHighSurrogate() && index < text.size() && text.at(index).isLowSurrogate()) {
-    return QChar::surrogateToUcs4(unit, text.at(index++));
+  if (first.isHighSurrogate() && unit != end && unit->isLowSurrogate()) {
+    return QChar::surrogateToUcs4(first, *unit++);
   }
   return kReplacementCharacter;
 }
@@ -69,22 +71,12 @@ int encode(char32_t codePoint, unsigned short* target, int space) {
   return 2;
 }
 
-/** Whether a code unit of the source is copied as it is: no conversion, no terminator. */
+/** Whether a unit is copied as it is, whatever follows it: no conversion, no terminator. */
 constexpr bool isPlain(ushort unit, const char* /*target*/) {
   return unit != 0 && unit < 0x80;
 }
 constexpr bool isPlain(ushort unit, const unsigned short* /*target*/) {
-  return unit != 0 && !QChar::isSurrogate(unit);
-}
-
-/** Copy the plain units at the start of `source`, at most `size`. @return their number */
-template <typename Character>
-int copyPlain(const QChar* source, int size, Character* target) {
-  int count = 0;
-  for (; count < size && isPlain(source[count].unicode(), target); ++count) {
-    target[count] = static_cast<Character>(source[count].unicode());
-  }
-  return count;
+  return unit != 0 && unit < 0xD800;  // the first surrogate
 }
 
 template <typename Character>
@@ -92,24 +84,24 @@ bool writeText(const QString& source, Character* target, int capacity) {
   if (target == nullptr || capacity <= 0) {
     return false;
   }
-  const int space = capacity - 1;  // without the terminator
-  int index = 0;
-  int written = 0;
+  const QChar* unit = source.constData();
+  const QChar* const end = unit + source.size();
+  const Character* const last = target + capacity - 1;  // for the terminator
   bool fits = true;
-  while (fits && index < source.size()) {
-    const int size = qMin(source.size() - index, space - written);
-    const int plain = copyPlain(source.constData() + index, size, target + written);
-    index += plain;
-    written += plain;
-    if (index < source.size()) {
-      const char32_t codePoint = nextCodePoint(source, index);
+  while (fits && unit != end) {
+    const QChar* const stop = unit + std::min<std::ptrdiff_t>(end - unit, last - target);
+    for (; unit != stop && isPlain(unit->unicode(), target); ++unit, ++target) {
+      *target = static_cast<Character>(unit->unicode());
+    }
+    if (unit != end) {
+      const char32_t codePoint = nextCodePoint(unit, end);
       // IEC code would read U+0000 as the terminator, so the text ends there and the rest counts as cut.
-      const int units = codePoint == 0 ? 0 : encode(codePoint, target + written, space - written);
-      fits = units > 0;
-      written += units;
+      const int size = codePoint == 0 ? 0 : encode(codePoint, target, static_cast<int>(last - target));
+      fits = size > 0;
+      target += size;
     }
   }
-  target[written] = 0;
+  *target = 0;
   return fits;
 }
 
@@ -140,10 +132,12 @@ void copyWStringDataToQString(const unsigned short* source, int length, QString&
   }
   // This constructor copies a byte order mark; fromUtf16() would interpret it.
   target = QString(reinterpret_cast<const QChar*>(source), boundedLength(source, length));
-  for (int index = 0; index < target.size();) {
-    const int start = index;
-    if (nextCodePoint(target, index) == kReplacementCharacter) {
-      target[start] = QChar(QChar::ReplacementCharacter);
+  QChar* const begin = target.data();
+  const QChar* const end = begin + target.size();
+  for (const QChar* unit = begin; unit != end;) {
+    QChar& first = begin[unit - begin];
+    if (nextCodePoint(unit, end) == kReplacementCharacter) {
+      first = QChar(QChar::ReplacementCharacter);
     }
   }
 }
