@@ -7,8 +7,8 @@
 
 using namespace Tavroline;
 
-/** Present in a connector that was constructed for the device's bus, unless memory allocation failed. Holds
- * the flags as the connector passed them on last. */
+/** Exists in a connector that was constructed for the device's bus, unless memory allocation failed. Holds
+ * the flags that the connector last reported. */
 class AlarmlistHandlerDBusConnectorRead::Private {
  public:
   bool flagChanged(ListState::Flag flag, bool& value) {
@@ -38,11 +38,11 @@ AlarmlistHandlerDBusConnectorRead::~AlarmlistHandlerDBusConnectorRead() = defaul
 
 DBusPendingReply::SharedPointer AlarmlistHandlerDBusConnectorRead::getCompleteAlarmlist(
     const QString& language) {
-  return m_private ? Hub::instance().request(Request::Kind::AlarmList, language) : nullptr;
+  return m_private ? Hub::instance().request(RequestKind::AlarmList, language) : nullptr;
 }
 
 DBusPendingReply::SharedPointer AlarmlistHandlerDBusConnectorRead::getAlarmState(const QString& alarmId) {
-  return m_private ? Hub::instance().request(Request::Kind::AlarmState, alarmId) : nullptr;
+  return m_private ? Hub::instance().request(RequestKind::AlarmState, alarmId) : nullptr;
 }
 
 bool AlarmlistHandlerDBusConnectorRead::changedFlagAlarmlist() {

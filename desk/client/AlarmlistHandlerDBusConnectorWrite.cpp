@@ -6,16 +6,11 @@ using namespace Tavroline;
 
 bool AlarmlistHandlerDBusConnectorWrite::acknowledgeVisualAlarm(const QStringList& alarmIds,
                                                                 const QString& user) {
-  Message message;
-  message.kind = Message::Kind::AcknowledgeAlarms;
-  message.texts = alarmIds;
-  message.user = user;
-  return m_deviceBus && Hub::instance().submit(std::move(message));
+  return m_deviceBus &&
+         Hub::instance().submit([&](MessageWriter& message) { message.acknowledgeAlarms(user, alarmIds); });
 }
 
 bool AlarmlistHandlerDBusConnectorWrite::acknowledgeCentralDetector(const QString& user) {
-  Message message;
-  message.kind = Message::Kind::AcknowledgeDetector;
-  message.user = user;
-  return m_deviceBus && Hub::instance().submit(std::move(message));
+  return m_deviceBus &&
+         Hub::instance().submit([&](MessageWriter& message) { message.acknowledgeDetector(user); });
 }

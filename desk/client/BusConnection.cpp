@@ -1,7 +1,9 @@
 #include "BusConnection.h"
 
 #include <poll.h>
+#include <sys/eventfd.h>
 
+#include <QString>
 #include <array>
 #include <system_error>
 #include <utility>
@@ -13,14 +15,25 @@ namespace {
 constexpr int kMessagesPerTurn = 256;
 // Callers of call() check the deadlines of replies themselves.
 constexpr std::uint64_t kNoTimeout = UINT64_MAX;
+constexpr int kMaximumErrorText = 200;
+}  // namespace
 
-void check(int result) {
+void checkBus(int result) {
   if (result < 0) {
     throw std::system_error(-result, std::generic_category(), "nothing more can be sent");
   }
 }
 
-}  // namespace
+bool isError(sd_bus_message* reply, const char* name) {
+  return sd_bus_message_is_method_error(reply, name) > 0;
+}
+
+QByteArray errorText(sd_bus_message* reply) {
+  const sd_bus_error* error = sd_bus_message_get_error(reply);
+  const QString text =
+      QString::fromUtf8(error->name) + QLatin1String(": ") + QString::fromUtf8(error->message);
+  return text.simplified().left(kMaximumErrorText).toUtf8();
+}
 
 int BusConnection::open() {
   const int result = sd_bus_open_system(&m_bus);
@@ -35,39 +48,59 @@ void BusConnection::close() {
   m_thrown = nullptr;
 }
 
+bool BusConnection::hasUnwritten() const {
+  std::uint64_t messages = 0;
+  return isReady() && sd_bus_get_n_queued_write(m_bus, &messages) >= 0 && messages > 0;
+}
+
 int BusConnection::process() {
   int result = 1;
-  for (int handled = 0; result > 0 && handled < kMessagesPerTurn; ++handled) {
+  int handled = 0;
+  while (result > 0 && handled < kMessagesPerTurn) {
     result = sd_bus_process(m_bus, nullptr);
     if (m_thrown != nullptr) {
       std::rethrow_exception(std::exchange(m_thrown, nullptr));
     }
+    handled += result > 0 ? 1 : 0;
   }
-  return result < 0 ? result : 0;
+  return result < 0 ? result : handled;
 }
 
-void BusConnection::wait(int wakeFd, std::chrono::milliseconds time) const {
-  const int busFd = m_bus == nullptr ? -1 : sd_bus_get_fd(m_bus);
+bool BusConnection::wait(int wakeFd, bool bus, std::chrono::milliseconds time) const {
+  const int busFd = m_bus == nullptr || !bus ? -1 : sd_bus_get_fd(m_bus);
   const int events = busFd < 0 ? 0 : sd_bus_get_events(m_bus);
   // poll() ignores negative descriptors
   std::array<pollfd, 2> descriptors{
       {{wakeFd, POLLIN, 0}, {busFd, static_cast<short>(events < 0 ? 0 : events), 0}}};
-  poll(descriptors.data(), descriptors.size(), static_cast<int>(time.count()));
+  const int reported = poll(descriptors.data(), descriptors.size(), static_cast<int>(time.count()));
+  if (reported > 0 && (descriptors[0].revents & POLLIN) != 0) {
+    eventfd_t count = 0;
+    eventfd_read(wakeFd, &count);
+  }
+  return reported > 0;
 }
 
-std::unique_ptr<BusSlot> BusConnection::call(sd_bus_message* message, BusSlot::Handler handler) {
+BusCall BusConnection::begin(const char* destination, const BusMethod& method) const {
+  sd_bus_message* message = nullptr;
+  checkBus(sd_bus_message_new_method_call(m_bus, &message, destination, method.path, method.interface,
+                                          method.name));
+  return BusCall(message);
+}
+
+std::unique_ptr<BusSlot> BusConnection::call(const BusCall& message, BusSlot::Handler handler) {
   auto slot = std::make_unique<BusSlot>(*this, std::move(handler));
-  check(sd_bus_call_async(m_bus, &slot->m_slot, message, dispatch, slot.get(), kNoTimeout));
+  checkBus(sd_bus_call_async(m_bus, &slot->m_slot, message.get(), dispatch, slot.get(), kNoTimeout));
   return slot;
 }
 
-void BusConnection::send(sd_bus_message* message) {
-  check(sd_bus_send(m_bus, message, nullptr));
+void BusConnection::send(const BusCall& message) {
+  checkBus(sd_bus_message_set_expect_reply(message.get(), 0));
+  checkBus(sd_bus_send(m_bus, message.get(), nullptr));
 }
 
 std::unique_ptr<BusSlot> BusConnection::match(const char* rule, BusSlot::Handler handler) {
   auto slot = std::make_unique<BusSlot>(*this, std::move(handler));
-  check(sd_bus_add_match_async(m_bus, &slot->m_slot, rule, dispatch, nullptr, slot.get()));
+  checkBus(sd_bus_add_match_async(m_bus, &slot->m_slot, rule, dispatch, nullptr, slot.get()));
   return slot;
 }
 

@@ -10,110 +10,159 @@ namespace Tavroline {
 
 namespace {
 
-// The longest wait between two turns. Callers never wake this thread, so a new message may wait this long
-// until the thread notices it.
-constexpr std::chrono::milliseconds kTick{5};
+// Bounds of the wait between two turns, which doubles while turns have nothing to do. A request ends the
+// wait. A message does not, so it may stay unnoticed for the longest wait.
+constexpr std::chrono::milliseconds kShortestWait{5};
+constexpr std::chrono::milliseconds kLongestWait{100};
 constexpr std::chrono::milliseconds kFirstPause{100};
 constexpr std::chrono::milliseconds kLongestPause{2000};
-constexpr std::chrono::seconds kReportPause{1};
+constexpr std::chrono::seconds kReportPause{1};  // least interval of counter reports to the service
+constexpr std::chrono::minutes kLogPause{10};    // interval of counter records in the log
+constexpr std::chrono::seconds kLongWait{10};    // messages that wait this long cause a record too
 constexpr std::chrono::milliseconds kDrainTime{500};
-// The last part of kDrainTime. Of the messages that are unsent then, only edges that turn an alarm off are
-// sent.
+// The last part of kDrainTime, see BusLoop::run().
 constexpr std::chrono::milliseconds kOffEdgesTime{150};
 
-QString errnoText(int result) {
-  return QString::fromStdString(std::generic_category().message(-result));
+QByteArray errnoText(int result) {
+  return QByteArray::fromStdString(std::generic_category().message(-result));
 }
 
 }  // namespace
 
-BusLoop::BusLoop(Outbox& outbox, ListState& state, int wakeFd)
-    : m_outbox(outbox),
+bool logGaps(MessageQueue& queue, bool all) {
+  bool any = false;
+  const Losses::Gaps gaps = queue.takeGaps(Clock::now(), all);
+  for (std::size_t cause = 0; cause < gaps.size(); ++cause) {
+    if (gaps[cause].count > 0) {
+      clientLog(CLIENT_LOG_ORIGIN("BusLoop"), gaps[cause].text(static_cast<Loss>(cause)));
+      any = true;
+    }
+  }
+  return any;
+}
+
+BusLoop::BusLoop(MessageQueue& queue, Requests& requests, ListState& state, int wakeFd)
+    : m_queue(queue),
+      m_requests(requests),
       m_wakeFd(wakeFd),
       m_watch(m_connection, state),
-      m_courier(m_connection, outbox),
-      m_pause(kFirstPause) {}
+      m_sender(m_connection, queue),
+      m_pause(kFirstPause),
+      m_nextLog(Clock::now() + kLogPause),
+      m_waitingSince(Clock::now()) {}
 
 void BusLoop::run(const std::atomic<bool>& stop) noexcept {
   while (!stop.load(std::memory_order_acquire)) {
     guarded([this] { turn(); });
-    m_connection.wait(m_wakeFd, kTick);
+    wait();
   }
-  guarded([this] { drain(); });
-  guarded([this] { m_courier.interrupt(QStringLiteral("the library is being unloaded")); });
-  m_outbox.dropUnsent(false);
-  guarded([this] { reportGaps(true); });
-  guarded([this] { reportBooks(true); });
+  m_requests.failSent("the library is being unloaded");
+  m_requests.failUnsent("the library is being unloaded");
+  drain();
+  m_queue.dropAll();
+  guarded([this] {
+    logGaps(m_queue, true);
+    const MessageCounters counters = m_queue.counters();
+    m_logged = {};
+    m_nextReport = {};
+    logCounters(counters, Clock::now());
+    reportCounters(counters, Clock::now());
+  });
+  breakOff({});
 }
 
-// Catches every exception of a step and closes the connection, so that nothing of a half-done step is used.
+// Runs a step. If the step throws, closes the connection, so that no call of a half-done step is used, and
+// returns false.
 template <typename Step>
-void BusLoop::guarded(Step step) noexcept {
+bool BusLoop::guarded(Step step) noexcept {
   try {
     step();
+    return true;
   } catch (const std::exception& error) {
-    breakOff(QStringLiteral("the connection was reset after an error"));
+    breakOff(QByteArrayLiteral("the connection was reset after an error"));
     clientLog(CLIENT_LOG_ORIGIN("BusLoop"), QLatin1String(error.what()));
   } catch (...) {
-    breakOff(QStringLiteral("the connection was reset after an error"));
+    breakOff(QByteArrayLiteral("the connection was reset after an error"));
   }
+  return false;
+}
+
+// If a descriptor ended the last wait but the turn had nothing to do, this wait ignores both descriptors.
+// Otherwise a descriptor that stays ready would make the loop spin.
+void BusLoop::wait() {
+  m_wait = m_busy ? kShortestWait : std::clamp(m_wait * 2, kShortestWait, kLongestWait);
+  const bool listens = m_busy || !m_woken;
+  m_woken = m_connection.wait(listens ? m_wakeFd : -1, listens, m_wait);
 }
 
 void BusLoop::turn() {
   const auto now = Clock::now();
+  m_busy = false;
   if (!m_connection.isOpen() && m_nextAttempt <= now) {
     connect(now);
   }
   if (m_connection.isOpen()) {
     const int result = m_connection.process();
+    m_busy = result > 0 || (m_busy && result == 0);
     if (result < 0) {
-      breakOff(QStringLiteral("the connection to the bus broke: ") + errnoText(result));
+      breakOff("the connection to the bus broke: " + errnoText(result));
     }
   }
   if (m_connection.isReady() && !m_watch.isStarted()) {
     m_watch.start();
-    m_pause = kFirstPause;
   }
+  m_watch.activateService(now, m_queue.hasPending() || m_requests.hasUnsent());
   followOwner();
-  const bool statesAnswered = m_watch.keep(now);
-  if (!m_courier.expire(now) || !statesAnswered) {
-    breakOff(QStringLiteral("the list service leaves calls unanswered"));
+  const bool repliesArrive = m_requests.expire(now);
+  if (!m_watch.repeatDueQueries(now) || !m_sender.isAnswered(now) || !repliesArrive) {
+    breakOff(QByteArrayLiteral("the list service leaves calls unanswered"));
   }
-  if (!m_courier.owner().isEmpty()) {
-    m_courier.send(now);
-  } else if (!m_connection.isOpen()) {
-    m_courier.refuse(m_cause);
-  } else if (m_watch.isAbsent()) {
-    m_courier.refuse(QStringLiteral("the list service is not running"));
-  }
-  reportGaps(false);
-  reportBooks(false);
+  exchange(now);
+  watchCounters(now);
 }
 
 void BusLoop::connect(Clock::time_point now) {
   m_nextAttempt = now + m_pause;
   const int result = m_connection.open();
+  m_busy = result >= 0;
   if (result < 0) {
-    breakOff(QStringLiteral("the bus cannot be reached: ") + errnoText(result));
+    breakOff("the bus cannot be reached: " + errnoText(result));
   }
 }
 
 void BusLoop::followOwner() {
-  if (m_watch.owner() == m_courier.owner()) {
+  if (m_watch.isAbsent() || !m_watch.owner().isEmpty()) {
+    m_pause = kFirstPause;  // the bus answers
+  }
+  if (m_watch.owner() == m_sender.owner()) {
     return;
   }
-  m_courier.interrupt(QStringLiteral("the list service has gone"));
-  if (m_watch.owner().isEmpty()) {
-    return;
-  }
-  m_courier.begin(m_watch.owner());
-  if (m_nextReport != Clock::time_point()) {
-    m_courier.tell(m_watch.owner(), m_reported);
+  m_sender.detach(true);
+  m_requests.failSent("the list service has gone");
+  if (!m_watch.owner().isEmpty()) {
+    m_sender.attach(m_watch.owner());
+    m_reported = {};
+    m_nextReport = {};
   }
 }
 
-void BusLoop::breakOff(const QString& cause) {
-  m_courier.interrupt(cause);
+void BusLoop::exchange(Clock::time_point now) {
+  if (!m_sender.owner().isEmpty()) {
+    m_sender.send(now);
+    const bool sent = m_requests.send(m_connection, m_sender.owner(), m_queue, m_sender.storageFails());
+    const quint64 handedOver = m_queue.handedOver();
+    m_busy = m_busy || sent || handedOver != m_handedOver;
+    m_handedOver = handedOver;
+  } else if (!m_connection.isOpen()) {
+    m_requests.failUnsent(m_cause.constData());
+  } else if (m_watch.isAbsent()) {
+    m_requests.failUnsent("the list service is not running");
+  }
+}
+
+void BusLoop::breakOff(const QByteArray& cause) noexcept {
+  m_sender.detach(false);
+  m_requests.failSent(cause.constData());
   m_watch.stop();
   m_connection.close();
   m_nextAttempt = Clock::now() + m_pause;
@@ -121,53 +170,63 @@ void BusLoop::breakOff(const QString& cause) {
   m_cause = cause;
 }
 
-void BusLoop::drain() {
-  if (m_outbox.books().pending == 0) {
-    return;
-  }
+void BusLoop::drain() noexcept {
   const auto end = Clock::now() + kDrainTime;
-  bool offEdgesOnly = false;
-  turn();  // may be the first one: the library can be unloaded right after its first use
-  // Messages may be delivered while the service's name has an owner or, on an open connection, as long as it
-  // is not known whether it has one.
-  const auto mayArrive = [this] {
-    return !m_courier.owner().isEmpty() || (m_connection.isOpen() && !m_watch.isAbsent());
-  };
-  while (mayArrive() && m_outbox.books().pending > 0) {
-    const auto left = end - Clock::now();
-    if (left <= Clock::duration::zero()) {
-      return;
+  bool last = false;
+  bool pending = m_queue.hasPending() || m_connection.hasUnwritten();
+  while (pending && Clock::now() < end) {
+    const bool complete = guarded([&] {
+      if (!last) {
+        last = end - Clock::now() < kOffEdgesTime;
+        m_sender.flush(last);
+      }
+      turn();  // may be the first turn: the library can be unloaded right after its first use
+      // Messages can be delivered if there is an owner, or if the connection is open and may still find one.
+      const bool mayArrive = !m_sender.owner().isEmpty() || (m_connection.isOpen() && !m_watch.isAbsent());
+      pending = mayArrive && (m_queue.hasPending() || m_connection.hasUnwritten());
+    });
+    if (!complete) {
+      m_nextAttempt = {};  // there is no time for a pause
     }
-    if (!offEdgesOnly && left < kOffEdgesTime) {
-      m_outbox.dropUnsent(true);
-      offEdgesOnly = true;
+    if (pending) {
+      m_connection.wait(-1, true, kShortestWait);
     }
-    turn();
-    m_connection.wait(-1, kTick);
   }
 }
 
-void BusLoop::reportGaps(bool all) {
-  for (const auto& [cause, gap] : m_outbox.takeGaps(Clock::now(), all)) {
-    clientLog(CLIENT_LOG_ORIGIN("BusLoop"), gap.text(cause));
+// Logs the counters, if they have changed, after a logged gap, once when messages have waited for kLongWait,
+// and otherwise every kLogPause. Also sends them to the service.
+void BusLoop::watchCounters(Clock::time_point now) {
+  const bool lost = logGaps(m_queue, false);
+  const MessageCounters counters = m_queue.counters();
+  const quint64 settled = counters.accepted - counters.pending;
+  if (counters.pending == 0 || settled != m_settled) {
+    m_settled = settled;
+    m_waitingSince = now;
+  }
+  const bool waits = now - m_waitingSince >= kLongWait;
+  if (lost || (waits && !m_waitLogged) || now >= m_nextLog) {
+    logCounters(counters, now);
+  }
+  m_waitLogged = counters.pending > 0 && (m_waitLogged || waits);
+  reportCounters(counters, now);
+}
+
+void BusLoop::logCounters(const MessageCounters& counters, Clock::time_point now) {
+  m_nextLog = now + kLogPause;
+  if (counters.values() != m_logged) {
+    m_logged = counters.values();
+    clientLog(CLIENT_LOG_ORIGIN("BusLoop"), counters.text());
   }
 }
 
-// Reports changed counters, at most once per kReportPause. The last report is written even if nothing has
-// changed, unless all counters are 0.
-void BusLoop::reportBooks(bool last) {
-  const Books books = m_outbox.books();
-  const auto now = Clock::now();
-  const Books::Figures known = last ? Books().figures() : m_reported.figures();
-  if (books.figures() == known || (!last && now < m_nextReport)) {
+void BusLoop::reportCounters(const MessageCounters& counters, Clock::time_point now) {
+  if (m_sender.owner().isEmpty() || counters.values() == m_reported || now < m_nextReport) {
     return;
   }
+  m_reported = counters.values();
   m_nextReport = now + kReportPause;
-  m_reported = books;
-  clientLog(CLIENT_LOG_ORIGIN("BusLoop"), books.text());
-  if (!m_watch.owner().isEmpty()) {
-    m_courier.tell(m_watch.owner(), books);
-  }
+  m_sender.sendCounters(counters);
 }
 
 }  // namespace Tavroline

@@ -1,56 +1,76 @@
 #pragma once
 
-#include <QString>
+#include <QByteArray>
 #include <atomic>
 
 #include "BusConnection.h"
-#include "Courier.h"
 #include "ListState.h"
-#include "Outbox.h"
+#include "MessageQueue.h"
+#include "MessageSender.h"
+#include "Requests.h"
 #include "ServiceWatch.h"
 
 namespace Tavroline {
 
+/** Write a record into the runtime log for each gap (Losses.h) that has ended; with `all`, for each gap.
+ * @return whether a record was written. [hub] */
+bool logGaps(MessageQueue& queue, bool all);
+
 /**
- * The loop of the hub's thread: keeps the connection to the bus, follows the owner of the service's name,
- * sends it messages and requests, and logs losses and counters. Constructor, destructor and all operations
- * run on one thread: the hub's thread or, if that was never started, the thread that unloads the library.
- * [hub]
+ * The loop of the hub's thread. It keeps the connection to the bus, sends messages and requests to the owner,
+ * and logs losses and counters. The owner is the bus connection that owns the service's name. Constructor,
+ * destructor and run() are called on the hub's thread. [hub]
  */
 class BusLoop {
  public:
-  /** @param wakeFd becomes readable when `stop` of run() has been set; -1 if that is set already */
-  BusLoop(Outbox& outbox, ListState& state, int wakeFd);
+  /** @param wakeFd an eventfd; Hub writes to it after each request and after it has set `stop` of run() */
+  BusLoop(MessageQueue& queue, Requests& requests, ListState& state, int wakeFd);
 
   /**
-   * Run until `stop` is set. Then send pending messages for at most half a second, and only while the service
-   * may be reachable; in the last 150 ms drop all unsent ones but the edges that turn an alarm off. Drop and
-   * log what is left.
+   * Run until `stop` is set. Then fail all requests, and send pending messages for at most half a second, as
+   * long as the service may be reachable. When 150 ms are left, drop messages as MessageQueue::keepOffEdges()
+   * describes. At the end drop and log all messages that are not confirmed.
    */
   void run(const std::atomic<bool>& stop) noexcept;
 
  private:
   template <typename Step>
-  void guarded(Step step) noexcept;
+  bool guarded(Step step) noexcept;
+  void wait();
   void turn();
-  void drain();
+  void drain() noexcept;
   void connect(Clock::time_point now);
   void followOwner();
-  void breakOff(const QString& cause);
-  void reportGaps(bool all);
-  void reportBooks(bool last);
+  void exchange(Clock::time_point now);
+  void breakOff(const QByteArray& cause) noexcept;
+  void watchCounters(Clock::time_point now);
+  void logCounters(const MessageCounters& counters, Clock::time_point now);
+  void reportCounters(const MessageCounters& counters, Clock::time_point now);
 
-  Outbox& m_outbox;
+  MessageQueue& m_queue;
+  Requests& m_requests;
   const int m_wakeFd;
-  // Declared before the two that hold its slots, so that it is destroyed after them.
+  // Declared before m_watch and m_sender, so that it is destroyed after them: they hold BusSlots of it.
   BusConnection m_connection;
   ServiceWatch m_watch;
-  Courier m_courier;
+  MessageSender m_sender;
+
   Clock::time_point m_nextAttempt;
   Clock::duration m_pause;
-  Books m_reported;
+  QByteArray m_cause;  ///< why the last connection ended or could not be opened
+
+  bool m_busy = true;    ///< the last turn had something to do
+  bool m_woken = false;  ///< a descriptor ended the last wait
+  std::chrono::milliseconds m_wait{};
+  quint64 m_handedOver = 0;  ///< last result of MessageQueue::handedOver()
+
+  MessageCounters::Values m_logged{};
+  MessageCounters::Values m_reported{};
+  Clock::time_point m_nextLog;
   Clock::time_point m_nextReport;
-  QString m_cause;  ///< why the last connection ended or could not be opened
+  quint64 m_settled = 0;  ///< number of accepted messages that are not pending
+  Clock::time_point m_waitingSince;
+  bool m_waitLogged = false;
 };
 
 }  // namespace Tavroline

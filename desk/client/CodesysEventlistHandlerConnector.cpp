@@ -9,17 +9,9 @@ bool CodesysEventlistHandlerConnector::logEvent(EventlistHandlerEnums::EventType
                                                 const QString& moduleName, const QDateTime& dateTime,
                                                 const QVariantMap& description, const QStringList& keywords,
                                                 const QString& user, const QString& alarmId) const {
-  Message message;
-  message.kind = Message::Kind::LogEntry;
-  message.eventType = type;
-  message.state = state;
-  message.iconType = iconType;
-  message.moduleName = moduleName;
-  message.dateTime = dateTime;
-  message.description = description;
-  message.texts = keywords;
-  message.user = user;
-  message.alarmId = alarmId;
-  message.objectName = m_objectName;
-  return Hub::instance().submit(std::move(message));
+  const qint64 time = dateTime.isValid() ? dateTime.toMSecsSinceEpoch() : QDateTime::currentMSecsSinceEpoch();
+  return Hub::instance().submit([&](MessageWriter& message) {
+    message.entry(alarmId, state, type, time, iconType, moduleName, user, m_objectName, keywords,
+                  description);
+  });
 }

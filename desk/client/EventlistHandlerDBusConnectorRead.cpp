@@ -8,7 +8,7 @@
 
 using namespace Tavroline;
 
-/** Present in a connector that was constructed for the device's bus, unless memory allocation failed. */
+/** Exists in a connector that was constructed for the device's bus, unless memory allocation failed. */
 class EventlistHandlerDBusConnectorRead::Private {
  public:
   Hub& hub = Hub::instance();
@@ -22,7 +22,7 @@ EventlistHandlerDBusConnectorRead::~EventlistHandlerDBusConnectorRead() = defaul
 
 DBusPendingReply::SharedPointer EventlistHandlerDBusConnectorRead::getCompleteEventlist(
     const QString& language) {
-  return m_private ? Hub::instance().request(Request::Kind::EventList, language) : nullptr;
+  return m_private ? Hub::instance().request(RequestKind::EventList, language) : nullptr;
 }
 
 DBusPendingReply::SharedPointer EventlistHandlerDBusConnectorRead::getPartOfEventlist(
@@ -35,10 +35,9 @@ DBusPendingReply::SharedPointer EventlistHandlerDBusConnectorRead::getPartOfEven
   const bool byCountAlone = criteriaA.isEmpty() && criteriaB.isEmpty() && criteriaC.isEmpty() &&
                             criteriaD.isEmpty() && earliest.isNull() && latest.isNull() && keywords.isEmpty();
   if (!byCountAlone) {
-    return DBusPendingReply::Private::failed(QStringLiteral("the list service selects by count alone"));
+    return DBusPendingReply::Private::failed("the list service selects by count alone");
   }
-  return Hub::instance().request(Request::Kind::EventList, language,
-                                 static_cast<quint32>(std::max(count, 0)));
+  return Hub::instance().request(RequestKind::EventList, language, static_cast<quint32>(std::max(count, 0)));
 }
 
 bool EventlistHandlerDBusConnectorRead::changedFlagEventlist() {

@@ -5,7 +5,5 @@
 using namespace Tavroline;
 
 bool EventlistHandlerDBusConnectorWrite::deleteEventlist() {
-  Message message;
-  message.kind = Message::Kind::DeleteEvents;
-  return m_deviceBus && Hub::instance().submit(std::move(message));
+  return m_deviceBus && Hub::instance().submit([](MessageWriter& message) { message.deleteEvents(); });
 }

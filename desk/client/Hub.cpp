@@ -1,12 +1,11 @@
 #include "Hub.h"
 
-#include <pthread.h>
+#include <sched.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <csignal>
-#include <new>
-#include <system_error>
+#include <mutex>
 
 #include "BusLoop.h"
 #include "ClientLog.h"
@@ -15,9 +14,51 @@
 namespace Tavroline {
 
 namespace {
-constexpr std::chrono::seconds kRequestDeadline{10};
+
 constexpr std::chrono::seconds kStartPause{1};
+constexpr std::size_t kStackBytes = 256U << 10U;  // with mlockall(), the whole stack is resident
 constexpr char kThreadName[] = "tavroline-hub";
+
+// Set in a forked child: it has no hub thread, and a mutex that was locked at the fork stays locked.
+std::atomic<bool> s_isForkedChild{false};
+
+bool isForkedChild() {
+  return s_isForkedChild.load(std::memory_order_relaxed);
+}
+
+bool noteForks() {
+  static bool isNoted = false;
+  isNoted = isNoted || pthread_atfork(nullptr, nullptr, [] { s_isForkedChild = true; }) == 0;
+  return isNoted;
+}
+
+// Signals that the hub's thread blocks, so that other threads handle them. Signals that report a fault of the
+// thread itself stay unblocked.
+sigset_t asynchronousSignals() {
+  sigset_t blocked;
+  sigfillset(&blocked);
+  for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGSYS}) {
+    sigdelset(&blocked, fault);
+  }
+  return blocked;
+}
+
+// The hub's thread inherits nothing from the PLC task that starts it. It may use the CPUs that the first
+// thread of the process may use.
+void setAttributes(pthread_attr_t& attributes) {
+  const sched_param normal{};
+  const sigset_t blocked = asynchronousSignals();
+  cpu_set_t processors;
+  pthread_attr_setinheritsched(&attributes, PTHREAD_EXPLICIT_SCHED);
+  pthread_attr_setschedpolicy(&attributes, SCHED_OTHER);
+  pthread_attr_setschedparam(&attributes, &normal);
+  pthread_attr_setstacksize(&attributes, kStackBytes);
+  pthread_attr_setsigmask_np(&attributes, &blocked);
+  if (sched_getaffinity(getpid(), sizeof processors, &processors) == 0) {
+    pthread_attr_setaffinity_np(&attributes, sizeof processors, &processors);
+  }
+}
+
 }  // namespace
 
 Hub& Hub::instance() noexcept {
@@ -26,48 +67,70 @@ Hub& Hub::instance() noexcept {
 }
 
 Hub::~Hub() {
-  m_stop.store(true, std::memory_order_release);
-  if (m_thread.joinable()) {
-    eventfd_write(m_wakeFd, 1);
-    m_thread.join();
-    close(m_wakeFd);
+  if (isForkedChild()) {
     return;
   }
-  // The thread was never started. If starting it failed, messages may be pending: this thread sends them.
-  BusLoop(m_outbox, m_state, -1).run(m_stop);
+  if (m_running.load(std::memory_order_acquire)) {
+    m_stop.store(true, std::memory_order_release);
+    eventfd_write(m_wakeFd, 1);
+    pthread_join(m_thread, nullptr);
+    close(m_wakeFd);
+  } else {
+    endWithoutThread();
+  }
+  m_requests.~Requests();
+  m_queue.~MessageQueue();
 }
 
-bool Hub::submit(Message&& message) noexcept {
-  message.handedOverAt = QDateTime::currentMSecsSinceEpoch();
-  const bool accepted = m_outbox.accept(std::move(message));
+void Hub::endWithoutThread() noexcept {
+  m_queue.dropAll();
+  const MessageCounters counters = m_queue.counters();
+  if (counters.values() == MessageCounters().values()) {
+    return;
+  }
+  try {
+    logGaps(m_queue, true);
+    clientLog(CLIENT_LOG_ORIGIN("Hub"), counters.text());
+  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the log is the only place to report it
+  }
+}
+
+MessageCounters Hub::counters() const noexcept {
+  return isForkedChild() ? MessageCounters() : m_queue.counters();
+}
+
+bool Hub::accept(const MessageWriter& message) noexcept {
+  if (!message.isSendable()) {
+    return refuse(Loss::Unsendable);
+  }
+  const bool accepted = !isForkedChild() && m_queue.accept(message.bytes());
   start();
   return accepted;
 }
 
-DBusPendingReply::SharedPointer Hub::request(Request::Kind kind, const QString& text,
-                                             quint32 count) noexcept {
+bool Hub::refuse(Loss cause) noexcept {
+  if (!isForkedChild()) {
+    m_queue.refuse(cause);
+    start();
+  }
+  return false;
+}
+
+DBusPendingReply::SharedPointer Hub::request(RequestKind kind, const QString& text, quint32 count) noexcept {
   if (!start()) {
-    return DBusPendingReply::Private::failed(QStringLiteral("the client could not be started"));
+    return DBusPendingReply::Private::failed("the client could not be started");
   }
-  try {
-    Request request;
-    request.kind = kind;
-    request.text = text;
-    request.count = count;
-    request.reply = QSharedPointer<DBusPendingReply::Private>::create();
-    request.deadline = Clock::now() + kRequestDeadline;
-    auto reply = DBusPendingReply::SharedPointer::create(request.reply);
-    if (!m_outbox.accept(request)) {
-      request.reply->fail(QStringLiteral("too many outstanding requests"));
-    }
-    return reply;
-  } catch (const std::bad_alloc&) {
-    return {};
-  }
+  auto reply = m_requests.accept(kind, text, count, m_queue.handedOver());
+  eventfd_write(m_wakeFd, 1);
+  return reply;
+}
+
+bool Hub::start() noexcept {
+  return !isForkedChild() && (m_running.load(std::memory_order_acquire) || tryStart());
 }
 
 bool Hub::tryStart() noexcept {
-  const std::lock_guard<std::mutex> lock(m_startMutex);
+  const std::lock_guard<PriorityMutex> lock(m_startMutex);
   const auto now = Clock::now();
   if (m_running.load(std::memory_order_relaxed)) {
     return true;
@@ -77,26 +140,39 @@ bool Hub::tryStart() noexcept {
   }
   m_nextStart = now + kStartPause;
   m_wakeFd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-  if (m_wakeFd >= 0) {
-    try {
-      m_thread = std::thread(&Hub::run, this);
-      m_running.store(true, std::memory_order_release);
-      return true;
-    } catch (const std::exception&) {
-      close(m_wakeFd);
-    }
+  if (m_wakeFd >= 0 && noteForks() && createThread()) {
+    m_running.store(true, std::memory_order_release);
+    return true;
   }
-  clientLog(CLIENT_LOG_ORIGIN("Hub"), QStringLiteral("the client's thread could not be started"));
+  if (m_wakeFd >= 0) {
+    close(m_wakeFd);
+  }
+  clientLog(CLIENT_LOG_ORIGIN("Hub"), QLatin1String("the client's thread could not be started"));
   return false;
 }
 
+bool Hub::createThread() noexcept {
+  pthread_attr_t attributes;
+  if (pthread_attr_init(&attributes) != 0) {
+    return false;
+  }
+  setAttributes(attributes);
+  const auto run = [](void* hub) -> void* {
+    static_cast<Hub*>(hub)->run();
+    return nullptr;
+  };
+  const int result = pthread_create(&m_thread, &attributes, run, this);
+  pthread_attr_destroy(&attributes);
+  return result == 0;
+}
+
 void Hub::run() noexcept {
-  // The other threads of the process handle its signals.
-  sigset_t all;
-  sigfillset(&all);
-  pthread_sigmask(SIG_BLOCK, &all, nullptr);
   pthread_setname_np(pthread_self(), kThreadName);
-  BusLoop(m_outbox, m_state, m_wakeFd).run(m_stop);
+  if (!m_queue.inheritsPriority()) {
+    clientLog(CLIENT_LOG_ORIGIN("Hub"),
+              QLatin1String("this system has no priority inheritance: a PLC task may wait for a lower one"));
+  }
+  BusLoop(m_queue, m_requests, m_state, m_wakeFd).run(m_stop);
 }
 
 }  // namespace Tavroline

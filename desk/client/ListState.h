@@ -7,9 +7,9 @@
 namespace Tavroline {
 
 /**
- * The generation of one list: a number that the service raises with every change of the list.
+ * The generation of one list: a number that the service increases with every change of the list.
  *
- * The hub's thread writes it, any thread reads it without a lock.
+ * The hub's thread writes it; any thread reads it without a lock.
  */
 class Generation {
  public:
@@ -34,7 +34,8 @@ class Generation {
   std::atomic<quint64> m_current{0};
 };
 
-/** The state of both lists as the service reported it last. Written by the hub's thread, read by any. */
+/** The state of both lists that the service reported last. The hub's thread writes it; any thread reads it.
+ */
 struct ListState {
   enum Flag { AlarmInList, ActiveAlarmInList, FaultInList, ActiveFaultInList, CentralDetector, FlagCount };
 
@@ -43,8 +44,8 @@ struct ListState {
   std::array<std::atomic<bool>, FlagCount> flags{};
 };
 
-/** The generation of a list that one connector has passed on last. Each connector has its own, so that none
- * consumes the change that another one has to pass on. */
+/** The generation of a list that one connector last reported to the component. Each connector has its own, so
+ * that each one reports every change. */
 class SeenGeneration {
  public:
   /** Starts with the current generation. [any-thread] */

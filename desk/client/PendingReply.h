@@ -1,52 +1,49 @@
 #pragma once
 
-#include <QByteArray>
-#include <QString>
-#include <atomic>
+#include <memory>
+#include <string_view>
 
 #include "DBusPendingReply.h"
+#include "RequestSlot.h"
 
-/**
- * The state of one request, shared by its caller and the hub's thread.
- *
- * Exactly one call of arrive() or fail() ends the request. A caller that sees the new status also sees the
- * reply or the cause. After release() the hub's thread does not send an unsent request any more and discards
- * the reply to a sent one.
- */
+/** The caller's side of one request: its slot (RequestSlot), and later its result. Only threads of the
+ * component use it. */
 class DBusPendingReply::Private {
  public:
-  /** The results of DBusPendingReply::isFinished(). */
-  enum Status : int { Arrived = 0, Failed = 1, Outstanding = 2 };
+  using Slot = Tavroline::RequestSlot;
 
-  /** Store the reply and end the request. [hub] */
-  void arrive(const QByteArray& reply) {
-    m_reply = reply;
-    m_status.store(Arrived, std::memory_order_release);
+  /** @param cause why the request has failed, unless use() follows; at most 255 bytes */
+  explicit Private(std::string_view cause) { cause.copy(m_cause.data(), m_cause.size() - 1); }
+  ~Private();
+  Private(const Private&) = delete;
+  Private& operator=(const Private&) = delete;
+
+  /** @param slot claimed by the caller, released by this object. [any-thread] */
+  void use(Slot& slot, Slot::Ticket ticket) {
+    m_slot = &slot;
+    m_ticket = ticket;
   }
 
-  /** Store the cause of the failure and end the request. [any-thread] */
-  void fail(const QString& cause) {
-    m_cause = cause;
-    m_status.store(Failed, std::memory_order_release);
-  }
+  /** Result of DBusPendingReply::isFinished(). If the request has ended, takes its result out of the slot.
+   * [any-thread] */
+  int status();
 
-  /** Whether the request has ended, and how. [any-thread] */
-  Status status() const { return m_status.load(std::memory_order_acquire); }
-
-  /** reply() is valid if status() is Arrived, cause() if it is Failed. [any-thread] */
+  /** The reply if status() is 0, else empty; the cause if it is 1. [any-thread] */
   const QByteArray& reply() const { return m_reply; }
-  const QString& cause() const { return m_cause; }
+  const char* cause() const { return m_cause.data(); }
 
-  /** Called when the caller no longer needs the reply; see above. [any-thread] */
-  void release() { m_released.store(true, std::memory_order_release); }
-  bool isReleased() const { return m_released.load(std::memory_order_acquire); }
+  /** A reply for the caller that owns `state`. @throws std::bad_alloc; the slot is then released.
+   * [any-thread] */
+  static SharedPointer share(std::unique_ptr<Private> state);
 
-  /** A reply that has failed already; null if memory allocation failed. [any-thread] */
-  static SharedPointer failed(const QString& cause) noexcept;
+  /** A reply that has failed already; null if memory allocation failed. @param cause a literal. [any-thread]
+   */
+  static SharedPointer failed(const char* cause) noexcept;
 
  private:
-  std::atomic<Status> m_status{Outstanding};
-  std::atomic<bool> m_released{false};
+  Slot* m_slot = nullptr;  ///< null without a slot and after the result was taken
+  Slot::Ticket m_ticket = 0;
+  Slot::State m_status = Slot::Failed;
   QByteArray m_reply;
-  QString m_cause;
+  Slot::Cause m_cause{};
 };

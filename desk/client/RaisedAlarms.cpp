@@ -1,42 +1,120 @@
 #include "RaisedAlarms.h"
 
 #include <algorithm>
-#include <new>
+
+#include "BusConnection.h"
+#include "MessageFormat.h"
 
 namespace Tavroline {
 
-void RaisedAlarms::note(const Message& edge) noexcept {
-  if (!edge.turnsOn()) {
-    m_alarms.erase(edge.alarmId);
-    return;
+namespace {
+constexpr std::chrono::seconds kFirstPause{2};
+constexpr std::chrono::seconds kLongestPause{60};
+constexpr int kEndsToBlame = 3;
+}  // namespace
+
+void RaisedAlarms::record(const AlarmEdge& edge, bool stored) {
+  const auto known = m_index.find(edge.alarmId);
+  if (edge.on && known == m_index.end() && (stored || m_alarms.size() < kAlarms)) {
+    add(edge);
+  } else if (!edge.on && known != m_index.end()) {
+    const auto alarm = known->second;
+    m_bytes -= alarm->message.size();
+    m_index.erase(known);
+    m_alarms.erase(alarm);
   }
-  if (m_alarms.size() >= kAlarms) {
-    return;
-  }
-  try {
-    m_alarms[edge.alarmId] = Raised{edge, false};
-  } catch (const std::bad_alloc&) {
-    // The edge itself is queued. Only its replay, to a service that has lost its store, will be missing.
+  if (!stored) {
+    repeatLater();
   }
 }
 
-void RaisedAlarms::settle(const Message& message) {
-  const auto alarm = m_alarms.find(message.alarmId);
-  if (alarm != m_alarms.end() && alarm->second.message.sequence == message.sequence) {
-    alarm->second.settled = true;
-  }
+void RaisedAlarms::add(const AlarmEdge& edge) {
+  const bool fits = m_bytes + edge.message.size() <= kBytes;
+  std::list<Alarm> added;
+  added.push_back({std::string(edge.alarmId), fits ? std::string(edge.message) : std::string()});
+  m_index.emplace(added.front().alarmId, added.begin());  // the iterator survives the splice
+  m_bytes += added.front().message.size();
+  m_alarms.splice(m_alarms.end(), added);
 }
 
-std::vector<Message> RaisedAlarms::settled() const {
-  std::vector<Message> messages;
-  for (const auto& alarm : m_alarms) {
-    if (alarm.second.settled) {
-      messages.push_back(alarm.second.message);
+void RaisedAlarms::writeIdentifiers(sd_bus_message* call) const {
+  checkBus(sd_bus_message_open_container(call, 'a', "s"));
+  for (const Alarm& alarm : m_alarms) {
+    checkBus(sd_bus_message_append(call, "s", alarm.alarmId.c_str()));
+  }
+  checkBus(sd_bus_message_close_container(call));
+}
+
+bool RaisedAlarms::readMissing(sd_bus_message* reply) {
+  m_missing.clear();
+  if (sd_bus_message_enter_container(reply, 'a', "s") <= 0) {
+    return false;
+  }
+  for (const char* alarmId = nullptr; sd_bus_message_read(reply, "s", &alarmId) > 0;) {
+    const auto alarm = m_index.find(alarmId);
+    if (alarm != m_index.end() && !alarm->second->message.empty() && m_missing.size() < m_alarms.size()) {
+      m_missing.emplace_back(alarmId);
     }
   }
-  std::sort(messages.begin(), messages.end(),
-            [](const Message& a, const Message& b) { return a.sequence < b.sequence; });
-  return messages;
+  std::reverse(m_missing.begin(), m_missing.end());
+  m_due = Clock::time_point::max();
+  m_full = false;
+  if (m_missing.empty()) {
+    m_ends = 0;
+    m_pause = {};
+  }
+  return true;
+}
+
+void RaisedAlarms::takeMissing(std::vector<char>& bytes) {
+  for (std::size_t count = 0; areMissing() && count < MessageFormat::kMaxBatchMessages;) {
+    const auto alarm = m_index.find(m_missing.back());
+    if (alarm != m_index.end()) {
+      const std::string& message = alarm->second->message;
+      if (count > 0 && bytes.size() + message.size() > MessageFormat::kMaxBatchBytes) {
+        break;
+      }
+      bytes.insert(bytes.end(), message.begin(), message.end());
+      ++count;
+    }
+    m_missing.pop_back();
+  }
+}
+
+bool RaisedAlarms::readFull(sd_bus_message* reply) {
+  quint32 full = 0;
+  if (sd_bus_message_read(reply, "u", &full) <= 0) {
+    return false;
+  }
+  m_full = m_full || full > 0;
+  if (areMissing()) {
+    return true;
+  }
+  m_ends = 0;
+  if (m_full) {
+    repeatLater();
+  } else {
+    m_pause = {};
+  }
+  return true;
+}
+
+void RaisedAlarms::noteEnd(Clock::time_point now) {
+  if (++m_ends >= kEndsToBlame) {
+    m_due = now + kLongestPause;
+  }
+}
+
+bool RaisedAlarms::mayReport(Clock::time_point now) const {
+  return m_alarms.size() <= kAlarms && (m_ends < kEndsToBlame || isDue(now));
+}
+
+// Makes a report due after a pause. The pause doubles from 2 s up to 60 s until the service has all alarms.
+void RaisedAlarms::repeatLater() {
+  if (m_due == Clock::time_point::max()) {
+    m_pause = std::clamp<Clock::duration>(m_pause * 2, kFirstPause, kLongestPause);
+    m_due = Clock::now() + m_pause;
+  }
 }
 
 }  // namespace Tavroline

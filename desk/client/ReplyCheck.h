@@ -1,17 +1,16 @@
 #pragma once
 
 /**
- * Finds replies that the component's JSON parser must not get. The parser recurses on the stack of a PLC task
- * and takes some 190 KiB at its own limit of about a thousand levels. And Qt 5.15 never frees the array or
- * object of a member that the same object names a second time. The check does not tell whether the text is
- * JSON at all.
+ * Finds replies that the component's JSON parser must not read. The parser recurses on the stack of a PLC
+ * task and takes some 190 KiB at its own limit of about 1,000 levels. If an object names a member twice,
+ * Qt 5.15 never frees the first one's array or object. The check does not validate JSON.
  */
 namespace Tavroline::ReplyCheck {
 
-/** Allowed levels of arrays and objects; the keywords of a list entry are at level 4. */
+/** Maximum depth of nested arrays and objects; the keywords of a list entry are at depth 4. */
 constexpr int kDeepest = 32;
 
-/** Allowed number of members of one object that hold an array or object; a list entry has one, its keywords.
+/** Maximum number of an object's members that hold an array or object; a list entry has one, its keywords.
  */
 constexpr int kMostContainers = 16;
 

@@ -1,9 +1,11 @@
 #include "ServiceWatch.h"
 
+#include <QDateTime>
+#include <algorithm>
 #include <cstring>
 #include <string>
 
-#include "CallWriter.h"
+#include "ClientLog.h"
 #include "ListServiceNames.h"
 
 namespace Tavroline {
@@ -15,10 +17,15 @@ namespace {
 constexpr char kBus[] = "org.freedesktop.DBus";
 constexpr char kBusPath[] = "/org/freedesktop/DBus";
 
-// Time until a state query is repeated: without a reply, and after an error or a malformed reply.
+// Time until a query is repeated: first if it has no reply, then after an error or a malformed reply.
 constexpr std::chrono::milliseconds kUnansweredPause{2000};
 constexpr std::chrono::milliseconds kRefusedPause{500};
-constexpr std::size_t kMaximumUnanswered = 10;  // for each list
+constexpr std::size_t kMaximumUnanswered = 10;  // for each query
+
+constexpr std::chrono::milliseconds kFirstStartPause{250};
+constexpr std::chrono::seconds kLongestStartPause{30};
+// If the service ends earlier than this, the pause before its next start grows.
+constexpr std::chrono::seconds kLongLife{10};
 
 std::string signalRule(const char* path, const char* interface) {
   return std::string("type='signal',sender='") + kService + "',path='" + path + "',interface='" + interface +
@@ -30,33 +37,49 @@ std::string ownerRule() {
          "',member='NameOwnerChanged',arg0='" + kService + "'";
 }
 
-bool isError(sd_bus_message* reply) {
-  return sd_bus_message_is_method_error(reply, nullptr) > 0;
-}
-
 }  // namespace
 
 ServiceWatch::ServiceWatch(BusConnection& connection, ListState& state)
     : m_connection(connection),
       m_state(state),
-      m_queries{{{kEventListPath, kEventListInterface, &ServiceWatch::readEventListState, {}, {}},
-                 {kAlarmListPath, kAlarmListInterface, &ServiceWatch::readAlarmListState, {}, {}}}} {}
+      m_queries{
+          {{{kEventListPath, kEventListInterface, "GetState"}, &ServiceWatch::readEventListState, {}, {}},
+           {{kAlarmListPath, kAlarmListInterface, "GetState"}, &ServiceWatch::readAlarmListState, {}, {}},
+           {{kEventListPath, kEventListInterface, "GetTimeZone"}, &ServiceWatch::readTimeZone, {}, {}}}} {}
 
 void ServiceWatch::start() {
+  m_new = true;
+  m_nextStart = {};
   match(signalRule(kEventListPath, kEventListInterface).c_str(), &ServiceWatch::onEventListSignal);
   match(signalRule(kAlarmListPath, kAlarmListInterface).c_str(), &ServiceWatch::onAlarmListSignal);
   match(ownerRule().c_str(), &ServiceWatch::onNameOwnerChanged);
   findOwner();
 }
 
-void ServiceWatch::stop() {
+void ServiceWatch::stop() noexcept {
   m_search.reset();
   m_matches.clear();
-  setOwner("");
-  m_absent = false;
+  setOwner({});
 }
 
-bool ServiceWatch::keep(Clock::time_point now) {
+void ServiceWatch::activateService(Clock::time_point now, bool needed) {
+  if (!isAbsent() || now < m_nextStart || (!needed && !m_new)) {
+    return;
+  }
+  m_new = false;
+  m_startPause = std::clamp<Clock::duration>(m_startPause * 2, kFirstStartPause, kLongestStartPause);
+  m_nextStart = now + m_startPause;
+  const BusCall call =
+      m_connection.write(kBus, {kBusPath, kBus, "StartServiceByName"}, "su", kService, quint32{0});
+  m_search = m_connection.call(call, [this](sd_bus_message* reply) {
+    m_search.reset();
+    if (!isError(reply) && m_owner.isEmpty()) {
+      findOwner();
+    }
+  });
+}
+
+bool ServiceWatch::repeatDueQueries(Clock::time_point now) {
   bool answering = true;
   for (StateQuery& query : m_queries) {
     if (!m_owner.isEmpty() && query.due <= now) {
@@ -73,32 +96,24 @@ void ServiceWatch::match(const char* rule, void (ServiceWatch::*handler)(sd_bus_
 }
 
 void ServiceWatch::findOwner() {
-  CallWriter call(m_connection.get(), kBus, kBusPath, kBus, "GetNameOwner");
-  call.text(QLatin1String(kService));
-  m_search = m_connection.call(call.message(), [this](sd_bus_message* reply) {
+  const BusCall call = m_connection.write(kBus, {kBusPath, kBus, "GetNameOwner"}, "s", kService);
+  m_search = m_connection.call(call, [this](sd_bus_message* reply) {
+    m_search.reset();
     const char* owner = nullptr;
     if (!isError(reply) && sd_bus_message_read(reply, "s", &owner) > 0) {
       setOwner(owner);
-    } else {
-      provokeStart();
     }
   });
 }
 
-// A call to the well-known name makes the bus start the service if it can. The signal NameOwnerChanged then
-// names the owner.
-void ServiceWatch::provokeStart() {
-  const CallWriter call(m_connection.get(), kService, kEventListPath, kEventListInterface, "GetState");
-  m_search = m_connection.call(call.message(), [this](sd_bus_message* reply) {
-    if (isError(reply) && m_owner.isEmpty()) {
-      m_absent = true;
-    }
-  });
-}
-
-void ServiceWatch::setOwner(const char* name) {
+void ServiceWatch::setOwner(const QByteArray& name) {
+  const auto now = Clock::now();
+  if (!m_owner.isEmpty() && now - m_ownedSince >= kLongLife) {
+    m_startPause = {};
+    m_nextStart = {};
+  }
   m_owner = name;
-  m_absent = m_owner.isEmpty();
+  m_ownedSince = now;
   for (StateQuery& query : m_queries) {
     query.calls.clear();
     query.due = {};
@@ -107,10 +122,11 @@ void ServiceWatch::setOwner(const char* name) {
 
 void ServiceWatch::ask(StateQuery& query, Clock::time_point now) {
   query.due = now + kUnansweredPause;
-  const CallWriter call(m_connection.get(), m_owner.constData(), query.path, query.interface, "GetState");
+  const BusCall call = m_connection.write(m_owner.constData(), query.method, "");
   const auto asked = query.calls.emplace(query.calls.end());
-  *asked = m_connection.call(call.message(), [this, &query, asked](sd_bus_message* reply) {
-    const bool known = !isError(reply) && (this->*query.read)(reply);
+  *asked = m_connection.call(call, [this, &query, asked](sd_bus_message* reply) {
+    const bool known = isError(reply, SD_BUS_ERROR_UNKNOWN_METHOD) ||  // the service has another version
+                       (!isError(reply) && (this->*query.read)(reply));
     query.due = known ? Clock::time_point::max() : Clock::now() + kRefusedPause;
     query.calls.erase(asked);
   });
@@ -174,6 +190,24 @@ bool ServiceWatch::readAlarmListState(sd_bus_message* reply) {
     return false;
   }
   m_state.alarms.report(generation);
+  return true;
+}
+
+bool ServiceWatch::readTimeZone(sd_bus_message* reply) {
+  int offset = 0;
+  if (sd_bus_message_read(reply, "i", &offset) <= 0) {
+    return false;
+  }
+  const int own = QDateTime::currentDateTime().offsetFromUtc();
+  if (offset != own && !m_zoneTold) {
+    m_zoneTold = true;
+    clientLog(
+        CLIENT_LOG_ORIGIN("ServiceWatch"),
+        QStringLiteral("the list service's time zone differs from this program's: %1 s and %2 s from UTC;"
+                       " filters by time take the service's times for local ones")
+            .arg(offset)
+            .arg(own));
+  }
   return true;
 }
 

@@ -8,55 +8,61 @@
 
 #include "BusConnection.h"
 #include "ListState.h"
-#include "Message.h"
+#include "Losses.h"
 
 namespace Tavroline {
 
 /**
- * Finds out who owns the service's name, and keeps the state of the lists (ListState) up to date.
+ * Finds the owner of the service's name, asks the bus to start the service, and keeps the state of the lists
+ * (ListState) up to date. The owner is the bus connection of the running service.
  *
- * It queries the state from each new owner; from then on the owner's signals update it. The messages and
- * requests of the outbox are sent by Courier. [hub]
+ * ServiceWatch queries the state from each new owner. After that the owner's signals update the state.
+ * ServiceWatch also compares the service's time zone with that of this program, and logs a difference once.
+ * [hub]
  */
 class ServiceWatch {
  public:
   ServiceWatch(BusConnection& connection, ListState& state);
 
-  /** Install the matches and ask the bus for the owner; if there is none, make the bus start the service if
-   * it can. The connection must be ready. */
+  /** Install the matches and ask the bus for the owner. The connection must be ready. @throws as
+   * BusConnection::call() */
   void start();
 
-  /** Discard owner, matches and calls of the present connection. ListState keeps what was reported last. */
-  void stop();
+  /** Discard owner, matches and calls of the present connection. ListState stays as it is. */
+  void stop() noexcept;
 
   bool isStarted() const { return !m_matches.empty(); }
 
-  /** Send the state queries that are due: the first ones to a new owner, and each again until it has a valid
-   * reply.
-   * @return false when more than 10 of one list have no reply. */
-  bool keep(Clock::time_point now);
+  /** If the name has no owner, ask the bus to start the service: at once if the connection is new or the last
+   * owner existed for 10 s or more, otherwise after a pause that doubles from 0.25 to 30 s.
+   * @param needed whether messages or requests wait for the service; ignored for the first start on a new
+   * connection
+   * @throws as BusConnection::call() */
+  void activateService(Clock::time_point now, bool needed);
 
-  /** Unique name of the owner, empty while there is none or while it is not known yet. */
+  /** Send the due queries to the owner. A query is due when the owner is new, and again until it has a valid
+   * reply.
+   * @return false when more than 10 calls of one query have no reply. @throws as BusConnection::call() */
+  bool repeatDueQueries(Clock::time_point now);
+
+  /** Unique bus name of the owner; empty if there is none or if it is not known yet. */
   const QByteArray& owner() const { return m_owner; }
 
-  /** Whether the name is known to have no owner: the last owner has gone, or there was none and the bus could
-   * not start the service. */
-  bool isAbsent() const { return m_absent; }
+  /** Whether the name is known to have no owner and the bus is not starting the service. */
+  bool isAbsent() const { return isStarted() && m_owner.isEmpty() && m_search == nullptr; }
 
  private:
   struct StateQuery {
-    const char* path;
-    const char* interface;
+    BusMethod method;
     bool (ServiceWatch::*read)(sd_bus_message*);
-    /** All calls to the present owner that have no reply yet: a late reply counts too. */
+    /** All calls to the present owner that have no reply yet. A late reply is used too. */
     std::list<std::unique_ptr<BusSlot>> calls;
     Clock::time_point due;
   };
 
   void match(const char* rule, void (ServiceWatch::*handler)(sd_bus_message*));
   void findOwner();
-  void provokeStart();
-  void setOwner(const char* name);
+  void setOwner(const QByteArray& name);
   void ask(StateQuery& query, Clock::time_point now);
   void onNameOwnerChanged(sd_bus_message* signal);
   void onEventListSignal(sd_bus_message* signal);
@@ -64,16 +70,21 @@ class ServiceWatch {
   bool isFromOwner(sd_bus_message* signal) const;
   bool readEventListState(sd_bus_message* reply);
   bool readAlarmListState(sd_bus_message* reply);
+  bool readTimeZone(sd_bus_message* reply);
   bool readSummary(sd_bus_message* message);
   bool readDetector(sd_bus_message* message);
 
   BusConnection& m_connection;
   ListState& m_state;
   std::vector<std::unique_ptr<BusSlot>> m_matches;
-  std::unique_ptr<BusSlot> m_search;
-  std::array<StateQuery, 2> m_queries;
+  std::unique_ptr<BusSlot> m_search;  ///< call that asks the bus for the owner, or to start the service
+  std::array<StateQuery, 3> m_queries;
   QByteArray m_owner;
-  bool m_absent = false;
+  bool m_new = false;  ///< the bus was not asked to start the service on this connection yet
+  bool m_zoneTold = false;
+  Clock::time_point m_ownedSince;
+  Clock::time_point m_nextStart;
+  Clock::duration m_startPause{};
 };
 
 }  // namespace Tavroline

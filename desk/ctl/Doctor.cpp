@@ -10,12 +10,11 @@
 #include <optional>
 #include <tuple>
 
-#include "ListServiceNames.h"
 #include "Terminal.h"
 
 namespace {
 
-using List = ListClient::List;
+using Client = ListClient;
 
 /** Returns the finding if all is well, else throws ClientError with fault and remedy. */
 using Check = std::function<QString()>;
@@ -26,7 +25,7 @@ struct Finding {
   QString text;
 };
 
-QString examineService(ListClient& client) {
+QString examineService(Client& client) {
   const QString owner = client.owner();
   if (owner.isEmpty()) {
     throw ClientError("no list service: no connection owns " +
@@ -36,41 +35,81 @@ QString examineService(ListClient& client) {
   return QStringLiteral("%1 is owned by %2").arg(QLatin1String(Tavroline::ListServiceNames::kService), owner);
 }
 
-/** The digits at the end of an interface's name are its version. */
-QString examineVersion(ListClient& client) {
+/** The interfaces of the service's objects; an older service lacks one of the objects. */
+QStringList interfacesOf(Client& client) {
   static const QRegularExpression offered(
       QStringLiteral("<interface name=\"(org\\.tavroline\\.[A-Za-z]+[0-9]+)\""));
   QStringList found;
-  for (const List list : {List::Events, List::Alarms}) {
-    auto match = offered.globalMatch(client.introspect(list));
+  for (const char* path : {Client::kEvents.path, Client::kAlarms.path, Client::kMessages.path}) {
+    auto match = offered.globalMatch(client.introspect(path));
     while (match.hasNext()) {
       found += match.next().captured(1);
     }
   }
-  const QString spoken = QLatin1String(Tavroline::ListServiceNames::kEventListInterface) +
-                         QStringLiteral(", ") +
-                         QLatin1String(Tavroline::ListServiceNames::kAlarmListInterface);
+  return found;
+}
+
+/** The digits at the end of an interface's name are its version. */
+QString examineVersion(Client& client) {
+  const QStringList spoken{QLatin1String(Client::kEvents.name), QLatin1String(Client::kAlarms.name),
+                           QLatin1String(Client::kMessages.name)};
+  const QStringList found = interfacesOf(client);
   QString names = found.join(QStringLiteral(", "));
-  if (names != spoken) {
+  if (found != spoken) {
     throw ClientError("the service offers " + names.toStdString() + ", this program speaks " +
-                      spoken.toStdString() + ": use programs of the same version");
+                      spoken.join(QStringLiteral(", ")).toStdString() + ": use programs of the same version");
+  }
+  const int others = client.statistics().value(QStringLiteral("otherVersion")).toInt();
+  if (others > 0) {
+    throw ClientError(std::to_string(others) +
+                      " connected programs of an older version call the service and get nothing stored; its"
+                      " standard error names them: update them");
   }
   return names;
 }
 
-QString examinePolicy(ListClient& client) {
-  const std::tuple<List, const char*, const char*> calls[] = {
-      {List::Events, "GetState", "read the event list"},
-      {List::Events, "Log", "change the event list"},
-      {List::Alarms, "GetState", "read the alarm list"},
-      {List::Alarms, "AcknowledgeAlarms", "change the alarm list"}};
-  for (const auto& [list, method, meaning] : calls) {
-    if (!client.mayCall(list, method)) {
+/** Damaged entries are left out of the lists. */
+QString examineEvents(Client& client) {
+  client.events(QString(), 0);
+  const int unreadable = client.statistics().value(QStringLiteral("unreadable")).toInt();
+  if (unreadable > 0) {
+    throw ClientError(std::to_string(unreadable) +
+                      " entries of the event list are damaged and not shown: restore the service's database"
+                      " from a copy");
+  }
+  return QStringLiteral("every entry can be read");
+}
+
+/** Lists are read and filtered in local time. */
+QString examineTimeZone(Client& client) {
+  const auto shown = [](int seconds) {
+    return QDateTime(QDate(1970, 1, 1), QTime(0, 0), Qt::OffsetFromUTC, seconds).timeZoneAbbreviation();
+  };
+  const int theirs = client.timeZone();
+  const int ours = QDateTime::currentDateTime().offsetFromUtc();
+  if (theirs != ours) {
+    throw ClientError("the service's local time is " + shown(theirs).toStdString() + ", this program's is " +
+                      shown(ours).toStdString() +
+                      ": programs that filter by time need the service's time zone, see TZ");
+  }
+  return shown(ours);
+}
+
+QString examinePolicy(Client& client) {
+  const std::tuple<Client::Interface, const char*, const char*> calls[] = {
+      {Client::kEvents, "GetState", "read the event list"},
+      {Client::kAlarms, "GetState", "read the alarm list"}};
+  for (const auto& [interface, method, meaning] : calls) {
+    if (!client.mayCall(interface, method)) {
       throw ClientError("the bus forbids this user to " + std::string(meaning) +
                         ": join the group that its policy allows, or allow the service's interfaces there");
     }
   }
-  return QStringLiteral("this user may read and change both lists");
+  return client.mayCall(Client::kMessages, "Send")
+             ? QStringLiteral("this user may read and change both lists")
+             : QStringLiteral(
+                   "this user may read both lists, not change them: for that, join the group that the"
+                   " bus's policy allows to");
 }
 
 /** Entries without a time stamp get the time of this clock. */
@@ -96,7 +135,9 @@ std::vector<Finding> examineAll() {
        }},
       {"service", [&client] { return examineService(*client); }},
       {"policy", [&client] { return examinePolicy(*client); }},
-      {"interface", [&client] { return examineVersion(*client); }}};
+      {"interface", [&client] { return examineVersion(*client); }},
+      {"events", [&client] { return examineEvents(*client); }},
+      {"time zone", [&client] { return examineTimeZone(*client); }}};
   std::vector<Finding> findings;
   // Each of these checks needs the one before it.
   for (const auto& [name, check] : checks) {

@@ -8,7 +8,6 @@
 #include <string>
 
 #include "BusText.h"
-#include "ListServiceNames.h"
 
 using namespace Tavroline::ListServiceNames;
 
@@ -22,14 +21,6 @@ void check(int result) {
 
 QByteArray bytes(const QString& text) {
   return Tavroline::busText(text).toUtf8();
-}
-
-const char* pathOf(ListClient::List list) {
-  return list == ListClient::List::Events ? kEventListPath : kAlarmListPath;
-}
-
-const char* interfaceOf(ListClient::List list) {
-  return list == ListClient::List::Events ? kEventListInterface : kAlarmListInterface;
 }
 
 QString busAddress() {
@@ -97,13 +88,23 @@ QString ListClient::owner() {
   }
 }
 
-QString ListClient::introspect(List list) {
-  return QString::fromUtf8(readText(
-      call(newMessage(kService, pathOf(list), "org.freedesktop.DBus.Introspectable", "Introspect"))));
+QString ListClient::introspect(const char* path) {
+  const BusMessage request = newMessage(kService, path, "org.freedesktop.DBus.Introspectable", "Introspect");
+  BusError error;
+  sd_bus_message* reply = nullptr;
+  const int result = sd_bus_call(m_bus.get(), request.get(), 0, error.get(), &reply);
+  const BusMessage received(reply);
+  if (sd_bus_error_has_name(error.get(), SD_BUS_ERROR_UNKNOWN_OBJECT) > 0) {
+    return {};
+  }
+  if (result < 0) {
+    error.raise(result);
+  }
+  return QString::fromUtf8(readText(received));
 }
 
-bool ListClient::mayCall(List list, const char* method) {
-  const BusMessage request = newCall(list, method);
+bool ListClient::mayCall(const Interface& interface, const char* method) {
+  const BusMessage request = newCall(interface, method);
   // No method has a single byte as its argument: the service refuses the call without carrying it out.
   check(sd_bus_message_append(request.get(), "y", 0));
   BusError error;
@@ -120,14 +121,31 @@ ListClient::BusMessage ListClient::newMessage(const char* destination, const cha
   return BusMessage(request);
 }
 
-ListClient::BusMessage ListClient::newCall(List list, const char* method) {
-  return newMessage(kService, pathOf(list), interfaceOf(list), method);
+ListClient::BusMessage ListClient::newCall(const Interface& interface, const char* method) {
+  return newMessage(kService, interface.path, interface.name, method);
 }
 
-ListClient::BusMessage ListClient::newChange(List list, const char* method) {
-  BusMessage request = newCall(list, method);
-  check(sd_bus_message_append(request.get(), "st", m_session.constData(), ++m_sequence));
-  return request;
+/** Send one message and wait until the service has stored it. */
+void ListClient::change(const Tavroline::MessageWriter& message) {
+  if (!message.isSendable()) {
+    throw ClientError("the message is too long");
+  }
+  if (m_lastMessage == 0) {
+    const BusMessage request = newCall(kMessages, "Resume");
+    check(sd_bus_message_append(request.get(), "ss", m_session.constData(), "tavroline-ctl"));
+    call(request);
+  }
+  const BusMessage request = newCall(kMessages, "Send");
+  check(sd_bus_message_append(request.get(), "stt", m_session.constData(), m_lastMessage + 1, m_lastMessage));
+  const std::string_view bytes = message.bytes();
+  check(sd_bus_message_append_array(request.get(), SD_BUS_TYPE_BYTE, bytes.data(), bytes.size()));
+  const BusMessage reply = call(request);
+  ++m_lastMessage;
+  check(sd_bus_message_skip(reply.get(), "t"));
+  check(sd_bus_message_enter_container(reply.get(), SD_BUS_TYPE_ARRAY, "(tu)"));
+  if (sd_bus_message_at_end(reply.get(), 0) == 0) {
+    throw ClientError("the service refused the message as invalid");
+  }
 }
 
 ListClient::BusMessage ListClient::call(const BusMessage& request) {
@@ -168,21 +186,21 @@ QJsonObject ListClient::readFigures(const BusMessage& reply) {
 }
 
 QJsonObject ListClient::events(const QString& language, quint32 count) {
-  const BusMessage request = newCall(List::Events, "GetList");
+  const BusMessage request = newCall(kEvents, "GetList");
   check(sd_bus_message_append(request.get(), "su", bytes(language).constData(), count));
   return readList(request);
 }
 
 QJsonObject ListClient::alarms(const QString& language) {
-  const BusMessage request = newCall(List::Alarms, "GetList");
+  const BusMessage request = newCall(kAlarms, "GetList");
   check(sd_bus_message_append(request.get(), "s", bytes(language).constData()));
   return readList(request);
 }
 
 QJsonObject ListClient::statistics() {
-  QJsonObject statistics = readFigures(call(newCall(List::Events, "GetStatistics")));
+  QJsonObject statistics = readFigures(call(newCall(kEvents, "GetStatistics")));
   quint64 value = 0;
-  const BusMessage state = call(newCall(List::Alarms, "GetState"));
+  const BusMessage state = call(newCall(kAlarms, "GetState"));
   int alarm = 0;
   int activeAlarm = 0;
   int fault = 0;
@@ -199,15 +217,17 @@ QJsonObject ListClient::statistics() {
 }
 
 QJsonArray ListClient::clientCounters() {
-  const BusMessage reply = call(newCall(List::Events, "GetBooks"));
+  const BusMessage reply = call(newCall(kEvents, "GetCounters"));
   QJsonArray clients;
-  check(sd_bus_message_enter_container(reply.get(), SD_BUS_TYPE_ARRAY, "(sxa{st})"));
-  while (sd_bus_message_enter_container(reply.get(), SD_BUS_TYPE_STRUCT, "sxa{st}") > 0) {
-    const char* session = nullptr;
+  check(sd_bus_message_enter_container(reply.get(), SD_BUS_TYPE_ARRAY, "(suxa{st})"));
+  while (sd_bus_message_enter_container(reply.get(), SD_BUS_TYPE_STRUCT, "suxa{st}") > 0) {
+    const char* program = nullptr;
+    quint32 user = 0;
     int64_t time = 0;
-    check(sd_bus_message_read(reply.get(), "sx", &session, &time));
+    check(sd_bus_message_read(reply.get(), "sux", &program, &user, &time));
     QJsonObject client = readFigures(reply);
-    client.insert(QStringLiteral("session"), QString::fromUtf8(session));
+    client.insert(QStringLiteral("program"), QString::fromUtf8(program));
+    client.insert(QStringLiteral("user"), user == UINT32_MAX ? -1.0 : static_cast<double>(user));
     client.insert(QStringLiteral("time"), static_cast<double>(time));
     clients.append(client);
     check(sd_bus_message_exit_container(reply.get()));
@@ -215,29 +235,34 @@ QJsonArray ListClient::clientCounters() {
   return clients;
 }
 
+int ListClient::timeZone() {
+  const BusMessage reply = call(newCall(kEvents, "GetTimeZone"));
+  int offset = 0;
+  check(sd_bus_message_read_basic(reply.get(), SD_BUS_TYPE_INT32, &offset));
+  return offset;
+}
+
 void ListClient::deleteEvents() {
-  call(newChange(List::Events, "Delete"));
+  Tavroline::MessageWriter message;
+  message.deleteEvents();
+  change(message);
 }
 
 void ListClient::acknowledgeAlarms(const QStringList& alarmIds, const QString& user) {
-  const BusMessage request = newChange(List::Alarms, "AcknowledgeAlarms");
-  check(sd_bus_message_open_container(request.get(), SD_BUS_TYPE_ARRAY, "s"));
-  for (const QString& id : alarmIds) {
-    check(sd_bus_message_append(request.get(), "s", bytes(id).constData()));
-  }
-  check(sd_bus_message_close_container(request.get()));
-  check(sd_bus_message_append(request.get(), "s", bytes(user).constData()));
-  call(request);
+  Tavroline::MessageWriter message;
+  message.acknowledgeAlarms(user, alarmIds);
+  change(message);
 }
 
 void ListClient::acknowledgeDetector(const QString& user) {
-  const BusMessage request = newChange(List::Alarms, "AcknowledgeDetector");
-  check(sd_bus_message_append(request.get(), "s", bytes(user).constData()));
-  call(request);
+  Tavroline::MessageWriter message;
+  message.acknowledgeDetector(user);
+  change(message);
 }
 
 void ListClient::subscribe(List list) {
-  check(sd_bus_match_signal(m_bus.get(), nullptr, kService, pathOf(list), interfaceOf(list), "Changed",
+  const Interface& interface = list == List::Events ? kEvents : kAlarms;
+  check(sd_bus_match_signal(m_bus.get(), nullptr, kService, interface.path, interface.name, "Changed",
                             onChange, &m_changed));
   const std::string ownerChanges =
       std::string("type='signal',sender='org.freedesktop.DBus',member='NameOwnerChanged',arg0='") + kService +

@@ -9,6 +9,9 @@
 #include <memory>
 #include <stdexcept>
 
+#include "ListServiceNames.h"
+#include "MessageWriter.h"
+
 /** The bus or the service cannot be reached, or the service refused a call; what() is for the user. */
 class ClientError : public std::runtime_error {
  public:
@@ -34,12 +37,23 @@ class NoService : public ClientError {
 };
 
 /**
- * Calls the list services and waits for each reply. An object's changes form one session of the service. It
+ * Calls the list services and waits for each reply. An object's changes are the messages of one session. It
  * formats nothing. Every operation throws ClientError.
  */
 class ListClient {
  public:
   enum class List { Events, Alarms };
+  /** One interface of the service, and the path of its object. */
+  struct Interface {
+    const char* path;
+    const char* name;
+  };
+  static constexpr Interface kEvents{Tavroline::ListServiceNames::kEventListPath,
+                                     Tavroline::ListServiceNames::kEventListInterface};
+  static constexpr Interface kAlarms{Tavroline::ListServiceNames::kAlarmListPath,
+                                     Tavroline::ListServiceNames::kAlarmListInterface};
+  static constexpr Interface kMessages{Tavroline::ListServiceNames::kMessagesPath,
+                                       Tavroline::ListServiceNames::kMessagesInterface};
 
   /** Connect to the system bus; throws NoBus. */
   ListClient();
@@ -48,10 +62,12 @@ class ListClient {
   static QString address();
   /** The connection that owns the service's name, empty if there is none; starts no service. */
   QString owner();
-  /** The service's introspection of a list's object, XML. */
-  QString introspect(List list);
+  /** The service's introspection of an object, XML; empty if it has no such object. */
+  QString introspect(const char* path);
   /** Whether the bus permits this user to call the method. Sends a malformed call, which changes nothing. */
-  bool mayCall(List list, const char* method);
+  bool mayCall(const Interface& interface, const char* method);
+  /** Offset of the service's local time from UTC, in seconds. */
+  int timeZone();
 
   /** A list reply, a JSON object as ListService1 describes it; `count` 0 for all. */
   QJsonObject events(const QString& language, quint32 count);
@@ -59,8 +75,8 @@ class ListClient {
 
   /** Counters and flags by name. */
   QJsonObject statistics();
-  /** The last report of each client's message counters, the newest report first: session, time (milliseconds
-   * since 1970-01-01 00:00:00 UTC), and figures by name. */
+  /** The last report of each client's message counters, the newest report first: program, user (-1 if
+   * unknown), time (milliseconds since 1970-01-01 00:00:00 UTC), and figures by name. */
   QJsonArray clientCounters();
 
   void deleteEvents();
@@ -81,8 +97,8 @@ class ListClient {
   using BusMessage = std::unique_ptr<sd_bus_message, Unref>;
 
   BusMessage newMessage(const char* destination, const char* path, const char* interface, const char* method);
-  BusMessage newCall(List list, const char* method);
-  BusMessage newChange(List list, const char* method);
+  BusMessage newCall(const Interface& interface, const char* method);
+  void change(const Tavroline::MessageWriter& message);
   BusMessage call(const BusMessage& request);
   QJsonObject readList(const BusMessage& request);
   static QByteArray readText(const BusMessage& reply);
@@ -90,6 +106,6 @@ class ListClient {
 
   std::unique_ptr<sd_bus, Unref> m_bus;
   QByteArray m_session;
-  quint64 m_sequence = 0;
+  quint64 m_lastMessage = 0;
   bool m_changed = false;
 };

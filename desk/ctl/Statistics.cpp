@@ -1,5 +1,7 @@
 #include "Commands.h"
 
+#include <pwd.h>
+
 #include <QDateTime>
 #include <QJsonDocument>
 
@@ -13,7 +15,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 const QString kClients = QStringLiteral("books");  // scripts of users read this name
-const QString kSession = QStringLiteral("session");
+const QString kProgram = QStringLiteral("program");
+const QString kUser = QStringLiteral("user");
 const QString kReported = QStringLiteral("time");
 const QString kRates = QStringLiteral("rates");
 
@@ -53,7 +56,8 @@ void addRates(Reading& now, const Reading& before) {
   for (const QJsonValue value : present) {
     QJsonObject client = value.toObject();
     for (const QJsonValue earlier : past) {
-      if (earlier.toObject().value(kSession) == client.value(kSession)) {
+      const QJsonObject other = earlier.toObject();
+      if (other.value(kProgram) == client.value(kProgram) && other.value(kUser) == client.value(kUser)) {
         addRates(client, earlier.toObject(), seconds);
       }
     }
@@ -86,13 +90,18 @@ QByteArray counterTable(const QJsonObject& figures) {
   return table.takeUtf8();
 }
 
-/** The message counters of each client; a session's first characters identify it. */
+QString userName(const QJsonValue& user) {
+  const passwd* const entry = user.toInt() < 0 ? nullptr : getpwuid(static_cast<uid_t>(user.toInt()));
+  return entry != nullptr ? QString::fromUtf8(entry->pw_name) : figure(user);
+}
+
+/** The message counters of each client. */
 QByteArray clientTable(const QJsonArray& clients, bool rates) {
   static const QStringList kShown{QStringLiteral("accepted"), QStringLiteral("delivered"),
                                   QStringLiteral("pending"),  QStringLiteral("superseded"),
                                   QStringLiteral("dropped"),  QStringLiteral("refused")};
   // Either of the two tables fits into 80 characters.
-  QVector<TextTable::Column> columns{{QStringLiteral("SESSION"), 10},
+  QVector<TextTable::Column> columns{{QStringLiteral("PROGRAM"), 10},
                                      {rates ? QStringLiteral("DELIV./S") : QStringLiteral("REPORTED"), 0}};
   for (const QString& name : kShown) {
     columns.append({name.toUpper(), 0});
@@ -102,7 +111,8 @@ QByteArray clientTable(const QJsonArray& clients, bool rates) {
     const QJsonObject client = value.toObject();
     const auto reported =
         QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(client.value(kReported).toDouble()));
-    QStringList row{client.value(kSession).toString(),
+    QStringList row{client.value(kProgram).toString() + QStringLiteral(" (") + userName(client.value(kUser)) +
+                        QLatin1Char(')'),
                     rates ? rate(client, kShown.at(1)) : reported.toString(QStringLiteral("HH:mm:ss"))};
     for (const QString& name : kShown) {
       row += figure(client.value(name));

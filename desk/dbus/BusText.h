@@ -16,4 +16,14 @@ namespace Tavroline {
  */
 QString busText(const QString& text);
 
+/** Maximum number of bytes that writeBusText() writes for each UTF-16 code unit. */
+constexpr int kBusTextBytesPerUnit = 3;
+
+/**
+ * Write busText(text) as UTF-8, without allocating.
+ * @param target receives the bytes without a terminator; has room for kBusTextBytesPerUnit for each unit
+ * @return the number of bytes. [any-thread]
+ */
+int writeBusText(const QString& text, char* target);
+
 }  // namespace Tavroline

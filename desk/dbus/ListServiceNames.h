@@ -16,18 +16,30 @@ constexpr char kEventListInterface[] = "org.tavroline.EventList1";
 constexpr char kAlarmListPath[] = "/org/tavroline/AlarmList";
 constexpr char kAlarmListInterface[] = "org.tavroline.AlarmList1";
 
+/** The writers' object. */
+constexpr char kMessagesPath[] = "/org/tavroline/Messages";
+constexpr char kMessagesInterface[] = "org.tavroline.Messages1";
+
 /** Error reply: an argument is out of range or malformed. */
 constexpr char kErrorInvalid[] = "org.tavroline.Error.Invalid";
 
-/** Error reply: the call turns a new alarm on, but the alarm list is full. */
-constexpr char kErrorFull[] = "org.tavroline.Error.Full";
-
-/** Error reply: the storage failed. The client sends this call and all later ones again, in their order. */
+/** Error reply: nothing of this call could be stored now. The client tries it again later. */
 constexpr char kErrorStorage[] = "org.tavroline.Error.Storage";
 
-/** Names of a client's message counters, in the order in which client and service keep them. */
-constexpr std::array<const char*, 12> kBookFigures = {"accepted",   "delivered", "pending",    "superseded",
-                                                      "dropped",    "refused",   "unsendable", "rejected",
-                                                      "unanswered", "unload",    "queueFull",  "outOfMemory"};
+/** Error reply to Resume: another connection uses the session, or it belongs to another user. To the other
+ * writing calls: this connection has not resumed the session. */
+constexpr char kErrorNotNow[] = "org.tavroline.Error.NotNow";
+
+/** Error reply: the method is of an older version of the interface. */
+constexpr char kErrorVersion[] = "org.tavroline.Error.Version";
+
+/** Why a message was refused for good. */
+constexpr unsigned kRefusedInvalid = 1;
+constexpr unsigned kRefusedFull = 2;
+
+/** Names of a client's message counters on the bus, in the order in which client and service keep them. */
+constexpr std::array<const char*, 12> kCounterNames = {"accepted", "delivered", "pending",     "superseded",
+                                                       "dropped",  "refused",   "rejected",    "endsService",
+                                                       "unload",   "queueFull", "outOfMemory", "unsendable"};
 
 }  // namespace Tavroline::ListServiceNames

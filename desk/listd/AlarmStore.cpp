@@ -1,31 +1,30 @@
 #include "AlarmStore.h"
 
-#include <QJsonDocument>
-#include <QJsonObject>
-
-#include "DescriptionText.h"
 #include "EventlistHandlerDefinitions.h"
-#include "ListJson.h"
 
-using Keys = EventlistHandlerDefinitions;
+using Names = EventlistHandlerDefinitions;
 
 AlarmStore::AlarmStore(Database& database)
     : m_database(database),
-      m_find(database, "SELECT active, acknowledged FROM alarms WHERE alarm_id = ?"),
+      m_find(database, "SELECT active, acknowledged, session FROM alarms WHERE alarm_id = ?"),
+      m_read(database,
+             "SELECT event_type, module_name, description, keywords FROM alarms WHERE alarm_id = ?"),
       m_room(database,
              "SELECT EXISTS (SELECT 1 FROM alarms WHERE alarm_id = ?)"
              " OR (SELECT count(*) FROM alarms) < ?"),
-      m_turnOn(database,
-               "INSERT INTO alarms VALUES (?1, ?2, ?3, 1, 0, ?4, ?5, ?6, ?7, ?8) ON CONFLICT (alarm_id) DO"
-               " UPDATE SET edge = ?2, event_type = ?3, acknowledged = acknowledged AND active, active = 1,"
-               " icon_type = ?4, module_name = ?5, time = ?6, description = ?7, keywords = ?8"),
+      m_turnOn(
+          database,
+          "INSERT INTO alarms VALUES (?1, ?2, ?3, 1, 0, ?4, ?5, ?6, ?7, ?8, ?9) ON CONFLICT (alarm_id) DO"
+          " UPDATE SET edge = ?2, event_type = ?3, acknowledged = acknowledged AND active, active = 1,"
+          " icon_type = ?4, module_name = ?5, time = ?6, description = ?7, keywords = ?8, session = ?9"),
       m_turnOff(database,
                 "UPDATE alarms SET edge = ?2, active = 0, icon_type = ?4, module_name = ?5, time = ?6,"
                 " description = ?7, keywords = ?8 WHERE alarm_id = ?1"),
-      m_acknowledge(database,
-                    "UPDATE alarms SET acknowledged = 1 WHERE alarm_id = ? AND NOT acknowledged"
-                    " RETURNING module_name, description"),
+      m_acknowledge(database, "UPDATE alarms SET acknowledged = 1 WHERE alarm_id = ?"),
       m_remove(database, "DELETE FROM alarms WHERE alarm_id = ? AND acknowledged AND NOT active"),
+      m_assign(database, "UPDATE alarms SET session = ?2 WHERE alarm_id = ?1"),
+      m_activeOf(database, "SELECT alarm_id FROM alarms WHERE session = ? AND active ORDER BY edge LIMIT ?"),
+      m_owners(database, "SELECT DISTINCT session FROM alarms WHERE active"),
       m_select(database,
                "SELECT alarm_id, active, acknowledged, event_type, icon_type, time, module_name, description,"
                " keywords FROM alarms ORDER BY edge DESC"),
@@ -35,11 +34,8 @@ AlarmStore::AlarmStore(Database& database)
                 " EXISTS (SELECT 1 FROM alarms WHERE event_type = 2),"
                 " EXISTS (SELECT 1 FROM alarms WHERE event_type = 2 AND active = 1)") {}
 
-bool AlarmStore::hasRoomFor(const QString& alarmId) {
-  m_room.bind(0, alarmId).bind(1, qint64{kCapacity}).next();
-  const bool room = m_room.number(0) != 0;
-  m_room.reset();
-  return room;
+bool AlarmStore::hasRoomFor(const QByteArray& alarmId) {
+  return m_room.bind(0, alarmId).bind(1, qint64{kCapacity}).value() != 0;
 }
 
 namespace {
@@ -52,75 +48,88 @@ Statement& bindEdge(Statement& statement, const StoredEntry& entry, qint64 edge)
 
 }  // namespace
 
-bool AlarmStore::turnOn(const StoredEntry& entry, qint64 edge) {
-  m_find.bind(0, entry.alarmId);
-  const bool wasOn = m_find.next() && m_find.number(0) != 0;
-  m_find.reset();
-  bindEdge(m_turnOn, entry, edge).bind(2, qint64{entry.eventType}).run();
+bool AlarmStore::turnOn(const StoredEntry& entry, qint64 edge, const QByteArray& session) {
+  const bool wasOn = find(entry.alarmId).active;
+  bindEdge(m_turnOn, entry, edge).bind(2, qint64{entry.eventType}).bind(8, session).run();
   return !wasOn;
 }
 
 bool AlarmStore::turnOff(const StoredEntry& entry, qint64 edge) {
   bindEdge(m_turnOff, entry, edge).run();
   const bool known = m_database.changes() > 0;
-  removeFinished(entry.alarmId);
+  m_remove.bind(0, entry.alarmId).run();
   return known;
 }
 
-bool AlarmStore::acknowledge(const QString& alarmId, QString& moduleName, QByteArray& description) {
-  const bool acknowledged = m_acknowledge.bind(0, alarmId).next();
-  if (acknowledged) {
-    moduleName = QString::fromUtf8(m_acknowledge.text(0));
-    description = m_acknowledge.text(1);
-    description.detach();  // it refers to memory of the statement, which run() releases
-    m_acknowledge.run();
-    removeFinished(alarmId);
-  }
-  return acknowledged;
-}
-
-void AlarmStore::removeFinished(const QString& alarmId) {
+void AlarmStore::acknowledge(const QByteArray& alarmId) {
+  m_acknowledge.bind(0, alarmId).run();
   m_remove.bind(0, alarmId).run();
 }
 
-QByteArray AlarmStore::list(const QString& language) {
-  ListJson json;
-  while (m_select.next()) {
-    if (json.isFull()) {
-      json.omitEntry();
-      continue;
-    }
-    const QJsonObject description = QJsonDocument::fromJson(m_select.text(7)).object();
-    json.beginEntry();
-    json.addText(Keys::getListColumnNameAlarmID(), m_select.text(0));
-    json.addFlag(Keys::getListColumnNameAlarmActive(), m_select.number(1) != 0);
-    json.addFlag(Keys::getListColumnNameAlarmAcknowledgment(), m_select.number(2) != 0);
-    json.addNumber(Keys::getListColumnNameEventType(), m_select.number(3));
-    json.addText(Keys::getListColumnNameIconType(), m_select.text(4));
-    json.addTime(Keys::getListColumnNameLocalTime(), m_select.number(5));
-    json.addText(Keys::getListColumnNameModuleName(), m_select.text(6));
-    json.addText(Keys::getListColumnNameDescription(), DescriptionText::text(description, language).toUtf8());
-    json.addJson(Keys::getListColumnNameKeywords(), m_select.text(8));
-    json.endEntry();
+AlarmStore::State AlarmStore::find(const QByteArray& alarmId) {
+  State state;
+  if (m_find.bind(0, alarmId).next()) {
+    state = {true, m_find.number(0) != 0, m_find.number(1) != 0, m_find.copy(2)};
+    m_find.reset();
   }
-  return json.finish();
+  return state;
 }
 
-QByteArray AlarmStore::alarmState(const QString& alarmId) {
-  m_find.bind(0, alarmId);
-  const bool known = m_find.next();
-  const QJsonObject state{
-      {Keys::getListColumnNameAlarmActive(), known && m_find.number(0) != 0},
-      {Keys::getListColumnNameAlarmAcknowledgment(), known && m_find.number(1) != 0},
-  };
-  m_find.reset();
-  return QJsonDocument(state).toJson(QJsonDocument::Compact);
+StoredEntry AlarmStore::read(const QByteArray& alarmId) {
+  StoredEntry entry;
+  entry.alarmId = alarmId;
+  if (m_read.bind(0, alarmId).next()) {
+    entry.eventType = static_cast<int>(m_read.number(0));
+    entry.moduleName = m_read.copy(1);
+    entry.description = m_read.copy(2);
+    entry.keywords = m_read.copy(3);
+    m_read.reset();
+  }
+  return entry;
+}
+
+void AlarmStore::assign(const QByteArray& alarmId, const QByteArray& session) {
+  m_assign.bind(0, alarmId).bind(1, session).run();
+}
+
+QByteArrayList AlarmStore::activeOf(const QByteArray& session, qint64 count) {
+  return m_activeOf.bind(0, session).bind(1, count).texts();
+}
+
+QByteArrayList AlarmStore::owners() {
+  return m_owners.texts();
+}
+
+QByteArray AlarmStore::list(const QByteArray& language) {
+  using Form = ListJson::Form;
+  static const std::vector<ListJson::Column> kColumns{
+      {Names::getListColumnNameAlarmID(), Form::Text},
+      {Names::getListColumnNameAlarmActive(), Form::Flag},
+      {Names::getListColumnNameAlarmAcknowledgment(), Form::Flag},
+      {Names::getListColumnNameEventType(), Form::Number},
+      {Names::getListColumnNameIconType(), Form::Text},
+      {Names::getListColumnNameLocalTime(), Form::Time},
+      {Names::getListColumnNameModuleName(), Form::Text},
+      {Names::getListColumnNameDescription(), Form::Description},
+      {Names::getListColumnNameKeywords(), Form::Keywords}};
+  return ListJson(kColumns, language).write(m_select);
+}
+
+QByteArray AlarmStore::alarmState(const QByteArray& alarmId) {
+  const State state = find(alarmId);
+  QByteArray json = "{\"" + Names::getListColumnNameAlarmActive().toUtf8() + "\":";
+  json += state.active ? "true" : "false";
+  json += ",\"" + Names::getListColumnNameAlarmAcknowledgment().toUtf8() + "\":";
+  json += state.acknowledged ? "true" : "false";
+  return json + '}';
 }
 
 AlarmSummary AlarmStore::summary() {
+  AlarmSummary summary{};
   m_summary.next();
-  const AlarmSummary summary{m_summary.number(0) != 0, m_summary.number(1) != 0, m_summary.number(2) != 0,
-                             m_summary.number(3) != 0};
+  for (std::size_t i = 0; i < summary.size(); ++i) {
+    summary.at(i) = static_cast<int>(m_summary.number(static_cast<int>(i)));
+  }
   m_summary.reset();
   return summary;
 }

@@ -1,24 +1,18 @@
 #pragma once
 
-#include "Database.h"
+#include <array>
+
+#include "ListJson.h"
 #include "StoredEntry.h"
 
-/** Whether the alarm list holds alarms, active alarms, faults and active faults. */
-struct AlarmSummary {
-  bool alarm = false;
-  bool activeAlarm = false;
-  bool fault = false;
-  bool activeFault = false;
-
-  friend bool operator==(const AlarmSummary& a, const AlarmSummary& b) {
-    return a.alarm == b.alarm && a.activeAlarm == b.activeAlarm && a.fault == b.fault &&
-           a.activeFault == b.activeFault;
-  }
-};
+/** Whether the alarm list holds alarms, active alarms, faults and active faults: 0 or 1 each. */
+using AlarmSummary = std::array<int, 4>;
 
 /**
  * The alarm list: one entry per identifier, from its first "on" until it is both off and acknowledged. The
  * caller adds entries to the event list and opens and commits transactions.
+ *
+ * An alarm belongs to the session that reported it on last.
  */
 class AlarmStore {
  public:
@@ -29,7 +23,7 @@ class AlarmStore {
   explicit AlarmStore(Database& database);
 
   /** Whether turnOn() with this identifier fits into the list. */
-  bool hasRoomFor(const QString& alarmId);
+  bool hasRoomFor(const QByteArray& alarmId);
 
   /**
    * Apply an "on": a new or inactive alarm becomes active and unacknowledged. An alarm that is active already
@@ -37,7 +31,7 @@ class AlarmStore {
    * @param edge number of the entry in the event list
    * @return whether the alarm was off before
    */
-  bool turnOn(const StoredEntry& entry, qint64 edge);
+  bool turnOn(const StoredEntry& entry, qint64 edge, const QByteArray& session);
 
   /**
    * Apply an "off". The alarm keeps the type of its "on", whatever type this entry has.
@@ -46,32 +40,45 @@ class AlarmStore {
    */
   bool turnOff(const StoredEntry& entry, qint64 edge);
 
-  /**
-   * Acknowledge one alarm. One that is off is removed.
-   * @param moduleName, description set to those of the alarm if the result is true
-   * @return false for an alarm that is unknown or acknowledged already; nothing changes then
-   */
-  bool acknowledge(const QString& alarmId, QString& moduleName, QByteArray& description);
+  /** Acknowledge one alarm. One that is off is removed. */
+  void acknowledge(const QByteArray& alarmId);
 
-  /** The list as ListJson writes it, the alarm with the newest edge first; `language` as for DescriptionText.
-   */
-  QByteArray list(const QString& language);
+  struct State {
+    bool known = false;
+    bool active = false;
+    bool acknowledged = false;
+    QByteArray session;
+  };
+  State find(const QByteArray& alarmId);
+  /** What an entry about an alarm of the list needs: identifier, type, module, description, keywords. */
+  StoredEntry read(const QByteArray& alarmId);
+  /** Let an alarm belong to another session. */
+  void assign(const QByteArray& alarmId, const QByteArray& session);
+  /** Active alarms of one session in the order of their edges, at most `count`. */
+  QByteArrayList activeOf(const QByteArray& session, qint64 count);
+  /** The sessions that have active alarms. */
+  QByteArrayList owners();
+
+  /** The list as ListJson writes it, the alarm with the newest edge first. */
+  QByteArray list(const QByteArray& language);
 
   /** A JSON object with the two states of one alarm, both false for an unknown one. */
-  QByteArray alarmState(const QString& alarmId);
+  QByteArray alarmState(const QByteArray& alarmId);
 
   AlarmSummary summary();
 
  private:
-  void removeFinished(const QString& alarmId);
-
   Database& m_database;
   Statement m_find;
+  Statement m_read;
   Statement m_room;
   Statement m_turnOn;
   Statement m_turnOff;
   Statement m_acknowledge;
   Statement m_remove;
+  Statement m_assign;
+  Statement m_activeOf;
+  Statement m_owners;
   Statement m_select;
   Statement m_summary;
 };

@@ -4,9 +4,7 @@
 
 #include "ListServiceNames.h"
 
-/** Thrown to refuse a call that has not changed anything yet. The reply is the bus error name() with the text
- * what().
- */
+/** Refuses a call that has changed nothing. The reply is the bus error name() with the text what(). */
 class CallError : public std::runtime_error {
  public:
   explicit CallError(const char* text, const char* name = Tavroline::ListServiceNames::kErrorInvalid)

@@ -2,26 +2,37 @@
 
 #include <sqlite3.h>
 
+#include <filesystem>
+#include <system_error>
+
 namespace {
 
+constexpr std::uintmax_t kSmallDisk = 64U << 20U;  // bytes left
+
+std::string nameOf(sqlite3* connection) {
+  const char* const file = connection != nullptr ? sqlite3_db_filename(connection, "main") : nullptr;
+  return file != nullptr && *file != 0 ? std::string("the database ") + file : "the database";
+}
+
 [[noreturn]] void refuse(sqlite3* connection, int code) {
+  const std::string name = nameOf(connection);
   switch (code & 0xFF) {
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
-      throw StorageError("the database is in use by another process; end that one or use another file");
+      throw StorageError(name + " is in use by another process; end that one or use another file");
     case SQLITE_CORRUPT:
     case SQLITE_NOTADB:
-      throw StorageError("the database is damaged; restore it from a copy or move it away to start empty");
+      throw StorageError(name + " is damaged; restore it from a copy or move it away to start empty");
     case SQLITE_READONLY:
     case SQLITE_PERM:
-      throw StorageError("the database cannot be written; give write access to the file and its folder");
+      throw StorageError(name + " cannot be written; give write access to the file and its folder");
     case SQLITE_CANTOPEN:
-      throw StorageError("the database cannot be opened; check that the folder exists and can be written");
+      throw StorageError(name + " cannot be opened; check that the folder exists and can be written");
     case SQLITE_FULL:
-      throw StorageError("no room left for the database; free some space");
+      throw StorageFull("no room left for " + name + "; free some space");
     default:
-      throw StorageError(std::string("the database failed: ") +
-                         (connection != nullptr ? sqlite3_errmsg(connection) : sqlite3_errstr(code)));
+      throw StorageError(
+          name + " failed: " + (connection != nullptr ? sqlite3_errmsg(connection) : sqlite3_errstr(code)));
   }
 }
 
@@ -49,6 +60,12 @@ Database::Database(const std::string& file) {
   }
   // The lock is held until the connection is closed. Locking does not change the file.
   execute("PRAGMA locking_mode=EXCLUSIVE; BEGIN EXCLUSIVE; COMMIT");
+  // The journal's usual 4 MiB would take the room of the database on a small disk.
+  std::error_code unknown;
+  const auto disk = std::filesystem::space(file, unknown);
+  if (!unknown && disk.available < kSmallDisk) {
+    execute("PRAGMA wal_autocheckpoint=32");  // pages
+  }
 }
 
 void Database::execute(const char* sql) {
@@ -56,36 +73,38 @@ void Database::execute(const char* sql) {
 }
 
 qint64 Database::queryNumber(const char* sql) {
-  Statement statement(*this, sql);
-  return statement.next() ? statement.number(0) : 0;
+  return Statement(*this, sql).value();
 }
 
 QByteArray Database::queryText(const char* sql) {
   Statement statement(*this, sql);
-  const QByteArray text = statement.next() ? statement.text(0) : QByteArray();
-  return {text.constData(), text.size()};
-}
-
-qint64 Database::lastInserted() const {
-  return sqlite3_last_insert_rowid(m_connection.get());
+  return statement.next() ? statement.copy(0) : QByteArray();
 }
 
 qint64 Database::changes() const {
   return sqlite3_changes64(m_connection.get());
 }
 
-void Database::begin() {
-  if (sqlite3_get_autocommit(m_connection.get()) != 0) {
-    execute("BEGIN");
+std::string Database::name() const {
+  return nameOf(m_connection.get());
+}
+
+void Database::truncateJournal() {
+  execute("PRAGMA wal_checkpoint(TRUNCATE)");
+}
+
+void Database::compact() noexcept {
+  try {
+    if (queryNumber("PRAGMA freelist_count") > queryNumber("PRAGMA page_count") / 2) {
+      execute("VACUUM");
+    }
+    truncateJournal();
+  } catch (const std::exception&) {
+    rollback();
   }
 }
 
-void Database::commit() {
-  execute("COMMIT");
-}
-
 void Database::rollback() noexcept {
-  // An exception may have left a statement with rows to read; it could not be bound again.
   for (auto* statement = sqlite3_next_stmt(m_connection.get(), nullptr); statement != nullptr;
        statement = sqlite3_next_stmt(m_connection.get(), statement)) {
     sqlite3_reset(statement);
@@ -100,21 +119,15 @@ void Statement::Finalize::operator()(sqlite3_stmt* statement) const {
   sqlite3_finalize(statement);
 }
 
-Statement::Statement(Database& database, const char* sql) : m_connection(database.m_connection.get()) {
+Statement::Statement(Database& database, const std::string& sql) : m_connection(database.m_connection.get()) {
   sqlite3_stmt* statement = nullptr;
   check(m_connection,
-        sqlite3_prepare_v3(m_connection, sql, -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr));
+        sqlite3_prepare_v3(m_connection, sql.c_str(), -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr));
   m_statement.reset(statement);
 }
 
 Statement& Statement::bind(int parameter, qint64 value) {
   check(m_connection, sqlite3_bind_int64(m_statement.get(), parameter + 1, value));
-  return *this;
-}
-
-Statement& Statement::bind(int parameter, const QString& value) {
-  check(m_connection, sqlite3_bind_text16(m_statement.get(), parameter + 1, value.utf16(), value.size() * 2,
-                                          SQLITE_TRANSIENT));
   return *this;
 }
 
@@ -139,6 +152,20 @@ void Statement::run() {
   reset();
 }
 
+qint64 Statement::value() {
+  const qint64 value = next() ? number(0) : 0;
+  reset();
+  return value;
+}
+
+QByteArrayList Statement::texts() {
+  QByteArrayList texts;
+  while (next()) {
+    texts.append(copy(0));
+  }
+  return texts;
+}
+
 void Statement::reset() noexcept {
   sqlite3_reset(m_statement.get());
 }
@@ -147,7 +174,12 @@ qint64 Statement::number(int column) const {
   return sqlite3_column_int64(m_statement.get(), column);
 }
 
-QByteArray Statement::text(int column) const {
+std::string_view Statement::view(int column) const {
   const auto* text = static_cast<const char*>(sqlite3_column_blob(m_statement.get(), column));
-  return QByteArray::fromRawData(text, sqlite3_column_bytes(m_statement.get(), column));
+  return {text, static_cast<std::size_t>(sqlite3_column_bytes(m_statement.get(), column))};
+}
+
+QByteArray Statement::copy(int column) const {
+  const std::string_view text = view(column);
+  return {text.data(), static_cast<int>(text.size())};
 }

@@ -1,38 +1,54 @@
 #include "EventStore.h"
 
-#include <QJsonDocument>
+#include <QDateTime>
 
-#include "DescriptionText.h"
+#include <limits>
+
 #include "EventlistHandlerDefinitions.h"
-#include "ListJson.h"
 
-EventStore::EventStore(Database& database, qint64 capacity)
+namespace {
+
+const std::string kSelect =
+    "SELECT id, event_type, icon_type, time, module_name, description, user, keywords FROM events";
+
+}  // namespace
+
+EventStore::EventStore(Database& database, qint64 capacity, std::chrono::milliseconds keep)
     : m_database(database),
       m_capacity(capacity),
-      m_insert(database,
-               "INSERT INTO events (event_type, state, icon_type, module_name, time, description, keywords,"
-               " user, alarm_id, object_name) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"),
-      m_drop(database, "DELETE FROM events WHERE id <= ?"),
+      m_keep(keep),
+      m_insert(database, "INSERT INTO events VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"),
+      m_excess(database, "SELECT id < ?1 OR time < ?2 FROM events ORDER BY id LIMIT 1"),
+      m_drop(database,
+             "DELETE FROM events WHERE id < max(?1, ifnull("
+             "(SELECT id FROM events WHERE time >= ?2 ORDER BY id LIMIT 1), ?3))"),
       m_clear(database, "DELETE FROM events"),
-      m_select(database,
-               "SELECT id, event_type, icon_type, time, module_name, description, user, keywords FROM events"
-               " ORDER BY id DESC LIMIT ?"),
+      m_select(database, kSelect + " ORDER BY id DESC LIMIT ?"),
+      m_page(database, kSelect + " WHERE id > ? ORDER BY id LIMIT ?"),
+      m_oldest(database, "SELECT min(id) FROM events"),
       m_count(database, "SELECT count(*) FROM events") {}
 
 qint64 EventStore::append(const StoredEntry& entry) {
-  m_insert.bind(0, qint64{entry.eventType}).bind(1, qint64{entry.state}).bind(2, entry.iconType);
-  m_insert.bind(3, entry.moduleName).bind(4, entry.time).bind(5, entry.description);
-  m_insert.bind(6, entry.keywords).bind(7, entry.user).bind(8, entry.alarmId).bind(9, entry.objectName);
+  m_insert.bind(0, m_newest + 1).bind(1, qint64{entry.eventType}).bind(2, qint64{entry.state});
+  m_insert.bind(3, entry.iconType).bind(4, entry.moduleName).bind(5, entry.time).bind(6, entry.description);
+  m_insert.bind(7, entry.keywords).bind(8, entry.user).bind(9, entry.alarmId).bind(10, entry.objectName);
   m_insert.run();
-  m_newest = m_database.lastInserted();
-  return m_newest;
+  return ++m_newest;
+}
+
+/** Bind the lowest number and the lowest time that are kept. */
+Statement& EventStore::bindLimits(Statement& statement) {
+  const qint64 now = QDateTime::currentMSecsSinceEpoch();
+  const qint64 oldest = m_keep.count() > 0 ? now - m_keep.count() : std::numeric_limits<qint64>::min();
+  return statement.bind(0, m_newest - m_capacity + 1).bind(1, oldest);
+}
+
+bool EventStore::hasExcess() {
+  return bindLimits(m_excess).value() != 0;
 }
 
 quint64 EventStore::trim() {
-  if (m_newest <= m_capacity) {
-    return 0;
-  }
-  m_drop.bind(0, m_newest - m_capacity).run();
+  bindLimits(m_drop).bind(2, m_newest + 1).run();
   return static_cast<quint64>(m_database.changes());
 }
 
@@ -41,33 +57,33 @@ bool EventStore::clear() {
   return m_database.changes() > 0;
 }
 
-QByteArray EventStore::list(const QString& language, quint32 count) {
-  using Keys = EventlistHandlerDefinitions;
-  ListJson json;
-  m_select.bind(0, count == 0 ? qint64{-1} : qint64{count});
-  while (m_select.next()) {
-    if (json.isFull()) {
-      json.omitEntry();
-      continue;
-    }
-    const QJsonObject description = QJsonDocument::fromJson(m_select.text(5)).object();
-    json.beginEntry();
-    json.addNumber(Keys::getListColumnNameEventlistId(), m_select.number(0));
-    json.addNumber(Keys::getListColumnNameEventType(), m_select.number(1));
-    json.addText(Keys::getListColumnNameIconType(), m_select.text(2));
-    json.addTime(Keys::getListColumnNameLocalTime(), m_select.number(3));
-    json.addText(Keys::getListColumnNameModuleName(), m_select.text(4));
-    json.addText(Keys::getListColumnNameDescription(), DescriptionText::text(description, language).toUtf8());
-    json.addText(Keys::getListColumnNameUser(), m_select.text(6));
-    json.addJson(Keys::getListColumnNameKeywords(), m_select.text(7));
-    json.endEntry();
-  }
-  return json.finish();
+QByteArray EventStore::list(quint32 count, const QByteArray& language) {
+  return write(m_select.bind(0, count == 0 ? qint64{-1} : qint64{count}), language);
 }
 
-qint64 EventStore::count() {
-  m_count.next();
-  const qint64 count = m_count.number(0);
-  m_count.reset();
-  return count;
+QByteArray EventStore::page(qint64 after, qint64 count, const QByteArray& language) {
+  return write(m_page.bind(0, after).bind(1, count), language);
+}
+
+QByteArray EventStore::write(Statement& rows, const QByteArray& language) {
+  using Names = EventlistHandlerDefinitions;
+  using Form = ListJson::Form;
+  static const std::vector<ListJson::Column> kColumns{
+      {Names::getListColumnNameEventlistId(), Form::Number},
+      {Names::getListColumnNameEventType(), Form::Number},
+      {Names::getListColumnNameIconType(), Form::Text},
+      {Names::getListColumnNameLocalTime(), Form::Time},
+      {Names::getListColumnNameModuleName(), Form::Text},
+      {Names::getListColumnNameDescription(), Form::Description},
+      {Names::getListColumnNameUser(), Form::Text},
+      {Names::getListColumnNameKeywords(), Form::Keywords}};
+  ListJson json(kColumns, language);
+  QByteArray list = json.write(rows);
+  m_unreadable = json.unreadable();
+  return list;
+}
+
+qint64 EventStore::oldest() {
+  const qint64 oldest = m_oldest.value();
+  return oldest != 0 ? oldest : m_newest + 1;
 }

@@ -1,14 +1,22 @@
 #pragma once
 
-#include <QByteArray>
-#include <QString>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Database.h"
+
+class QString;
+
+inline std::string_view viewOf(const QByteArray& text) {
+  return {text.constData(), static_cast<std::size_t>(text.size())};
+}
 
 /**
- * Writes the reply to a list request: {"ListData":[entries],"Omitted":n}, UTF-8. The caller decides which
- * members an entry has.
+ * Writes the reply to a list request from the rows of a query: {"ListData":[entries],"Omitted":n}, UTF-8.
  *
- * The reply stays below kMaxSize: an entry that does not fit is left out and counted as omitted. The caller
- * then leaves out the later ones too, see isFull().
+ * The reply stays below kMaxSize: from the first entry that does not fit on, entries are left out and counted
+ * as omitted. A row whose description or keywords cannot be read is left out and counted in unreadable().
  */
 class ListJson {
  public:
@@ -16,36 +24,44 @@ class ListJson {
    * messages. */
   static constexpr int kMaxSize = 16 * 1024 * 1024 - 4096;
 
-  ListJson();
+  /** How a column is shown: a time (ms since 1970-01-01 00:00:00 UTC) as local time, ISO 8601 with
+   * milliseconds and no offset; a description as its text; keywords as the stored array. */
+  enum class Form { Number, Flag, Text, Time, Description, Keywords };
+
+  /** A member of each entry; in the order of the query's columns. */
+  struct Column {
+    Column(const QString& name, Form form);
+    QByteArray key;
+    Form form;
+  };
+
+  /** @param language of the descriptions, see DescriptionText; both must outlive this object */
+  ListJson(const std::vector<Column>& columns, const QByteArray& language)
+      : m_columns(columns), m_language(language) {}
+
+  /** @param rows bound and not yet run */
+  QByteArray write(Statement& rows);
+  qint64 unreadable() const { return m_unreadable; }
 
   /** Append a text in UTF-8 to `json`, as a JSON string. */
-  static void appendQuoted(QByteArray& json, const QByteArray& utf8);
-
-  /** Whether an entry was left out; the caller then counts the later ones with omitEntry(). */
-  bool isFull() const { return m_omitted > 0; }
-
-  void beginEntry();
-  void addNumber(const QString& key, qint64 value);
-  void addFlag(const QString& key, bool value);
-  /** @param utf8 any text in UTF-8 */
-  void addText(const QString& key, const QByteArray& utf8);
-  /** @param time milliseconds since 1970-01-01 00:00:00 UTC; written as local time, ISO 8601 with
-   * milliseconds, no offset */
-  void addTime(const QString& key, qint64 time);
-  /** @param json a complete JSON value */
-  void addJson(const QString& key, const QByteArray& json);
-  void endEntry();
-
-  /** Count an entry that the caller leaves out. */
-  void omitEntry() { ++m_omitted; }
-
-  /** The complete document. The object must not be used afterwards. */
-  QByteArray finish();
+  static void appendQuoted(QByteArray& json, std::string_view utf8);
 
  private:
-  void addKey(const QString& key);
+  static constexpr qint64 kNone = -1000000;
 
+  bool addEntry(const Statement& row);
+  bool addValue(const Statement& row, int column, Form form);
+  void addTime(qint64 time);
+  void addDigits(char separator, qint64 number, int digits);
+  bool addKeywords(std::string_view keywords);
+
+  const std::vector<Column>& m_columns;
+  const QByteArray& m_language;
   QByteArray m_json;
-  int m_entryStart = 0;
-  qint64 m_omitted = 0;
+  qint64 m_unreadable = 0;
+  qint64 m_quarter = kNone;  ///< quarter of an hour for which m_offset holds
+  qint64 m_offset = 0;       ///< of local time from UTC, in ms
+  qint64 m_day = kNone;      ///< since 1970-01-01, for which m_date holds
+  QByteArray m_date;
+  std::string m_text;
 };

@@ -1,14 +1,18 @@
 #include "ListService.h"
 
 #include <QDateTime>
-#include <QJsonDocument>
-#include <QJsonObject>
+#include <QSet>
 
-#include "CallError.h"
+#include <algorithm>
+
 #include "DescriptionText.h"
 #include "EventlistHandlerDefinitions.h"
 #include "EventlistHandlerEnums.h"
 #include "EventsDBusDefinitions.h"
+#include "ListJson.h"
+#include "ListServiceNames.h"
+
+using Tavroline::MessageFormat::Kind;
 
 namespace {
 
@@ -22,126 +26,180 @@ bool turnsOff(const StoredEntry& entry) {
   return !entry.alarmId.isEmpty() && entry.state == EventlistHandlerEnums::StateOff;
 }
 
-StoredEntry acknowledgementEntry(const QString& user, const QString& moduleName,
-                                 const QJsonObject& description) {
+/** The alarm's description, or one that shows the alarm's identifier if the text of the former is empty. */
+QByteArray subjectOf(const StoredEntry& alarm) {
+  std::string text;
+  if (DescriptionText::make(viewOf(alarm.description), {}, text) && !text.empty()) {
+    return alarm.description;
+  }
+  QByteArray subject = "{\"" + EventsDBusDefinitions::getEventDBusKeyObjectName().toUtf8() + "\":";
+  ListJson::appendQuoted(subject, viewOf(alarm.alarmId));
+  return subject + '}';
+}
+
+/** An entry of the service itself: `key` selects its text. */
+StoredEntry ownEntry(const char* key, const QByteArray& subject = {}) {
   StoredEntry entry;
   entry.eventType = EventlistHandlerEnums::EventTypeAuditTrail;
   entry.state = EventlistHandlerEnums::StateNeutral;
-  entry.iconType = EventlistHandlerDefinitions::getIconNameAuditTrail();
-  entry.moduleName = moduleName;
+  entry.iconType = EventlistHandlerDefinitions::getIconNameAuditTrail().toUtf8();
   entry.time = QDateTime::currentMSecsSinceEpoch();
-  entry.description = QJsonDocument(description).toJson(QJsonDocument::Compact);
+  entry.description = DescriptionText::ofTable(key, subject);
   entry.keywords = "[]";
-  entry.user = user;
   return entry;
-}
-
-[[noreturn]] void refuseForGood() {
-  throw CallError("the alarm list is full", Tavroline::ListServiceNames::kErrorFull);
-}
-
-/** The alarm's description, or one that shows the alarm's identifier if the text of the former is empty. */
-QJsonObject acknowledgedSubject(const QByteArray& alarmDescription, const QString& alarmId) {
-  QJsonObject subject = QJsonDocument::fromJson(alarmDescription).object();
-  if (!DescriptionText::text(subject, QString()).isEmpty()) {
-    return subject;
-  }
-  return {{EventsDBusDefinitions::getEventDBusKeyObjectName(), alarmId}};
 }
 
 }  // namespace
 
-// A generation is the time of the commit in microseconds, but at least one more than the last. If somebody
-// restores an older copy of the database, the generations that clients have seen are therefore not used
-// again, unless the clock was set back.
-ListService::ListService(Database& database, qint64 capacity)
+ListService::ListService(Database& database, qint64 capacity, std::chrono::milliseconds keep)
     : m_database(database),
-      m_events(database, capacity),
+      m_events(database, capacity, keep),
       m_alarms(database),
       m_sessions(database),
       m_selectState(database, "SELECT event_generation, alarm_generation, detector FROM state"),
-      m_eventsChanged(database, "UPDATE state SET event_generation = max(event_generation + 1, ?)"),
-      m_alarmsChanged(database, "UPDATE state SET alarm_generation = max(alarm_generation + 1, ?)"),
-      m_setDetector(database, "UPDATE state SET detector = ?") {}
-
-void ListService::log(const Sender& sender, const StoredEntry& entry) {
-  if (isRepetition(sender)) {
-    return;
-  }
-  if (turnsOn(entry) && !m_alarms.hasRoomFor(entry.alarmId)) {
-    m_failed.reject(sender);
-    refuseForGood();
-  }
-  record(sender);
-  applyEdge(entry, append(entry));
-  ++m_changes.stored;
+      // A generation is the time of the commit in microseconds, but at least one more than the last. If
+      // somebody restores an older copy of the database, the generations that clients have seen are therefore
+      // not used again, unless the clock was set back.
+      m_changed(database,
+                "UPDATE state SET newest = ?1,"
+                " event_generation = iif(?2, max(event_generation + 1, ?4), event_generation),"
+                " alarm_generation = iif(?3, max(alarm_generation + 1, ?4), alarm_generation)"),
+      m_setDetector(database, "UPDATE state SET detector = ?"),
+      m_newest(
+          database.queryNumber("SELECT max(newest, (SELECT ifnull(max(id), 0) FROM events)) FROM state")),
+      m_epoch(static_cast<quint64>(database.queryNumber("SELECT epoch FROM state"))) {
+  m_events.setNewest(m_newest);
+  trim();
+  database.compact();
 }
 
-void ListService::deleteEvents(const Sender& sender) {
-  if (isRepetition(sender)) {
-    return;
-  }
-  record(sender);
-  m_changes.events = m_events.clear() || m_changes.events;
-}
-
-void ListService::acknowledgeAlarms(const Sender& sender, const QStringList& alarmIds, const QString& user) {
-  if (isRepetition(sender)) {
-    return;
-  }
-  record(sender);
-  for (const QString& alarmId : alarmIds) {
-    QString moduleName;
-    QByteArray description;
-    if (!m_alarms.acknowledge(alarmId, moduleName, description)) {
-      continue;
+void ListService::trim() noexcept {
+  try {
+    if (m_events.hasExcess()) {
+      transaction([this] { m_changes.events = true; });
     }
-    m_changes.alarms = true;
-    const QJsonObject subject = acknowledgedSubject(description, alarmId);
-    append(acknowledgementEntry(user, moduleName,
-                                DescriptionText::ofTable(DescriptionText::kAlarmAcknowledged, subject)));
+  } catch (const std::exception&) {
+    recover();
   }
 }
 
-void ListService::acknowledgeDetector(const Sender& sender, const QString& user) {
-  if (isRepetition(sender)) {
-    return;
-  }
-  record(sender);
-  setDetector(false);
-  append(acknowledgementEntry(user, QString(),
-                              DescriptionText::ofTable(DescriptionText::kDetectorAcknowledged, {})));
+/** Do the work and commit what it changed. The work may be done twice, see Database. */
+template <class Work>
+void ListService::transaction(const Work& work) {
+  quint64 overwritten = 0;
+  m_database.transaction([&] {
+    m_changes = {};
+    m_events.setNewest(m_newest);
+    work();
+    const qint64 now = QDateTime::currentMSecsSinceEpoch() * 1000;
+    m_changed.bind(0, m_events.newest()).bind(1, qint64{m_changes.events}).bind(2, qint64{m_changes.alarms});
+    m_changed.bind(3, now).run();
+    overwritten = m_events.trim();
+  });
+  m_newest = m_events.newest();
+  m_counters.overwritten += overwritten;
+  m_counters.stored += m_changes.stored;
+  m_counters.rejected += m_changes.rejected;
+  ++m_commits;
 }
 
-void ListService::commit() {
-  if (!m_changes.open) {
-    return m_failed.succeed();
+Stored ListService::store(const Sender& sender, quint64 first, quint64 floor,
+                          const MessageReader::Batch& batch) {
+  const quint64 before = qMax(m_sessions.find(sender.session).upTo, floor);
+  const quint64 after = first + batch.size() - 1;
+  const quint64 acknowledged = qMax(floor, first - 1);
+  if (first > before + 1 || after <= before) {
+    m_counters.duplicates += first > before + 1 ? 0 : batch.size();
+    return {before, m_sessions.refused(sender.session, acknowledged)};
   }
-  const qint64 now = QDateTime::currentMSecsSinceEpoch() * 1000;
-  if (m_changes.events) {
-    m_eventsChanged.bind(0, now).run();
-  }
-  if (m_changes.alarms) {
-    m_alarmsChanged.bind(0, now).run();
-  }
-  const quint64 overwritten = m_events.trim();
-  m_sessions.write();
-  m_database.commit();
-  m_failed.succeed();
-  m_stored += m_changes.stored;
-  m_overwritten += overwritten;
-  m_changes = {};
+  const std::size_t repeated = before + 1 - first;
+  Stored stored{after, {}};
+  transaction([&] {
+    m_sessions.forgetRefused(sender.session, acknowledged);
+    for (std::size_t i = repeated; i < batch.size(); ++i) {
+      const quint32 refusal = apply(sender, batch[i]);
+      if (refusal != 0) {
+        m_sessions.refuse(sender.session, first + i, refusal);
+        ++m_changes.rejected;
+      }
+    }
+    m_sessions.write(sender.session, after, sender.user);
+    stored.refused = m_sessions.refused(sender.session, acknowledged);
+  });
+  m_counters.duplicates += repeated;
+  return stored;
 }
 
-void ListService::rollback() noexcept {
-  m_database.rollback();
-  m_sessions.forget();
-  m_failed.fail();
-  m_changes = {};
+Stored ListService::stored(const QByteArray& session) {
+  return {m_sessions.find(session).upTo, m_sessions.refused(session, 0)};
+}
+
+QByteArrayList ListService::reportAlarms(const Sender& sender, const QByteArrayList& on) {
+  const QSet<QByteArray> reported(on.begin(), on.end());
+  QByteArrayList missing;
+  QByteArrayList taken;
+  for (const QByteArray& alarmId : reported) {
+    const AlarmStore::State alarm = m_alarms.find(alarmId);
+    if (!alarm.active) {
+      missing.append(alarmId);
+    } else if (alarm.session != sender.session) {
+      taken.append(alarmId);
+    }
+  }
+  QByteArrayList ended = m_alarms.activeOf(sender.session, AlarmStore::kCapacity);
+  ended.erase(
+      std::remove_if(ended.begin(), ended.end(), [&](const auto& id) { return reported.contains(id); }),
+      ended.end());
+  if (!taken.isEmpty() || !ended.isEmpty()) {
+    transaction([&] {
+      for (const QByteArray& alarmId : taken) {
+        m_alarms.assign(alarmId, sender.session);
+      }
+      for (const QByteArray& alarmId : ended) {
+        turnOff(alarmId, DescriptionText::kAlarmNotReported);
+      }
+      m_sessions.write(sender.session, m_sessions.find(sender.session).upTo, sender.user);
+    });
+  }
+  return missing;
+}
+
+quint32 ListService::raiseAlarms(const Sender& sender, const MessageReader::Batch& entries) {
+  quint32 full = 0;
+  transaction([&] {
+    full = 0;
+    for (const MessageReader::Message& message : entries) {
+      if (!message.valid || message.kind != Kind::Entry || !turnsOn(message.entry)) {
+        ++m_changes.rejected;
+      } else if (m_alarms.find(message.entry.alarmId).active) {
+        m_alarms.assign(message.entry.alarmId, sender.session);
+      } else {
+        full += applyEntry(sender, message.entry) != 0 ? 1 : 0;
+      }
+    }
+    m_sessions.write(sender.session, m_sessions.find(sender.session).upTo, sender.user);
+  });
+  return full;
+}
+
+bool ListService::endSession(const QByteArray& session) {
+  const QByteArrayList alarms = m_alarms.activeOf(session, kMaxEnded);
+  if (!alarms.isEmpty()) {
+    transaction([&] {
+      for (const QByteArray& alarmId : alarms) {
+        turnOff(alarmId, DescriptionText::kProgramEnded);
+      }
+    });
+  }
+  return alarms.size() == kMaxEnded;
 }
 
 Counters ListService::counters() {
-  return {m_stored, m_overwritten, m_duplicates, m_events.count(), m_events.capacity(), m_sessions.count()};
+  Counters counters = m_counters;
+  counters.entries = m_events.count();
+  counters.capacity = m_events.capacity();
+  counters.sessions = m_sessions.count();
+  return counters;
 }
 
 ListSnapshot ListService::snapshot() {
@@ -155,44 +213,82 @@ ListSnapshot ListService::snapshot() {
   return snapshot;
 }
 
-/** Whether the message was applied before (then counted as a duplicate). Throws CallError if it must not be
- * applied: it was rejected before, or an earlier one on its connection has failed. */
-bool ListService::isRepetition(const Sender& sender) {
-  if (m_failed.isRejected(sender)) {
-    refuseForGood();
+/** Apply one message. @return 0, or why it is refused: it has changed nothing then */
+quint32 ListService::apply(const Sender& sender, const MessageReader::Message& message) {
+  if (!message.valid) {
+    return Tavroline::ListServiceNames::kRefusedInvalid;
   }
-  if (!m_failed.admit(sender)) {
-    throw CallError("a message before this one could not be stored",
-                    Tavroline::ListServiceNames::kErrorStorage);
+  switch (message.kind) {
+    case Kind::Entry:
+      return applyEntry(sender, message.entry);
+    case Kind::DeleteEvents:
+      m_changes.events = m_events.clear() || m_changes.events;
+      break;
+    case Kind::AcknowledgeAlarms:
+      acknowledge(message.alarmIds, message.entry.user);
+      break;
+    case Kind::AcknowledgeDetector: {
+      setDetector(false);
+      StoredEntry entry = ownEntry(DescriptionText::kDetectorAcknowledged);
+      entry.user = message.entry.user;
+      append(entry);
+    }
   }
-  const bool seen = m_sessions.seen(sender.session, sender.sequence);
-  if (seen) {
-    ++m_duplicates;
-  }
-  return seen;
+  return 0;
 }
 
-/** Open a transaction if none is open, and record the message in it. */
-void ListService::record(const Sender& sender) {
-  m_database.begin();
-  m_changes.open = true;
-  m_sessions.record(sender.sequence);
+quint32 ListService::applyEntry(const Sender& sender, const StoredEntry& entry) {
+  if (turnsOn(entry)) {
+    if (!m_alarms.hasRoomFor(entry.alarmId)) {
+      return Tavroline::ListServiceNames::kRefusedFull;
+    }
+    if (m_alarms.turnOn(entry, append(entry), sender.session)) {
+      setDetector(true);
+    }
+    m_changes.alarms = true;
+  } else if (turnsOff(entry)) {
+    m_changes.alarms = m_alarms.turnOff(entry, append(entry)) || m_changes.alarms;
+  } else {
+    append(entry);
+  }
+  ++m_changes.stored;
+  return 0;
+}
+
+void ListService::acknowledge(const QByteArrayList& alarmIds, const QByteArray& user) {
+  for (const QByteArray& alarmId : alarmIds) {
+    const AlarmStore::State state = m_alarms.find(alarmId);
+    if (state.known && !state.acknowledged) {
+      const StoredEntry alarm = m_alarms.read(alarmId);
+      StoredEntry entry = ownEntry(DescriptionText::kAlarmAcknowledged, subjectOf(alarm));
+      entry.moduleName = alarm.moduleName;
+      entry.user = user;
+      m_alarms.acknowledge(alarmId);
+      append(entry);
+      m_changes.alarms = true;
+    }
+  }
+}
+
+/** Turn an alarm off for a reason of the service itself. */
+void ListService::turnOff(const QByteArray& alarmId, const char* reason) {
+  using Icons = EventlistHandlerDefinitions;
+  const StoredEntry alarm = m_alarms.read(alarmId);
+  StoredEntry entry = ownEntry(reason, subjectOf(alarm));
+  const bool isFault = alarm.eventType == EventlistHandlerEnums::EventTypeFault;
+  entry.iconType = (isFault ? Icons::getIconNameFaultOff() : Icons::getIconNameAlarmOff()).toUtf8();
+  entry.eventType = alarm.eventType;
+  entry.state = EventlistHandlerEnums::StateOff;
+  entry.moduleName = alarm.moduleName;
+  entry.keywords = alarm.keywords;
+  entry.alarmId = alarmId;
+  m_alarms.turnOff(entry, append(entry));
+  m_changes.alarms = true;
 }
 
 qint64 ListService::append(const StoredEntry& entry) {
   m_changes.events = true;
   return m_events.append(entry);
-}
-
-void ListService::applyEdge(const StoredEntry& entry, qint64 edge) {
-  if (turnsOn(entry)) {
-    if (m_alarms.turnOn(entry, edge)) {
-      setDetector(true);
-    }
-    m_changes.alarms = true;
-  } else if (turnsOff(entry)) {
-    m_changes.alarms = m_alarms.turnOff(entry, edge) || m_changes.alarms;
-  }
 }
 
 void ListService::setDetector(bool on) {

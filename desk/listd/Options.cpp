@@ -16,6 +16,15 @@ std::optional<Options> Options::parse(int argc, char** argv, int& exitCode) {
       ->type_name("N")
       ->check(CLI::Range(1, 1000000))
       ->capture_default_str();
+  app.add_option("--keep-days", options.keepDays, "days until an event entry is removed, 0 for never")
+      ->type_name("N")
+      ->check(CLI::Range(0, 36500))
+      ->capture_default_str();
+  app.add_option("--orphans", options.orphans,
+                 "seconds until the alarms of a program that has ended go off, 0 for never")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0, 86400))
+      ->capture_default_str();
   app.set_version_flag("--version", TAVROLINE_VERSION);
   try {
     app.parse(argc, argv);

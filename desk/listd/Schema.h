@@ -8,11 +8,12 @@
  */
 namespace Schema {
 
-constexpr int kVersion = 1;
+constexpr int kVersion = 2;
 
 /**
- * Check the opened database and create the tables if it is empty. Throws StorageError for a file that is
- * damaged or was written by a newer version or another program; that file is not changed.
+ * Check the opened database; create the tables if it is empty, and convert a database of an older version,
+ * which keeps all of its entries. Throws StorageError for a file that is damaged or was written by a newer
+ * version or another program; that file is not changed.
  */
 void open(Database& database);
 

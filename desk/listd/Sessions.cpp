@@ -1,53 +1,51 @@
 #include "Sessions.h"
 
 Sessions::Sessions(Database& database)
-    : m_select(database, "SELECT sequence FROM sessions WHERE session = ?"),
+    : m_select(database, "SELECT sequence, user FROM sessions WHERE session = ?"),
       m_upsert(database,
-               "INSERT INTO sessions VALUES (?, ?, (SELECT ifnull(max(used), 0) + 1 FROM sessions))"
-               " ON CONFLICT (session) DO UPDATE SET sequence = excluded.sequence, used = excluded.used"),
+               "INSERT INTO sessions VALUES (?, ?, (SELECT ifnull(max(used), 0) + 1 FROM sessions), ?)"
+               " ON CONFLICT (session) DO UPDATE SET"
+               " sequence = excluded.sequence, used = excluded.used, user = excluded.user"),
       m_prune(database,
               "DELETE FROM sessions WHERE used <="
               " (SELECT used FROM sessions ORDER BY used DESC LIMIT 1 OFFSET ?)"),
-      m_count(database, "SELECT count(*) FROM sessions") {}
+      m_count(database, "SELECT count(*) FROM sessions"),
+      m_refuse(database, "INSERT OR REPLACE INTO refusals VALUES (?, ?, ?)"),
+      m_forgetRefused(database, "DELETE FROM refusals WHERE session = ? AND sequence <= ?"),
+      m_selectRefused(database,
+                      "SELECT sequence, reason FROM refusals WHERE session = ? AND sequence > ?"
+                      " ORDER BY sequence") {}
 
-bool Sessions::seen(const QString& session, qint64 sequence) {
-  if (session != m_session) {
-    flush();
-    m_session.clear();
-    m_select.bind(0, session);
-    m_sequence = m_select.next() ? m_select.number(0) : 0;
+Sessions::Session Sessions::find(const QByteArray& session) {
+  Session found;
+  if (m_select.bind(0, session).next()) {
+    found = {true, static_cast<quint64>(m_select.number(0)), static_cast<quint32>(m_select.number(1))};
     m_select.reset();
-    m_session = session;
   }
-  return sequence <= m_sequence;
+  return found;
 }
 
-void Sessions::record(qint64 sequence) {
-  m_sequence = sequence;
-  m_recorded = true;
-}
-
-void Sessions::write() {
-  flush();
-  m_prune.bind(0, qint64{kKept}).run();
-}
-
-void Sessions::forget() noexcept {
-  m_session.clear();
-  m_recorded = false;
-}
-
-void Sessions::flush() {
-  if (!m_recorded) {
-    return;
+void Sessions::write(const QByteArray& session, quint64 upTo, quint32 user) {
+  const bool isNew = !find(session).known;
+  m_upsert.bind(0, session).bind(1, static_cast<qint64>(upTo)).bind(2, qint64{user}).run();
+  if (isNew) {
+    m_prune.bind(0, kKept).run();
   }
-  m_upsert.bind(0, m_session).bind(1, m_sequence).run();
-  m_recorded = false;
 }
 
-qint64 Sessions::count() {
-  m_count.next();
-  const qint64 count = m_count.number(0);
-  m_count.reset();
-  return count;
+void Sessions::refuse(const QByteArray& session, quint64 number, quint32 reason) {
+  m_refuse.bind(0, session).bind(1, static_cast<qint64>(number)).bind(2, qint64{reason}).run();
+}
+
+void Sessions::forgetRefused(const QByteArray& session, quint64 upTo) {
+  m_forgetRefused.bind(0, session).bind(1, static_cast<qint64>(upTo)).run();
+}
+
+std::vector<std::pair<quint64, quint32>> Sessions::refused(const QByteArray& session, quint64 after) {
+  std::vector<std::pair<quint64, quint32>> refused;
+  m_selectRefused.bind(0, session).bind(1, static_cast<qint64>(after));
+  while (m_selectRefused.next()) {
+    refused.emplace_back(m_selectRefused.number(0), m_selectRefused.number(1));
+  }
+  return refused;
 }

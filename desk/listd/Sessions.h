@@ -1,42 +1,51 @@
 #pragma once
 
+#include <utility>
+#include <vector>
+
 #include "Database.h"
 
+/** What became of a session's messages. */
+struct Stored {
+  quint64 upTo = 0;  ///< number of the last message that was stored or refused
+  /** Number and reason of the refused messages that the sender has not acknowledged, in their order. */
+  std::vector<std::pair<quint64, quint32>> refused;
+};
+
 /**
- * The highest sequence number of each session, so that a message that is sent twice is applied once.
+ * The number of the last message of each session, so that a message that is sent twice is applied once, and
+ * the messages refused for good.
  *
- * It keeps the kKept sessions that had a message applied last. A removed session counts as a new one.
+ * It keeps the kKept sessions that stored messages last. A removed session counts as a new one.
  */
 class Sessions {
  public:
-  static constexpr int kKept = 1000;
+  static constexpr qint64 kKept = 1000;
+  static constexpr quint32 kUnknownUser = UINT32_MAX;
+
+  struct Session {
+    bool known = false;
+    quint64 upTo = 0;
+    quint32 user = kUnknownUser;
+  };
 
   explicit Sessions(Database& database);
 
-  /** Whether this message, or a later one of its session, was recorded before. */
-  bool seen(const QString& session, qint64 sequence);
+  Session find(const QByteArray& session);
+  void write(const QByteArray& session, quint64 upTo, quint32 user);
 
-  /** Record a message of the session that seen() was called with last, in the transaction that applies it. */
-  void record(qint64 sequence);
+  void refuse(const QByteArray& session, quint64 number, quint32 reason);
+  void forgetRefused(const QByteArray& session, quint64 upTo);
+  std::vector<std::pair<quint64, quint32>> refused(const QByteArray& session, quint64 after);
 
-  /** Write the recorded numbers and remove the sessions beyond kKept. The caller then commits. */
-  void write();
-
-  /** Discard the recorded numbers, after a rollback. */
-  void forget() noexcept;
-
-  qint64 count();
+  qint64 count() { return m_count.value(); }
 
  private:
-  void flush();
-
-  // The session of the last seen(). Messages of one session usually follow each other; the table is then
-  // written once for all of them.
-  QString m_session;
-  qint64 m_sequence = 0;
-  bool m_recorded = false;
   Statement m_select;
   Statement m_upsert;
   Statement m_prune;
   Statement m_count;
+  Statement m_refuse;
+  Statement m_forgetRefused;
+  Statement m_selectRefused;
 };

@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <fstream>
 #include <iostream>
 #include <iterator>
-#include <map>
 #include <optional>
 #include <regex>
 #include <string>
@@ -28,21 +28,17 @@ inline bool fileHolds(const std::string& path, const std::string& text) {
 /** Expects that the counters of each "Books:" record balance and that the last one has no pending message.
  * @return the accepted messages of the last record */
 inline unsigned long expectBalance(const std::string& records) {
-  static const std::regex record("Books: .*"), counter("([a-z][a-z ]*) ([0-9]+)");
-  std::map<std::string, unsigned long> n;
-  const std::sregex_iterator end;
-  for (std::sregex_iterator line(records.begin(), records.end(), record); line != end; ++line) {
-    const std::string text = line->str();
-    n.clear();
-    for (std::sregex_iterator match(text.begin(), text.end(), counter); match != end; ++match) {
-      n[match->str(1)] = std::stoul(match->str(2));
+  static const std::regex record(
+      "Books: accepted (.*), delivered (.*), pending (.*), superseded (.*), dropped (.*) \\(");
+  std::array<unsigned long, 6> n{};
+  for (std::sregex_iterator line(records.begin(), records.end(), record), end; line != end; ++line) {
+    for (std::size_t i = 1; i < n.size(); ++i) {
+      n[i] = std::stoul(line->str(i));
     }
-    EXPECT_EQ(n["accepted"], n["delivered"] + n["pending"] + n["superseded"] + n["dropped"]) << text;
-    EXPECT_EQ(n["dropped"], n["unsendable"] + n["rejected"] + n["unanswered"] + n["unload"]) << text;
-    EXPECT_EQ(n["refused"], n["queue full"] + n["out of memory"]) << text;
+    EXPECT_EQ(n[1], n[2] + n[3] + n[4] + n[5]) << line->str();
   }
-  EXPECT_EQ(n["pending"], 0U) << "after unload";
-  return n["accepted"];
+  EXPECT_EQ(n[3], 0U) << "after unload";
+  return n[1];
 }
 
 /** A private bus and, from startService() on, the real list service. */

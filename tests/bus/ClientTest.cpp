@@ -1,72 +1,41 @@
-#include <poll.h>
+#include <sched.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
-#include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <atomic>
-#include <ctime>
+#include <csignal>
+#include <thread>
 
 #include "BusTest.h"
-#include "CodesysRuntime.h"
+#include "EventlistHandlerEnums.h"
 #include "Hub.h"
+#include "HubProcess.h"
 #include "RuntimeFunctions.h"
 
 using namespace Tavroline;
 
 namespace {
 
-std::atomic<int> s_secondsAhead{0};
-std::atomic<unsigned> s_hubTurns{0}, s_connectionAttempts{0};
-
-Message event(const QString& module, const QVariantMap& description = {}) {
-  Message message;
-  message.eventType = EventlistHandlerEnums::EventTypeEvent;
-  message.moduleName = module;
-  message.description = description;
-  return message;
+bool logEvent(Hub& hub, const QString& module, const QVariantMap& description = {}) {
+  return hub.submit([&](MessageWriter& message) {
+    message.entry({}, 0, EventlistHandlerEnums::EventTypeEvent, 0, {}, module, {}, {}, {}, description);
+  });
 }
-
-Message edge(EventlistHandlerEnums::State state) {
-  Message message;
-  message.eventType = EventlistHandlerEnums::EventTypeAlarm;
-  message.state = state;
-  message.alarmId = QStringLiteral("{a}");
-  return message;
-}
-
-Message large(Message message) {
-  for (int i = 0; i < 60; ++i) {
-    message.texts += QString(4000, QLatin1Char('x'));
-  }
-  return message;
-}
-
-constexpr auto kOn = EventlistHandlerEnums::StateOn;
-constexpr auto kOff = EventlistHandlerEnums::StateOff;
 
 class ClientTest : public BusTest {
  protected:
   ClientTest() {
-    s_secondsAhead = 0;
+    s_process.secondsAhead = 0;
     RuntimeFunctions::logToFile(log);
-    getrlimit(RLIMIT_FSIZE, &limit);
-    small = {262144, limit.rlim_max};
   }
 
   /** Returns when the hub's thread has run a whole turn: it has sent what may be sent and ended what is due.
    */
   static void waitForHubTurn() {
-    EXPECT_TRUE(eventually([turn = s_hubTurns + 2] { return s_hubTurns >= turn; }));
-  }
-
-  static QJsonObject statistics() {
-    ChildProcess ctl(TAVROLINE_CTL, {"stats", "--json"});
-    ctl.wait();
-    return QJsonDocument::fromJson(ctl.output().c_str()).object();
+    EXPECT_TRUE(eventually([turn = s_process.waits + 2] { return s_process.waits >= turn; }));
   }
 
   /** The status that the reply ends with; its text goes to `cause` or its object to `object`. */
@@ -81,7 +50,7 @@ class ClientTest : public BusTest {
 
   /** Module names in the event list, newest first. */
   QStringList modules() {
-    EXPECT_EQ(finish(hub->request(Request::Kind::EventList, QString())), 0) << cause;
+    EXPECT_EQ(finish(hub->request(RequestKind::EventList, QString())), 0) << cause;
     QStringList names;
     for (const QJsonValue entry : object[QStringLiteral("ListData")].toArray()) {
       names += entry.toObject()[QStringLiteral("ModuleName")].toString();
@@ -92,123 +61,77 @@ class ClientTest : public BusTest {
   std::optional<Hub> hub{std::in_place};  // ends before service and bus
   std::string cause;
   QJsonObject object;
-  rlimit limit{}, small{};  // of files
 };
 
-TEST_F(ClientTest, MessagesOfAnOutageArriveOnceAndInOrder) {
-  const Strings stored = {"--db", file("lists.db")};
-  QStringList expected;
-  for (int round = 0; round < 4; ++round) {
-    startService(stored);
-    for (int i = 0; i < 300; ++i) {
-      const QString name = QString::number(round * 300 + i);
-      expected.prepend(name);
-      EXPECT_TRUE(hub->submit(event(name)));
-      if (i == 100 * round) {
-        service->kill();  // some before, some in flight, some after
-      }
-      if (i == 150 && round == 2) {
-        bus.stop();
-      }
-    }
-    if (round == 2) {
-      bus.start();
-    }
+TEST_F(ClientTest, WhatCannotBeSentOrQueuedIsRefusedAndReported) {
+  EXPECT_FALSE(logEvent(*hub, {}, {{QStringLiteral("k"), QDateTime()}}));
+  EXPECT_FALSE(logEvent(*hub, QString(1 << 20, QLatin1Char('y'))));
+  int accepted = 0;
+  for (; logEvent(*hub, QString(4000, QLatin1Char('z'))); ++accepted) {
   }
-  startService(stored);
-  ASSERT_TRUE(eventually([&] { return hub->books().pending == 0; }));
-  EXPECT_EQ(modules(), expected);
-  EXPECT_EQ(hub->books().delivered, 1200U);
-}
-
-TEST_F(ClientTest, FullQueueRefusesReportsTheGapAndKeepsAlarmEdges) {
-  for (std::size_t i = 0; i < Outbox::kMessages; ++i) {
-    EXPECT_TRUE(hub->submit(event(QString())));
-  }
-  for (int i = 0; i < 10; ++i) {
-    EXPECT_FALSE(hub->submit(event(QString())));
-  }
-  for (const auto state : {kOn, kOff, kOn, kOff, kOn}) {
-    EXPECT_TRUE(hub->submit(edge(state)));
-  }
-  EXPECT_EQ(hub->books().superseded, 4U);
-  EXPECT_EQ(hub->books().count(Loss::QueueFull), 10U);
-  EXPECT_EQ(hub->books().pending, Outbox::kMessages + 1);
-  EXPECT_TRUE(eventually(
-      [&] { return fileHolds(log, "10 message(s) lost, the queue is full: numbers 16385 to 16394"); }));
+  EXPECT_TRUE(eventually([&] {
+    return fileHolds(log, "2 message(s) lost, too large or not transportable: handed over 2") &&
+           fileHolds(log, "1 message(s) lost, the queue is full: handed over 2");
+  }));
   startService();
-  ASSERT_TRUE(eventually([&] { return hub->books().pending == 0; }));
-  EXPECT_EQ(hub->books().delivered, Outbox::kMessages + 1);
-  EXPECT_EQ(finish(hub->request(Request::Kind::AlarmState, QStringLiteral("{a}"))), 0) << cause;
-  EXPECT_TRUE(object[QStringLiteral("AlarmActive")].toBool());
+  EXPECT_EQ(modules().size(), accepted);
 }
 
-TEST_F(ClientTest, EdgesOfOneAlarmKeepTheirOrderBetweenQueueAndOverflow) {
-  Outbox outbox;
-  const auto deliver = [&outbox] {
-    const auto message = outbox.takeWrite();
-    const bool turnsOn = (*message)->turnsOn();
-    outbox.settle(*message, std::nullopt);
-    return turnsOn;
-  };
-  for (std::size_t i = 0; i < Outbox::kMessages; ++i) {
-    outbox.accept(event(QString()));
-  }
-  outbox.accept(edge(kOn));  // into the overflow
-  deliver();
-  for (const auto state : {kOff, kOn, kOff, kOn}) {
-    outbox.accept(edge(state));  // although the queue has a free place again
-  }
-  for (std::size_t i = 1; i < Outbox::kMessages; ++i) {
-    deliver();
-  }
-  EXPECT_FALSE(outbox.takeWrite(Outbox::kMessages + 1).has_value());
-  EXPECT_TRUE(deliver());
-  EXPECT_EQ(outbox.books().superseded, 4U);
-  expectBalance(outbox.books().text().toStdString());
-}
-
-TEST_F(ClientTest, WhatTheBusDoesNotCarryIsDroppedAndCounted) {
-  startService();
-  EXPECT_TRUE(hub->submit(event(QString(), {{QStringLiteral("k"), QVariant(QDateTime::currentDateTime())}})));
-  EXPECT_TRUE(hub->submit(event(QString(1 << 21, QLatin1Char('y')))));
-  EXPECT_TRUE(hub->submit(event(QStringLiteral("last"))));
-  EXPECT_EQ(modules(), QStringList{QStringLiteral("last")});
-  EXPECT_EQ(hub->books().count(Loss::Unsendable), 2U);
-}
-
-TEST_F(ClientTest, WhatCannotBeStoredNowIsStoredLaterAndListsAreReadMeanwhile) {
-  startService({"--db", file("lists.db")});
-  prlimit(service->pid(), RLIMIT_FSIZE, &small, nullptr);
-  ASSERT_TRUE(modules().isEmpty());
-  service->pause();
-  hub->submit(large(event(QStringLiteral("large"))));
-  const auto list = hub->request(Request::Kind::EventList, QString());  // what follows is stored apart
-  QStringList expected{QStringLiteral("large")};
-  for (int i = 0; i < 40; ++i) {  // more than the client sends without an answer
-    expected.prepend(QString::number(i));
-    hub->submit(event(expected.front()));
-  }
+TEST_F(ClientTest, ItsThreadInheritsNothingOfTheTaskThatStartsIt) {
+  cpu_set_t all, one, processors;
+  sched_getaffinity(0, sizeof all, &all);
+  std::thread([&] {
+    CPU_ZERO(&one);
+    CPU_SET(sched_getcpu(), &one);
+    sched_setaffinity(0, sizeof one, &one);
+    const sched_param fifo{50};
+    sched_setscheduler(0, SCHED_FIFO, &fifo);  // where this user may
+    hub->start();
+  }).join();
   waitForHubTurn();
-  service->resume();
-  EXPECT_EQ(finish(list), 0) << cause;
-  EXPECT_TRUE(modules().isEmpty()) << "overtaken by a smaller one";
-  EXPECT_EQ(hub->books().pending, 41U);
-  prlimit(service->pid(), RLIMIT_FSIZE, &limit, nullptr);
-  ASSERT_TRUE(eventually([&] { return hub->books().pending == 0; }));
-  EXPECT_EQ(modules(), expected);
+  sched_getaffinity(s_process.hubThread, sizeof processors, &processors);
+  EXPECT_TRUE(CPU_EQUAL(&processors, &all));
+  EXPECT_EQ(sched_getscheduler(s_process.hubThread), SCHED_OTHER);
+  const std::string status = contentOf("/proc/self/task/" + std::to_string(s_process.hubThread) + "/status");
+  const auto blocked = std::stoull(status.substr(status.find("SigBlk:") + 7), nullptr, 16);
+  EXPECT_EQ(blocked >> (SIGSEGV - 1) & 1, 0U) << "a crash handler sees it";
+  EXPECT_EQ(blocked >> (SIGTERM - 1) & 1, 1U);
 }
 
-TEST_F(ClientTest, AnAlarmThatEndsBeforeItCouldBeRaisedAgainHoldsUpNothing) {
+TEST_F(ClientTest, WithoutItsThreadItFailsRequestsAndReportsWhatIsLost) {
+  rlimit files{};
+  getrlimit(RLIMIT_NOFILE, &files);
+  const rlimit none{0, files.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &none);
+  EXPECT_TRUE(logEvent(*hub, {}));
+  const auto list = hub->request(RequestKind::EventList, {});
+  setrlimit(RLIMIT_NOFILE, &files);
+  EXPECT_EQ(finish(list), 1);
+  hub.reset();
+  EXPECT_TRUE(fileHolds(log, "1 message(s) lost, not confirmed before unload: numbers 1 to 1"));
+}
+
+TEST_F(ClientTest, AForkedChildDoesNothingAndLeavesTheParentsThreadAlone) {
   startService();
-  hub->submit(large(edge(kOn)));
-  ASSERT_TRUE(eventually([&] { return hub->books().delivered == 1; }));
-  setrlimit(RLIMIT_FSIZE, &small);
-  startService({"--db", file("lists.db")});  // where there is no room for the alarm
-  setrlimit(RLIMIT_FSIZE, &limit);
-  ASSERT_TRUE(eventually([] { return statistics()[QStringLiteral("rejected")].toInt() > 0; }));
-  hub->submit(edge(kOff));
-  EXPECT_TRUE(eventually([&] { return hub->books().pending == 0; }));
+  EXPECT_TRUE(logEvent(*hub, QStringLiteral("earlier")));
+  ASSERT_EQ(modules().size(), 1);
+  const pid_t child = fork();
+  if (child == 0) {
+    alarm(10);
+    ErrorContainer error(0, QString());
+    const bool used = logEvent(*hub, {}) || hub->start() || hub->counters().accepted > 0 ||
+                      hub->request(RequestKind::EventList, {})->isFinished(error) != 1;
+    hub.reset();
+    _exit(used ? 1 : 0);
+  }
+  int status = -1;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
+  const unsigned turns = s_process.waits;
+  std::this_thread::sleep_for(std::chrono::seconds(2));
+  EXPECT_LT(s_process.waits - turns, 40U) << "it is idle";
+  logEvent(*hub, QStringLiteral("later"));
+  EXPECT_EQ(modules(), (QStringList{QStringLiteral("later"), QStringLiteral("earlier")}));
 }
 
 TEST_F(ClientTest, OnlyTheBusCanNameTheOwnerOfTheService) {
@@ -226,78 +149,14 @@ TEST_F(ClientTest, OnlyTheBusCanNameTheOwnerOfTheService) {
 
 TEST_F(ClientTest, ABusThatIsNotThereIsLookedForEverMoreRarely) {
   bus.stop();
-  s_connectionAttempts = 0;
+  s_process.connections = 0;
   hub->start();
   for (int second = 0; second < 40; ++second) {
     waitForHubTurn();
-    ++s_secondsAhead;
+    ++s_process.secondsAhead;
   }
-  EXPECT_GT(s_connectionAttempts, 15U);
-  EXPECT_LT(s_connectionAttempts, 30U) << "the pause has grown from 0.1 s to 2 s";
-}
-
-TEST_F(ClientTest, DeadlinesEndWhatIsNotAnswered) {
-  startService();
-  ASSERT_TRUE(modules().isEmpty());
-  service->pause();
-  // More than the bus lets wait for a reply; each is released when it has been sent.
-  for (int i = 0; i < 150; ++i) {
-    const auto released = hub->request(Request::Kind::AlarmList, QString());
-    waitForHubTurn();
-  }
-  hub->submit(event(QString()));
-  std::vector<DBusPendingReply::SharedPointer> replies(Outbox::kRequests);
-  for (auto& reply : replies) {
-    reply = hub->request(Request::Kind::EventList, QString());
-  }
-  EXPECT_EQ(finish(hub->request(Request::Kind::EventList, QString())), 1) << "one too many";
-  const auto statusAfter = [&](int seconds) {
-    waitForHubTurn();
-    s_secondsAhead = seconds;
-    waitForHubTurn();
-    ErrorContainer error(0, QString());
-    return replies.front()->isFinished(error);
-  };
-  EXPECT_EQ(statusAfter(8), 2) << "a request has 10 s";
-  EXPECT_EQ(statusAfter(11), 1);
-  EXPECT_EQ(hub->books().pending, 1U) << "a message has 30 s";
-  statusAfter(31);
-  EXPECT_EQ(hub->books().count(Loss::Unanswered), 1U);
-}
-
-TEST_F(ClientTest, UnloadRightAfterTheFirstUseStillConnectsAndSends) {
-  startService();
-  for (int session = 0; session < 10; ++session) {
-    hub->submit(event(QString()));
-    hub.emplace();  // ends the one before
-  }
-  EXPECT_EQ(modules().size(), 10);
+  EXPECT_GT(s_process.connections, 15U);
+  EXPECT_LT(s_process.connections, 30U) << "the pause has grown from 0.1 s to 2 s";
 }
 
 }  // namespace
-
-LogAddFunction pfLogAdd = reinterpret_cast<LogAddFunction>(RuntimeFunctions::find("LogAdd"));
-
-// The monotonic clock of this process can be moved forward, so that no test waits for a deadline.
-extern "C" __attribute__((visibility("default"))) int clock_gettime(clockid_t clock,
-                                                                    timespec* time) noexcept {
-  const auto result = static_cast<int>(syscall(SYS_clock_gettime, clock, time));
-  if (clock == CLOCK_MONOTONIC) {
-    time->tv_sec += s_secondsAhead.load();
-  }
-  return result;
-}
-
-extern "C" __attribute__((visibility("default"))) int connect(int socket, const sockaddr* address,
-                                                              socklen_t size) {
-  ++s_connectionAttempts;
-  return static_cast<int>(syscall(SYS_connect, socket, address, size));
-}
-
-// The hub's thread ends each turn with poll(), which tells a test that a whole turn has passed.
-extern "C" __attribute__((visibility("default"))) int poll(pollfd* descriptors, nfds_t count,
-                                                           int milliseconds) {
-  ++s_hubTurns;
-  const timespec time{milliseconds / 1000, milliseconds % 1000 * 1000000L};
-  return ppoll(descriptors, count, milliseconds < 0 ? nullptr : &time, nullptr);
-}

@@ -18,6 +18,8 @@ class EndToEndTest : public BusTest {
   Runtime runtime;
 };
 
+const int kZone = setenv("TZ", "Europe/Berlin", 1);  // else calls read a file under a lock of the C library
+
 TEST_F(EndToEndTest, ReadersLoadWhatWasLoggedAndNotDeletedWithTheCharactersReplacedThatABusRefuses) {
   const TavrolineHandle reader = runtime.open(Runtime::kEventReader);
   runtime.logEvent("Deleted");
@@ -48,25 +50,15 @@ TEST_F(EndToEndTest, ReadersLoadWhatWasLoggedAndNotDeletedWithTheCharactersRepla
   EXPECT_EQ(text(list[0].wsUser), u"J\u00f6rg \U0001F4A7\uFFFD\uFFFD\uFFFDx");
 }
 
-TEST_F(EndToEndTest, AnAlarmRaisedWithoutServiceReachesEachEmptyOneAndTheDetectorIsAcknowledged) {
+TEST_F(EndToEndTest, AnAlarmIsActiveForItsHandlerAndForReadersAndTheDetectorIsAcknowledged) {
   const TavrolineHandle alarm = runtime.open(Runtime::kAlarmHandler);
   const TavrolineHandle reader = runtime.open(Runtime::kAlarmReader);
-  RTS_IEC_BOOL active = 0;
-  const auto query = [&] {
-    return runtime.finish("getalarmstatefromalarmhandler",
-                          getalarmstatefromalarmhandler_struct{alarm, &active, nullptr, TAVROLINE_BUSY});
-  };
-  ASSERT_EQ(query(), TAVROLINE_DONE);
-  service->kill();
-  ASSERT_TRUE(bus.waitForName(Tavroline::ListServiceNames::kService, false));
   runtime.logAlarm(alarm, TAVROLINE_ALARM, TAVROLINE_ON);
-
-  for (int start = 0; start < 2; ++start) {  // each with an empty memory
-    active = 0;
-    startService();
-    ASSERT_TRUE(eventually([&] { return query() == TAVROLINE_DONE && active; }));
-    ASSERT_TRUE(eventually([&] { return runtime.flag("isactivealarminalarmlist", reader); }));
-  }
+  RTS_IEC_BOOL active = 0;
+  const getalarmstatefromalarmhandler_struct query{alarm, &active, nullptr, TAVROLINE_BUSY};
+  EXPECT_EQ(runtime.finish("getalarmstatefromalarmhandler", query), TAVROLINE_DONE);
+  EXPECT_TRUE(active);
+  EXPECT_TRUE(eventually([&] { return runtime.flag("isactivealarminalarmlist", reader); }));
   ASSERT_TRUE(eventually([&] { return runtime.flag("getcentraldetectorstate", reader); }));
   acknowledgecentraldetector_struct acknowledgement{nullptr};
   runtime.call("acknowledgecentraldetector", acknowledgement);
@@ -74,13 +66,45 @@ TEST_F(EndToEndTest, AnAlarmRaisedWithoutServiceReachesEachEmptyOneAndTheDetecto
 }
 
 TEST_F(EndToEndTest, EightTasksUseAllFunctionsAtOnceInTheHost) {
-  setenv("TZ", "Europe/Berlin", 1);  // without it each call reads it under a lock that no sanitizer sees
   setenv("TAVROLINE_EXERCISE", "1 5 3", 1);
   ChildProcess host(TAVROLINE_HOST, {"--log", file("host.log"), TAVROLINE_LIBRARY, TAVROLINE_EXERCISER});
   unsetenv("TAVROLINE_EXERCISE");
   EXPECT_EQ(host.wait(3 * kPatience), 0) << host.output();
   EXPECT_EQ(host.output().find("problem"), std::string::npos) << host.output();
   EXPECT_GT(expectBalance(contentOf(file("host.log"))), 100U);
+}
+
+TEST_F(EndToEndTest, TheHostNamesTaskFunctionAndFieldOfMisuseAndCountsRepeatedLines) {
+  setenv("ASAN_OPTIONS", "detect_leaks=0", 1);  // the program leaves a handle open
+  ChildProcess host(TAVROLINE_HOST, {"--check", "--log", file("host.log"), "--trace", file("host.trace"),
+                                     TAVROLINE_LIBRARY, TAVROLINE_MISUSE});
+  EXPECT_EQ(host.wait(), 6) << host.output();
+  std::string lines = contentOf(file("host.log"));
+  for (const char* expected :
+       {"openeventlistreadhandle_ext: check: the structure is null",
+        "setfiltertime_ext: check: dtLatest is before dtEarliest",
+        "geteventlistentries_ext: check: pstRequest.diMaxEntries is 0",
+        "geteventlistentries_ext: component 1b4e", "logevent_ext: check: iState is 7",
+        "logevent_ext: check: pastArguments is null", "logevent_ext: check: iKeywordSize is 0",
+        "logevent_ext: check: stKeywordsDimInfo is 5..0: inverted",
+        "logevent_ext: check: stArgumentsDimInfo is -2147483647..2147483647: huge",
+        "logevent_ext: check: pastUrlArguments[0].stData.iTextSource is 4",
+        "logevent_ext: Text source unknown: 4", "logevent_ext: check: iEventType is 0",
+        "openeventlistreadhandle_ext: check: hReadHandle was not closed",
+        "logevent_ext: Can't set alarm or fault (TavrolineEventlistWrite:49) ... 312 times more"}) {
+    const auto at = lines.find(std::string("Z warning Careless: ") + expected);
+    ASSERT_NE(at, std::string::npos) << expected << "\nis missing or not in its place:\n" << lines;
+    lines.erase(0, at + 1);
+  }
+  EXPECT_EQ(lines.find("check: hWriteHandle"), std::string::npos) << lines;
+  EXPECT_TRUE(std::regex_search(contentOf(file("host.trace")),
+                                std::regex("dtEarliest, .*\n.*Z Careless: setfiltertime_ext \\{")));
+  for (const Strings& swapped :
+       {Strings{TAVROLINE_MISUSE, TAVROLINE_LIBRARY}, {TAVROLINE_LIBRARY, TAVROLINE_LIBRARY}}) {
+    ChildProcess wrong(TAVROLINE_HOST, swapped);
+    EXPECT_EQ(wrong.wait(), 2);
+    EXPECT_NE(wrong.output().find("is a component, not a PLC program"), std::string::npos) << wrong.output();
+  }
 }
 
 }  // namespace

@@ -10,13 +10,9 @@
 /** The external functions and their structures, for tests that call all of them. */
 namespace external {
 
-// clang-format off
-/** Fields of a structure; each has a word, bounds have eight bytes. Flag: the address of a BOOL to write; Size: of
- * one keyword; Entries: their number is the next field; Request: the address of the row's fields. */
-enum Field {
-  Any, Handle, NewHandle, Text, WideText, Flag, Data, Size, Keywords, Arguments, UrlArguments, Bounds, Entries, Request
-};
-// clang-format on
+/** Fields of a structure; each has a word, bounds have eight bytes. Input: the address of a text, structure
+ * or array to read; Flag: that of a BOOL to write; Entries: that of an array to fill. */
+enum Field { Any, Handle, NewHandle, Input, Flag, Bounds, Entries };
 
 /** Functions whose structures are alike. */
 struct Row {
@@ -42,8 +38,8 @@ inline const char kNullStructure[] = "codesys struct nullpointer";
 inline const std::vector<Row> kRows = {
     {{"resetlistchanged", "resetfiltertime", "resetfilterkeyword", "resetfiltereventtype", "resetfilterall", "setfiltertime",
       "haslistchanged", "clearfiltereventtype", "addfiltereventtype"}, "ReadHandle", kNullEvents, {Handle, Any}},
-    {{"setlistreadlanguage"}, "ReadHandle", kNullEvents, {Handle, Text}},
-    {{"addfilterkeyword", "clearfilterkeyword"}, "ReadHandle", kNullEvents, {Handle, Any, Text}},
+    {{"setlistreadlanguage"}, "ReadHandle", kNullEvents, {Handle, Input}},
+    {{"addfilterkeyword", "clearfilterkeyword"}, "ReadHandle", kNullEvents, {Handle, Any, Input}},
     {{"setfilterstatealarm", "setfilterstateacknowledge", "resetfilterstatealarm", "resetfilterstateacknowledge",
       "isfaultinalarmlist", "isalarminalarmlist", "isactivefaultinalarmlist", "isactivealarminalarmlist",
       "getcentraldetectorstate"}, "AlarmlistReadHandle", kNullAlarms, {Handle, Any}},
@@ -58,13 +54,13 @@ inline const std::vector<Row> kRows = {
     {{"getalarmstatefromalarmhandler"}, "AlarmlistWriteHandle", kNullStructure, {Handle, Flag, Flag, Any},
      3 * kHandleSize, kError},
     {{"logalarm"}, "AlarmlistWriteHandle", kNullStructure,
-     {Handle, Any, Text, Text, Any, Data, WideText, Size, Keywords, Arguments, UrlArguments, Bounds, Bounds, Bounds}},
+     {Handle, Any, Input, Input, Any, Input, Input, Any, Input, Input, Input, Bounds, Bounds, Bounds}},
     {{"logevent"}, "", "",
-     {Any, Text, Text, Any, Data, WideText, Size, Keywords, Arguments, UrlArguments, Bounds, Bounds, Bounds}},
+     {Any, Input, Input, Any, Input, Input, Any, Input, Input, Input, Bounds, Bounds, Bounds}},
     {{"openeventlistreadhandle", "openalarmlistreadhandle", "openalarmlistwritehandle"}, "", "", {Any, NewHandle},
      kHandleSize, kNoHandle},
-    {{"acknowledgevisualalarm"}, "", "", {Size, WideText, Keywords, Bounds}},
-    {{"acknowledgecentraldetector"}, "", "", {WideText}},
+    {{"acknowledgevisualalarm"}, "", "", {Any, Input, Input, Bounds}},
+    {{"acknowledgecentraldetector"}, "", "", {Input}},
     {{"deleteeventlist"}, "", "", {Any, Any}}};
 // clang-format on
 

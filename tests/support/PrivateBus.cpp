@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <stdexcept>
 
 PrivateBus::PrivateBus() : m_folder(std::filesystem::temp_directory_path() / "tavroline-XXXXXX") {
@@ -12,6 +13,9 @@ PrivateBus::PrivateBus() : m_folder(std::filesystem::temp_directory_path() / "ta
     throw std::runtime_error("no temporary folder");
   }
   setenv("DBUS_SYSTEM_BUS_ADDRESS", ("unix:path=" + m_folder + "/bus").c_str(), 1);
+  std::ofstream(m_folder + "/bus.conf")
+      << "<busconfig><include>" TAVROLINE_BUS_CONFIGURATION "</include><servicedir>" << m_folder
+      << "</servicedir></busconfig>";
   start();
 }
 
@@ -24,13 +28,18 @@ PrivateBus::~PrivateBus() {
 void PrivateBus::start() {
   std::filesystem::remove(m_folder + "/bus");
   m_daemon.emplace("dbus-daemon", std::vector<std::string>{"--nofork", "--print-address",
-                                                           "--config-file=" TAVROLINE_BUS_CONFIGURATION,
+                                                           "--config-file=" + m_folder + "/bus.conf",
                                                            "--address=unix:path=" + m_folder + "/bus"});
   // The address is printed once the daemon listens.
   if (!eventually([this] { return m_daemon->output().find('\n') != std::string::npos; }) ||
       m_daemon->output().rfind("unix:", 0) != 0) {
     throw std::runtime_error("dbus-daemon: " + m_daemon->output());
   }
+}
+
+void PrivateBus::addService(const std::string& name, const std::string& command) const {
+  std::ofstream(m_folder + "/" + name + ".service")
+      << "[D-BUS Service]\nName=" << name << "\nExec=" << command << "\n";
 }
 
 void PrivateBus::stop() {

@@ -24,6 +24,9 @@ class PrivateBus {
   void pause() const { m_daemon->pause(); }
   void resume() const { m_daemon->resume(); }
 
+  /** Lets the daemon start `command` when the owner of `name` is needed. */
+  void addService(const std::string& name, const std::string& command) const;
+
   /** Waits until `name` has an owner or none. @return false at the deadline */
   bool waitForName(const std::string& name, bool owned = true) const;
 

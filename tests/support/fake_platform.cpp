@@ -2,7 +2,9 @@
 
 #include <QStringList>
 
+#include <algorithm>
 #include <deque>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <utility>
@@ -17,14 +19,11 @@
 
 class DBusPendingReply::Private : public std::deque<fake::Answer> {};
 
-class EventlistHandlerDBusConnectorRead::Private {
- public:
+struct DeviceBus {
   const bool deviceBus;
 };
-class AlarmlistHandlerDBusConnectorRead::Private {
- public:
-  const bool deviceBus;
-};
+class EventlistHandlerDBusConnectorRead::Private : public DeviceBus {};
+class AlarmlistHandlerDBusConnectorRead::Private : public DeviceBus {};
 
 namespace {
 
@@ -36,7 +35,7 @@ struct State {
   std::vector<Call> log;
   std::map<std::string, std::deque<std::vector<fake::Answer>>> answers;
   int platformCalls = 0;
-  std::function<void(int)> observe;
+  std::function<void(int)> observe = [](int) {};
 };
 
 State& state() {
@@ -106,11 +105,8 @@ void fake::reset() {
 
 std::vector<fake::Call> fake::calls(const std::string& operation) {
   std::vector<Call> matching;
-  for (const Call& call : state().log) {
-    if (operation.empty() || call.operation == operation) {
-      matching.push_back(call);
-    }
-  }
+  std::copy_if(state().log.begin(), state().log.end(), std::back_inserter(matching),
+               [&](const Call& call) { return operation.empty() || call.operation == operation; });
   return matching;
 }
 
@@ -118,20 +114,13 @@ void fake::answer(const std::string& operation, const std::vector<Answer>& answe
   state().answers[operation].push_back(answers);
 }
 
-void fake::change(const std::string& operation, bool value) {
-  answer(operation, {{value ? 1 : 0, {}}});
-}
-
 void fake::atEachCall(std::function<void(int)> observe) {
   state().platformCalls = 0;
-  state().observe = std::move(observe);
+  state().observe = observe ? std::move(observe) : [](int) {};
 }
 
 void fake::platformCall() {
-  const int call = ++state().platformCalls;
-  if (state().observe) {
-    state().observe(call);
-  }
+  state().observe(++state().platformCalls);
 }
 
 // The real helpers, where they are compiled to say when one of their functions is entered.
@@ -159,7 +148,7 @@ QVariant DBusPendingReply::getReply() {
 }
 
 EventlistHandlerDBusConnectorRead::EventlistHandlerDBusConnectorRead(bool deviceBus) noexcept
-    : m_private(std::make_unique<Private>(Private{deviceBus})) {}
+    : m_private(std::make_unique<Private>(Private{{deviceBus}})) {}
 EventlistHandlerDBusConnectorRead::~EventlistHandlerDBusConnectorRead() = default;
 DBusPendingReply::SharedPointer EventlistHandlerDBusConnectorRead::getCompleteEventlist(
     const QString& language) {
@@ -178,7 +167,7 @@ bool EventlistHandlerDBusConnectorRead::changedFlagEventlist() {
 }
 
 AlarmlistHandlerDBusConnectorRead::AlarmlistHandlerDBusConnectorRead(bool deviceBus) noexcept
-    : m_private(std::make_unique<Private>(Private{deviceBus})) {}
+    : m_private(std::make_unique<Private>(Private{{deviceBus}})) {}
 AlarmlistHandlerDBusConnectorRead::~AlarmlistHandlerDBusConnectorRead() = default;
 DBusPendingReply::SharedPointer AlarmlistHandlerDBusConnectorRead::getCompleteAlarmlist(
     const QString& language) {

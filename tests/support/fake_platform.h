@@ -46,11 +46,9 @@ void reset();
 /** The log, or what it holds of one operation. */
 std::vector<Call> calls(const std::string& operation = std::string());
 
-/** The next reply to `operation` gives these answers one after another and repeats the last; {}: no reply. */
+/** The next reply to `operation` gives these answers one after another and repeats the last; {}: no reply.
+ * The next changedFlag… call of that name reports a change, to whether the status is not 0. */
 void answer(const std::string& operation, const std::vector<Answer>& answers);
-
-/** The next changedFlag… call named `operation` reports a change, to `value` where it delivers one. */
-void change(const std::string& operation, bool value = true);
 
 /**
  * Calls `observe` with the number of each platform call from now on; what it throws, the call throws. An

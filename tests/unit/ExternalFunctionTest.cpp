@@ -90,20 +90,7 @@ TEST_F(ExternalFunctionTest, AHandleThatIsNullStaleOrOfAnotherKindIsRefused) {
   }
 }
 
-TEST_F(ExternalFunctionTest, TheLastSixtyFourClosedHandlesAreKnownAsClosed) {
-  std::optional<TavrolineAlarmHandler> handlers[65];
-  for (auto& handler : handlers) {
-    handler.emplace(nullptr);
-    handler.reset();
-  }
-  for (const int index : {0, 1, 64}) {
-    call<closealarmlistwritehandle_ext>(&handlers[index]);
-  }
-  const std::string closed = "AlarmlistWriteHandle already closed";
-  EXPECT_EQ(items(), (Lines{"AlarmlistWriteHandle unknown", closed, closed}));
-}
-
-TEST_F(ExternalFunctionTest, ARecordNamesTheFunctionThatWritesItAndOneOfItsLines) {
+TEST_F(ExternalFunctionTest, ARecordNamesTheFunctionThatWritesIt) {
   const std::set<std::string> withoutHandle{"logevent_ext", "deleteeventlist_ext",
                                             "acknowledgevisualalarm_ext", "acknowledgecentraldetector_ext"};
   for (const ExternalFunctionEntry& function : external::functions()) {
@@ -119,7 +106,7 @@ TEST_F(ExternalFunctionTest, ARecordNamesTheFunctionThatWritesItAndOneOfItsLines
       EXPECT_EQ(structure[0], structure) << "success unchanged";
       EXPECT_EQ(structure[1], nullptr) << "no handle";
     }
-    const Lines written = records();  // it checks file and line
+    const Lines written = records();
     ASSERT_EQ(written.size(), 1U) << name;
     const std::string signature = "void " + name + "(" + name.substr(0, name.size() - 3) + "struct*)";
     EXPECT_NE(written[0].find(": " + signature + ": "), written[0].npos) << written[0];

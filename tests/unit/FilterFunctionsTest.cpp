@@ -44,13 +44,14 @@ TEST_P(FilterFunctionsTest, ActOnEitherKindAtTheNextCopyWithoutANewLoad) {
   setenv("TZ", "CET-1", 1);
   const Reader reader(kind);
   call<setlistreadlanguage_ext>(reader.handle, "\uFEFFde");
-  reader.load(R"([{"ModuleName":"a"},
+  reader.load(QByteArray(R"([{"ModuleName":"a"},
       {"ModuleName":"b","EventType":"2","Keywords":"x","LocalTime":"none"},
       {"ModuleName":"c","EventType":2,"Keywords":["y","x"],"LocalTime":"2024-05-01T12:00:00.000"},
       {"ModuleName":"d","EventType":65538,"Keywords":["X","xy"],"LocalTime":"2024-05-01T12:00:00.001"},
       {"ModuleName":"e","EventType":-7,"Keywords":[5],"LocalTime":"2024-05-01T11:59:59.999"},
       {"ModuleName":"f","EventType":0.5,"Keywords":[],"LocalTime":"2024-05-01T11:00:00.000Z"},
-      {"ModuleName":"g","Keywords":["\ufeffx"]}])");
+      {"ModuleName":"g","Keywords":["@x"]}])")
+                  .replace('@', "\uFEFF"));
   for (const Step& step : kSteps) {
     step.act(reader.handle);
     EXPECT_EQ(kind.copy(reader.handle, 20).modules, step.passing) << step.name;

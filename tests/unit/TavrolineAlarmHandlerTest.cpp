@@ -62,15 +62,6 @@ TEST_F(AlarmHandlerTest, OnlyAnEdgeIsSentAndOnlyNeutralIsWarnedOf) {
   }
 }
 
-TEST_F(AlarmHandlerTest, OnIsAcceptedFromOffOnlyAndOffFromOnOnly) {
-  auto& handler = *static_cast<TavrolineAlarmHandler*>(handle);
-  const auto alarm = EventlistHandlerEnums::EventType(TAVROLINE_ALARM);
-  handler.saveData(alarm, EventlistHandlerEnums::State(TAVROLINE_NEUTRAL), {}, {}, {}, {}, {});
-  log(TAVROLINE_ALARM, TAVROLINE_ON);
-  log(TAVROLINE_ALARM, TAVROLINE_OFF);
-  EXPECT_TRUE(fake::calls("logEvent").empty());
-}
-
 TEST_F(AlarmHandlerTest, AnAlarmStillOnIsClearedOnCloseWithItsIdentifierAndWhatWasStoredLast) {
   log(TAVROLINE_ALARM, TAVROLINE_ON);
   log(TAVROLINE_ALARM, TAVROLINE_OFF);

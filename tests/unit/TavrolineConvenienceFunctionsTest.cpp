@@ -2,7 +2,6 @@
 
 #include <climits>
 #include <cstring>
-#include <set>
 #include <tuple>
 
 #include "GuardedMemory.h"
@@ -39,30 +38,6 @@ TEST_F(ConvenienceFunctionsTest, TextSourcesBeyondOneBecomeZeroWithAWarning) {
                                 std::to_string(value)});
     EXPECT_EQ(fake::calls("qWarning").at(0).arguments[4], 268);
   }
-}
-
-template <typename Object>
-void expectTakenUnlessNull(const std::string& type, const std::string& kind) {
-  Object* target = nullptr;
-  int object = 0;
-  EXPECT_TRUE(Convert::getHandlePointer(&target, &object));
-  EXPECT_FALSE(Convert::getHandlePointer(&target, nullptr));
-  EXPECT_EQ(static_cast<void*>(target), &object);
-  EXPECT_EQ(records().back(),
-            "TavrolineConvenienceFunctions: static bool TavrolineConvenienceFunctions::getHandlePointer(" +
-                type + "**, void*): " + kind + " nullpointer");
-}
-
-TEST_F(ConvenienceFunctionsTest, EveryKindOfHandleIsTakenUnlessItIsNull) {
-  expectTakenUnlessNull<TavrolineReadBaseClass>("TavrolineReadBaseClass", "EventlistReadHandle");
-  expectTakenUnlessNull<TavrolineEventlistRead>("TavrolineEventlistRead", "EventlistReadHandle");
-  expectTakenUnlessNull<TavrolineEventlistWrite>("TavrolineEventlistWrite", "EventlistWriteHandle");
-  expectTakenUnlessNull<TavrolineAlarmlistRead>("TavrolineAlarmlistRead", "AlarmlistReadHandle");
-  std::set<QVariant> lines;
-  for (const fake::Call& record : fake::calls("CodesysLog")) {
-    lines.insert(record.arguments[8]);
-  }
-  EXPECT_EQ(lines.size(), 4U) << "each overload reports its own line";
 }
 
 TEST_F(ConvenienceFunctionsTest, AnInstanceNameTakesAtMostOneIntegerDirective) {

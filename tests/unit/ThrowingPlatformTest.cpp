@@ -38,25 +38,18 @@ struct Scene {
   }
   ~Scene() { call<closealarmlistwritehandle_ext>(handler); }
 
-  /** The address of a live object of that kind. */
-  const void* handle() const {
-    return row.kind == "AlarmlistWriteHandle"  ? handler
-           : row.kind == "AlarmlistReadHandle" ? alarms.handle
-                                               : events.handle;
-  }
-
   /** Fills the structure's fields, a word each on either width of pointers. */
   void fill() {
     structure.assign(160, 'Z');
     std::vector<const void*> words;
     for (const external::Field field : row.fields) {
       if (field == external::Handle) {
-        words.push_back(handle());
+        words.push_back(handles.count(row.kind) != 0 ? handles.at(row.kind) : events.handle);
       } else if (field == external::Flag) {
         words.push_back(&outputs[words.size() - 1]);
       } else if (field == external::Entries) {
         words.push_back(entries);
-      } else if (field == external::Any || field == external::Size) {
+      } else if (field == external::Any) {
         words.push_back(reinterpret_cast<const void*>(0x20003));  // as two INT: an event, off
       } else if (field == external::Bounds) {
         words.resize(words.size() + sizeof(__ARRAY__DIM__INFO) / sizeof(void*));
@@ -97,6 +90,8 @@ struct Scene {
   const Reader events{kEventKind};
   const Reader alarms{kAlarmKind};
   const TavrolineHandle handler = call<openalarmlistwritehandle_ext>().hWriteHandle;
+  const std::map<std::string, TavrolineHandle> handles{{"AlarmlistWriteHandle", handler},
+                                                       {"AlarmlistReadHandle", alarms.handle}};
   std::string structure;
   std::string failed;  ///< as a failure is to leave the structure
   char entries[2568];

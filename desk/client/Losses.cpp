@@ -1,0 +1,66 @@
+#include "Losses.h"
+
+#include <QDateTime>
+#include <algorithm>
+#include <utility>
+
+namespace Tavroline {
+
+namespace {
+
+const char* describe(Loss cause) {
+  switch (cause) {
+    case Loss::QueueFull:
+      return "the queue is full";
+    case Loss::NoMemory:
+      return "out of memory";
+    case Loss::Unsendable:
+      return "too large or not transportable";
+    case Loss::Rejected:
+      return "rejected by the service";
+    case Loss::EndsService:
+      return "the service ended each time it was sent";
+    case Loss::Unload:
+      return "not confirmed before unload";
+  }
+  return "";
+}
+
+QString utc(qint64 milliseconds) {
+  return QDateTime::fromMSecsSinceEpoch(milliseconds, Qt::UTC).toString(Qt::ISODateWithMs);
+}
+
+}  // namespace
+
+QString Gap::text(Loss cause) const {
+  const QString numbers =
+      isRefusal(cause) ? QString() : QStringLiteral("numbers %1 to %2, ").arg(firstNumber).arg(lastNumber);
+  return QStringLiteral("%1 message(s) lost, %2: %3handed over %4 to %5")
+      .arg(QString::number(count), QLatin1String(describe(cause)), numbers, utc(firstTime), utc(lastTime));
+}
+
+void Losses::add(Loss cause, quint64 number, qint64 handedOverAt) noexcept {
+  const auto index = static_cast<std::size_t>(cause);
+  ++m_counts[index];
+  Gap& gap = m_gaps[index];
+  const bool isFirst = gap.count++ == 0;
+  gap.firstNumber = isFirst ? number : std::min(gap.firstNumber, number);
+  gap.firstTime = isFirst ? handedOverAt : std::min(gap.firstTime, handedOverAt);
+  gap.lastNumber = std::max(gap.lastNumber, number);
+  gap.lastTime = std::max(gap.lastTime, handedOverAt);
+  gap.lastLoss = Clock::now();
+  gap.firstLoss = isFirst ? gap.lastLoss : gap.firstLoss;
+}
+
+Losses::Gaps Losses::takeEnded(Clock::time_point now, bool all) {
+  Gaps ended{};
+  for (std::size_t cause = 0; cause < kLossCauses; ++cause) {
+    const Gap& gap = m_gaps[cause];
+    if (all || now - gap.lastLoss >= kGapPause || now - gap.firstLoss >= kLongestGap) {
+      ended[cause] = std::exchange(m_gaps[cause], Gap{});
+    }
+  }
+  return ended;
+}
+
+}  // namespace Tavroline

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QString>
+#include <array>
+
+#include "ListServiceNames.h"
+#include "Losses.h"
+
+namespace Tavroline {
+
+/**
+ * Counters of what happened to the messages that were handed to the hub.
+ *
+ * accepted = delivered + pending + superseded + dropped() in every snapshot. Refused messages, and reports of
+ * the alarms' state (RaisedAlarms), do not count as accepted.
+ */
+struct MessageCounters {
+  quint64 accepted = 0;
+  quint64 delivered = 0;   ///< confirmed by the service
+  quint64 pending = 0;     ///< neither confirmed nor dropped yet, sent or unsent
+  quint64 superseded = 0;  ///< unsent alarm edges that later edges made superfluous, see AlarmOverflow
+  Losses::Counts lost{};
+
+  /** Sums of `lost`: messages refused at their hand-over, and messages dropped later. [any-thread] */
+  quint64 refused() const;
+  quint64 dropped() const;
+  quint64 count(Loss cause) const { return lost[static_cast<std::size_t>(cause)]; }
+
+  using Values = std::array<quint64, ListServiceNames::kCounterNames.size()>;
+
+  /** All counters in the order of ListServiceNames::kCounterNames. [any-thread] */
+  Values values() const;
+
+  /** The counters as a text for the runtime log; starts with "Books:". [any-thread] */
+  QString text() const;
+};
+
+}  // namespace Tavroline
