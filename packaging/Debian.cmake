@@ -4,7 +4,6 @@ set(CPACK_PACKAGE_NAME tavroline)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_CONTACT "Tavroline authors <authors@tavroline.invalid>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_GROUPING IGNORE)
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
@@ -13,6 +12,9 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+# Each package's programs are stripped; their debug symbols are in a package of their own.
+set(CPACK_DEBIAN_DEBUGINFO_PACKAGE ON)
+set(CPACK_OBJCOPY_EXECUTABLE ${CMAKE_OBJCOPY})
 set(this "= ${PROJECT_VERSION}-1")
 
 # debian_package(component name [depends]): the package of a component; its description follows each call.
@@ -47,7 +49,8 @@ if(TARGET tavroline-listd)
   debian_package(desk tavroline-desk "tavroline-host (${this}), adduser, dbus-daemon")
   set(CPACK_DEBIAN_DESK_PACKAGE_RECOMMENDS "default-dbus-system-bus | dbus-system-bus")
   set(CPACK_DEBIAN_DESK_PACKAGE_CONTROL_EXTRA
-    ${CMAKE_CURRENT_SOURCE_DIR}/debian/postinst ${CMAKE_CURRENT_SOURCE_DIR}/debian/postrm)
+    ${CMAKE_CURRENT_SOURCE_DIR}/debian/postinst ${CMAKE_CURRENT_SOURCE_DIR}/debian/prerm
+    ${CMAKE_CURRENT_SOURCE_DIR}/debian/postrm)
   set(CPACK_COMPONENT_DESK_DESCRIPTION "event and alarm lists for PLC programs - list services
 Stand in for the list services of a controller on a desk, with a tool to look
 at the lists and a demonstration.")
