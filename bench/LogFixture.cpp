@@ -1,5 +1,7 @@
 #include "LogFixture.h"
 
+#include "MessageWriter.h"
+
 #include <algorithm>
 #include <cstring>
 #include <ctime>
@@ -81,13 +83,9 @@ std::int64_t now() {
 
 }  // namespace
 
-void (*communicationCycle())() {
-  static ComponentInitRecord record{};
-  ComponentEntry(&record);
-  return [] { record.pfHookFunction(TAVROLINE_HOOK_COMM_CYCLE, 0, 0); };
-}
-
-BusAndService::BusAndService() : m_service(TAVROLINE_LISTD, {}) {
+BusAndService::BusAndService(bool keepsLists)
+    : m_service(TAVROLINE_LISTD, keepsLists ? std::vector<std::string>{"--db", bus.folder() + "/lists.db"}
+                                            : std::vector<std::string>()) {
   if (!bus.waitForName(kService)) {
     throw std::runtime_error("no list service: " + m_service.output());
   }
@@ -213,7 +211,10 @@ void PlainSender::send(const logevent_struct& event) {
 }
 
 void PlainSender::ask(const logevent_struct& event) {
-  sd_bus_message* const message = build(event);
+  call(build(event));
+}
+
+void PlainSender::call(sd_bus_message* message) {
   const auto onReply = [](sd_bus_message*, void* outstanding, sd_bus_error*) {
     --*static_cast<int*>(outstanding);
     return 0;
@@ -221,6 +222,34 @@ void PlainSender::ask(const logevent_struct& event) {
   ++m_outstanding;
   check(sd_bus_call_async(m_bus, nullptr, message, onReply, &m_outstanding, 0));
   sd_bus_message_unref(message);
+}
+
+std::string PlainSender::encoded(const logevent_struct& event) {
+  const stDataType& data = *event.pstData;
+  const auto text = [](const char* utf8) { return QString::fromUtf8(utf8); };
+  QStringList keywords;
+  for (int i = event.stKeywordsDimInfo.lower; i <= event.stKeywordsDimInfo.upper; ++i) {
+    keywords.append(text(event.pasKeywords + std::ptrdiff_t{i} * event.iKeywordSize));
+  }
+  Tavroline::MessageWriter writer;
+  writer.entry({}, event.iState, event.iEventType, now(), text(event.psIconType), text(event.psModuleName),
+               {}, QStringLiteral("PlcEvents"), keywords,
+               {{QStringLiteral("TextSource"), int{data.iTextSource}},
+                {QStringLiteral("ModuleName"), text(data.sModuleName)},
+                {QStringLiteral("ObjectName"), text(data.sObjectName)},
+                {QStringLiteral("InstanceName"), text(data.sInstanceName)},
+                {QStringLiteral("Url"), text(data.sUrl)},
+                {QStringLiteral("Arguments"), QVariantList()},
+                {QStringLiteral("UrlArguments"), QVariantList()}});
+  return std::string(writer.bytes());
+}
+
+void PlainSender::askBatch(const std::string& entries) {
+  sd_bus_message* message = nullptr;
+  check(sd_bus_message_new_method_call(m_bus, &message, m_receiver.c_str(), kEventListPath,
+                                       kEventListInterface, "Batch"));
+  check(sd_bus_message_append_array(message, 'y', entries.data(), entries.size()));
+  call(message);
 }
 
 void PlainSender::take(int outstanding) {

@@ -16,13 +16,17 @@
  * content with sd-bus alone: built from the same structures and written to the socket on the caller's thread.
  */
 
+/** The bus name of a PlainReceiver. */
+constexpr char kPlainReceiver[] = "org.tavroline.PlainReceiver";
+
 /** The component's hook of the communication cycle, from its init record as a runtime gets it. */
 void (*communicationCycle())();
 
 /** A private bus with the real list service on it. */
 class BusAndService {
  public:
-  BusAndService();
+  /** @param keepsLists the service has a database lists.db in the bus's folder */
+  explicit BusAndService(bool keepsLists = false);
   ~BusAndService();
   BusAndService(const BusAndService&) = delete;
   BusAndService& operator=(const BusAndService&) = delete;
@@ -55,10 +59,10 @@ class LogFixture {
   stDescriptionUrlArgumentType m_urlArgument{};
 };
 
-/** A connection to the list service or to another receiver of the same call. */
+/** A connection to PlainReceiver. */
 class PlainSender {
  public:
-  explicit PlainSender(const char* receiver);
+  explicit PlainSender(const char* receiver = kPlainReceiver);
   ~PlainSender();
   PlainSender(const PlainSender&) = delete;
   PlainSender& operator=(const PlainSender&) = delete;
@@ -67,11 +71,16 @@ class PlainSender {
   void send(const logevent_struct& event);
   /** Build and send a call; take() receives its reply. */
   void ask(const logevent_struct& event);
+  /** The event as the library encodes it, with the present time. */
+  static std::string encoded(const logevent_struct& event);
+  /** Send encoded events; take() receives the reply. */
+  void askBatch(const std::string& entries);
   /** Receive replies until fewer than `outstanding` calls are unanswered. */
   void take(int outstanding);
 
  private:
   sd_bus_message* build(const logevent_struct& event);
+  void call(sd_bus_message* message);
 
   sd_bus* m_bus = nullptr;
   std::string m_receiver;

@@ -1,6 +1,7 @@
-// A minimal service that stores Log calls as the list service does: the same table and settings, one
+// A minimal service that stores entries as the list service does: the same table and settings, one
 // transaction for all waiting calls, replies after the commit. The description is stored as JSON text. No
-// sessions, no alarm list, no signals, no checks.
+// sessions, no alarm list, no signals, no checks. Log takes one entry, Batch takes entries in the form that
+// the library sends (desk/dbus/MessageFormat.h).
 
 #include <poll.h>
 #include <sqlite3.h>
@@ -13,6 +14,7 @@
 #include <vector>
 
 #include "ListServiceNames.h"
+#include "MessageFormat.h"
 
 namespace {
 
@@ -105,6 +107,79 @@ std::string readTexts(sd_bus_message* call) {
   return json + "]";
 }
 
+/** The entries of a batch, one after the other. */
+class Batch {
+ public:
+  Batch(const char* begin, std::size_t size) : m_position(begin), m_end(begin + size) {}
+
+  bool next() {
+    if (m_position == m_end) {
+      return false;
+    }
+    number<std::uint32_t>();  // size
+    number<std::uint8_t>();   // kind
+    return true;
+  }
+
+  template <class Number>
+  Number number() {
+    Number value;
+    std::memcpy(&value, m_position, sizeof value);
+    m_position += sizeof value;
+    return value;
+  }
+
+  std::string text() {
+    const auto size = number<std::uint32_t>();
+    m_position += size;
+    return {m_position - size, size};
+  }
+
+  std::string texts() {
+    std::string json = "[";
+    for (auto count = number<std::uint32_t>(); count > 0; --count) {
+      appendText(json, text().c_str());
+      json += count > 1 ? "," : "";
+    }
+    return json + "]";
+  }
+
+  std::string map() {
+    std::string json = "{";
+    for (auto count = number<std::uint32_t>(); count > 0; --count) {
+      appendText(json, text().c_str());
+      json += ':' + value() + (count > 1 ? "," : "");
+    }
+    return json + "}";
+  }
+
+ private:
+  std::string value() {
+    using Tavroline::MessageFormat::Tag;
+    std::string json;
+    switch (static_cast<Tag>(number<char>())) {
+      case Tag::Int:
+        return std::to_string(number<std::int32_t>());
+      case Tag::Text:
+        appendText(json, text().c_str());
+        return json;
+      case Tag::Map:
+        return map();
+      case Tag::List:
+        json = "[";
+        for (auto count = number<std::uint32_t>(); count > 0; --count) {
+          json += value() + (count > 1 ? "," : "");
+        }
+        return json + "]";
+      default:
+        fail("a value of another type");
+    }
+  }
+
+  const char* m_position;
+  const char* m_end;
+};
+
 class Store {
  public:
   explicit Store(const char* file) {
@@ -137,21 +212,29 @@ class Store {
     const std::string keywords = readTexts(call);
     check(sd_bus_message_read(call, "sss", &user, &alarm, &object));
 
-    if (m_calls.empty()) {
-      execute("BEGIN");
+    begin();
+    insert(type, state, time, {icon, module, description.c_str(), keywords.c_str(), user, alarm, object});
+    m_calls.push_back(sd_bus_message_ref(call));
+  }
+
+  void addBatch(sd_bus_message* call) {
+    const void* bytes = nullptr;
+    std::size_t size = 0;
+    check(sd_bus_message_read_array(call, 'y', &bytes, &size));
+    Batch batch(static_cast<const char*>(bytes), size);
+    begin();
+    while (batch.next()) {
+      const std::string alarm = batch.text();
+      const int state = batch.number<std::int32_t>();
+      const int type = batch.number<std::int32_t>();
+      const auto time = batch.number<std::int64_t>();
+      const std::string icon = batch.text(), module = batch.text(), user = batch.text(),
+                        object = batch.text();
+      const std::string keywords = batch.texts(), description = batch.map();
+      insert(type, state, time,
+             {icon.c_str(), module.c_str(), description.c_str(), keywords.c_str(), user.c_str(),
+              alarm.c_str(), object.c_str()});
     }
-    sqlite3_bind_int(m_insert, 1, type);
-    sqlite3_bind_int(m_insert, 2, state);
-    sqlite3_bind_int64(m_insert, 5, time);
-    int column = 0;
-    for (const char* text : {icon, module, description.c_str(), keywords.c_str(), user, alarm, object}) {
-      static constexpr int kColumns[] = {3, 4, 6, 7, 8, 9, 10};
-      sqlite3_bind_text(m_insert, kColumns[column++], text, -1, SQLITE_STATIC);
-    }
-    if (sqlite3_step(m_insert) != SQLITE_DONE) {
-      fail(sqlite3_errmsg(m_database));
-    }
-    sqlite3_reset(m_insert);
     m_calls.push_back(sd_bus_message_ref(call));
   }
 
@@ -163,7 +246,8 @@ class Store {
     sqlite3_step(m_drop);
     sqlite3_reset(m_drop);
     execute("COMMIT");
-    m_stored += m_calls.size();
+    m_stored += m_inserted;
+    m_inserted = 0;
     for (sd_bus_message* const call : m_calls) {
       if (sd_bus_message_get_expect_reply(call) > 0) {
         check(sd_bus_reply_method_return(call, ""));
@@ -176,6 +260,28 @@ class Store {
   std::uint64_t stored() const { return m_stored; }
 
  private:
+  void begin() {
+    if (m_calls.empty()) {
+      execute("BEGIN");
+    }
+  }
+
+  void insert(int type, int state, std::int64_t time, std::initializer_list<const char*> texts) {
+    sqlite3_bind_int(m_insert, 1, type);
+    sqlite3_bind_int(m_insert, 2, state);
+    sqlite3_bind_int64(m_insert, 5, time);
+    int column = 0;
+    for (const char* text : texts) {
+      static constexpr int kColumns[] = {3, 4, 6, 7, 8, 9, 10};
+      sqlite3_bind_text(m_insert, kColumns[column++], text, -1, SQLITE_STATIC);
+    }
+    if (sqlite3_step(m_insert) != SQLITE_DONE) {
+      fail(sqlite3_errmsg(m_database));
+    }
+    sqlite3_reset(m_insert);
+    ++m_inserted;
+  }
+
   void execute(const char* sql) {
     if (sqlite3_exec(m_database, sql, nullptr, nullptr, nullptr) != SQLITE_OK) {
       fail(sqlite3_errmsg(m_database));
@@ -186,11 +292,17 @@ class Store {
   sqlite3_stmt* m_insert = nullptr;
   sqlite3_stmt* m_drop = nullptr;
   std::vector<sd_bus_message*> m_calls;
+  std::uint64_t m_inserted = 0;  ///< since the last commit
   std::uint64_t m_stored = 0;
 };
 
 int onLog(sd_bus_message* call, void* store, sd_bus_error* /*error*/) {
   static_cast<Store*>(store)->add(call);
+  return 1;
+}
+
+int onBatch(sd_bus_message* call, void* store, sd_bus_error* /*error*/) {
+  static_cast<Store*>(store)->addBatch(call);
   return 1;
 }
 
@@ -202,6 +314,7 @@ int onStatistics(sd_bus_message* call, void* store, sd_bus_error* /*error*/) {
 const sd_bus_vtable kMethods[] = {
     SD_BUS_VTABLE_START(0),
     SD_BUS_METHOD("Log", "stiissxa{sv}assss", "", onLog, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD("Batch", "ay", "", onBatch, SD_BUS_VTABLE_UNPRIVILEGED),
     SD_BUS_METHOD("GetStatistics", "", "a{st}", onStatistics, SD_BUS_VTABLE_UNPRIVILEGED),
     SD_BUS_VTABLE_END,
 };

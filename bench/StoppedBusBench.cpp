@@ -81,16 +81,17 @@ int main() {
   }
   desk.bus.resume();
   const Hub& hub = Hub::instance();
-  eventually([&hub] { return hub.books().pending == 0; }, Milliseconds(60000));
+  eventually([&hub] { return hub.counters().pending == 0; }, Milliseconds(60000));
 
-  const Books books = hub.books();
-  const auto handedOver = static_cast<double>(books.accepted + books.refused()) - 1;
+  const MessageCounters counters = hub.counters();
+  const auto handedOver = static_cast<double>(counters.accepted + counters.refused()) - 1;
   print("slow", 1000.0 * caller.slow / caller.calls);
   print("systemCalls", static_cast<double>(caller.others));
   print("contendedLocks", static_cast<double>(caller.locks));
   print("growthOfTheHeap", static_cast<double>(caller.growth));
   print("memory", peakMemory() - memoryBefore);
-  print("lost", static_cast<double>(books.refused() + books.dropped()));
-  print("uncounted", std::abs(caller.calls - handedOver) + static_cast<double>(books.pending) +
-                         std::abs(static_cast<double>(books.delivered) - static_cast<double>(desk.stored())));
+  print("lost", static_cast<double>(counters.refused() + counters.dropped()));
+  print("uncounted",
+        std::abs(caller.calls - handedOver) + static_cast<double>(counters.pending) +
+            std::abs(static_cast<double>(counters.delivered) - static_cast<double>(desk.stored())));
 }
