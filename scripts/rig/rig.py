@@ -106,8 +106,8 @@ COUNTERS = re.compile(r"Books: accepted .*")
 FIGURE = re.compile(r"([a-z][a-z ]*) (\d+)")
 SUMS = {
     "accepted": ("delivered", "pending", "superseded", "dropped"),
-    "dropped": ("unsendable", "rejected", "unanswered", "unload"),
-    "refused": ("queue full", "out of memory"),
+    "dropped": ("rejected", "ends service", "unload"),
+    "refused": ("queue full", "out of memory", "unsendable"),
 }
 
 

@@ -1,4 +1,4 @@
-"""Runs each command of the README in a temporary folder and compares its output with the README.
+"""Runs each command of the README and of docs/ci.md in a temporary folder and compares its output with the page.
 
 use: ReadmeTest.py SOURCE_FOLDER. Reads the blocks marked `console`; "..." matches any lines, "$ scripts/test" and
 "$ scripts/soak" are not run."""
@@ -23,26 +23,28 @@ def agrees(expected, printed):
     return re.fullmatch("".join(parts), "".join(line + "\n" for line in printed), re.DOTALL)
 
 
-source = pathlib.Path(sys.argv[1])
-commands = []  # each with the lines that it prints
-for block in re.findall(r"^```console\n(.*?)^```", (source / "README.md").read_text(), re.DOTALL | re.MULTILINE):
-    for line in block.splitlines():
-        if line.startswith("$ "):
-            commands.append((line[2:], []))
-        else:
-            commands[-1][1].append(plain(line))
-commands = [c for c in commands if not re.match("scripts/(test|soak)", c[0])]
+def wrong_commands(source, page):
+    """Runs the page's commands in one shell; those that fail or print something else."""
+    commands = []  # each with the lines that it prints
+    for block in re.findall(r"^```console\n(.*?)^```", (source / page).read_text(), re.DOTALL | re.MULTILINE):
+        for line in block.splitlines():
+            if line.startswith("$ "):
+                commands.append((line[2:], []))
+            else:
+                commands[-1][1].append(plain(line))
+    commands = [c for c in commands if not re.match("scripts/(test|soak)", c[0])]
+    with tempfile.TemporaryDirectory() as folder:
+        for entry in source.iterdir():
+            os.symlink(entry, os.path.join(folder, entry.name))
+        end = "end of the output"
+        script = "".join(f"{command}\necho '{end}' $?\n" for command, _ in commands)
+        shell = subprocess.run(["bash"], input=script, cwd=folder, env={**os.environ, "XDG_RUNTIME_DIR": folder},
+                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+    outputs = re.findall(rf"(.*?){end} (\d+)\n", shell.stdout, re.DOTALL)
+    assert commands and len(outputs) == len(commands), shell.stdout
+    return [f"{page}: $ {command}\n{output}-- status {status}, expected:\n" + "\n".join(expected)
+            for (command, expected), (output, status) in zip(commands, outputs)
+            if status != "0" or not agrees(expected, [plain(line) for line in output.splitlines()])]
 
-with tempfile.TemporaryDirectory() as folder:
-    for entry in source.iterdir():
-        os.symlink(entry, os.path.join(folder, entry.name))
-    end = "end of the output"
-    script = "".join(f"{command}\necho '{end}' $?\n" for command, _ in commands)
-    shell = subprocess.run(["bash"], input=script, cwd=folder, env={**os.environ, "XDG_RUNTIME_DIR": folder},
-                           stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
-outputs = re.findall(rf"(.*?){end} (\d+)\n", shell.stdout, re.DOTALL)
-assert commands and len(outputs) == len(commands), shell.stdout
-wrong = [f"$ {command}\n{output}-- status {status}, expected:\n" + "\n".join(expected)
-         for (command, expected), (output, status) in zip(commands, outputs)
-         if status != "0" or not agrees(expected, [plain(line) for line in output.splitlines()])]
-sys.exit("\n".join(wrong) or 0)
+
+sys.exit("\n".join(w for page in ["README.md", "docs/ci.md"] for w in wrong_commands(pathlib.Path(sys.argv[1]), page)) or 0)

@@ -4,7 +4,11 @@
 // time. Then "quiet" is printed and, without FILE, the runtime ends. With FILE the tasks only load; once FILE
 // exists, the service has returned: each reader must load its list with result 0, then "loaded" is printed.
 // "flags DIGITS" is printed when a reader sees a change; the last digit is the change of the event list. At
-// the end "handed NUMBER" (messages) is printed. A line that begins with "problem" is a failure.
+// the end "handed NUMBER" (messages) is printed, and with FILE "did KEY KIND ALARM BEGIN END" for each
+// message and "saw BEGIN END KEY..." for the newest entries after a load; times in nanoseconds since 1970. A
+// line that begins with "problem" is a failure. A key is TASK.NUMBER.TYPE, the entry's user and icon. An
+// apostrophe follows if another icon was chosen: by the service, or by the component when a handle was
+// closed.
 #include <unistd.h>
 
 #include <algorithm>
@@ -16,6 +20,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "PlcCalls.h"
@@ -23,7 +28,7 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using Clock = std::chrono::system_clock;
 constexpr std::uint32_t kPeriodMilliseconds = 5;
 // A request ends after 10 s; a reader that has stopped calling loses the interface after 5 s.
 constexpr std::chrono::seconds kProgress{17};
@@ -40,6 +45,7 @@ unsigned s_burst = 1;
 std::string s_file;
 std::atomic<Phase> s_phase;
 std::atomic<std::size_t> s_loaded;  ///< readers, since the service's return
+std::atomic<unsigned> s_alarms;     ///< handlers opened
 
 /** The functions of one list and when a load of it last ended. */
 struct ListClass {
@@ -63,11 +69,14 @@ constexpr std::size_t kOfBothLists = 9;
 struct Reader {
   TavrolineHandle handle = nullptr;
   bool loaded = false;                     ///< with result 0 since the service's return
-  Clock::time_point since = Clock::now();  ///< begin of the load
+  Clock::time_point since = Clock::now();  ///< begin of the load, or end of the one before
+  bool loading = false;
 };
 struct Alarm {
   TavrolineHandle handle = nullptr;
   bool on = false;
+  unsigned number = 0;
+  std::string key;  ///< of the last edge
 };
 
 struct Task : PlcCalls {
@@ -76,7 +85,9 @@ struct Task : PlcCalls {
   static constexpr std::size_t kPermanent = 2;
 
   std::mt19937 random;
+  std::size_t number = 0;
   unsigned long handed = 0;  ///< messages handed to the client
+  std::ostringstream said;
   std::array<Reader, kReaders> readers;
   std::array<Alarm, 3> alarms;
   std::string flags;
@@ -87,6 +98,23 @@ struct Task : PlcCalls {
         }) {}
 
   unsigned below(std::size_t limit) { return static_cast<unsigned>(random() % limit); }
+
+  /** The key of the next message. */
+  std::string key(int type) const {
+    return std::to_string(number) + '.' + std::to_string(handed) + '.' + std::to_string(type);
+  }
+
+  /** Hands a message over and records it. */
+  template <typename HandOver>
+  void record(const std::string& key, const char* kind, unsigned alarm, HandOver handOver) {
+    ++handed;
+    const auto begin = Clock::now();
+    handOver();
+    if (!s_file.empty()) {
+      said << "did " << key << ' ' << kind << ' ' << alarm << ' ' << begin.time_since_epoch().count() << ' '
+           << Clock::now().time_since_epoch().count() << '\n';
+    }
+  }
 
   void cycle(Phase phase) {
     for (std::size_t i = 0; i < kReaders; ++i) {
@@ -104,13 +132,14 @@ struct Task : PlcCalls {
 
   void useAnything() {
     const std::size_t what = below(12);
-    if (what < kReaders) {
+    if (what > 0 &&
+        what < kReaders) {  // the first one has no filter, so that its copies tell what the list has
       use(readers[what], what % 2 == 0 ? kOfBothLists : kReaderFunctions.size());
       if (what >= kPermanent && below(8) == 0) {
-        close(readers[what].handle);
+        PlcCalls::close(readers[what].handle);
         readers[what] = {open(s_lists[what % 2].kind)};
       }
-    } else if (what < kReaders + alarms.size()) {
+    } else if (what - kReaders < alarms.size()) {
       use(alarms[what - kReaders]);
     } else if (what == 7) {
       acknowledge();
@@ -136,6 +165,8 @@ struct Task : PlcCalls {
 
   void load(Reader& reader, ListClass& list, Phase phase) {
     const auto now = Clock::now();
+    const bool audited = &reader == readers.data();
+    reader.since = std::exchange(reader.loading, true) ? reader.since : now;
     loadcompleteeventlist_struct step{reader.handle, -1};
     call(list.load, step);
     if (step.iResult == TAVROLINE_BUSY) {
@@ -145,13 +176,14 @@ struct Task : PlcCalls {
       }
       return;
     }
-    reader.since = now;  // the next cycle begins the next load
+    reader.loading = false;
+    const auto begin = std::exchange(reader.since, now);  // the next cycle begins the next load
     list.lastEnd = now.time_since_epoch().count();
     if (phase == Phase::Returned && step.iResult == TAVROLINE_DONE) {
       reader.loaded = true;
       ++s_loaded;
     }
-    if (step.iResult == TAVROLINE_ERROR || below(4) != 0) {
+    if (step.iResult == TAVROLINE_ERROR || (!audited && below(4) != 0)) {
       return;
     }
     std::vector<stEventlistEntryType> array(kEntries);  // the larger entries of the two kinds
@@ -161,26 +193,45 @@ struct Task : PlcCalls {
     if (request.iResult != TAVROLINE_DONE || request.diNumberOfEntries < 0 ||
         request.diNumberOfEntries > kEntries) {
       std::puts("problem a copy failed");
+    } else if (audited && !s_file.empty()) {
+      array.resize(static_cast<std::size_t>(request.diNumberOfEntries));
+      said << "saw " << begin.time_since_epoch().count() << ' ' << now.time_since_epoch().count();
+      for (const stEventlistEntryType& entry : array) {
+        const std::string user(entry.wsUser, std::find(entry.wsUser, std::end(entry.wsUser), 0));
+        said << ' ' << (user.empty() ? "?" : user) << (user == entry.sIconType ? "" : "'");
+      }
+      said << '\n';
     }
+  }
+
+  void close(Alarm& alarm) {
+    const Alarm last = std::exchange(alarm, {});
+    const auto end = [&] { PlcCalls::close(last.handle); };
+    // While it is on, the component sends an "off" with the user of the "on".
+    last.on ? record(last.key + '\'', "off", last.number, end) : end();
   }
 
   void use(Alarm& alarm) {
     if (alarm.handle != nullptr && below(8) == 0) {
-      handed += alarm.on ? 1 : 0;  // the component sends the "off"
-      close(alarm.handle);
-      alarm = {};
+      close(alarm);
     }
     if (alarm.handle == nullptr) {
       alarm.handle = open(kAlarmHandler);
+      alarm.number = s_alarms++;
     }
     logalarm_struct parameters{};
     parameters.hWriteHandle = alarm.handle;
     const bool on = below(2) == 0;
     parameters.iEventType = below(2) == 0 ? TAVROLINE_ALARM : TAVROLINE_FAULT;
     parameters.iState = on ? TAVROLINE_ON : TAVROLINE_OFF;
-    handed += alarm.on != on ? 1 : 0;  // only a change is sent
-    alarm.on = on;
-    logAnything("logalarm", parameters);
+    const std::string text = key(parameters.iEventType);
+    const auto log = [&] { logAnything("logalarm", parameters, text); };
+    if (alarm.on == on) {  // only a change is sent
+      log();
+    } else {
+      record(text, on ? "on" : "off", alarm.number, log);
+      alarm = {alarm.handle, on, alarm.number, text};
+    }
     std::array<RTS_IEC_BOOL, 2> answer{};
     getalarmstatefromalarmhandler_struct state{alarm.handle, &answer[0], &answer[1], TAVROLINE_ERROR};
     call("getalarmstatefromalarmhandler", state);
@@ -189,32 +240,36 @@ struct Task : PlcCalls {
   void logEvent() {
     logevent_struct parameters{};
     parameters.iEventType = below(2) == 0 ? TAVROLINE_AUDIT_TRAIL : TAVROLINE_EVENT;
-    ++handed;
-    logAnything("logevent", parameters);
+    const std::string text = key(parameters.iEventType);
+    record(text, "event", 0, [&] { logAnything("logevent", parameters, text); });
   }
 
   template <typename Structure>
-  void logAnything(const char* name, Structure& parameters) {
+  void logAnything(const char* name, Structure& parameters, const std::string& key) {
     stDataType data{};
     stDescriptionArgumentType argument{};
     std::string("Pump %d").copy(data.sInstanceName, 8);
-    data.iInstanceNumber = static_cast<RTS_IEC_INT>(random());
+    data.iInstanceNumber = static_cast<RTS_IEC_INT>(handed % 30000);
     for (RTS_IEC_WSTRING& unit : argument.wsArgument) {  // any text, without a terminator
       unit = static_cast<RTS_IEC_WSTRING>(random());
     }
+    const std::u16string user(key.begin(), key.end());
+    parameters.psIconType = key.c_str();
+    parameters.pwsUser = reinterpret_cast<const RTS_IEC_WSTRING*>(user.c_str());
     log(name, parameters, data, argument);
   }
 
   void acknowledge() {
-    const std::array<RTS_IEC_WSTRING, 2> user{'u', 0};
-    acknowledgecentraldetector_struct detector{user.data()};
-    call("acknowledgecentraldetector", detector);
-    acknowledgevisualalarm_struct alarm{4, user.data(), "all", {0, 0}};
-    call("acknowledgevisualalarm", alarm);
-    handed += 2;
-    if (below(8) == 0) {
-      ++handed;
-      call("deleteeventlist", detector);  // reads no field
+    const std::string text = key(TAVROLINE_AUDIT_TRAIL);
+    const std::u16string name(text.begin(), text.end());
+    acknowledgecentraldetector_struct detector{reinterpret_cast<const RTS_IEC_WSTRING*>(name.c_str())};
+    record(text + '\'', "detector", 0, [&] { call("acknowledgecentraldetector", detector); });
+    acknowledgevisualalarm_struct alarm{4, detector.pwsUser, "all", {0, 0}};
+    record("-", "acknowledge", 0, [&] { call("acknowledgevisualalarm", alarm); });
+    // A deletion hides what was lost before it: only in every second run, at its begin.
+    const bool begin = Clock::now() - s_start < std::chrono::duration<double>(s_seconds / 3);
+    if (s_seed % 2 == 0 && begin && below(8) == 0) {
+      record("-", "delete", 0, [&] { call("deleteeventlist", detector); });  // reads no field
     }
   }
 
@@ -261,11 +316,13 @@ void cycle(void* state) {
 
 void stop(void*) {
   for (Task& task : s_tasks) {
-    for (const Alarm& alarm : task.alarms) {
-      task.handed += alarm.on ? 1 : 0;
+    for (Alarm& alarm : task.alarms) {
+      if (alarm.handle != nullptr) {
+        task.close(alarm);
+      }
     }
     task.closeAll();
-    std::printf("handed %lu\n", task.handed);
+    std::printf("%shanded %lu\n", task.said.str().c_str(), task.handed);
   }
 }
 
@@ -280,6 +337,7 @@ extern "C" __attribute__((visibility("default"))) int PlcProgramMain(const PlcRu
   std::istringstream(settings == nullptr ? "" : settings) >> s_seed >> s_seconds >> s_burst >> s_file;
   std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
   for (std::size_t i = 0; i < s_tasks.size(); ++i) {
+    s_tasks[i].number = i;
     s_tasks[i].random.seed(s_seed * 8 + static_cast<unsigned>(i));
     plcTasks[i] = {"exerciser", kPeriodMilliseconds, cycle, &s_tasks[i]};
   }

@@ -1,0 +1,162 @@
+"""Compares what the exerciser called with what the lists hold.
+
+An entry's key (Exerciser.cpp) identifies its message. Each message is in the list once, in the order of the calls,
+unless a record of a gap names it, later edges superseded it, a later deletion removed it, or its store was lost. A store
+that replaces a lost one may have the entry of an alarm that is on a second time."""
+import re
+from bisect import bisect_left, bisect_right
+from collections import namedtuple
+from datetime import datetime
+
+CAPACITY, COPIED = 40000, 50  # of the service's event list; entries at most after a load
+TRACELESS = ("acknowledge", "delete")  # messages without an entry
+MAYBE_STORED = ("the service ended each time it was sent", "not confirmed before unload")
+NOT_REPORTED = "Off, no longer reported by its program"  # an entry of the service itself
+GAP = re.compile(r"(\d+) message\(s\) lost, ([a-z ]+): (?:numbers (\d+) to (\d+), )?handed over (\S+) to ([^\s,]+)")
+Message = namedtuple("Message", "key kind alarm begin end")
+
+
+class Gap:
+    """Messages that one record names as lost: how many, handed over from when to when."""
+
+    def __init__(self, match):
+        count, self.cause, first, last, *times = match.groups()
+        self.count = self.left = int(count)
+        self.numbers = first and (int(first), int(last))
+        begin, end = (datetime.fromisoformat(time.replace("Z", "+00:00")).timestamp() for time in times)
+        self.begin, self.end = begin * 1e9, end * 1e9 + 1e6  # the record cuts them to milliseconds
+
+    def covers(self, message):
+        return message.begin < self.end and message.end >= self.begin
+
+
+class Audit:
+    """@param said lines of the host  @param log lines of the runtime log  @param counters the last message counters
+    @param stores event lists and when each was lost (None: it is kept)  @param raised the alarm list before the unload
+    @param cleared the same after it  @param unable pairs of times between which the service could not store
+    @param false_lists whether it sent such. Times are in nanoseconds since 1970."""
+
+    def __init__(self, said, log, counters, stores, raised, cleared, unable, false_lists):
+        self.problems = []  # pairs of a rule's name and a text
+        rows = [line.split() for line in said if line.startswith("did ")]
+        self.messages = sorted((Message(*row[1:4], *map(int, row[4:])) for row in rows), key=lambda m: m.begin)
+        self.edges = [m for m in self.messages if m.kind in ("on", "off")]
+        self.by_key = {m.key: m for m in self.messages}
+        self.gaps = [Gap(match) for match in map(GAP.search, log) if match]
+        self.counters = counters
+        self.stores, confirmed = [], set()
+        for entries, lost in stores:
+            keys = self.keys_of(entries)
+            self.order(keys, confirmed)
+            confirmed.update(keys)
+            self.stores.append((keys, lost))
+        self.losses()
+        self.alarms(*raised, cleared)
+        for _, begin, end, *seen in (line.split() for line in said if line.startswith("saw ")):
+            overlaps = any(first < int(end) and int(begin) < last for first, last in unable)
+            if "?" not in seen and (seen or not false_lists) and not overlaps:
+                self.load(int(begin), int(end), seen)
+
+    def report(self, rule, *words):
+        self.problems.append((rule, " ".join(map(str, words))))
+
+    def keys_of(self, entries):
+        """The keys of a list, oldest first; compares the entries' contents."""
+        keys = [entry["User"] + "'" * (entry["User"] != entry["IconType"]) for entry in entries]
+        for key, entry in zip(keys, entries):
+            # Where a store was lost, the next one may have an alarm whose "off" was in the lost one.
+            if self.stores and not entry["User"] and entry["Description"].startswith(NOT_REPORTED):
+                continue
+            if key not in self.by_key:
+                self.report("unknown entry", entry)
+                continue
+            _, number, event_type = map(int, key.strip("'").split("."))
+            description = f"Pump {(number + 1) % 30000 or '%d'}"
+            if event_type != entry["EventType"] or description != entry["Description"] and event_type != 1:
+                self.report("changed entry", key, entry)
+        return [key for key in reversed(keys) if key in self.by_key]
+
+    def order(self, keys, confirmed):
+        """Each entry once, none after an entry whose call began when its own had ended. An alarm that an earlier store had
+        confirmed may be raised again at any place."""
+        latest, before = None, set()
+        for message in map(self.by_key.get, keys):
+            if message.key in before:
+                self.report("repeated entry", message)
+            before.add(message.key)
+            if message.kind == "on" and message.key in confirmed:
+                continue
+            if latest and message.end < latest.begin:
+                self.report("order", message, "after", latest)
+            latest = max(latest or message, message, key=lambda m: m.begin)
+
+    def losses(self):
+        """The messages without an entry are those that the gaps name, and the superseded edges."""
+        self.stored = {key for keys, _ in self.stores for key in keys}
+        self.absent = {m for m in self.messages if m.key not in self.stored and m.kind not in TRACELESS}
+        oldest = [(len(keys), self.by_key[keys[0]].end) for keys, _ in self.stores if keys]
+        hidden_until = max([end for count, end in oldest if count >= CAPACITY], default=0)
+        for deletion in (m for m in self.messages if m.kind == "delete"):
+            if any(end >= deletion.begin for _, end in oldest):  # carried out in one of the stores
+                hidden_until = max(hidden_until, deletion.end)
+            else:
+                self.absent.add(deletion)
+        absent = {m for m in self.absent if m.begin > hidden_until}
+        superseded = self.superseded(absent)
+        for message in sorted(absent - superseded, key=lambda m: m.end):
+            if gaps := [gap for gap in self.gaps if gap.left and gap.covers(message)]:
+                min(gaps, key=lambda gap: gap.end).left -= 1
+            else:
+                self.report("missing", message)
+        figures = self.counters["superseded"], self.counters["dropped"] + self.counters["refused"]
+        found = figures[0] if hidden_until else len(superseded), sum(gap.count for gap in self.gaps)
+        if figures != found:
+            self.report("counters", "superseded and lost:", figures, "found:", found)
+        unknown = [m for m in self.messages if m.kind in TRACELESS or m.begin <= hidden_until]
+        for gap in self.gaps:
+            if gap.cause not in MAYBE_STORED and gap.left > sum(map(gap.covers, unknown)):
+                self.report("named as lost but stored", gap.left, "of", gap.count, gap.cause)
+            self.numbers(gap)
+
+    def superseded(self, absent):
+        """Pairs of adjacent edges of one alarm that have no entry, as many as the counter says."""
+        pairs, before = set(), {}
+        for edge in self.edges:
+            last = before.pop(edge.alarm, None)
+            if edge in absent and last and len(pairs) < self.counters["superseded"]:
+                pairs |= {last, edge}
+            elif edge in absent:
+                before[edge.alarm] = edge
+        return pairs
+
+    def numbers(self, gap):
+        """The numbers belong to messages of the gap's times. Refused and superseded messages have none: a number is lower
+        than the message's place by at most their count. The record of refused ones has no numbers."""
+        unnumbered = self.counters["refused"] + self.counters["superseded"]
+        lowest = sum(m.end < gap.begin for m in self.messages) + 1 - unnumbered
+        highest = sum(m.begin < gap.end for m in self.messages)
+        first, last = gap.numbers or (highest - gap.count + 1, highest)
+        if not lowest <= first <= last - gap.count + 1 <= highest - gap.count + 1:
+            self.report("numbers of a gap", first, last, "where", lowest, "to", highest, "were handed over")
+
+    def alarms(self, entries, time, cleared):
+        """An alarm's state is its last edge; after the unload it is off."""
+        last = {edge.alarm: edge for edge in self.edges if edge.end < time}
+        on = {alarm for alarm, edge in last.items() if edge.kind == "on"}
+        active = {self.by_key[entry["IconType"]].alarm for entry in entries if entry["AlarmActive"]}
+        for alarm in on ^ active:
+            self.report("alarm still active" if alarm in active else "alarm not active", last[alarm],
+                        "" if last[alarm].key in self.stored else "its entry was lost")
+        for entry in (entry for entry in cleared if entry["AlarmActive"]):
+            self.report("alarm active after the unload", entry)
+
+    def load(self, begin, end, seen):
+        """A load shows all that was handed over before it began, down to the oldest entry copied or a deletion."""
+        deleted = max([m.end for m in self.messages if m.kind == "delete" and m.begin < end], default=0)
+        oldest = self.by_key[seen[-1]].end if len(seen) == COPIED else deleted
+        gone = self.absent.union(*(map(self.by_key.get, keys) for keys, lost in self.stores if lost and lost < end))
+        first, last = (bisect(self.messages, time, key=lambda m: m.begin)
+                       for bisect, time in ((bisect_right, oldest), (bisect_left, begin)))
+        for m in self.messages[first:last]:
+            if m.end < begin and not (m.key in seen or m in gone or m.kind in TRACELESS):
+                self.report("load without entry", m, "begun at", begin)
