@@ -18,8 +18,9 @@ add_compile_options(
 
 # For a controller: small, and hardened where it costs nothing. docs/target.md holds the measurements.
 add_compile_options(-fstack-protector-strong -ffunction-sections -fdata-sections)
-set(CMAKE_C_FLAGS_RELEASE "-O2 -DNDEBUG")
-set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
+# Debug symbols become packages; these do not name the build machine's folders.
+set(CMAKE_C_FLAGS_RELEASE "-O2 -DNDEBUG -g -fdebug-prefix-map=${PROJECT_SOURCE_DIR}=.")
+set(CMAKE_CXX_FLAGS_RELEASE "${CMAKE_C_FLAGS_RELEASE}")
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^arm")
   add_compile_options(-Wno-psabi)  # remarks on an ABI change of 2017 that no interface here touches
 endif()

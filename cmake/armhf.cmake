@@ -2,6 +2,7 @@
 # under the emulator. Compiler flags are in Options.cmake.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR armv7l)
+set(CMAKE_INSTALL_LIBDIR lib/arm-linux-gnueabihf)
 
 set(TAVROLINE_SYSROOT "$ENV{TAVROLINE_SYSROOT}" CACHE PATH "Sysroot of the target")
 if(NOT TAVROLINE_SYSROOT)
