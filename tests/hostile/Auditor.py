@@ -48,7 +48,9 @@ class Audit:
         for entries, lost in stores:
             keys = self.keys_of(entries)
             self.order(keys, confirmed)
-            confirmed.update(keys)
+            # Of what this store had before its oldest entry, a deletion may have removed the entries.
+            oldest = self.by_key[keys[0]].end if keys else lost
+            confirmed.update(keys, (m.key for m in self.edges if lost and m.begin < oldest))
             self.stores.append((keys, lost))
         self.losses()
         self.alarms(*raised, cleared)
