@@ -1,14 +1,12 @@
 #pragma once
 
-#include <systemd/sd-bus.h>
-
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QStringList>
 
-#include <memory>
 #include <stdexcept>
 
+#include "BusPointer.h"
 #include "ListServiceNames.h"
 #include "MessageWriter.h"
 
@@ -90,11 +88,7 @@ class ListClient {
   void waitForChange();
 
  private:
-  struct Unref {
-    void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
-    void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
-  };
-  using BusMessage = std::unique_ptr<sd_bus_message, Unref>;
+  using BusMessage = Tavroline::BusMessage;
 
   BusMessage newMessage(const char* destination, const char* path, const char* interface, const char* method);
   BusMessage newCall(const Interface& interface, const char* method);
@@ -104,7 +98,7 @@ class ListClient {
   static QByteArray readText(const BusMessage& reply);
   static QJsonObject readFigures(const BusMessage& reply);
 
-  std::unique_ptr<sd_bus, Unref> m_bus;
+  Tavroline::BusPointer<sd_bus> m_bus;
   QByteArray m_session;
   quint64 m_lastMessage = 0;
   bool m_changed = false;

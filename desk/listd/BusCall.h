@@ -1,28 +1,13 @@
 #pragma once
 
-#include <systemd/sd-bus.h>
-
 #include <cstring>
-#include <memory>
-#include <stdexcept>
 
+#include "BusPointer.h"
 #include "CallError.h"
 #include "ListService.h"
 
-struct UnrefBus {
-  void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
-  void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
-};
-using BusMessage = std::unique_ptr<sd_bus_message, UnrefBus>;
-using BusSlot = std::unique_ptr<sd_bus_slot, UnrefBus>;
-
-/** Checks the result of an sd-bus function. @throws std::runtime_error if it is negative. */
-inline int checkBus(int result) {
-  if (result < 0) {
-    throw std::runtime_error(std::strerror(-result));
-  }
-  return result;
-}
+using Tavroline::BusMessage;
+using Tavroline::checkBus;
 
 inline QByteArray readText(sd_bus_message* call) {
   const char* text = nullptr;

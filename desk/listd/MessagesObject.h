@@ -53,7 +53,7 @@ class MessagesObject {
   struct Connection {
     MessagesObject* object = nullptr;
     QByteArray name;
-    BusSlot query;  ///< while the bus has not answered
+    Tavroline::BusPointer<sd_bus_slot> query;  ///< while the bus has not answered
     bool identified = false;
     bool ended = false;
     quint32 user = Sessions::kUnknownUser;
