@@ -84,13 +84,13 @@ int main() {
   eventually([&hub] { return hub.counters().pending == 0; }, Milliseconds(60000));
 
   const MessageCounters counters = hub.counters();
-  const auto handedOver = static_cast<double>(counters.accepted + counters.refused()) - 1;
+  const auto handedOver = static_cast<double>(counters.accepted + counters.refused) - 1;
   print("slow", 1000.0 * caller.slow / caller.calls);
   print("systemCalls", static_cast<double>(caller.others));
   print("contendedLocks", static_cast<double>(caller.locks));
   print("growthOfTheHeap", static_cast<double>(caller.growth));
   print("memory", peakMemory() - memoryBefore);
-  print("lost", static_cast<double>(counters.refused() + counters.dropped()));
+  print("lost", static_cast<double>(counters.refused + counters.dropped));
   print("uncounted",
         std::abs(caller.calls - handedOver) + static_cast<double>(counters.pending) +
             std::abs(static_cast<double>(counters.delivered) - static_cast<double>(desk.stored())));

@@ -23,11 +23,11 @@ class AlarmlistHandlerDBusConnectorRead::Private {
     return true;
   }
 
-  bool listChanged() { return m_hub.start() && m_seen.changed(m_hub.listState().alarms); }
+  bool listChanged() { return m_hub.start() && m_hub.listState().alarms.changedSince(m_seenChanges); }
 
  private:
   Hub& m_hub = Hub::instance();
-  SeenGeneration m_seen{m_hub.listState().alarms};
+  quint32 m_seenChanges = m_hub.listState().alarms.count();
   std::array<bool, ListState::FlagCount> m_reported{};
 };
 

@@ -34,7 +34,7 @@ bool logGaps(MessageQueue& queue, bool all) {
   const Losses::Gaps gaps = queue.takeGaps(Clock::now(), all);
   for (std::size_t cause = 0; cause < gaps.size(); ++cause) {
     if (gaps[cause].count > 0) {
-      clientLog(CLIENT_LOG_ORIGIN("BusLoop"), gaps[cause].text(static_cast<Loss>(cause)));
+      clientLog(CLIENT_LOG_ORIGIN("BusLoop"), gaps[cause].text(cause));
       any = true;
     }
   }
@@ -80,7 +80,7 @@ bool BusLoop::guarded(Step step) noexcept {
     return true;
   } catch (const std::exception& error) {
     breakOff(QByteArrayLiteral("the connection was reset after an error"));
-    clientLog(CLIENT_LOG_ORIGIN("BusLoop"), QLatin1String(error.what()));
+    clientLog(CLIENT_LOG_ORIGIN("BusLoop"), error.what());
   } catch (...) {
     breakOff(QByteArrayLiteral("the connection was reset after an error"));
   }
@@ -114,7 +114,7 @@ void BusLoop::turn() {
   m_watch.activateService(now, m_queue.hasPending() || m_requests.hasUnsent());
   followOwner();
   const bool repliesArrive = m_requests.expire(now);
-  if (!m_watch.repeatDueQueries(now) || !m_sender.isAnswered(now) || !repliesArrive) {
+  if (!m_watch.sendDueQueries(now) || !m_sender.isAnswered(now) || !repliesArrive) {
     breakOff(QByteArrayLiteral("the list service leaves calls unanswered"));
   }
   exchange(now);

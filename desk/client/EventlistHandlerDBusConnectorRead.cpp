@@ -12,7 +12,7 @@ using namespace Tavroline;
 class EventlistHandlerDBusConnectorRead::Private {
  public:
   Hub& hub = Hub::instance();
-  SeenGeneration seen{hub.listState().events};
+  quint32 seenChanges = hub.listState().events.count();
 };
 
 EventlistHandlerDBusConnectorRead::EventlistHandlerDBusConnectorRead(bool deviceBus) noexcept
@@ -41,5 +41,6 @@ DBusPendingReply::SharedPointer EventlistHandlerDBusConnectorRead::getPartOfEven
 }
 
 bool EventlistHandlerDBusConnectorRead::changedFlagEventlist() {
-  return m_private && m_private->hub.start() && m_private->seen.changed(m_private->hub.listState().events);
+  return m_private && m_private->hub.start() &&
+         m_private->hub.listState().events.changedSince(m_private->seenChanges);
 }

@@ -147,7 +147,7 @@ bool Hub::tryStart() noexcept {
   if (m_wakeFd >= 0) {
     close(m_wakeFd);
   }
-  clientLog(CLIENT_LOG_ORIGIN("Hub"), QLatin1String("the client's thread could not be started"));
+  clientLog(CLIENT_LOG_ORIGIN("Hub"), "the client's thread could not be started");
   return false;
 }
 
@@ -170,7 +170,7 @@ void Hub::run() noexcept {
   pthread_setname_np(pthread_self(), kThreadName);
   if (!m_queue.inheritsPriority()) {
     clientLog(CLIENT_LOG_ORIGIN("Hub"),
-              QLatin1String("this system has no priority inheritance: a PLC task may wait for a lower one"));
+              "this system has no priority inheritance: a PLC task may wait for a lower one");
   }
   BusLoop(m_queue, m_requests, m_state, m_wakeFd).run(m_stop);
 }

@@ -3,70 +3,45 @@
 #include <QtGlobal>
 #include <array>
 #include <atomic>
+#include <utility>
 
 namespace Tavroline {
 
-/**
- * The generation of one list: a number that the service increases with every change of the list.
- *
- * The hub's thread writes it; any thread reads it without a lock.
- */
-class Generation {
+/** Counts the changes of one list. The hub's thread writes it; any thread reads it without a lock. */
+class ListChanges {
  public:
-  /** Record a reported generation; 0 means unknown and is ignored. [hub] */
+  /** Record the list's generation: a number that the service increases with every change of the list, 0 if
+   * the service does not know it. The first known generation does not count as a change. [hub] */
   void report(quint64 generation) {
-    if (generation == 0) {
+    if (generation == 0 || generation == m_generation) {
       return;
     }
-    if (m_current.load(std::memory_order_relaxed) == 0) {
-      m_first.store(generation, std::memory_order_relaxed);
+    if (std::exchange(m_generation, generation) != 0) {
+      m_count.fetch_add(1, std::memory_order_release);
     }
-    m_current.store(generation, std::memory_order_release);
   }
 
-  /** The generation reported last, and the first one reported since the library was loaded; both 0 while
-   * unknown. [any-thread] */
-  quint64 current() const { return m_current.load(std::memory_order_acquire); }
-  quint64 first() const { return m_first.load(std::memory_order_relaxed); }
+  /** Number of changes since the library was loaded, modulo 2^32. [any-thread] */
+  quint32 count() const { return m_count.load(std::memory_order_acquire); }
+
+  /** Whether the list has changed since count() was `seen`. Sets `seen` to the present count. [any-thread] */
+  bool changedSince(quint32& seen) const {
+    const quint32 before = std::exchange(seen, count());
+    return seen != before;
+  }
 
  private:
-  std::atomic<quint64> m_first{0};
-  std::atomic<quint64> m_current{0};
+  quint64 m_generation = 0;  ///< used by the hub's thread alone
+  std::atomic<quint32> m_count{0};
 };
 
-/** The state of both lists that the service reported last. The hub's thread writes it; any thread reads it.
- */
+/** What the list service last reported about both lists. The hub's thread writes it; any thread reads it. */
 struct ListState {
   enum Flag { AlarmInList, ActiveAlarmInList, FaultInList, ActiveFaultInList, CentralDetector, FlagCount };
 
-  Generation events;
-  Generation alarms;
+  ListChanges events;
+  ListChanges alarms;
   std::array<std::atomic<bool>, FlagCount> flags{};
-};
-
-/** The generation of a list that one connector last reported to the component. Each connector has its own, so
- * that each one reports every change. */
-class SeenGeneration {
- public:
-  /** Starts with the current generation. [any-thread] */
-  explicit SeenGeneration(const Generation& generation) : m_seen(generation.current()) {}
-
-  /** @return whether the generation has changed since the last call, or since construction. The first
-   * generation that the service reports is not a change. [hook] */
-  bool changed(const Generation& generation) {
-    const quint64 current = generation.current();
-    if (m_seen == 0) {
-      m_seen = current == 0 ? 0 : generation.first();
-    }
-    if (current == m_seen) {
-      return false;
-    }
-    m_seen = current;
-    return true;
-  }
-
- private:
-  quint64 m_seen;
 };
 
 }  // namespace Tavroline

@@ -1,6 +1,7 @@
 #include "Losses.h"
 
 #include <QDateTime>
+#include <QString>
 #include <algorithm>
 #include <utility>
 
@@ -8,23 +9,12 @@ namespace Tavroline {
 
 namespace {
 
-const char* describe(Loss cause) {
-  switch (cause) {
-    case Loss::QueueFull:
-      return "the queue is full";
-    case Loss::NoMemory:
-      return "out of memory";
-    case Loss::Unsendable:
-      return "too large or not transportable";
-    case Loss::Rejected:
-      return "rejected by the service";
-    case Loss::EndsService:
-      return "the service ended each time it was sent";
-    case Loss::Unload:
-      return "not confirmed before unload";
-  }
-  return "";
-}
+constexpr std::array<const char*, kLossCauses> kTexts = {"rejected by the service",
+                                                         "the service ended each time it was sent",
+                                                         "not confirmed before unload",
+                                                         "the queue is full",
+                                                         "out of memory",
+                                                         "too large or not transportable"};
 
 QString utc(qint64 milliseconds) {
   return QDateTime::fromMSecsSinceEpoch(milliseconds, Qt::UTC).toString(Qt::ISODateWithMs);
@@ -32,11 +22,12 @@ QString utc(qint64 milliseconds) {
 
 }  // namespace
 
-QString Gap::text(Loss cause) const {
+QByteArray Gap::text(std::size_t cause) const {
   const QString numbers =
-      isRefusal(cause) ? QString() : QStringLiteral("numbers %1 to %2, ").arg(firstNumber).arg(lastNumber);
+      firstNumber == 0 ? QString() : QStringLiteral("numbers %1 to %2, ").arg(firstNumber).arg(lastNumber);
   return QStringLiteral("%1 message(s) lost, %2: %3handed over %4 to %5")
-      .arg(QString::number(count), QLatin1String(describe(cause)), numbers, utc(firstTime), utc(lastTime));
+      .arg(QString::number(count), QLatin1String(kTexts[cause]), numbers, utc(firstTime), utc(lastTime))
+      .toUtf8();
 }
 
 void Losses::add(Loss cause, quint64 number, qint64 handedOverAt) noexcept {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QString>
+#include <QByteArray>
 #include <array>
 #include <chrono>
 
@@ -10,17 +10,15 @@ using Clock = std::chrono::steady_clock;
 
 /** Why a message was lost: refused at its hand-over, or accepted and dropped later. */
 enum class Loss {
-  QueueFull,    ///< refused: the queue is full, for an alarm edge also the overflow
-  NoMemory,     ///< refused: memory allocation failed
-  Unsendable,   ///< refused: too long, nested too deep, or a value's type cannot be encoded
   Rejected,     ///< dropped: the service refused it for good
   EndsService,  ///< dropped: the service ended each time this message was sent alone
-  Unload        ///< dropped: not confirmed when the library was unloaded
+  Unload,       ///< dropped: not confirmed when the library was unloaded
+  QueueFull,    ///< refused: the queue is full, for an alarm edge also the overflow
+  NoMemory,     ///< refused: memory allocation failed
+  Unsendable    ///< refused: too long, nested too deep, or a value's type cannot be encoded
 };
+constexpr std::size_t kDropCauses = 3;  ///< number of causes of dropped messages, which come first
 constexpr std::size_t kLossCauses = 6;
-constexpr bool isRefusal(Loss cause) {
-  return cause < Loss::Rejected;
-}
 
 /** A gap: a series of messages lost for one cause, see Losses::kGapPause. The runtime log receives one record
  * per gap. */
@@ -34,7 +32,7 @@ struct Gap {
   Clock::time_point lastLoss;   ///< when the last one was lost
 
   /** The gap as a text for the runtime log. [any-thread] */
-  QString text(Loss cause) const;
+  QByteArray text(std::size_t cause) const;
 };
 
 /** Counts lost messages by cause, and collects them into gaps. MessageQueue's mutex guards it. */

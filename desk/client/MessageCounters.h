@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QString>
+#include <QByteArray>
 #include <array>
 
 #include "ListServiceNames.h"
@@ -11,7 +11,7 @@ namespace Tavroline {
 /**
  * Counters of what happened to the messages that were handed to the hub.
  *
- * accepted = delivered + pending + superseded + dropped() in every snapshot. Refused messages, and reports of
+ * accepted = delivered + pending + superseded + dropped in every snapshot. Refused messages, and reports of
  * the alarms' state (RaisedAlarms), do not count as accepted.
  */
 struct MessageCounters {
@@ -19,11 +19,10 @@ struct MessageCounters {
   quint64 delivered = 0;   ///< confirmed by the service
   quint64 pending = 0;     ///< neither confirmed nor dropped yet, sent or unsent
   quint64 superseded = 0;  ///< unsent alarm edges that later edges made superfluous, see AlarmOverflow
-  Losses::Counts lost{};
+  quint64 dropped = 0;     ///< accepted and lost later
+  quint64 refused = 0;     ///< lost at their hand-over
+  Losses::Counts lost{};   ///< dropped and refused messages by cause
 
-  /** Sums of `lost`: messages refused at their hand-over, and messages dropped later. [any-thread] */
-  quint64 refused() const;
-  quint64 dropped() const;
   quint64 count(Loss cause) const { return lost[static_cast<std::size_t>(cause)]; }
 
   using Values = std::array<quint64, ListServiceNames::kCounterNames.size()>;
@@ -32,7 +31,7 @@ struct MessageCounters {
   Values values() const;
 
   /** The counters as a text for the runtime log; starts with "Books:". [any-thread] */
-  QString text() const;
+  QByteArray text() const;
 };
 
 }  // namespace Tavroline

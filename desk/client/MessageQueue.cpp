@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <mutex>
 #include <new>
+#include <numeric>
 #include <set>
 #include <string>
 
@@ -96,8 +97,11 @@ MessageCounters MessageQueue::counters() const noexcept {
     counters.superseded = m_superseded;
     counters.lost = m_losses.counts();
   }
+  const auto refusals = counters.lost.begin() + kDropCauses;
+  counters.dropped = std::accumulate(counters.lost.begin(), refusals, quint64{0});
+  counters.refused = std::accumulate(refusals, counters.lost.end(), quint64{0});
   counters.delivered = delivered;
-  counters.pending = counters.accepted - delivered - counters.superseded - counters.dropped();
+  counters.pending = counters.accepted - delivered - counters.superseded - counters.dropped;
   return counters;
 }
 

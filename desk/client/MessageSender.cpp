@@ -275,7 +275,7 @@ void MessageSender::logOnce(const char* text, sd_bus_message* reply) {
   }
   m_toldOwner = m_owner;
   const QByteArray detail = isError(reply) ? ": " + errorText(reply) : QByteArray();
-  clientLog(CLIENT_LOG_ORIGIN("MessageSender"), QString::fromUtf8(text + detail));
+  clientLog(CLIENT_LOG_ORIGIN("MessageSender"), QByteArray(text + detail));
 }
 
 void MessageSender::dropIfItEndsTheService() {

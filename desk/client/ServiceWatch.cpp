@@ -17,10 +17,8 @@ namespace {
 constexpr char kBus[] = "org.freedesktop.DBus";
 constexpr char kBusPath[] = "/org/freedesktop/DBus";
 
-// Time until a query is repeated: first if it has no reply, then after an error or a malformed reply.
-constexpr std::chrono::milliseconds kUnansweredPause{2000};
-constexpr std::chrono::milliseconds kRefusedPause{500};
-constexpr std::size_t kMaximumUnanswered = 10;  // for each query
+constexpr std::chrono::seconds kReplyDeadline{20};
+constexpr std::chrono::milliseconds kRepeatPause{500};  // after an error reply or a malformed reply
 
 constexpr std::chrono::milliseconds kFirstStartPause{250};
 constexpr std::chrono::seconds kLongestStartPause{30};
@@ -42,10 +40,9 @@ std::string ownerRule() {
 ServiceWatch::ServiceWatch(BusConnection& connection, ListState& state)
     : m_connection(connection),
       m_state(state),
-      m_queries{
-          {{{kEventListPath, kEventListInterface, "GetState"}, &ServiceWatch::readEventListState, {}, {}},
-           {{kAlarmListPath, kAlarmListInterface, "GetState"}, &ServiceWatch::readAlarmListState, {}, {}},
-           {{kEventListPath, kEventListInterface, "GetTimeZone"}, &ServiceWatch::readTimeZone, {}, {}}}} {}
+      m_queries{{{{kEventListPath, kEventListInterface, "GetState"}, &ServiceWatch::readEventListState},
+                 {{kAlarmListPath, kAlarmListInterface, "GetState"}, &ServiceWatch::readAlarmListState},
+                 {{kEventListPath, kEventListInterface, "GetTimeZone"}, &ServiceWatch::readTimeZone}}} {}
 
 void ServiceWatch::start() {
   m_new = true;
@@ -79,15 +76,17 @@ void ServiceWatch::activateService(Clock::time_point now, bool needed) {
   });
 }
 
-bool ServiceWatch::repeatDueQueries(Clock::time_point now) {
-  bool answering = true;
+bool ServiceWatch::sendDueQueries(Clock::time_point now) {
   for (StateQuery& query : m_queries) {
-    if (!m_owner.isEmpty() && query.due <= now) {
-      ask(query, now);
+    if (m_owner.isEmpty() || query.due > now) {
+      continue;
     }
-    answering = answering && query.calls.size() <= kMaximumUnanswered;
+    if (query.call != nullptr) {
+      return false;
+    }
+    ask(query, now);
   }
-  return answering;
+  return true;
 }
 
 void ServiceWatch::match(const char* rule, void (ServiceWatch::*handler)(sd_bus_message*)) {
@@ -115,20 +114,19 @@ void ServiceWatch::setOwner(const QByteArray& name) {
   m_owner = name;
   m_ownedSince = now;
   for (StateQuery& query : m_queries) {
-    query.calls.clear();
+    query.call.reset();
     query.due = {};
   }
 }
 
 void ServiceWatch::ask(StateQuery& query, Clock::time_point now) {
-  query.due = now + kUnansweredPause;
   const BusCall call = m_connection.write(m_owner.constData(), query.method, "");
-  const auto asked = query.calls.emplace(query.calls.end());
-  *asked = m_connection.call(call, [this, &query, asked](sd_bus_message* reply) {
+  query.due = now + kReplyDeadline;
+  query.call = m_connection.call(call, [this, &query](sd_bus_message* reply) {
     const bool known = isError(reply, SD_BUS_ERROR_UNKNOWN_METHOD) ||  // the service has another version
                        (!isError(reply) && (this->*query.read)(reply));
-    query.due = known ? Clock::time_point::max() : Clock::now() + kRefusedPause;
-    query.calls.erase(asked);
+    query.due = known ? Clock::time_point::max() : Clock::now() + kRepeatPause;
+    query.call.reset();
   });
 }
 
@@ -206,7 +204,8 @@ bool ServiceWatch::readTimeZone(sd_bus_message* reply) {
         QStringLiteral("the list service's time zone differs from this program's: %1 s and %2 s from UTC;"
                        " filters by time take the service's times for local ones")
             .arg(offset)
-            .arg(own));
+            .arg(own)
+            .toUtf8());
   }
   return true;
 }

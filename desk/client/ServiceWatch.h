@@ -2,7 +2,6 @@
 
 #include <QByteArray>
 #include <array>
-#include <list>
 #include <memory>
 #include <vector>
 
@@ -40,10 +39,10 @@ class ServiceWatch {
    * @throws as BusConnection::call() */
   void activateService(Clock::time_point now, bool needed);
 
-  /** Send the due queries to the owner. A query is due when the owner is new, and again until it has a valid
-   * reply.
-   * @return false when more than 10 calls of one query have no reply. @throws as BusConnection::call() */
-  bool repeatDueQueries(Clock::time_point now);
+  /** Send the due state queries to the owner. A query is due at a new owner, and 0.5 s after an error reply
+   * or a malformed reply.
+   * @return false if a query has no reply after 20 s. @throws as BusConnection::call() */
+  bool sendDueQueries(Clock::time_point now);
 
   /** Unique bus name of the owner; empty if there is none or if it is not known yet. */
   const QByteArray& owner() const { return m_owner; }
@@ -55,9 +54,8 @@ class ServiceWatch {
   struct StateQuery {
     BusMethod method;
     bool (ServiceWatch::*read)(sd_bus_message*);
-    /** All calls to the present owner that have no reply yet. A late reply is used too. */
-    std::list<std::unique_ptr<BusSlot>> calls;
-    Clock::time_point due;
+    std::unique_ptr<BusSlot> call{};  ///< null unless a reply is outstanding
+    Clock::time_point due{};          ///< the time limit for that reply, or the time of the next call
   };
 
   void match(const char* rule, void (ServiceWatch::*handler)(sd_bus_message*));

@@ -5,8 +5,8 @@
 #include <set>
 
 #include "CallWatch.h"
+#include "HostLog.h"
 #include "Runtime.h"
-#include "RuntimeFunctions.h"
 
 namespace {
 
@@ -22,7 +22,7 @@ struct Parameters {
 
 class CallCostTest : public BusTest {
  protected:
-  CallCostTest() { RuntimeFunctions::logToFile(log); }
+  CallCostTest() { HostLog::toFile(log); }
 
   template <typename Call>
   void watchCall(Limit limit, const std::string& name, Call call) {

@@ -11,9 +11,9 @@
 
 #include "BusTest.h"
 #include "EventlistHandlerEnums.h"
+#include "HostLog.h"
 #include "Hub.h"
 #include "HubProcess.h"
-#include "RuntimeFunctions.h"
 
 using namespace Tavroline;
 
@@ -29,7 +29,7 @@ class ClientTest : public BusTest {
  protected:
   ClientTest() {
     s_process.secondsAhead = 0;
-    RuntimeFunctions::logToFile(log);
+    HostLog::toFile(log);
   }
 
   /** Returns when the hub's thread has run a whole turn: it has sent what may be sent and ended what is due.

@@ -1,8 +1,8 @@
 // What a person sees of the lists through tavroline-ctl.
 #include <sstream>
 
+#include "HostLog.h"
 #include "Runtime.h"
-#include "RuntimeFunctions.h"
 
 namespace {
 
@@ -29,7 +29,7 @@ class CtlTest : public BusTest {
  protected:
   CtlTest() {
     startService();
-    RuntimeFunctions::logToFile(log);
+    HostLog::toFile(log);
   }
   Runtime runtime;
 };

@@ -1,6 +1,6 @@
 // Functions found by their registered names, a real bus, the real service in another process.
+#include "HostLog.h"
 #include "Runtime.h"
-#include "RuntimeFunctions.h"
 
 namespace {
 
@@ -12,7 +12,7 @@ class EndToEndTest : public BusTest {
  protected:
   EndToEndTest() {
     startService();
-    RuntimeFunctions::logToFile(log);
+    HostLog::toFile(log);
   }
 
   Runtime runtime;

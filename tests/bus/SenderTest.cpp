@@ -9,12 +9,11 @@
 
 #include "BusTest.h"
 #include "EventlistHandlerEnums.h"
+#include "HostLog.h"
 #include "Hub.h"
 #include "HubProcess.h"
 #include "ListObjects.h"
 #include "MessagesObject.h"
-#include "PendingReply.h"
-#include "RuntimeFunctions.h"
 #include "Schema.h"
 
 using namespace Tavroline;
@@ -151,7 +150,7 @@ class SenderTest : public BusTest {
  protected:
   SenderTest() {
     s_process.secondsAhead = 0;
-    RuntimeFunctions::logToFile(log);
+    HostLog::toFile(log);
   }
 
   /** Hands messages over: "+a" turns alarm a on, "-a" turns it off, any other word is an event; "?a" has an
@@ -208,7 +207,7 @@ TEST_F(SenderTest, NothingIsLostOrDoubledAfterAFaultOfAnyCall) {
       const bool waits = fault.size() > 3 && method != "Resume";  // the state, for the messages
       EXPECT_EQ(script.store->words(), waits ? "1 +b 2 -b 3 +a" : "+a 1 +b 2 -b 3");
       EXPECT_TRUE(script.faults[method].empty() || fault.front() == "late end") << "the call was not made";
-      EXPECT_EQ(hub->counters().dropped(), 0U);
+      EXPECT_EQ(hub->counters().dropped, 0U);
     }
   }
 }
@@ -378,7 +377,7 @@ TEST_F(SenderTest, AnIdleHubWakesTenTimesASecondAndNeverSpins) {
   s_process.pollLies = true;
   EXPECT_TRUE(eventually([&] { return s_process.waits - s_process.lies >= honest + 3; }));
   s_process.pollLies = false;
-  EXPECT_LE(s_process.lies - lies, 4U) << "a descriptor that is ready for ever makes the hub spin";
+  EXPECT_LE(s_process.lies - lies, 4U) << "the hub must not spin while a descriptor stays ready";
   bus.stop();
   s_process.lastWait = 0;
   EXPECT_TRUE(isIdle()) << "no bus";

@@ -6,8 +6,8 @@
 #include <functional>
 #include <thread>
 
+#include "HostLog.h"
 #include "Runtime.h"
-#include "RuntimeFunctions.h"
 
 namespace {
 
@@ -54,7 +54,7 @@ TEST_F(UnloadTest, LeavesNoLibraryAndNoThreadAndSendsTheOffOfAnOpenHandleOrRepor
   // One process: a library that stayed would be found with its old state.
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
-    RuntimeFunctions::logToFile(file(row.name));
+    HostLog::toFile(file(row.name));
     bus.resume();
     startService();
     std::optional<Runtime> runtime(std::in_place);
