@@ -1,11 +1,10 @@
 #include "Commands.h"
 
-#include <QJsonDocument>
-
-#include <algorithm>
 #include <cstdio>
+#include <utility>
 
 #include "EventlistHandlerDefinitions.h"
+#include "Follow.h"
 #include "ListView.h"
 
 namespace {
@@ -21,98 +20,60 @@ QJsonArray entriesOf(const QJsonObject& reply) {
   return reply.value(Keys::getListDataName()).toArray();
 }
 
-qint64 idOf(const QJsonValue& entry) {
-  return entry.toObject().value(Keys::getListColumnNameEventlistId()).toVariant().toLongLong();
+/** The entries behind the page that pass the filter, the oldest first; `page` becomes the last one read. */
+QJsonArray addedEvents(ListClient& client, ListClient::Page& page, const Arguments& arguments) {
+  QJsonArray added;
+  do {
+    page = client.eventsAfter(page.epoch, page.last, arguments.language);
+    for (const QJsonValue& entry : arguments.filter.passing(page.entries)) {
+      added.append(entry);
+    }
+  } while (!page.entries.isEmpty());
+  return added;
 }
 
-/** Reads the entries that were added to the event list since the last reading. */
-class EventFollower {
- public:
-  EventFollower(ListClient& client, const QString& language) : m_client(client), m_language(language) {}
-
-  /** The entries added since the last call, at the first call all entries; the oldest first. */
-  QJsonArray next() {
-    constexpr quint32 kUsual = 100;
-    QJsonArray list = entriesOf(m_client.events(m_language, kUsual));
-    if (list.size() == static_cast<int>(kUsual) && idOf(list.last()) > idOf(m_last)) {
-      list = entriesOf(m_client.events(m_language, 0));
+void followEvents(ListView& view, const Arguments& arguments) {
+  ListClient::Page page;
+  bool first = true;
+  Follow::changes(ListClient::List::Events, [&](ListClient& client) {
+    QJsonArray added = addedEvents(client, page, arguments);
+    if (!std::exchange(first, false)) {
+      return view.showMore(added);
     }
-    QJsonArray result;
-    for (int i = firstKnown(list) - 1; i >= 0; --i) {
-      result.append(list.at(i));
+    while (arguments.count != 0 && static_cast<quint32>(added.size()) > arguments.count) {
+      added.removeFirst();
     }
-    if (!list.isEmpty()) {
-      m_last = list.first();
-    }
-    return result;
-  }
-
- private:
-  /**
-   * The index of the newest entry that was shown; the list's size if it is not in the list. A service without
-   * a database file numbers from 1 again after a restart, so whole entries are compared; entries that such a
-   * service lost unread are not shown.
-   */
-  int firstKnown(const QJsonArray& list) const {
-    const auto known =
-        std::find_if(list.begin(), list.end(), [this](const QJsonValue& entry) { return entry == m_last; });
-    return static_cast<int>(known - list.begin());
-  }
-
-  ListClient& m_client;
-  QString m_language;
-  QJsonValue m_last;  ///< the newest entry shown
-};
-
-/** Call `update` after each change of the list; waits for a service that is absent. */
-template <class Update>
-[[noreturn]] void follow(ListClient& client, const Update& update) {
-  for (;;) {
-    client.waitForChange();
-    try {
-      update();
-    } catch (const NoService&) {
-      std::fputs("tavroline-ctl: the list service has ended; waiting for it\n", stderr);
-    }
-  }
+    view.showAll(added);
+  });
 }
 
-void showEvents(ListClient& client, const Arguments& arguments) {
-  const EntryFilter& filter = arguments.filter;
+void showEvents(const Arguments& arguments) {
   ListView view(ListClient::List::Events, arguments.json);
-  if (!arguments.follow) {
-    const quint32 asked = filter.isEmpty() ? arguments.count : 0;
-    view.showAll(filter.passing(entriesOf(client.events(arguments.language, asked)), arguments.count));
-    return;
+  if (arguments.follow) {
+    followEvents(view, arguments);
   }
-  client.subscribe(ListClient::List::Events);
-  EventFollower follower(client, arguments.language);
-  QJsonArray first = filter.passing(follower.next());
-  while (arguments.count != 0 && static_cast<quint32>(first.size()) > arguments.count) {
-    first.removeFirst();
-  }
-  view.showMore(first);
-  follow(client, [&] { view.showMore(filter.passing(follower.next())); });
+  const EntryFilter& filter = arguments.filter;
+  const quint32 asked = filter.isEmpty() ? arguments.count : 0;
+  const QJsonArray list = entriesOf(ListClient().events(arguments.language, asked));
+  view.showAll(filter.passing(list, arguments.count));
 }
 
-void showAlarms(ListClient& client, const Arguments& arguments) {
+void showAlarms(const Arguments& arguments) {
   ListView view(ListClient::List::Alarms, arguments.json);
-  const auto wanted = [&] {
-    return arguments.filter.passing(entriesOf(client.alarms(arguments.language)), arguments.count);
+  const auto update = [&](ListClient& client) {
+    view.showAll(arguments.filter.passing(entriesOf(client.alarms(arguments.language)), arguments.count));
   };
-  if (!arguments.follow) {
-    view.showAll(wanted());
-    return;
+  if (arguments.follow) {
+    Follow::changes(ListClient::List::Alarms, update);
   }
-  client.subscribe(ListClient::List::Alarms);
-  view.showMore(wanted());
-  follow(client, [&] { view.showAgain(wanted()); });
+  ListClient client;
+  update(client);
 }
 
 /** With --json, print that a change was carried out; without it only the exit code says so. */
 void confirm(const Arguments& arguments, const QString& done, const QJsonValue& what) {
   if (arguments.json) {
-    Terminal::print(QJsonDocument(QJsonObject{{done, what}}).toJson());
+    Terminal::printJson(QJsonDocument(QJsonObject{{done, what}}));
   }
 }
 
@@ -138,7 +99,8 @@ QString identifierOf(const QJsonArray& list, const QString& given) {
 }
 
 /** Checks the identifiers first: the service ignores unknown ones without an error. */
-void acknowledge(ListClient& client, const Arguments& arguments) {
+void acknowledge(const Arguments& arguments) {
+  ListClient client;
   const QJsonArray list = entriesOf(client.alarms(QString()));
   QStringList ids;
   for (const QString& given : arguments.alarmIds) {
@@ -151,27 +113,22 @@ void acknowledge(ListClient& client, const Arguments& arguments) {
 }  // namespace
 
 void Commands::run(const Arguments& arguments) {
-  // diagnose() must itself try to connect to the bus.
-  if (arguments.command == Arguments::Command::Doctor) {
-    return diagnose(arguments.json);
-  }
-  ListClient client;
   switch (arguments.command) {
     case Arguments::Command::Events:
-      return showEvents(client, arguments);
+      return showEvents(arguments);
     case Arguments::Command::Alarms:
-      return showAlarms(client, arguments);
+      return showAlarms(arguments);
     case Arguments::Command::DeleteEvents:
-      client.deleteEvents();
+      ListClient().deleteEvents();
       return confirm(arguments, QStringLiteral("deleted"), QStringLiteral("events"));
     case Arguments::Command::Acknowledge:
-      return acknowledge(client, arguments);
+      return acknowledge(arguments);
     case Arguments::Command::AcknowledgeDetector:
-      client.acknowledgeDetector(arguments.user);
+      ListClient().acknowledgeDetector(arguments.user);
       return confirm(arguments, QStringLiteral("acknowledged"), QStringLiteral("detector"));
     case Arguments::Command::Statistics:
-      return showStatistics(client, arguments);
+      return showStatistics(arguments);
     case Arguments::Command::Doctor:
-      return;
+      return diagnose(arguments.json);
   }
 }

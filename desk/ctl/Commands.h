@@ -11,7 +11,7 @@ void run(const Arguments& arguments);
 
 /** Show the counters and flags of the service and the message counters of its clients: once, or with their
  * rates after each interval. */
-void showStatistics(ListClient& client, const Arguments& arguments);
+void showStatistics(const Arguments& arguments);
 
 /** Check bus, service, policy, interface version and clock, in this order, and print one line for each: OK,
  * or the fault and its remedy. Changes nothing. Throws ClientError if a check finds a fault. */

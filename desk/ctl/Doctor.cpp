@@ -186,7 +186,7 @@ void Commands::diagnose(bool json) {
     lines += terminal.coloured(line.toUtf8(), finding.well ? Terminal::Colour::None : Terminal::Colour::Red) +
              '\n';
   }
-  Terminal::print(json ? QJsonDocument(document).toJson() : lines);
+  json ? Terminal::printJson(QJsonDocument(document)) : Terminal::print(lines);
   if (!well) {
     throw ClientError("not everything is well");
   }

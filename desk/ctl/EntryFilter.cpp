@@ -38,8 +38,7 @@ bool EntryFilter::isEmpty() const {
 }
 
 bool EntryFilter::passes(const QJsonObject& entry) const {
-  const QDateTime time =
-      QDateTime::fromString(entry.value(Keys::getListColumnNameLocalTime()).toString(), Qt::ISODateWithMs);
+  const QDateTime time = timeOf(entry);
   const QJsonArray carried = entry.value(Keys::getListColumnNameKeywords()).toArray();
   return (types.isEmpty() || types.contains(entry.value(Keys::getListColumnNameEventType()).toInt())) &&
          (keywords.isEmpty() || sharesOne(carried, keywords)) && !sharesOne(carried, excludedKeywords) &&
@@ -59,6 +58,12 @@ QJsonArray EntryFilter::passing(const QJsonArray& entries, quint32 count) const 
     }
   }
   return result;
+}
+
+QDateTime EntryFilter::timeOf(const QJsonObject& entry) {
+  const QString text = entry.value(Keys::getListColumnNameLocalTime()).toString();
+  const QDateTime local = QDateTime::fromString(text, Qt::ISODateWithMs);
+  return local.toOffsetFromUtc(local.offsetFromUtc());
 }
 
 const QStringList& EntryFilter::typeNames() {

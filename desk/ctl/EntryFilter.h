@@ -24,6 +24,9 @@ struct EntryFilter {
   /** The entries that pass, in their order; the first `count` of them, 0 for all. */
   QJsonArray passing(const QJsonArray& entries, quint32 count = 0) const;
 
+  /** The time of an entry, with its offset from UTC. */
+  static QDateTime timeOf(const QJsonObject& entry);
+
   /** The names of the types, in the order of their numbers. */
   static const QStringList& typeNames();
 

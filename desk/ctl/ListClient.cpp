@@ -8,12 +8,23 @@
 #include <string>
 
 #include "BusText.h"
+#include "EventlistHandlerDefinitions.h"
+#include "Terminal.h"
 
 using namespace Tavroline::ListServiceNames;
+using Keys = EventlistHandlerDefinitions;
 
 namespace {
 
+/** Throws if `result` is the error of a connection that has ended. */
+void checkConnection(int result) {
+  if (result == -ECONNRESET || result == -ENOTCONN || result == -EPIPE) {
+    throw NoBus("the connection to the bus is lost");
+  }
+}
+
 void check(int result) {
+  checkConnection(result);
   if (result < 0) {
     throw ClientError(std::string("the bus failed: ") + std::strerror(-result));
   }
@@ -37,6 +48,7 @@ class BusError {
 
   sd_bus_error* get() { return &m_error; }
   [[noreturn]] void raise(int result) const {
+    checkConnection(result);
     if (sd_bus_error_has_name(&m_error, SD_BUS_ERROR_SERVICE_UNKNOWN) > 0 ||
         sd_bus_error_has_name(&m_error, SD_BUS_ERROR_NAME_HAS_NO_OWNER) > 0 ||
         sd_bus_error_has_name(&m_error, SD_BUS_ERROR_NO_REPLY) > 0) {
@@ -164,8 +176,8 @@ QByteArray ListClient::readText(const BusMessage& reply) {
   return text;
 }
 
-QJsonObject ListClient::readList(const BusMessage& request) {
-  const auto list = QJsonDocument::fromJson(readText(call(request)));
+QJsonObject ListClient::readList(const BusMessage& reply) {
+  const auto list = QJsonDocument::fromJson(readText(reply));
   if (!list.isObject()) {
     throw ClientError("the service's reply is not a list");
   }
@@ -188,13 +200,29 @@ QJsonObject ListClient::readFigures(const BusMessage& reply) {
 QJsonObject ListClient::events(const QString& language, quint32 count) {
   const BusMessage request = newCall(kEvents, "GetList");
   check(sd_bus_message_append(request.get(), "su", bytes(language).constData(), count));
-  return readList(request);
+  return readList(call(request));
+}
+
+ListClient::Page ListClient::eventsAfter(quint64 epoch, qint64 number, const QString& language) {
+  constexpr quint32 kMost = 1000;
+  const BusMessage request = newCall(kEvents, "GetEntries");
+  check(sd_bus_message_append(request.get(), "txus", epoch, number, kMost, bytes(language).constData()));
+  const BusMessage reply = call(request);
+  Page page;
+  check(sd_bus_message_read(reply.get(), "tx", &page.epoch, &page.oldest));
+  page.entries = readList(reply).value(Keys::getListDataName()).toArray();
+  page.last = page.epoch == epoch ? number : 0;
+  if (!page.entries.isEmpty()) {
+    const QJsonValue id = page.entries.last().toObject().value(Keys::getListColumnNameEventlistId());
+    page.last = static_cast<int64_t>(id.toDouble());
+  }
+  return page;
 }
 
 QJsonObject ListClient::alarms(const QString& language) {
   const BusMessage request = newCall(kAlarms, "GetList");
   check(sd_bus_message_append(request.get(), "s", bytes(language).constData()));
-  return readList(request);
+  return readList(call(request));
 }
 
 QJsonObject ListClient::statistics() {
@@ -209,9 +237,9 @@ QJsonObject ListClient::statistics() {
   check(sd_bus_message_read(state.get(), "t(bbbb)b", &value, &alarm, &activeAlarm, &fault, &activeFault,
                             &detector));
   statistics.insert(QStringLiteral("alarm"), alarm != 0);
-  statistics.insert(QStringLiteral("active alarm"), activeAlarm != 0);
+  statistics.insert(QStringLiteral("activeAlarm"), activeAlarm != 0);
   statistics.insert(QStringLiteral("fault"), fault != 0);
-  statistics.insert(QStringLiteral("active fault"), activeFault != 0);
+  statistics.insert(QStringLiteral("activeFault"), activeFault != 0);
   statistics.insert(QStringLiteral("detector"), detector != 0);
   return statistics;
 }
@@ -275,7 +303,7 @@ void ListClient::waitForChange() {
     const int handled = sd_bus_process(m_bus.get(), nullptr);
     check(handled);
     if (handled == 0) {
-      check(sd_bus_wait(m_bus.get(), UINT64_MAX));
+      Terminal::wait(-1, sd_bus_get_fd(m_bus.get()));
     }
   }
   m_changed = false;

@@ -16,7 +16,7 @@ class ClientError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/** There is no connection to the bus. */
+/** There is no connection to the bus, or it has ended. */
 class NoBus : public ClientError {
  public:
   using ClientError::ClientError;
@@ -70,6 +70,15 @@ class ListClient {
   /** A list reply, a JSON object as ListService1 describes it; `count` 0 for all. */
   QJsonObject events(const QString& language, quint32 count);
   QJsonObject alarms(const QString& language);
+  /** At most 1,000 entries with higher numbers than `number`, the oldest first; if the list has another
+   * epoch, from its oldest entry on. */
+  struct Page {
+    quint64 epoch = 0;  ///< identifies the list
+    int64_t oldest = 0;
+    int64_t last = 0;  ///< the next page begins after it
+    QJsonArray entries;
+  };
+  Page eventsAfter(quint64 epoch, qint64 number, const QString& language);
 
   /** Counters and flags by name. */
   QJsonObject statistics();
@@ -84,7 +93,7 @@ class ListClient {
   /** From now on waitForChange() reports changes of `list`, and every start and end of the service. */
   void subscribe(List list);
   /** Wait, without a limit, for the next change. Returns at once if there was one since subscribe() or since
-   * the last return. */
+   * the last return. Throws ReaderGone when nobody reads the output any more. */
   void waitForChange();
 
  private:
@@ -94,7 +103,7 @@ class ListClient {
   BusMessage newCall(const Interface& interface, const char* method);
   void change(const Tavroline::MessageWriter& message);
   BusMessage call(const BusMessage& request);
-  QJsonObject readList(const BusMessage& request);
+  static QJsonObject readList(const BusMessage& reply);
   static QByteArray readText(const BusMessage& reply);
   static QJsonObject readFigures(const BusMessage& reply);
 

@@ -1,6 +1,6 @@
 #include "ListView.h"
 
-#include <QJsonDocument>
+#include <utility>
 
 #include "EntryFilter.h"
 #include "EventlistHandlerDefinitions.h"
@@ -85,40 +85,57 @@ Terminal::Colour colourOf(const QJsonObject& entry, ListClient::List list) {
   }
 }
 
-QByteArray document(const QJsonArray& entries, QJsonDocument::JsonFormat format) {
-  return QJsonDocument(QJsonObject{{Keys::getListDataName(), entries}}).toJson(format);
-}
-
 }  // namespace
 
 ListView::ListView(ListClient::List list, bool json) : m_json(json), m_list(list), m_table(tableOf(list)) {}
 
 void ListView::showAll(const QJsonArray& entries) {
-  if (m_json) {
-    Terminal::print(document(entries, QJsonDocument::Indented));
-    return;
+  if (!m_json && m_shown) {
+    Terminal::print("\n");
   }
   m_table = tableOf(m_list);
-  addRows(entries);
-}
-
-void ListView::showAgain(const QJsonArray& entries) {
-  if (m_json) {
-    Terminal::print(document(entries, QJsonDocument::Compact) + '\n');
-    return;
-  }
-  Terminal::print("\n");
-  showAll(entries);
+  show(entries);
 }
 
 void ListView::showMore(const QJsonArray& entries) {
+  if (!entries.isEmpty()) {
+    show(entries);
+  }
+}
+
+void ListView::show(const QJsonArray& entries) {
+  m_shown = true;
   if (!m_json) {
-    addRows(entries);
-    return;
+    return addRows(entries);
   }
+  QJsonArray shown;
   for (const QJsonValue& entry : entries) {
-    Terminal::print(QJsonDocument(entry.toObject()).toJson(QJsonDocument::Compact) + '\n');
+    shown.append(json(entry.toObject()));
   }
+  const bool events = m_list == ListClient::List::Events;
+  Terminal::printJson(
+      QJsonDocument(QJsonObject{{events ? QStringLiteral("events") : QStringLiteral("alarms"), shown}}));
+}
+
+QJsonObject ListView::json(const QJsonObject& entry) {
+  static const std::pair<const char*, QString> kMembers[] = {
+      {"id", Keys::getListColumnNameEventlistId()},
+      {"id", Keys::getListColumnNameAlarmID()},
+      {"active", Keys::getListColumnNameAlarmActive()},
+      {"acknowledged", Keys::getListColumnNameAlarmAcknowledgment()},
+      {"icon", Keys::getListColumnNameIconType()},
+      {"module", Keys::getListColumnNameModuleName()},
+      {"description", Keys::getListColumnNameDescription()},
+      {"user", Keys::getListColumnNameUser()},
+      {"keywords", Keys::getListColumnNameKeywords()}};
+  QJsonObject json{{QStringLiteral("time"), EntryFilter::timeOf(entry).toString(Qt::ISODateWithMs)},
+                   {QStringLiteral("type"), type(entry)}};
+  for (const auto& [name, column] : kMembers) {
+    if (entry.contains(column)) {
+      json.insert(QLatin1String(name), entry.value(column));
+    }
+  }
+  return json;
 }
 
 void ListView::addRows(const QJsonArray& entries) {

@@ -10,19 +10,24 @@ class ListView {
  public:
   ListView(ListClient::List list, bool json);
 
-  /** A complete list: a table with its header, or one document. */
+  /** A complete list: a table with its header, after the first one an empty line before it. In JSON one line
+   * with one object, whose member "events" or "alarms" is the array of the entries. */
   void showAll(const QJsonArray& entries);
 
-  /** A complete list again: a table after an empty line, or one line of JSON. */
-  void showAgain(const QJsonArray& entries);
-
-  /** More entries: further rows of the same table, or one line of JSON for each entry. */
+  /** More entries: further rows of the same table, or an object as showAll() prints it; nothing if there are
+   * none. */
   void showMore(const QJsonArray& entries);
 
+  /** An entry of either list in JSON: names in camelCase, the type in words, the time with its offset from
+   * UTC. */
+  static QJsonObject json(const QJsonObject& entry);
+
  private:
+  void show(const QJsonArray& entries);
   void addRows(const QJsonArray& entries);
 
   bool m_json;
+  bool m_shown = false;
   ListClient::List m_list;
   TextTable m_table;
 };

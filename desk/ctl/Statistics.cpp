@@ -3,11 +3,11 @@
 #include <pwd.h>
 
 #include <QDateTime>
-#include <QJsonDocument>
 
 #include <chrono>
-#include <thread>
+#include <optional>
 
+#include "Follow.h"
 #include "Terminal.h"
 
 namespace {
@@ -125,9 +125,7 @@ QByteArray clientTable(const QJsonArray& clients, bool rates) {
 
 void show(const Reading& reading, const Arguments& arguments) {
   if (arguments.json) {
-    const auto format = arguments.follow ? QJsonDocument::Compact : QJsonDocument::Indented;
-    Terminal::print(QJsonDocument(reading.figures).toJson(format) + (arguments.follow ? "\n" : ""));
-    return;
+    return Terminal::printJson(QJsonDocument(reading.figures));
   }
   const QJsonArray clients = reading.figures.value(kClients).toArray();
   Terminal::print(counterTable(reading.figures) +
@@ -137,17 +135,26 @@ void show(const Reading& reading, const Arguments& arguments) {
 
 }  // namespace
 
-void Commands::showStatistics(ListClient& client, const Arguments& arguments) {
-  Reading before = read(client);
-  if (arguments.interval == 0) {
-    return show(before, arguments);
-  }
-  do {
-    std::this_thread::sleep_for(std::chrono::seconds(arguments.interval));
+void Commands::showStatistics(const Arguments& arguments) {
+  std::optional<Reading> before;
+  const auto update = [&](ListClient& client) {
     Reading now = read(client);
     const Reading plain = now;
-    addRates(now, before);
-    show(now, arguments);
+    if (before) {
+      addRates(now, *before);
+    }
+    if (before || arguments.interval == 0) {
+      show(now, arguments);
+    }
     before = plain;
-  } while (arguments.follow);
+  };
+  if (arguments.follow) {
+    Follow::interval(arguments.interval, update);
+  }
+  ListClient client;
+  update(client);
+  if (arguments.interval != 0) {
+    Terminal::wait(static_cast<int>(arguments.interval) * 1000);
+    update(client);
+  }
 }

@@ -1,11 +1,15 @@
 #include "Terminal.h"
 
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <numeric>
+#include <stdexcept>
 
 namespace {
 
@@ -63,8 +67,25 @@ QByteArray Terminal::coloured(const QByteArray& text, Colour colour) const {
 }
 
 void Terminal::print(const QByteArray& text) {
-  std::fwrite(text.constData(), 1, static_cast<std::size_t>(text.size()), stdout);
-  std::fflush(stdout);
+  const auto size = static_cast<std::size_t>(text.size());
+  if (std::fwrite(text.constData(), 1, size, stdout) == size && std::fflush(stdout) == 0) {
+    return;
+  }
+  if (errno == EPIPE) {
+    throw ReaderGone();
+  }
+  throw std::runtime_error(std::string("the output cannot be written: ") + std::strerror(errno));
+}
+
+void Terminal::printJson(const QJsonDocument& document) {
+  print(document.toJson(QJsonDocument::Compact) + '\n');
+}
+
+void Terminal::wait(int milliseconds, int input) {
+  pollfd files[] = {{STDOUT_FILENO, 0, 0}, {input, POLLIN, 0}};
+  if (poll(files, 2, milliseconds) > 0 && files[0].revents != 0) {
+    throw ReaderGone();
+  }
 }
 
 TextTable::TextTable(const QVector<Column>& columns, const Terminal& terminal)

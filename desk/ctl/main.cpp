@@ -1,7 +1,9 @@
+#include <csignal>
 #include <cstdio>
 
 #include "Arguments.h"
 #include "Commands.h"
+#include "Terminal.h"
 
 int main(int argc, char** argv) {
   int exitCode = Arguments::ExitDone;
@@ -9,12 +11,15 @@ int main(int argc, char** argv) {
   if (!arguments) {
     return exitCode;
   }
+  std::signal(SIGPIPE, SIG_IGN);  // Terminal::print() reports it
   const auto complain = [](const std::exception& error, Arguments::Exit code) {
     std::fprintf(stderr, "tavroline-ctl: %s\n", error.what());
     return code;
   };
   try {
     Commands::run(*arguments);
+  } catch (const ReaderGone&) {
+    return Arguments::ExitDone;
   } catch (const NoBus& error) {
     return complain(error, Arguments::ExitNoBus);
   } catch (const NoService& error) {

@@ -32,7 +32,7 @@ from rig import BUILD, CALLS, ROOT, STOPPED, CheckFailed, Rig, check_counters, e
 WATCHDOG = 1000000  # microseconds
 FLAGS_RIGHT = 2  # seconds
 FULL, RLIM_INFINITY = 4096, resource.RLIM_INFINITY  # bytes that a file may have
-FLAGS = ["alarm", "active alarm", "fault", "active fault", "detector"]  # in the exerciser's order
+FLAGS = ["alarm", "activeAlarm", "fault", "activeFault", "detector"]  # in the exerciser's order
 HANG = 31  # seconds; a client gives a call up after 30
 PROGRAM_ENDED = "Off, its program has ended"
 # Calls for the session of another, as arguments of dbus-send, and how often they are made.
@@ -197,14 +197,14 @@ class SeedRun:
         pause(0.5)  # the service handles what it has received
         before = self.active_alarms()
         wait("the end of the alarms", lambda: not self.active_alarms(), self.orphans + 2)
-        ended = [entry for entry in self.list("events") if entry["Description"].startswith(PROGRAM_ENDED)]
+        ended = [entry for entry in self.list("events") if entry["description"].startswith(PROGRAM_ENDED)]
         self.done["alarms of a killed host"] += before
         if not 0 < before == len(ended):
             raise CheckFailed(f"{len(ended)} entries say that an alarm's program has ended, {before} alarms were on")
         return Counter(), Counter(), self.done
 
     def active_alarms(self):
-        return sum(entry["AlarmActive"] for entry in self.list("alarms"))
+        return sum(entry["active"] for entry in self.list("alarms"))
 
     def trespass(self):
         """Another connection of the same user uses the session of the host: each call is refused."""
@@ -228,7 +228,7 @@ class SeedRun:
         return json.loads(said.stdout)
 
     def list(self, name):
-        return self.ctl(name, "--count", "0")["ListData"]
+        return self.ctl(name, "--count", "0")[name]
 
     def audit(self, raised, said, counters):
         """Compare what was called with the lists. @return the problems, pairs of a rule and a text"""

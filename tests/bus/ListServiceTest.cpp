@@ -69,9 +69,9 @@ QJsonObject object(const std::string& json) {
 /** One member of each entry of a list; of an entry without it the description. */
 std::string cells(const QJsonObject& list, const char* name) {
   QStringList cells;
-  for (const QJsonValue value : list["ListData"].toArray()) {
+  for (const QJsonValue value : list.begin()->toArray()) {
     const QString text = value[name].toVariant().toString();
-    cells += text.isEmpty() ? value["Description"].toString() : text;
+    cells += text.isEmpty() ? value["description"].toString() : text;
   }
   return cells.join(' ').toStdString();
 }
@@ -160,7 +160,7 @@ class ListServiceTest : public BusTest {
     command.emplace_back("--json");
     return cells(ctl(command), name);
   }
-  static std::string alarms(const char* which) { return column("AlarmID", {"alarms", which}); }
+  static std::string alarms(const char* which) { return column("id", {"alarms", which}); }
   /** Runs SQL on the database file after the service has ended, and starts it again. */
   void sql(const std::string& statements) {
     service.reset();
@@ -206,7 +206,7 @@ TEST_F(ListServiceTest, AppliesEachNumberOnceAndKeepsRefusalsUntilTheyAreAcknowl
   startAgain();
   EXPECT_EQ(peer.resume("s"), "10 8:1 10:1");
   EXPECT_EQ(peer.send("s", 9, 7, message("x")), "10 10:1") << "8 is acknowledged by the first number";
-  EXPECT_EQ(column("User"), "e d c b a");
+  EXPECT_EQ(column("user"), "e d c b a");
 }
 
 TEST_F(ListServiceTest, LetsNobodyElseUseASession) {
@@ -237,7 +237,7 @@ TEST_F(ListServiceTest, TakesTheStateOfASessionsAlarms) {
   EXPECT_EQ(two.report("2", "x"), "") << "v was the first one's already";
   EXPECT_EQ(alarms("--active"), "x n v u w");
   const std::string off = "Off, no longer reported by its program: ";
-  EXPECT_EQ(column("User"), "+x +n " + off + "z " + off + "y " + off + "x +v +u *z !y +y +x +w");
+  EXPECT_EQ(column("user"), "+x +n " + off + "z " + off + "y " + off + "x +v +u *z !y +y +x +w");
 }
 
 TEST_F(ListServiceTest, TurnsTheAlarmsOfAnEndedProgramOff) {
@@ -256,7 +256,7 @@ TEST_F(ListServiceTest, TurnsTheAlarmsOfAnEndedProgramOff) {
   EXPECT_EQ(returned.report("2", "c"), "") << "only the bus says who has ended";
   ASSERT_TRUE(eventually([&] { return alarms("--active") == "c"; }));
   EXPECT_EQ(alarms("--inactive"), "a") << "b was acknowledged";
-  EXPECT_EQ(column("User").find("Off, its program has ended: b Off, its program has ended: a +c"), 0U);
+  EXPECT_EQ(column("user").find("Off, its program has ended: b Off, its program has ended: a +c"), 0U);
   sql("INSERT INTO alarms SELECT 'old', 1, 0, 1, 0, '', '', 0, '{}', '[]', ''");
   EXPECT_EQ(alarms("--active"), "c old");
   ASSERT_TRUE(eventually([&] { return alarms("--active") == "old"; })) << "nobody's alarm stays";
@@ -275,11 +275,11 @@ TEST_F(ListServiceTest, KeepsWhatADatabaseOfTheVersionBeforeHolds) {
     INSERT INTO sessions VALUES ('s', 40, 1); PRAGMA application_id=1415673458; PRAGMA user_version=1;)");
   Peer peer;
   EXPECT_EQ(peer.begin("s", 41, "new +y"), "40, 42");
-  EXPECT_EQ(column("EventlistId"), "10 9 7");
+  EXPECT_EQ(column("id"), "10 9 7");
   EXPECT_EQ(alarms("--active"), "y x");
   sql("UPDATE events SET user = CAST(x'41ff42' AS TEXT) WHERE id = 9; UPDATE events SET keywords = '[' WHERE "
       "id = 7");
-  EXPECT_EQ(column("User"), "+y A\uFFFDB") << "one text is made fit, one entry left out";
+  EXPECT_EQ(column("user"), "+y A\uFFFDB") << "one text is made fit, one entry left out";
   EXPECT_EQ(ctl({"stats", "--json"})["unreadable"].toInt(), 1);
 }
 
@@ -332,7 +332,7 @@ TEST_F(ListServiceTest, RefusesWhatIsInvalidAndStoresTheRest) {
     peer.resume(name);
     EXPECT_EQ(peer.send(name, 1, 0, bytes), answer) << name;
   }
-  EXPECT_EQ(column("EventlistId"), "2 1");
+  EXPECT_EQ(column("id"), "2 1");
 }
 
 TEST_F(ListServiceTest, ShowsDescriptionsInTheLanguageAsked) {
@@ -352,29 +352,29 @@ TEST_F(ListServiceTest, ShowsDescriptionsInTheLanguageAsked) {
   for (const auto& [language, description, text] : rows) {
     peer.resume(text);
     peer.send(text, 1, 0, entry("", description));
-    EXPECT_EQ(column("User", {"events", "--count", "1", "--language", language}), text);
+    EXPECT_EQ(column("user", {"events", "--count", "1", "--language", language}), text);
   }
 }
 
 TEST_F(ListServiceTest, CarriesAnAlarmThroughItsLife) {
   // Steps; entries of the event list, then what is TRUE of the alarm and of the alarm list.
   const std::pair<const char*, const char*> rows[] = {
-      {"*x !", "2 entries, on, fault, active fault"},
+      {"*x !", "2 entries, on, fault, activeFault"},
       {"+x -x !x", "3 entries, detector"},
       {"+x !x -x", "3 entries, detector"},
       {"*x /x", "2 entries, fault, detector"},
-      {"+x ! -x +x", "4 entries, on, alarm, active alarm, detector"},
-      {"+x !x !x ! +x", "4 entries, on, acknowledged, alarm, active alarm"},
-      {"+x delete", "0 entries, on, alarm, active alarm, detector"},
+      {"+x ! -x +x", "4 entries, on, alarm, activeAlarm, detector"},
+      {"+x !x !x ! +x", "4 entries, on, acknowledged, alarm, activeAlarm"},
+      {"+x delete", "0 entries, on, alarm, activeAlarm, detector"},
   };
   for (const auto& [steps, expected] : rows) {
     startService();
     Peer().begin("s", 1, steps);
     const QJsonObject statistics = ctl({"stats", "--json"});
     std::string found = std::to_string(statistics["entries"].toInt()) + " entries";
-    found += column("AlarmActive", {"alarms"}) == "true" ? ", on" : "";
-    found += column("AlarmAcknowledgment", {"alarms"}) == "true" ? ", acknowledged" : "";
-    for (const char* flag : {"alarm", "active alarm", "fault", "active fault", "detector"}) {
+    found += column("active", {"alarms"}) == "true" ? ", on" : "";
+    found += column("acknowledged", {"alarms"}) == "true" ? ", acknowledged" : "";
+    for (const char* flag : {"alarm", "activeAlarm", "fault", "activeFault", "detector"}) {
       found += statistics[flag].toBool() ? std::string(", ") + flag : "";
     }
     EXPECT_EQ(found, expected) << steps;
@@ -397,15 +397,15 @@ TEST_F(ListServiceTest, DropsTheOldestBeyondItsCapacityAndCountsWhatAReplyOmits)
   EXPECT_GT(entries.size(), 600);
   EXPECT_EQ(entries.size() + list["Omitted"].toInt(), 800);
   startService({"--db", database, "--capacity", "2"});
-  EXPECT_EQ(column("EventlistId"), "802 801") << "before anything is stored";
+  EXPECT_EQ(column("id"), "802 801") << "before anything is stored";
   EXPECT_LT(std::filesystem::file_size(database), 1U << 20U) << "20 MB before";
   EXPECT_EQ(peer.begin("s", 803, "delete a"), "802, 804");
-  EXPECT_EQ(column("EventlistId"), "803") << "no number is used again";
+  EXPECT_EQ(column("id"), "803") << "no number is used again";
   startService({"--db", database, "--keep-days", "1"});
-  EXPECT_EQ(column("EventlistId"), "") << "all are of 1970";
+  EXPECT_EQ(column("id"), "") << "all are of 1970";
   peer.resume("s");
   peer.send("s", 805, 804, entry("", {}, "", kNeutral, kEvent, std::time(nullptr) * 1000LL) + message("old"));
-  EXPECT_EQ(column("EventlistId"), "805 804") << "an old one behind a new one stays";
+  EXPECT_EQ(column("id"), "805 804") << "an old one behind a new one stays";
 }
 
 }  // namespace

@@ -64,17 +64,18 @@ class Audit:
 
     def keys_of(self, entries):
         """The keys of a list, oldest first; compares the entries' contents."""
-        keys = [entry["User"] + "'" * (entry["User"] != entry["IconType"]) for entry in entries]
+        keys = [entry["user"] + "'" * (entry["user"] != entry["icon"]) for entry in entries]
         for key, entry in zip(keys, entries):
             # Where a store was lost, the next one may have an alarm whose "off" was in the lost one.
-            if self.stores and not entry["User"] and entry["Description"].startswith(NOT_REPORTED):
+            if self.stores and not entry["user"] and entry["description"].startswith(NOT_REPORTED):
                 continue
             if key not in self.by_key:
                 self.report("unknown entry", entry)
                 continue
             _, number, event_type = map(int, key.strip("'").split("."))
             description = f"Pump {(number + 1) % 30000 or '%d'}"
-            if event_type != entry["EventType"] or description != entry["Description"] and event_type != 1:
+            type_name = ["alarm", "audit", "fault", "event"][event_type]
+            if type_name != entry["type"] or description != entry["description"] and event_type != 1:
                 self.report("changed entry", key, entry)
         return [key for key in reversed(keys) if key in self.by_key]
 
@@ -145,11 +146,11 @@ class Audit:
         """An alarm's state is its last edge; after the unload it is off."""
         last = {edge.alarm: edge for edge in self.edges if edge.end < time}
         on = {alarm for alarm, edge in last.items() if edge.kind == "on"}
-        active = {self.by_key[entry["IconType"]].alarm for entry in entries if entry["AlarmActive"]}
+        active = {self.by_key[entry["icon"]].alarm for entry in entries if entry["active"]}
         for alarm in on ^ active:
             self.report("alarm still active" if alarm in active else "alarm not active", last[alarm],
                         "" if last[alarm].key in self.stored else "its entry was lost")
-        for entry in (entry for entry in cleared if entry["AlarmActive"]):
+        for entry in (entry for entry in cleared if entry["active"]):
             self.report("alarm active after the unload", entry)
 
     def load(self, begin, end, seen):
