@@ -5,24 +5,16 @@
 
 #include <QString>
 #include <array>
-#include <system_error>
 #include <utility>
 
 namespace Tavroline {
 
 namespace {
-// Bound of one process() call, so that its caller can check deadlines during a flood of messages too.
-constexpr int kMessagesPerTurn = 256;
-// Callers of call() check the deadlines of replies themselves.
-constexpr std::uint64_t kNoTimeout = UINT64_MAX;
+// process() returns after this number of steps, so that its caller can check deadlines in between.
+constexpr int kStepsPerTurn = 256;
+constexpr std::uint64_t kNoTimeout = UINT64_MAX;  // the callers of call() check the deadlines of replies
 constexpr int kMaximumErrorText = 200;
 }  // namespace
-
-void checkBus(int result) {
-  if (result < 0) {
-    throw std::system_error(-result, std::generic_category(), "nothing more can be sent");
-  }
-}
 
 bool isError(sd_bus_message* reply, const char* name) {
   return sd_bus_message_is_method_error(reply, name) > 0;
@@ -36,28 +28,30 @@ QByteArray errorText(sd_bus_message* reply) {
 }
 
 int BusConnection::open() {
-  const int result = sd_bus_open_system(&m_bus);
+  sd_bus* bus = nullptr;
+  const int result = sd_bus_open_system(&bus);
   if (result < 0) {
-    m_bus = nullptr;
+    return result;
   }
-  return result < 0 ? result : 0;
+  m_bus.reset(bus);
+  return 0;
 }
 
 void BusConnection::close() {
-  m_bus = sd_bus_close_unref(m_bus);
+  m_bus.reset();
   m_thrown = nullptr;
 }
 
 bool BusConnection::hasUnwritten() const {
   std::uint64_t messages = 0;
-  return isReady() && sd_bus_get_n_queued_write(m_bus, &messages) >= 0 && messages > 0;
+  return isReady() && sd_bus_get_n_queued_write(m_bus.get(), &messages) >= 0 && messages > 0;
 }
 
 int BusConnection::process() {
   int result = 1;
   int handled = 0;
-  while (result > 0 && handled < kMessagesPerTurn) {
-    result = sd_bus_process(m_bus, nullptr);
+  while (result > 0 && handled < kStepsPerTurn) {
+    result = sd_bus_process(m_bus.get(), nullptr);
     if (m_thrown != nullptr) {
       std::rethrow_exception(std::exchange(m_thrown, nullptr));
     }
@@ -67,8 +61,8 @@ int BusConnection::process() {
 }
 
 bool BusConnection::wait(int wakeFd, bool bus, std::chrono::milliseconds time) const {
-  const int busFd = m_bus == nullptr || !bus ? -1 : sd_bus_get_fd(m_bus);
-  const int events = busFd < 0 ? 0 : sd_bus_get_events(m_bus);
+  const int busFd = isOpen() && bus ? sd_bus_get_fd(m_bus.get()) : -1;
+  const int events = busFd < 0 ? 0 : sd_bus_get_events(m_bus.get());
   // poll() ignores negative descriptors
   std::array<pollfd, 2> descriptors{
       {{wakeFd, POLLIN, 0}, {busFd, static_cast<short>(events < 0 ? 0 : events), 0}}};
@@ -80,28 +74,25 @@ bool BusConnection::wait(int wakeFd, bool bus, std::chrono::milliseconds time) c
   return reported > 0;
 }
 
-BusCall BusConnection::begin(const char* destination, const BusMethod& method) const {
-  sd_bus_message* message = nullptr;
-  checkBus(sd_bus_message_new_method_call(m_bus, &message, destination, method.path, method.interface,
-                                          method.name));
-  return BusCall(message);
+std::unique_ptr<BusSlot> BusConnection::call(const BusMessage& message, BusSlot::Handler handler) {
+  auto owner = std::make_unique<BusSlot>(*this, std::move(handler));
+  sd_bus_slot* slot = nullptr;
+  checkBus(sd_bus_call_async(m_bus.get(), &slot, message.get(), dispatch, owner.get(), kNoTimeout));
+  owner->m_slot.reset(slot);
+  return owner;
 }
 
-std::unique_ptr<BusSlot> BusConnection::call(const BusCall& message, BusSlot::Handler handler) {
-  auto slot = std::make_unique<BusSlot>(*this, std::move(handler));
-  checkBus(sd_bus_call_async(m_bus, &slot->m_slot, message.get(), dispatch, slot.get(), kNoTimeout));
-  return slot;
-}
-
-void BusConnection::send(const BusCall& message) {
+void BusConnection::send(const BusMessage& message) {
   checkBus(sd_bus_message_set_expect_reply(message.get(), 0));
-  checkBus(sd_bus_send(m_bus, message.get(), nullptr));
+  checkBus(sd_bus_send(m_bus.get(), message.get(), nullptr));
 }
 
 std::unique_ptr<BusSlot> BusConnection::match(const char* rule, BusSlot::Handler handler) {
-  auto slot = std::make_unique<BusSlot>(*this, std::move(handler));
-  checkBus(sd_bus_add_match_async(m_bus, &slot->m_slot, rule, dispatch, nullptr, slot.get()));
-  return slot;
+  auto owner = std::make_unique<BusSlot>(*this, std::move(handler));
+  sd_bus_slot* slot = nullptr;
+  checkBus(sd_bus_add_match_async(m_bus.get(), &slot, rule, dispatch, nullptr, owner.get()));
+  owner->m_slot.reset(slot);
+  return owner;
 }
 
 int BusConnection::dispatch(sd_bus_message* message, void* slot, sd_bus_error* /*error*/) {

@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "PendingReply.h"
+#include "RequestSlot.h"
 
 namespace {
 

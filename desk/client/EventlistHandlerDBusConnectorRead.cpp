@@ -4,7 +4,7 @@
 #include <new>
 
 #include "Hub.h"
-#include "PendingReply.h"
+#include "RequestSlot.h"
 
 using namespace Tavroline;
 

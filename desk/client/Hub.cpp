@@ -9,7 +9,7 @@
 
 #include "BusLoop.h"
 #include "ClientLog.h"
-#include "PendingReply.h"
+#include "RequestSlot.h"
 
 namespace Tavroline {
 

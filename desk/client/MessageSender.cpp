@@ -126,7 +126,7 @@ bool MessageSender::isAnswered(Clock::time_point now) const {
 }
 
 void MessageSender::sendCounters(const MessageCounters& counters) {
-  const BusCall call = begin("ReportCounters");
+  const BusMessage call = begin("ReportCounters");
   checkBus(sd_bus_message_open_container(call.get(), 'a', "{st}"));
   const MessageCounters::Values values = counters.values();
   for (std::size_t i = 0; i < values.size(); ++i) {
@@ -136,7 +136,7 @@ void MessageSender::sendCounters(const MessageCounters& counters) {
   m_connection.send(call);
 }
 
-BusCall MessageSender::begin(const char* method) const {
+BusMessage MessageSender::begin(const char* method) const {
   return m_connection.write(m_owner.constData(), {kMessagesPath, kMessagesInterface, method}, "s",
                             m_session.constData());
 }
@@ -152,7 +152,7 @@ bool MessageSender::call(Step step) {
       return false;
     }
   }
-  const BusCall message = begin(kMethods[static_cast<std::size_t>(step)]);
+  const BusMessage message = begin(kMethods[static_cast<std::size_t>(step)]);
   switch (step) {
     case Step::Resume:
       checkBus(sd_bus_message_append(message.get(), "s", programName().constData()));

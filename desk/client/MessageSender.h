@@ -70,7 +70,7 @@ class MessageSender {
   };
   using CallRef = std::list<Call>::iterator;
 
-  BusCall begin(const char* method) const;
+  BusMessage begin(const char* method) const;
   bool call(Step step);
   void writeAll();
 

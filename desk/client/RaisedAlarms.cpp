@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "BusConnection.h"
+#include "BusPointer.h"
 #include "MessageFormat.h"
 
 namespace Tavroline {

@@ -1,17 +1,21 @@
 #include "RequestSlot.h"
 
-#include <string_view>
 #include <utility>
 
 namespace Tavroline {
 
+// Sets ticket and state if the present word is `expected`. Otherwise sets `expected` to the present word and
+// returns false.
+bool RequestSlot::replace(std::uint64_t& expected, Ticket ticket, State state) noexcept {
+  return m_state.compare_exchange_strong(expected, word(ticket, state), std::memory_order_acq_rel);
+}
+
 RequestSlot::Ticket RequestSlot::claim(bool unread) noexcept {
   std::uint64_t before = m_state.load(std::memory_order_acquire);
   const auto state = static_cast<State>(before % 8);
-  const bool unused = state == Free || state == Abandoned;
-  const bool ended = state == Arrived || state == Failed;
+  const bool hasResult = state == Arrived || state == Failed;
   const Ticket ticket = before / 8 + 1;
-  if (!(unused || (unread && ended)) || !replace(before, ticket, Claimed)) {
+  if (!(state == Free || (unread && hasResult)) || !replace(before, ticket, Claimed)) {
     return 0;
   }
   m_reply = QByteArray();
@@ -62,7 +66,7 @@ void RequestSlot::end(State state) noexcept {
   const Ticket ticket = m_state.load(std::memory_order_relaxed) / 8;
   std::uint64_t outstanding = word(ticket, Outstanding);
   if (!replace(outstanding, ticket, state)) {
-    m_state.store(word(ticket, Abandoned), std::memory_order_release);
+    m_state.store(word(ticket, Free), std::memory_order_release);  // was released
   }
 }
 

@@ -3,47 +3,49 @@
 #include <QByteArray>
 #include <array>
 #include <atomic>
-#include <chrono>
 #include <cstdint>
+#include <memory>
+#include <string_view>
 
 #include "DBusPendingReply.h"
 #include "Losses.h"
 
 namespace Tavroline {
 
-/** What a request asks for. */
 enum class RequestKind { EventList, AlarmList, AlarmState };
 
-/** One request, as a PLC task writes it for the hub's thread. */
+/** One request for a list or for the state of an alarm. A PLC task fills it in for the hub's thread. */
 struct Request {
   RequestKind kind = RequestKind::EventList;
   quint32 count = 0;             ///< of an event list: number of newest entries wanted, 0 for all
   quint64 behind = 0;            ///< number of the last message handed over before this request
   Clock::time_point deadline;    ///< the request fails after this time
-  std::array<char, 256> text{};  ///< language or identifier: UTF-8, terminated
+  std::array<char, 256> text{};  ///< language of the list, or identifier of the alarm: UTF-8, terminated
   bool sent = false;             ///< used by the hub's thread alone
 };
 
 /**
- * A slot: reusable memory for one request and its reply.
+ * Reusable memory for one request and its result, which is a reply or the cause of a failure.
  *
- * The caller, any thread of the component, owns the slot from claim() to publish(). The hub's thread then
- * owns it until it ends the request. After that the caller takes the result. If the caller does not, another
- * request may claim the slot, so that unread replies do not block requests. If the caller releases the slot
- * before the request has ended, the hub's thread still ends the request, and the next claim() frees the
- * reply.
+ * A PLC task owns the slot from claim() to publish(). Then the hub's thread owns the slot until it ends the
+ * request with arrive() or fail(). Then the task takes the result. If the task does not take it, another
+ * request may claim the slot, so that results that nobody takes do not block requests. If the task releases
+ * the slot before the request has ended, the hub's thread still has to end the request.
+ *
+ * The hub's thread allocates a reply, and PLC tasks free it: in take(), in release() or in the next claim().
  */
 class RequestSlot {
  public:
-  /** Identifies one of the slot's successive requests; never 0. */
+  /** Identifies one of the requests that use the slot one after the other; never 0. */
   using Ticket = std::uint64_t;
-  using Cause = std::array<char, 256>;  ///< terminated
+  using Cause = std::array<char, 256>;  ///< why a request failed: UTF-8, terminated
 
   /** State of the slot. take() returns one of the first three, with the values of
    * DBusPendingReply::isFinished(). */
-  enum State : unsigned { Arrived = 0, Failed = 1, Outstanding = 2, Free, Claimed, Released, Abandoned };
+  enum State : unsigned { Arrived = 0, Failed = 1, Outstanding = 2, Free, Claimed, Released };
 
-  /** Claim the slot if it is unused; with `unread`, also if nobody has taken the result of its ended request.
+  /** Claim the slot if it is free.
+   * @param unread claim the slot also if it holds a result that nobody has taken
    * @return the ticket of the new request; 0 if the slot was not claimed. [plc-task] */
   Ticket claim(bool unread) noexcept;
 
@@ -52,35 +54,31 @@ class RequestSlot {
     m_state.store(word(ticket, Outstanding), std::memory_order_release);
   }
 
-  /** Take the result if the request has ended; the ticket is then invalid.
-   * @return Outstanding if the request has not ended; otherwise `reply` (Arrived) or `cause` (Failed) is set.
+  /** Take the result if the request has ended. The ticket is then invalid.
+   * @return Outstanding if the request has not ended; Arrived if `reply` was set; Failed if `cause` was set.
    * [plc-task] */
   State take(Ticket ticket, QByteArray& reply, Cause& cause) noexcept;
 
-  /** The caller does not need the result any more. [plc-task] */
+  /** Give up the slot, claimed or published. The ticket is then invalid. [plc-task] */
   void release(Ticket ticket) noexcept;
 
-  /** The request. The hub's thread may use it while isOpen(), a PLC task between claim() and publish(). */
+  /** The request. A PLC task may use it between claim() and publish(), the hub's thread while isOpen(). */
   Request request;
 
-  /** Whether the hub's thread has to end the request, and whether its caller has released it. [hub] */
+  /** Whether the hub's thread has to end the request. [hub] */
   bool isOpen() const;
+
+  /** Whether the task has released the slot of an open request. [hub] */
   bool isReleased() const { return state() == Released; }
 
-  /** End the request, which must be open, with a reply or with a cause of which 255 bytes are kept. [hub] */
+  /** End the open request with a reply, or with a cause of which 255 bytes are kept. [hub] */
   void arrive(QByteArray&& reply) noexcept;
   void fail(const char* cause) noexcept;
 
  private:
   static constexpr std::uint64_t word(Ticket ticket, State state) { return ticket * 8 + state; }
   State state() const { return static_cast<State>(m_state.load(std::memory_order_acquire) % 8); }
-  /** Set ticket and state if the slot's present word is `expected`. @return false if it is not; `expected`
-   * then receives the present word
-   */
-  bool replace(std::uint64_t& expected, Ticket ticket, State state) noexcept {
-    return m_state.compare_exchange_strong(expected, word(ticket, state), std::memory_order_acq_rel);
-  }
-
+  bool replace(std::uint64_t& expected, Ticket ticket, State state) noexcept;
   void end(State state) noexcept;
 
   std::atomic<std::uint64_t> m_state{word(0, Free)};
@@ -89,3 +87,46 @@ class RequestSlot {
 };
 
 }  // namespace Tavroline
+
+/** What a DBusPendingReply shows: the slot of an outstanding request, or the result of one that has ended.
+ * Only threads of the component use it. */
+class DBusPendingReply::Private {
+ public:
+  using Slot = Tavroline::RequestSlot;
+
+  /** The result of a failed request; at most 255 bytes of the cause are kept. [any-thread] */
+  explicit Private(std::string_view cause) { cause.copy(m_cause.data(), m_cause.size() - 1); }
+  ~Private();
+  Private(const Private&) = delete;
+  Private& operator=(const Private&) = delete;
+
+  /** Show the request of this slot, which the caller has claimed. The destructor releases the slot.
+   * [any-thread] */
+  void use(Slot& slot, Slot::Ticket ticket) {
+    m_slot = &slot;
+    m_ticket = ticket;
+  }
+
+  /** The result of DBusPendingReply::isFinished(). Takes the result of the request if it has ended.
+   * [any-thread] */
+  int status();
+
+  /** The reply; empty unless status() is 0. [any-thread] */
+  const QByteArray& reply() const { return m_reply; }
+
+  /** Why the request failed, if status() is 1. [any-thread] */
+  const char* cause() const { return m_cause.data(); }
+
+  /** @throws std::bad_alloc, after it has destroyed `state`. [any-thread] */
+  static SharedPointer share(std::unique_ptr<Private> state);
+
+  /** A reply to a failed request; null if memory allocation failed. [any-thread] */
+  static SharedPointer failed(const char* cause) noexcept;
+
+ private:
+  Slot* m_slot = nullptr;  ///< null if the request has ended
+  Slot::Ticket m_ticket = 0;
+  Slot::State m_status = Slot::Failed;
+  QByteArray m_reply;
+  Slot::Cause m_cause{};
+};

@@ -7,7 +7,6 @@
 
 #include "BusText.h"
 #include "ListServiceNames.h"
-#include "PendingReply.h"
 #include "ReplyCheck.h"
 
 namespace Tavroline {
@@ -26,7 +25,7 @@ constexpr std::chrono::seconds kReplyDeadline{30};
 constexpr std::size_t kMaximumStateBytes = 65536;
 constexpr std::size_t kMaximumListBytes = 16U << 20U;
 
-BusCall write(const BusConnection& connection, const char* owner, const Request& request) {
+BusMessage write(const BusConnection& connection, const char* owner, const Request& request) {
   const char* text = request.text.data();
   switch (request.kind) {
     case RequestKind::EventList:
@@ -111,7 +110,7 @@ bool Requests::send(BusConnection& connection, const QByteArray& owner, const Me
     if (!overtake && queue.confirmed() < slot.request.behind && queue.hasPending()) {
       continue;
     }
-    const BusCall message = write(connection, owner.constData(), slot.request);
+    const BusMessage message = write(connection, owner.constData(), slot.request);
     const auto call = m_calls.insert(m_calls.end(), Call{&slot, nullptr, Clock::now() + kReplyDeadline});
     slot.request.sent = true;
     call->call = connection.call(message, [this, call](sd_bus_message* reply) { onReply(call, reply); });

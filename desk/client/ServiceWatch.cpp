@@ -66,7 +66,7 @@ void ServiceWatch::activateService(Clock::time_point now, bool needed) {
   m_new = false;
   m_startPause = std::clamp<Clock::duration>(m_startPause * 2, kFirstStartPause, kLongestStartPause);
   m_nextStart = now + m_startPause;
-  const BusCall call =
+  const BusMessage call =
       m_connection.write(kBus, {kBusPath, kBus, "StartServiceByName"}, "su", kService, quint32{0});
   m_search = m_connection.call(call, [this](sd_bus_message* reply) {
     m_search.reset();
@@ -95,7 +95,7 @@ void ServiceWatch::match(const char* rule, void (ServiceWatch::*handler)(sd_bus_
 }
 
 void ServiceWatch::findOwner() {
-  const BusCall call = m_connection.write(kBus, {kBusPath, kBus, "GetNameOwner"}, "s", kService);
+  const BusMessage call = m_connection.write(kBus, {kBusPath, kBus, "GetNameOwner"}, "s", kService);
   m_search = m_connection.call(call, [this](sd_bus_message* reply) {
     m_search.reset();
     const char* owner = nullptr;
@@ -120,7 +120,7 @@ void ServiceWatch::setOwner(const QByteArray& name) {
 }
 
 void ServiceWatch::ask(StateQuery& query, Clock::time_point now) {
-  const BusCall call = m_connection.write(m_owner.constData(), query.method, "");
+  const BusMessage call = m_connection.write(m_owner.constData(), query.method, "");
   query.due = now + kReplyDeadline;
   query.call = m_connection.call(call, [this, &query](sd_bus_message* reply) {
     const bool known = isError(reply, SD_BUS_ERROR_UNKNOWN_METHOD) ||  // the service has another version
