@@ -8,7 +8,7 @@ namespace {
 struct Raw {
   using Texts = std::vector<std::string>;
 
-  std::string language, user, since, until;
+  std::string language, user;
   Texts alarmIds, types, keywords, excludedKeywords;
   bool active = false;
   bool inactive = false;
@@ -54,10 +54,12 @@ void addListOptions(CLI::App* command, Arguments& arguments, Raw& raw) {
       ->delimiter(',')
       ->allow_extra_args(false)
       ->check(CLI::IsMember(kTypes).description(""));
-  command->add_option("--since", raw.since, "from this time on: a date, a time, both with T between, or 15m")
+  command
+      ->add_option("--since", arguments.since,
+                   "from this time on: a date, a time, both with T between, or 15m")
       ->type_name(kTime)
       ->check(complaintAboutTime);
-  command->add_option("--until", raw.until, "up to this time; a date alone is its whole day")
+  command->add_option("--until", arguments.until, "up to this time; a date alone is its whole day")
       ->type_name(kTime)
       ->check(complaintAboutTime);
   command->add_option("--keyword", raw.keywords, "entries with this keyword; given again, with either")
@@ -149,14 +151,7 @@ std::optional<Arguments> Arguments::parse(int argc, char** argv, int& exitCode) 
   }
   filter.keywords = textsOf(raw.keywords);
   filter.excludedKeywords = textsOf(raw.excludedKeywords);
-  filter.since = EntryFilter::time(raw.since, false);
-  filter.until = EntryFilter::time(raw.until, true);
   filter.active = stateOf(raw.active, raw.inactive);
   filter.acknowledged = stateOf(raw.acknowledged, raw.unacknowledged);
-  if (filter.since.isValid() && filter.until.isValid() && filter.since > filter.until) {
-    std::fputs("--since lies after --until: no entry can pass\n", stderr);
-    exitCode = ExitUsage;
-    return std::nullopt;
-  }
   return arguments;
 }

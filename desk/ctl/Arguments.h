@@ -19,8 +19,9 @@ struct Arguments {
   quint32 count = 0;  ///< newest entries wanted, 0 for all
   bool json = false;
   bool follow = false;
-  EntryFilter filter;
-  quint32 interval = 0;  ///< seconds from one reading of the statistics to the next, 0 for a single one
+  EntryFilter filter;        ///< without its times
+  std::string since, until;  ///< times of the filter as EntryFilter::time() parses them; empty: no bound
+  quint32 interval = 0;      ///< seconds from one reading of the statistics to the next, 0 for a single one
   QStringList alarmIds;
   QString user;
 

@@ -20,12 +20,24 @@ QJsonArray entriesOf(const QJsonObject& reply) {
   return reply.value(Keys::getListDataName()).toArray();
 }
 
+/** The filter with its times. Throws std::invalid_argument if they exclude each other. */
+EntryFilter filterOf(ListClient& client, const Arguments& arguments) {
+  EntryFilter filter = arguments.filter;
+  filter.since = EntryFilter::time(arguments.since, false, client.ahead());
+  filter.until = EntryFilter::time(arguments.until, true, client.ahead());
+  if (filter.since.isValid() && filter.until.isValid() && filter.since > filter.until) {
+    throw std::invalid_argument("--since lies after --until: no entry can pass");
+  }
+  return filter;
+}
+
 /** The entries behind the page that pass the filter, the oldest first; `page` becomes the last one read. */
 QJsonArray addedEvents(ListClient& client, ListClient::Page& page, const Arguments& arguments) {
+  const EntryFilter filter = filterOf(client, arguments);
   QJsonArray added;
   do {
     page = client.eventsAfter(page.epoch, page.last, arguments.language);
-    for (const QJsonValue& entry : arguments.filter.passing(page.entries)) {
+    for (const QJsonValue& entry : filter.passing(page.entries)) {
       added.append(entry);
     }
   } while (!page.entries.isEmpty());
@@ -52,16 +64,18 @@ void showEvents(const Arguments& arguments) {
   if (arguments.follow) {
     followEvents(view, arguments);
   }
-  const EntryFilter& filter = arguments.filter;
+  ListClient client;
+  const EntryFilter filter = filterOf(client, arguments);
   const quint32 asked = filter.isEmpty() ? arguments.count : 0;
-  const QJsonArray list = entriesOf(ListClient().events(arguments.language, asked));
+  const QJsonArray list = entriesOf(client.events(arguments.language, asked));
   view.showAll(filter.passing(list, arguments.count));
 }
 
 void showAlarms(const Arguments& arguments) {
   ListView view(ListClient::List::Alarms, arguments.json);
   const auto update = [&](ListClient& client) {
-    view.showAll(arguments.filter.passing(entriesOf(client.alarms(arguments.language)), arguments.count));
+    const EntryFilter filter = filterOf(client, arguments);
+    view.showAll(filter.passing(entriesOf(client.alarms(arguments.language)), arguments.count));
   };
   if (arguments.follow) {
     Follow::changes(ListClient::List::Alarms, update);

@@ -61,9 +61,14 @@ QJsonArray EntryFilter::passing(const QJsonArray& entries, quint32 count) const 
 }
 
 QDateTime EntryFilter::timeOf(const QJsonObject& entry) {
-  const QString text = entry.value(Keys::getListColumnNameLocalTime()).toString();
-  const QDateTime local = QDateTime::fromString(text, Qt::ISODateWithMs);
-  return local.toOffsetFromUtc(local.offsetFromUtc());
+  return QDateTime::fromString(entry.value(Keys::getListColumnNameLocalTime()).toString(), Qt::ISODateWithMs);
+}
+
+// Only the difference of the clocks is known, so both zones are taken to change on the same days.
+QDateTime EntryFilter::clockTime(QDate date, QTime time, int ahead) {
+  const QDateTime ours = QDateTime(date, time, Qt::UTC).addSecs(-ahead);
+  const QDateTime local(ours.date(), ours.time());
+  return local.toOffsetFromUtc(local.offsetFromUtc() + ahead);
 }
 
 const QStringList& EntryFilter::typeNames() {
@@ -72,16 +77,19 @@ const QStringList& EntryFilter::typeNames() {
   return kNames;
 }
 
-QDateTime EntryFilter::time(const std::string& text, bool atEnd) {
+QDateTime EntryFilter::time(const std::string& text, bool atEnd, int ahead) {
   const QString words = QString::fromStdString(text).trimmed().replace(QLatin1Char(' '), QLatin1Char('T'));
   const QDate day = QDate::fromString(words, Qt::ISODate);
   if (day.isValid()) {
-    return atEnd ? day.endOfDay() : day.startOfDay();
+    return clockTime(day, atEnd ? QTime(23, 59, 59, 999) : QTime(0, 0), ahead);
   }
   const QTime clock = QTime::fromString(words, Qt::ISODate);
   if (clock.isValid()) {
-    return {QDate::currentDate(), clock};
+    return clockTime(QDateTime::currentDateTime().addSecs(ahead).date(), clock, ahead);
   }
   const QDateTime both = QDateTime::fromString(words, Qt::ISODateWithMs);
-  return both.isValid() ? both : ago(words);
+  if (both.isValid()) {
+    return both.timeSpec() == Qt::LocalTime ? clockTime(both.date(), both.time(), ahead) : both;
+  }
+  return ago(words);
 }

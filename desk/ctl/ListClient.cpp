@@ -8,6 +8,7 @@
 #include <string>
 
 #include "BusText.h"
+#include "EntryFilter.h"
 #include "EventlistHandlerDefinitions.h"
 #include "Terminal.h"
 
@@ -181,7 +182,18 @@ QJsonObject ListClient::readList(const BusMessage& reply) {
   if (!list.isObject()) {
     throw ClientError("the service's reply is not a list");
   }
-  return list.object();
+  QJsonObject object = list.object();
+  QJsonArray entries = object.value(Keys::getListDataName()).toArray();
+  for (QJsonValueRef value : entries) {
+    QJsonObject entry = value.toObject();
+    const QString clock = entry.value(Keys::getListColumnNameLocalTime()).toString();
+    const QDateTime shown = QDateTime::fromString(clock + QLatin1Char('Z'), Qt::ISODateWithMs);
+    entry.insert(Keys::getListColumnNameLocalTime(),
+                 EntryFilter::clockTime(shown.date(), shown.time(), ahead()).toString(Qt::ISODateWithMs));
+    value = entry;
+  }
+  object.insert(Keys::getListDataName(), entries);
+  return object;
 }
 
 /** Reads a dictionary of counters (a{st}). */
@@ -268,6 +280,13 @@ int ListClient::timeZone() {
   int offset = 0;
   check(sd_bus_message_read_basic(reply.get(), SD_BUS_TYPE_INT32, &offset));
   return offset;
+}
+
+int ListClient::ahead() {
+  if (!m_ahead) {
+    m_ahead = timeZone() - QDateTime::currentDateTime().offsetFromUtc();
+  }
+  return *m_ahead;
 }
 
 void ListClient::deleteEvents() {

@@ -4,6 +4,7 @@
 #include <QJsonObject>
 #include <QStringList>
 
+#include <optional>
 #include <stdexcept>
 
 #include "BusPointer.h"
@@ -66,8 +67,11 @@ class ListClient {
   bool mayCall(const Interface& interface, const char* method);
   /** Offset of the service's local time from UTC, in seconds. */
   int timeZone();
+  /** Seconds by which the service's clock is ahead of this program's, because of their time zones. */
+  int ahead();
 
-  /** A list reply, a JSON object as ListService1 describes it; `count` 0 for all. */
+  /** A list reply, a JSON object as ListService1 describes it, but times have their offset from UTC; `count`
+   * 0 for all. */
   QJsonObject events(const QString& language, quint32 count);
   QJsonObject alarms(const QString& language);
   /** At most 1,000 entries with higher numbers than `number`, the oldest first; if the list has another
@@ -103,12 +107,13 @@ class ListClient {
   BusMessage newCall(const Interface& interface, const char* method);
   void change(const Tavroline::MessageWriter& message);
   BusMessage call(const BusMessage& request);
-  static QJsonObject readList(const BusMessage& reply);
+  QJsonObject readList(const BusMessage& reply);
   static QByteArray readText(const BusMessage& reply);
   static QJsonObject readFigures(const BusMessage& reply);
 
   Tavroline::BusPointer<sd_bus> m_bus;
   QByteArray m_session;
   quint64 m_lastMessage = 0;
+  std::optional<int> m_ahead;
   bool m_changed = false;
 };

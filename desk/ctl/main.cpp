@@ -20,6 +20,8 @@ int main(int argc, char** argv) {
     Commands::run(*arguments);
   } catch (const ReaderGone&) {
     return Arguments::ExitDone;
+  } catch (const std::invalid_argument& error) {
+    return complain(error, Arguments::ExitUsage);
   } catch (const NoBus& error) {
     return complain(error, Arguments::ExitNoBus);
   } catch (const NoService& error) {

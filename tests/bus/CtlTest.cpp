@@ -35,6 +35,9 @@ class CtlTest : public BusTest {
 };
 
 TEST_F(CtlTest, ShowsTheEntriesThatPassTheFiltersAndAcknowledgesByTheBeginningOfAnIdentifier) {
+  setenv("TZ", "UTC+5", 1);
+  startService();  // its clock is behind
+  setenv("TZ", "UTC", 1);
   logevent_struct old{};
   old.dtDateTime = 946728000;  // noon of 2000-01-01
   old.stKeywordsDimInfo = {0, -1};
@@ -55,6 +58,7 @@ TEST_F(CtlTest, ShowsTheEntriesThatPassTheFiltersAndAcknowledgesByTheBeginningOf
       {"ID", {"events", "--type", "alarm,fault"}, {"5", "4", "3"}},
       {"ID", {"events", "--since", "1h"}, {"5", "4", "3", "2"}},
       {"ID", {"events", "--since", "1999-12-31T10:00", "--until", "2000-01-01"}, {"1"}},
+      {"ID", {"events", "--since", "2000-01-01T06:59", "--until", "2000-01-01T12:01Z"}, {"1"}},
       {"ID", {"events", "--keyword", "fire", "--keyword", "water"}, {"5", "4", "3", "2"}},
       {"ID", {"events", "--without", "water"}, {"1"}},
       {"TYPE", {"alarms", "--inactive", "--unacknowledged"}, {"fault"}},
@@ -62,8 +66,11 @@ TEST_F(CtlTest, ShowsTheEntriesThatPassTheFiltersAndAcknowledgesByTheBeginningOf
   for (const auto& row : rows) {
     EXPECT_EQ(column(row.title, row.command), row.cells) << testing::PrintToString(row.command);
   }
+  EXPECT_NE(ctl({"events", "--json"}).find("2000-01-01T07:00:00.000-05:00"), std::string::npos);
   ctl({"ack", column("ID", {"alarms", "--active"}).at(0).substr(0, 9), "--user", "Kim"});
   EXPECT_EQ(column("TYPE", {"alarms", "--acknowledged"}), Strings{"alarm"});
+  EXPECT_NE(ctl({"doctor"}, 1).find("time zone  BAD  the service's local time is UTC-05:00"),
+            std::string::npos);
 }
 
 TEST_F(CtlTest, SaysWhatIsWrongAndWhatToDo) {
