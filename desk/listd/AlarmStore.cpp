@@ -25,6 +25,7 @@ AlarmStore::AlarmStore(Database& database)
       m_assign(database, "UPDATE alarms SET session = ?2 WHERE alarm_id = ?1"),
       m_activeOf(database, "SELECT alarm_id FROM alarms WHERE session = ? AND active ORDER BY edge LIMIT ?"),
       m_owners(database, "SELECT DISTINCT session FROM alarms WHERE active"),
+      m_count(database, "SELECT count(*) FROM alarms"),
       m_select(database,
                "SELECT alarm_id, active, acknowledged, event_type, icon_type, time, module_name, description,"
                " keywords FROM alarms ORDER BY edge DESC"),
@@ -112,7 +113,7 @@ QByteArray AlarmStore::list(const QByteArray& language) {
       {Names::getListColumnNameModuleName(), Form::Text},
       {Names::getListColumnNameDescription(), Form::Description},
       {Names::getListColumnNameKeywords(), Form::Keywords}};
-  return ListJson(kColumns, language).write(m_select);
+  return ListJson(kColumns, language).write(m_select, m_count.value());
 }
 
 QByteArray AlarmStore::alarmState(const QByteArray& alarmId) {

@@ -79,6 +79,7 @@ class AlarmStore {
   Statement m_assign;
   Statement m_activeOf;
   Statement m_owners;
+  Statement m_count;
   Statement m_select;
   Statement m_summary;
 };

@@ -13,10 +13,9 @@ const std::string kSelect =
 
 }  // namespace
 
-EventStore::EventStore(Database& database, qint64 capacity, std::chrono::milliseconds keep)
+EventStore::EventStore(Database& database, const Limits& limits)
     : m_database(database),
-      m_capacity(capacity),
-      m_keep(keep),
+      m_limits(limits),
       m_insert(database, "INSERT INTO events VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"),
       m_excess(database, "SELECT id < ?1 OR time < ?2 FROM events ORDER BY id LIMIT 1"),
       m_drop(database,
@@ -25,8 +24,7 @@ EventStore::EventStore(Database& database, qint64 capacity, std::chrono::millise
       m_clear(database, "DELETE FROM events"),
       m_select(database, kSelect + " ORDER BY id DESC LIMIT ?"),
       m_page(database, kSelect + " WHERE id > ? ORDER BY id LIMIT ?"),
-      m_oldest(database, "SELECT min(id) FROM events"),
-      m_count(database, "SELECT count(*) FROM events") {}
+      m_oldest(database, "SELECT min(id) FROM events") {}
 
 qint64 EventStore::append(const StoredEntry& entry) {
   m_insert.bind(0, m_newest + 1).bind(1, qint64{entry.eventType}).bind(2, qint64{entry.state});
@@ -39,8 +37,9 @@ qint64 EventStore::append(const StoredEntry& entry) {
 /** Bind the lowest number and the lowest time that are kept. */
 Statement& EventStore::bindLimits(Statement& statement) {
   const qint64 now = QDateTime::currentMSecsSinceEpoch();
-  const qint64 oldest = m_keep.count() > 0 ? now - m_keep.count() : std::numeric_limits<qint64>::min();
-  return statement.bind(0, m_newest - m_capacity + 1).bind(1, oldest);
+  const qint64 age = std::chrono::milliseconds(m_limits.keep).count();
+  return statement.bind(0, m_newest - m_limits.capacity + 1)
+      .bind(1, age > 0 ? now - age : std::numeric_limits<qint64>::min());
 }
 
 bool EventStore::hasExcess() {
@@ -58,14 +57,16 @@ bool EventStore::clear() {
 }
 
 QByteArray EventStore::list(quint32 count, const QByteArray& language) {
-  return write(m_select.bind(0, count == 0 ? qint64{-1} : qint64{count}), language);
+  const qint64 wanted = count == 0 ? this->count() : qMin<qint64>(count, this->count());
+  return write(m_select.bind(0, qMin(wanted, m_limits.reply)), wanted, language);
 }
 
 QByteArray EventStore::page(qint64 after, qint64 count, const QByteArray& language) {
-  return write(m_page.bind(0, after).bind(1, count), language);
+  const qint64 wanted = qMin(count, m_newest - qMax(after, oldest() - 1));
+  return write(m_page.bind(0, after).bind(1, count), wanted, language);
 }
 
-QByteArray EventStore::write(Statement& rows, const QByteArray& language) {
+QByteArray EventStore::write(Statement& rows, qint64 wanted, const QByteArray& language) {
   using Names = EventlistHandlerDefinitions;
   using Form = ListJson::Form;
   static const std::vector<ListJson::Column> kColumns{
@@ -78,7 +79,7 @@ QByteArray EventStore::write(Statement& rows, const QByteArray& language) {
       {Names::getListColumnNameUser(), Form::Text},
       {Names::getListColumnNameKeywords(), Form::Keywords}};
   ListJson json(kColumns, language);
-  QByteArray list = json.write(rows);
+  QByteArray list = json.write(rows, wanted);
   m_unreadable = json.unreadable();
   return list;
 }

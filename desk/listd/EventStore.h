@@ -10,8 +10,13 @@
  */
 class EventStore {
  public:
-  /** @param capacity maximum number of entries, 1 or more; @param keep maximum age of an entry, 0 for any */
-  EventStore(Database& database, qint64 capacity, std::chrono::milliseconds keep);
+  struct Limits {
+    qint64 capacity = 10000;    ///< maximum number of entries, 1 or more
+    std::chrono::hours keep{};  ///< maximum age of an entry, 0 for any
+    qint64 reply = 10000;       ///< maximum number of entries of a list
+  };
+
+  EventStore(Database& database, const Limits& limits);
 
   /** Number of the newest entry ever appended. The caller stores it with the entries and sets it at the start
    * of each transaction. */
@@ -34,7 +39,7 @@ class EventStore {
   bool clear();
 
   /** The list as ListJson writes it, the newest entry first. @param count maximum number of entries, 0 for
-   * all */
+   * as many as the limit allows */
   QByteArray list(quint32 count, const QByteArray& language);
 
   /** At most `count` entries with higher numbers than `after`, the oldest first, in the form of list(). */
@@ -43,18 +48,17 @@ class EventStore {
   /** Number of the oldest entry; if there is none, of the next one. */
   qint64 oldest();
 
-  qint64 count() { return m_count.value(); }
+  qint64 count() { return m_newest + 1 - oldest(); }
   /** Number of entries that the last list() or page() left out because they could not be read. */
   qint64 unreadable() const { return m_unreadable; }
-  qint64 capacity() const { return m_capacity; }
+  qint64 capacity() const { return m_limits.capacity; }
 
  private:
   Statement& bindLimits(Statement& statement);
-  QByteArray write(Statement& rows, const QByteArray& language);
+  QByteArray write(Statement& rows, qint64 wanted, const QByteArray& language);
 
   Database& m_database;
-  qint64 m_capacity;
-  std::chrono::milliseconds m_keep;
+  Limits m_limits;
   qint64 m_newest = 0;
   qint64 m_unreadable = 0;
   Statement m_insert;
@@ -64,5 +68,4 @@ class EventStore {
   Statement m_select;
   Statement m_page;
   Statement m_oldest;
-  Statement m_count;
 };

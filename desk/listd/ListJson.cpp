@@ -33,27 +33,26 @@ void ListJson::appendQuoted(QByteArray& json, std::string_view utf8) {
 
 ListJson::Column::Column(const QString& name, Form shown) : key('"' + name.toUtf8() + "\":"), form(shown) {}
 
-QByteArray ListJson::write(Statement& rows) {
+QByteArray ListJson::write(Statement& rows, qint64 wanted) {
   constexpr int kTail = 64;
   const QByteArray head = "{\"" + EventlistHandlerDefinitions::getListDataName().toUtf8() + "\":[";
-  qint64 omitted = 0;
   m_json = head;
   while (rows.next()) {
     const int start = m_json.size();
-    if (omitted > 0) {
-      ++omitted;
-      continue;
-    }
     m_json += start == head.size() ? "" : ",";
-    if (!addEntry(rows)) {
-      ++m_unreadable;
-      m_json.truncate(start);
-    } else if (m_json.size() > kMaxSize - kTail) {
-      ++omitted;
+    const bool readable = addEntry(rows);
+    const bool fits = m_json.size() <= kMaxSize - kTail;
+    if (!readable || !fits) {
       m_json.truncate(start);
     }
+    if (!fits) {
+      rows.reset();
+      break;
+    }
+    m_unreadable += readable ? 0 : 1;
+    --wanted;
   }
-  return m_json + "],\"Omitted\":" + QByteArray::number(omitted) + '}';
+  return m_json + "],\"Omitted\":" + QByteArray::number(wanted) + '}';
 }
 
 /** @return false if the row cannot be read */

@@ -15,8 +15,9 @@ inline std::string_view viewOf(const QByteArray& text) {
 /**
  * Writes the reply to a list request from the rows of a query: {"ListData":[entries],"Omitted":n}, UTF-8.
  *
- * The reply stays below kMaxSize: from the first entry that does not fit on, entries are left out and counted
- * as omitted. A row whose description or keywords cannot be read is left out and counted in unreadable().
+ * The reply stays below kMaxSize: from the first entry that does not fit on, entries are left out. They are
+ * omitted ones, and so are those beyond the query's limit. A row whose description or keywords cannot be read
+ * is left out and counted in unreadable().
  */
 class ListJson {
  public:
@@ -39,8 +40,10 @@ class ListJson {
   ListJson(const std::vector<Column>& columns, const QByteArray& language)
       : m_columns(columns), m_language(language) {}
 
-  /** @param rows bound and not yet run */
-  QByteArray write(Statement& rows);
+  /** @param rows bound and not yet run; @param wanted number of rows, with those that only its limit leaves
+   * out
+   */
+  QByteArray write(Statement& rows, qint64 wanted);
   qint64 unreadable() const { return m_unreadable; }
 
   /** Append a text in UTF-8 to `json`, as a JSON string. */

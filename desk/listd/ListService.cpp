@@ -51,9 +51,9 @@ StoredEntry ownEntry(const char* key, const QByteArray& subject = {}) {
 
 }  // namespace
 
-ListService::ListService(Database& database, qint64 capacity, std::chrono::milliseconds keep)
+ListService::ListService(Database& database, const EventStore::Limits& limits)
     : m_database(database),
-      m_events(database, capacity, keep),
+      m_events(database, limits),
       m_alarms(database),
       m_sessions(database),
       m_selectState(database, "SELECT event_generation, alarm_generation, detector FROM state"),

@@ -40,9 +40,8 @@ struct Sender {
  */
 class ListService {
  public:
-  /** @param database opened by Schema::open(), must outlive this object; @param capacity, keep see EventStore
-   */
-  ListService(Database& database, qint64 capacity, std::chrono::milliseconds keep = {});
+  /** @param database opened by Schema::open(), must outlive this object */
+  ListService(Database& database, const EventStore::Limits& limits);
 
   /** Remove what the event list does not keep. Every transaction does so, too. If the storage fails, nothing
    * is removed. */

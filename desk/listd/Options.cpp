@@ -16,6 +16,10 @@ std::optional<Options> Options::parse(int argc, char** argv, int& exitCode) {
       ->type_name("N")
       ->check(CLI::Range(1, 1000000))
       ->capture_default_str();
+  app.add_option("--reply-entries", options.replyEntries, "newest event entries in one reply")
+      ->type_name("N")
+      ->check(CLI::Range(1, 1000000))
+      ->capture_default_str();
   app.add_option("--keep-days", options.keepDays, "days until an event entry is removed, 0 for never")
       ->type_name("N")
       ->check(CLI::Range(0, 36500))

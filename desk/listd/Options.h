@@ -9,8 +9,9 @@
 struct Options {
   std::string databaseFile;  ///< empty: everything in memory
   qint64 capacity = 10000;
-  int keepDays = 0;  ///< until an event entry is removed; 0 for never
-  int orphans = 60;  ///< seconds until the alarms of a program that has ended go off; 0 for never
+  qint64 replyEntries = 10000;  ///< maximum number of event entries in one reply
+  int keepDays = 0;             ///< until an event entry is removed; 0 for never
+  int orphans = 60;             ///< seconds until the alarms of a program that has ended go off; 0 for never
 
   /** Exit codes, as --help documents them. */
   enum Exit { ExitDone = 0, ExitFailed = 1, ExitUsage = 2 };

@@ -94,7 +94,8 @@ int main(int argc, char** argv) {
     const EventLoop event = newEventLoop();
     Database database(options->databaseFile);
     Schema::open(database);
-    ListService service(database, options->capacity, std::chrono::hours(24) * options->keepDays);
+    ListService service(
+        database, {options->capacity, std::chrono::hours(24) * options->keepDays, options->replyEntries});
     const Bus bus = connect(event.get());
     ClientCounters counters;
     MessagesObject messages(bus.get(), service, counters, std::chrono::seconds(options->orphans));

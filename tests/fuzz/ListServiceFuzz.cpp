@@ -54,7 +54,7 @@ std::string batch(FuzzedDataProvider& input) {
 
 void fuzz::run(FuzzedDataProvider& input) {
   static Database database("");
-  static ListService lists((Schema::open(database), database), 5);
+  static ListService lists((Schema::open(database), database), {5});
   database.execute("DELETE FROM events; DELETE FROM alarms; DELETE FROM sessions");
   for (quint64 stored = 0; stored < 50 && input.remaining_bytes() > 0;) {
     const std::string bytes = batch(input);
