@@ -8,13 +8,11 @@
 using namespace Tavroline;
 
 /** Exists in a connector that was constructed for the device's bus, unless memory allocation failed. Holds
- * the flags that the connector last reported. */
+ * the flags that the connector last reported. The hook queries the flags and the list in the same cycle, so
+ * listChanged() alone starts the hub's thread. */
 class AlarmlistHandlerDBusConnectorRead::Private {
  public:
   bool flagChanged(ListState::Flag flag, bool& value) {
-    if (!m_hub.start()) {
-      return false;
-    }
     const bool present = m_hub.listState().flags[flag].load(std::memory_order_relaxed);
     if (present == m_reported[flag]) {
       return false;

@@ -19,19 +19,6 @@ constexpr std::chrono::seconds kStartPause{1};
 constexpr std::size_t kStackBytes = 256U << 10U;  // with mlockall(), the whole stack is resident
 constexpr char kThreadName[] = "tavroline-hub";
 
-// Set in a forked child: it has no hub thread, and a mutex that was locked at the fork stays locked.
-std::atomic<bool> s_isForkedChild{false};
-
-bool isForkedChild() {
-  return s_isForkedChild.load(std::memory_order_relaxed);
-}
-
-bool noteForks() {
-  static bool isNoted = false;
-  isNoted = isNoted || pthread_atfork(nullptr, nullptr, [] { s_isForkedChild = true; }) == 0;
-  return isNoted;
-}
-
 // Signals that the hub's thread blocks, so that other threads handle them. Signals that report a fault of the
 // thread itself stay unblocked.
 sigset_t asynchronousSignals() {
@@ -125,8 +112,10 @@ DBusPendingReply::SharedPointer Hub::request(RequestKind kind, const QString& te
   return reply;
 }
 
-bool Hub::start() noexcept {
-  return !isForkedChild() && (m_running.load(std::memory_order_acquire) || tryStart());
+bool Hub::noteForks() noexcept {
+  static bool isNoted = false;
+  isNoted = isNoted || pthread_atfork(nullptr, nullptr, [] { s_isForkedChild = true; }) == 0;
+  return isNoted;
 }
 
 bool Hub::tryStart() noexcept {

@@ -65,18 +65,26 @@ class Hub {
 
   /** Start the thread if it is not running; tries at most once a second. @return whether it is running now.
    * [any-thread] */
-  bool start() noexcept;
+  bool start() noexcept {
+    return !isForkedChild() && (m_running.load(std::memory_order_acquire) || tryStart());
+  }
 
   /** A snapshot of the message counters. [any-thread] */
   MessageCounters counters() const noexcept;
 
  private:
+  static bool isForkedChild() noexcept { return s_isForkedChild.load(std::memory_order_relaxed); }
+  static bool noteForks() noexcept;
+
   bool accept(const MessageWriter& message) noexcept;
   bool refuse(Loss cause) noexcept;
   bool tryStart() noexcept;
   bool createThread() noexcept;
   void endWithoutThread() noexcept;
   void run() noexcept;
+
+  /** Set in a forked child: it has no hub thread, and a mutex that was locked at the fork stays locked. */
+  static inline std::atomic<bool> s_isForkedChild{false};
 
   // ~Hub() destroys these two, except in a forked child: at the fork the thread may have been changing them.
   // NOLINTBEGIN(readability-identifier-naming): the check takes members of a union for public ones
