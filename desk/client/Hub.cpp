@@ -114,7 +114,7 @@ DBusPendingReply::SharedPointer Hub::request(RequestKind kind, const QString& te
 
 bool Hub::noteForks() noexcept {
   static bool isNoted = false;
-  isNoted = isNoted || pthread_atfork(nullptr, nullptr, [] { s_isForkedChild = true; }) == 0;
+  isNoted = isNoted || pthread_atfork(nullptr, nullptr, [] { sm_isForkedChild = true; }) == 0;
   return isNoted;
 }
 

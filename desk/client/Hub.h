@@ -73,7 +73,7 @@ class Hub {
   MessageCounters counters() const noexcept;
 
  private:
-  static bool isForkedChild() noexcept { return s_isForkedChild.load(std::memory_order_relaxed); }
+  static bool isForkedChild() noexcept { return sm_isForkedChild.load(std::memory_order_relaxed); }
   static bool noteForks() noexcept;
 
   bool accept(const MessageWriter& message) noexcept;
@@ -84,7 +84,7 @@ class Hub {
   void run() noexcept;
 
   /** Set in a forked child: it has no hub thread, and a mutex that was locked at the fork stays locked. */
-  static inline std::atomic<bool> s_isForkedChild{false};
+  static inline std::atomic<bool> sm_isForkedChild{false};
 
   // ~Hub() destroys these two, except in a forked child: at the fork the thread may have been changing them.
   // NOLINTBEGIN(readability-identifier-naming): the check takes members of a union for public ones
