@@ -1,6 +1,7 @@
 #include "CallMonitor.h"
 
 #include <ctime>
+#include <utility>
 
 #include "CallScope.h"
 #include "HostLog.h"
@@ -21,6 +22,10 @@ std::uint64_t now() {
 
 void CallMeter::use() {
   t_meter = this;
+}
+
+CallMeter* CallMeter::exchange(CallMeter* meter) {
+  return std::exchange(t_meter, meter);
 }
 
 void CallMeter::note(std::size_t function, std::uint64_t nanoseconds) {

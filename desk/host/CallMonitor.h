@@ -30,6 +30,10 @@ class CallMeter {
   /** From now on count here the calls that the calling thread makes. [plc-task] */
   void use();
 
+  /** Replace the calling thread's meter, when the thread changes from one task to another. @return the meter
+   * before, null for the first one of the monitor. [any-thread] */
+  static CallMeter* exchange(CallMeter* meter);
+
   /** Count one call. [any-thread] */
   void note(std::size_t function, std::uint64_t nanoseconds);
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 /** The call of an external function that the constructing thread is in, as long as this object exists. It
  * tells the log which task's call caused a line. */
@@ -18,6 +19,12 @@ class CallScope {
   /** "TASK: FUNCTION: " of the calling thread's present call, empty if it is in none. [any-thread] */
   static std::string cause() {
     return sm_innermost == nullptr ? "" : sm_innermost->m_task + ": " + sm_innermost->m_function + ": ";
+  }
+
+  /** Replace the calling thread's innermost object, when the thread changes from one task to another.
+   * @return the object before. [any-thread] */
+  static const CallScope* exchange(const CallScope* innermost) {
+    return std::exchange(sm_innermost, innermost);
   }
 
  private:

@@ -2,14 +2,9 @@
 
 #include <CLI/CLI.hpp>
 
-#include <filesystem>
-#include <stdexcept>
-
-#include "SharedLibrary.h"
+#include "ProgramFiles.h"
 
 namespace {
-
-namespace fs = std::filesystem;
 
 void declare(CLI::App& app, Options& options, std::vector<std::string>& files) {
   app.add_option("file", files, "the component, unless the installed one is wanted; then PLC programs")
@@ -42,19 +37,6 @@ void declare(CLI::App& app, Options& options, std::vector<std::string>& files) {
       "option, or if a file could not be loaded or started.");
 }
 
-/** The component beside this program, as in a build tree, or where it is installed with it. */
-std::string installedComponent() {
-  const fs::path folder = fs::read_symlink("/proc/self/exe").parent_path();
-  for (const fs::path& place : {folder, folder / TAVROLINE_PLUGINS}) {
-    if (fs::exists(place / "libTavroline.so")) {
-      return (place / "libTavroline.so").lexically_normal();
-    }
-  }
-  throw std::runtime_error("no component is installed in " +
-                           (folder / TAVROLINE_PLUGINS).lexically_normal().string() +
-                           "; name one before the programs");
-}
-
 }  // namespace
 
 std::optional<Options> Options::parse(int argc, char** argv, int& status) {
@@ -71,12 +53,8 @@ std::optional<Options> Options::parse(int argc, char** argv, int& status) {
     status = app.exit(error) == 0 ? 0 : kCannotStart;  // --help and --version are no errors
     return std::nullopt;
   }
-  if (files.empty() || SharedLibrary(files.front()).exports("PlcProgramMain")) {
-    options.library = installedComponent();
-  } else {
-    options.library = files.front();
-    files.erase(files.begin());
-  }
-  options.programs = files;
+  const ProgramFiles program = ProgramFiles::of(files);
+  options.library = program.component;
+  options.programs = program.programs;
   return options;
 }

@@ -2,11 +2,16 @@
 
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "HostLog.h"
 
-PlcApplication::PlcApplication(const std::string& path, CallMonitor& monitor, EndRequest& end)
-    : m_path(path), m_monitor(monitor), m_end(end), m_runtime{this, findFunction, finish}, m_library(path) {
+PlcApplication::PlcApplication(const std::string& path, CallMonitor& monitor, std::function<void(int)> onFinish)
+    : m_path(path),
+      m_monitor(monitor),
+      m_finish(std::move(onFinish)),
+      m_runtime{this, findFunction, finish},
+      m_library(path) {
   if (!m_library.exports("PlcProgramMain") && m_library.exports("ComponentEntry")) {
     throw std::runtime_error(path +
                              " is a component, not a PLC program; name the component before the programs");
@@ -65,5 +70,5 @@ ExternalFunction PlcApplication::findFunction(void* context, const char* name) {
 }
 
 void PlcApplication::finish(void* context, int status) {
-  static_cast<PlcApplication*>(context)->m_end.finish(status);
+  static_cast<PlcApplication*>(context)->m_finish(status);
 }

@@ -1,10 +1,10 @@
 #pragma once
 
+#include <functional>
 #include <list>
 #include <string>
 
 #include "CallMonitor.h"
-#include "EndRequest.h"
 #include "PeriodicThread.h"
 #include "PlcProgram.h"
 #include "SharedLibrary.h"
@@ -15,9 +15,10 @@ class PlcApplication {
   /**
    * Load the program and call its entry, which describes its tasks; none runs yet. Throws std::runtime_error
    * when it cannot be loaded, refuses to start, or describes a task without a name, function or period.
-   * @param monitor, end must outlive this object. [init]
+   * @param monitor must outlive this object
+   * @param onFinish called when the program asks for the end, with its exit status. [init]
    */
-  PlcApplication(const std::string& path, CallMonitor& monitor, EndRequest& end);
+  PlcApplication(const std::string& path, CallMonitor& monitor, std::function<void(int)> onFinish);
   /** Stop, unless stop() was called, and unload. [init] */
   ~PlcApplication();
   PlcApplication(const PlcApplication&) = delete;
@@ -38,7 +39,7 @@ class PlcApplication {
 
   std::string m_path;
   CallMonitor& m_monitor;
-  EndRequest& m_end;
+  std::function<void(int)> m_finish;
   PlcRuntime m_runtime;
   SharedLibrary m_library;
   PlcProgram m_program{};

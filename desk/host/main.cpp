@@ -52,7 +52,7 @@ int runComponent(const Options& options, EndRequest& end, std::uint64_t& misuses
   CallMonitor monitor(component, options.monitor);
   std::list<PlcApplication> applications;
   for (const std::string& program : options.programs) {
-    applications.emplace_back(program, monitor, end);
+    applications.emplace_back(program, monitor, [&end](int status) { end.finish(status); });
   }
   PeriodicThread hook("hook", options.cycleMilliseconds, [&component] { component.communicationCycle(); });
   for (PlcApplication& application : applications) {
