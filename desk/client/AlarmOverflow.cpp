@@ -1,20 +1,10 @@
 #include "AlarmOverflow.h"
 
-#include <iterator>
-
 namespace Tavroline {
-
-namespace {
-
-QByteArray bytesOf(std::string_view text) {
-  return QByteArray(text.data(), static_cast<int>(text.size()));
-}
-
-}  // namespace
 
 AlarmOverflow::Nodes AlarmOverflow::copyOf(const AlarmEdge& edge, qint64 handedOverAt) {
   Nodes nodes;
-  nodes.m_edges.push_back({bytesOf(edge.alarmId), bytesOf(edge.message), handedOverAt, edge.on});
+  nodes.m_edges.push_back({std::string(edge.alarmId), std::string(edge.message), handedOverAt, edge.on});
   const auto only = nodes.m_edges.begin();
   nodes.m_alarms.emplace(only->alarmId, Nodes::Kept{only, only});
   return nodes;

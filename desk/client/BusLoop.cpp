@@ -10,18 +10,17 @@ namespace Tavroline {
 
 namespace {
 
-// Bounds of the wait between two turns, which doubles while turns have nothing to do. A request ends the
-// wait. A message does not, so it may stay unnoticed for the longest wait.
+// Bounds of the wait between two turns. The wait doubles while turns have nothing to do. A new request ends
+// the wait; a new message does not.
 constexpr std::chrono::milliseconds kShortestWait{5};
 constexpr std::chrono::milliseconds kLongestWait{100};
 constexpr std::chrono::milliseconds kFirstPause{100};
 constexpr std::chrono::milliseconds kLongestPause{2000};
 constexpr std::chrono::seconds kReportPause{1};  // least interval of counter reports to the service
-constexpr std::chrono::minutes kLogPause{10};    // interval of counter records in the log
-constexpr std::chrono::seconds kLongWait{10};    // messages that wait this long cause a record too
-constexpr std::chrono::milliseconds kDrainTime{500};
-// The last part of kDrainTime, see BusLoop::run().
-constexpr std::chrono::milliseconds kOffEdgesTime{150};
+constexpr std::chrono::minutes kLogPause{10};  // longest interval of records of changing counters in the log
+constexpr std::chrono::seconds kLongWait{10};  // messages that wait for this time cause a record too
+constexpr std::chrono::milliseconds kDrainTime{500};     // at unload, see run()
+constexpr std::chrono::milliseconds kOffEdgesTime{150};  // the last part of kDrainTime
 
 QByteArray errnoText(int result) {
   return QByteArray::fromStdString(std::generic_category().message(-result));
@@ -71,8 +70,8 @@ void BusLoop::run(const std::atomic<bool>& stop) noexcept {
   breakOff({});
 }
 
-// Runs a step. If the step throws, closes the connection, so that no call of a half-done step is used, and
-// returns false.
+// Runs a step. If the step throws, closes the connection, because the step may have made some of its calls
+// only. Returns whether the step did not throw.
 template <typename Step>
 bool BusLoop::guarded(Step step) noexcept {
   try {
@@ -87,8 +86,8 @@ bool BusLoop::guarded(Step step) noexcept {
   return false;
 }
 
-// If a descriptor ended the last wait but the turn had nothing to do, this wait ignores both descriptors.
-// Otherwise a descriptor that stays ready would make the loop spin.
+// Waits for the next turn. If a descriptor ended the last wait but the turn had nothing to do, ignores both
+// descriptors, because a descriptor that stays ready would end each wait at once.
 void BusLoop::wait() {
   m_wait = m_busy ? kShortestWait : std::clamp(m_wait * 2, kShortestWait, kLongestWait);
   const bool listens = m_busy || !m_woken;
@@ -194,8 +193,8 @@ void BusLoop::drain() noexcept {
   }
 }
 
-// Logs the counters, if they have changed, after a logged gap, once when messages have waited for kLongWait,
-// and otherwise every kLogPause. Also sends them to the service.
+// Logs the counters after a logged gap, once when messages have waited for kLongWait, and every kLogPause.
+// Reports the counters to the service.
 void BusLoop::watchCounters(Clock::time_point now) {
   const bool lost = logGaps(m_queue, false);
   const MessageCounters counters = m_queue.counters();

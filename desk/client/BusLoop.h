@@ -12,24 +12,24 @@
 
 namespace Tavroline {
 
-/** Write a record into the runtime log for each gap (Losses.h) that has ended; with `all`, for each gap.
- * @return whether a record was written. [hub] */
+/** Write a record into the runtime log for each gap (Losses.h) that has ended, or for all gaps if `all` is
+ * set. @return whether a record was written. [hub] */
 bool logGaps(MessageQueue& queue, bool all);
 
 /**
- * The loop of the hub's thread. It keeps the connection to the bus, sends messages and requests to the owner,
- * and logs losses and counters. The owner is the bus connection that owns the service's name. Constructor,
- * destructor and run() are called on the hub's thread. [hub]
+ * The loop of the hub's thread. Each turn of the loop connects to the bus if necessary, reads and writes
+ * messages of the bus, sends due messages and requests to the owner, and logs losses and counters. The owner
+ * is the bus connection that owns the service's name. [hub]
  */
 class BusLoop {
  public:
-  /** @param wakeFd an eventfd; Hub writes to it after each request and after it has set `stop` of run() */
+  /** @param wakeFd an eventfd that ends the wait between two turns */
   BusLoop(MessageQueue& queue, Requests& requests, ListState& state, int wakeFd);
 
   /**
-   * Run until `stop` is set. Then fail all requests, and send pending messages for at most half a second, as
-   * long as the service may be reachable. When 150 ms are left, drop messages as MessageQueue::keepOffEdges()
-   * describes. At the end drop and log all messages that are not confirmed.
+   * Run until `stop` is set. Then fail all requests, and send pending messages for at most half a second
+   * while the service may be reachable. In the last 150 ms of it, send only the messages that
+   * MessageQueue::keepOffEdges() keeps. Then drop and log all messages that are not confirmed.
    */
   void run(const std::atomic<bool>& stop) noexcept;
 
@@ -50,14 +50,13 @@ class BusLoop {
   MessageQueue& m_queue;
   Requests& m_requests;
   const int m_wakeFd;
-  // Declared before m_watch and m_sender, so that it is destroyed after them: they hold BusSlots of it.
-  BusConnection m_connection;
+  BusConnection m_connection;  // before m_watch and m_sender, whose BusSlots use it until they are destroyed
   ServiceWatch m_watch;
   MessageSender m_sender;
 
-  Clock::time_point m_nextAttempt;
-  Clock::duration m_pause;
-  QByteArray m_cause;  ///< why the last connection ended or could not be opened
+  Clock::time_point m_nextAttempt;  ///< when to connect again
+  Clock::duration m_pause;          ///< before the next attempt to connect
+  QByteArray m_cause;               ///< why the last connection ended or could not be opened
 
   bool m_busy = true;    ///< the last turn had something to do
   bool m_woken = false;  ///< a descriptor ended the last wait
@@ -68,9 +67,9 @@ class BusLoop {
   MessageCounters::Values m_reported{};
   Clock::time_point m_nextLog;
   Clock::time_point m_nextReport;
-  quint64 m_settled = 0;  ///< number of accepted messages that are not pending
-  Clock::time_point m_waitingSince;
-  bool m_waitLogged = false;
+  quint64 m_settled = 0;             ///< last number of accepted messages that are not pending
+  Clock::time_point m_waitingSince;  ///< when m_settled changed last
+  bool m_waitLogged = false;         ///< the counters were logged because the pending messages wait
 };
 
 }  // namespace Tavroline

@@ -19,8 +19,8 @@ constexpr std::chrono::seconds kStartPause{1};
 constexpr std::size_t kStackBytes = 256U << 10U;  // with mlockall(), the whole stack is resident
 constexpr char kThreadName[] = "tavroline-hub";
 
-// Signals that the hub's thread blocks, so that other threads handle them. Signals that report a fault of the
-// thread itself stay unblocked.
+// The signals that the hub's thread blocks, so that other threads handle them: all signals except those that
+// report a fault of the thread itself.
 sigset_t asynchronousSignals() {
   sigset_t blocked;
   sigfillset(&blocked);

@@ -15,30 +15,31 @@
 namespace Tavroline {
 
 /**
- * Owns the message queue, the requests, the state of the lists, and the hub's thread, which exchanges them
- * with the bus (BusLoop). The library has one hub.
+ * The hub takes messages and requests over from PLC tasks, keeps the last reported state of the lists, and
+ * owns the thread that exchanges all of them with the bus (BusLoop). The library has one hub.
  *
- * A reading connector constructs the hub within its own constructor. The hub is therefore destroyed after the
- * reading connectors, which are static objects of the component. The first submit(), request() or start()
- * starts the thread. The destructor ends the thread, which first sends pending messages for at most half a
- * second and counts the rest as lost. In a child process that was forked after the thread had started, all
- * functions and the destructor do nothing.
+ * The first submit(), request() or start() starts the thread. The destructor ends the thread, which first
+ * sends pending messages for at most half a second and counts the rest as lost. In a child process that was
+ * forked after the thread had started, all functions and the destructor do nothing.
+ *
+ * The reading connectors are static objects of the component. Their constructors construct the hub, so it is
+ * destroyed after them.
  */
 class Hub {
  public:
   /** The library's hub, constructed by the first call. [any-thread] */
   static Hub& instance() noexcept;
 
-  /** Starts no thread and opens no connection. [init] */
-  Hub() noexcept : m_queue(), m_requests() {}  // not `= default`, which would zero the queue's memory
+  /** Construct a hub without thread and connection. [init] */
+  Hub() noexcept : m_queue(), m_requests() {}  // `= default` would zero the queue's memory
   ~Hub();
   Hub(const Hub&) = delete;
   Hub& operator=(const Hub&) = delete;
 
   /**
    * Hand over a message.
-   * @param encode receives a MessageWriter and calls one of its functions to encode the message
-   * @return whether the message was accepted for sending; if not, it counts as refused. [plc-task]
+   * @param encode a function that receives a MessageWriter and encodes the message with it
+   * @return false if the message was refused and counted. [plc-task]
    */
   template <typename Encode>
   bool submit(Encode encode) noexcept {
@@ -51,20 +52,16 @@ class Hub {
     }
   }
 
-  /**
-   * Hand over a request.
-   * @param text the language of a list, or the identifier of the alarm
-   * @param count of an event list only: number of newest entries wanted, 0 for all
-   * @return the reply, see Requests::accept(); failed already if the thread is not running. [plc-task]
-   */
+  /** Hand over a request, see Requests::accept(). The request fails at once if the thread cannot be started.
+   * [plc-task] */
   DBusPendingReply::SharedPointer request(RequestKind kind, const QString& text, quint32 count = 0) noexcept;
 
-  /** The state of both lists that the service reported last. The hub's thread updates it, so nothing changes
-   * before start(). [any-thread] */
+  /** What the service last reported about the lists. It does not change before the thread has started.
+   * [any-thread] */
   const ListState& listState() const { return m_state; }
 
-  /** Start the thread if it is not running; tries at most once a second. @return whether it is running now.
-   * [any-thread] */
+  /** Start the thread if it is not running, with at most one attempt a second. @return whether the thread is
+   * running. [any-thread] */
   bool start() noexcept {
     return !isForkedChild() && (m_running.load(std::memory_order_acquire) || tryStart());
   }
@@ -83,10 +80,12 @@ class Hub {
   void endWithoutThread() noexcept;
   void run() noexcept;
 
-  /** Set in a forked child: it has no hub thread, and a mutex that was locked at the fork stays locked. */
+  /** Set in a forked child, which has no hub thread and in which mutexes may stay locked for ever. */
   static inline std::atomic<bool> sm_isForkedChild{false};
 
-  // ~Hub() destroys these two, except in a forked child: at the fork the thread may have been changing them.
+  // ~Hub() destroys these two members, but not in a forked child: at the fork, the thread may have been
+  // changing them.
+
   // NOLINTBEGIN(readability-identifier-naming): the check takes members of a union for public ones
   union {
     MessageQueue m_queue;
@@ -100,7 +99,7 @@ class Hub {
   Clock::time_point m_nextStart;
   std::atomic<bool> m_running{false};
   std::atomic<bool> m_stop{false};
-  int m_wakeFd = -1;  ///< an eventfd that ends the thread's wait
+  int m_wakeFd = -1;  ///< an eventfd: a write to it ends the thread's wait
   pthread_t m_thread{};
 };
 

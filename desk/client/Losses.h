@@ -8,34 +8,35 @@ namespace Tavroline {
 
 using Clock = std::chrono::steady_clock;
 
-/** Why a message was lost: refused at its hand-over, or accepted and dropped later. */
+/** Why a message was lost. A refused message was lost at its hand-over. A dropped message was accepted and
+ * lost later. */
 enum class Loss {
   Rejected,     ///< dropped: the service refused it for good
   EndsService,  ///< dropped: the service ended each time this message was sent alone
   Unload,       ///< dropped: not confirmed when the library was unloaded
-  QueueFull,    ///< refused: the queue is full, for an alarm edge also the overflow
+  QueueFull,    ///< refused: the queue had no room, for an alarm edge nor had the overflow
   NoMemory,     ///< refused: memory allocation failed
   Unsendable    ///< refused: too long, nested too deep, or a value's type cannot be encoded
 };
-constexpr std::size_t kDropCauses = 3;  ///< number of causes of dropped messages, which come first
+constexpr std::size_t kDropCauses = 3;  ///< the first three causes are those of dropped messages
 constexpr std::size_t kLossCauses = 6;
 
-/** A gap: a series of messages lost for one cause, see Losses::kGapPause. The runtime log receives one record
- * per gap. */
+/** A gap: messages that were lost for one cause, one shortly after the other (Losses::kGapPause). The runtime
+ * log receives one record for each gap. */
 struct Gap {
   quint64 count = 0;
-  quint64 firstNumber = 0;      ///< lowest number (see MessageQueue); 0 for refused messages
-  quint64 lastNumber = 0;       ///< highest number
-  qint64 firstTime = 0;         ///< earliest hand-over, ms since 1970-01-01 00:00:00 UTC
-  qint64 lastTime = 0;          ///< latest hand-over, as firstTime
-  Clock::time_point firstLoss;  ///< when the first of these messages was lost
-  Clock::time_point lastLoss;   ///< when the last one was lost
+  quint64 firstNumber = 0;      ///< lowest number of the messages (see MessageQueue); 0 if they were refused
+  quint64 lastNumber = 0;       ///< highest number of the messages; 0 if they were refused
+  qint64 firstTime = 0;         ///< earliest hand-over of a message, ms since 1970-01-01 00:00:00 UTC
+  qint64 lastTime = 0;          ///< latest hand-over of a message, as firstTime
+  Clock::time_point firstLoss;  ///< when the first of the messages was lost
+  Clock::time_point lastLoss;   ///< when the last of the messages was lost
 
-  /** The gap as a text for the runtime log. [any-thread] */
+  /** The gap as a text for the runtime log. @param cause a Loss as a number. [any-thread] */
   QByteArray text(std::size_t cause) const;
 };
 
-/** Counts lost messages by cause, and collects them into gaps. MessageQueue's mutex guards it. */
+/** Counts lost messages by their cause and collects them into gaps. MessageQueue calls it under its mutex. */
 class Losses {
  public:
   /** A gap ends kGapPause after its last loss, but at the latest kLongestGap after its first loss. */
@@ -43,15 +44,15 @@ class Losses {
   static constexpr std::chrono::seconds kLongestGap{60};
 
   using Counts = std::array<quint64, kLossCauses>;
-  using Gaps = std::array<Gap, kLossCauses>;  ///< by cause; count is 0 without a gap
+  using Gaps = std::array<Gap, kLossCauses>;  ///< by cause; Gap::count is 0 for a cause without a gap
 
-  /** @param number of the message, 0 if it was refused. @param handedOverAt as Gap::firstTime. [any-thread]
-   */
+  /** Count a lost message. @param number 0 if the message was refused. @param handedOverAt as Gap::firstTime.
+   * [any-thread] */
   void add(Loss cause, quint64 number, qint64 handedOverAt) noexcept;
 
   const Counts& counts() const { return m_counts; }
 
-  /** Remove and return the gaps that have ended; with `all`, all gaps. [hub] */
+  /** Remove and return the gaps that have ended, or all gaps if `all` is set. [hub] */
   Gaps takeEnded(Clock::time_point now, bool all);
 
  private:

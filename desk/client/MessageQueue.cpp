@@ -16,8 +16,9 @@ namespace {
 
 using Lock = std::lock_guard<PriorityMutex>;
 
-// An empty ring starts again at its beginning once it has been filled up to this position. If the service
-// keeps up with the client, only this part of the ring is used, and its pages stay mapped and cached.
+// When the ring is empty and has been filled up to this position, it starts again at its first byte. A
+// service that keeps up with the client thus lets only this part of the ring be used, whose pages stay mapped
+// and cached.
 constexpr std::size_t kRewindBytes = 256U << 10U;
 
 // Maximum number of edges that one read() moves out of the overflow.
@@ -71,7 +72,7 @@ quint64 MessageQueue::handedOver() const noexcept {
   return m_placed + m_overflow.edges().size();
 }
 
-// The caller holds the mutex.
+// Appends the message and counts it as accepted, if there is room. The caller holds the mutex.
 bool MessageQueue::place(std::string_view message, qint64 handedOverAt) {
   if (!m_overflow.isEmpty() || !m_ring.fits(message)) {
     return false;
@@ -81,14 +82,14 @@ bool MessageQueue::place(std::string_view message, qint64 handedOverAt) {
   return true;
 }
 
-// The caller holds the mutex; the message fits.
+// The caller holds the mutex, and the ring has room for the message.
 void MessageQueue::append(std::string_view message, qint64 handedOverAt) {
   m_ring.append(message, handedOverAt);
   ++m_placed;
 }
 
 MessageCounters MessageQueue::counters() const noexcept {
-  // m_delivered is read first: `accepted` then counts all delivered messages, and `pending` cannot underflow.
+  // m_delivered is read first. `accepted` then includes all delivered messages, so `pending` is not negative.
   const quint64 delivered = m_delivered.load(std::memory_order_acquire);
   MessageCounters counters;
   {
@@ -110,7 +111,7 @@ Losses::Gaps MessageQueue::takeGaps(Clock::time_point now, bool all) noexcept {
   return m_losses.takeEnded(now, all);
 }
 
-// Functions of the hub's thread.
+// The hub's thread alone calls the functions from here on.
 
 bool MessageQueue::hasPending() const {
   return m_ring.first() != m_ring.end() || m_overflows.load(std::memory_order_acquire);
@@ -120,11 +121,11 @@ MessageQueue::Batch MessageQueue::read(std::vector<char>& bytes, std::size_t max
   moveFromOverflow();
   const std::size_t end = m_ring.end();
   const std::size_t most = std::min(maxMessages, MessageFormat::kMaxBatchMessages);
-  const std::size_t before = bytes.size();
+  bytes.clear();
   Batch batch{m_sent + 1, 0};
   for (; m_unsent != end && static_cast<std::size_t>(batch.count) < most; ++batch.count, ++m_sent) {
     const std::size_t size = m_ring.sizeAt(m_unsent);
-    if (batch.count > 0 && bytes.size() - before + size > MessageFormat::kMaxBatchBytes) {
+    if (batch.count > 0 && bytes.size() + size > MessageFormat::kMaxBatchBytes) {
       break;
     }
     bytes.resize(bytes.size() + size);
@@ -142,10 +143,10 @@ void MessageQueue::moveFromOverflow() {
   for (int i = 0; i < kMovedEdges && m_overflows.load(std::memory_order_relaxed); ++i) {
     const Lock lock(m_mutex);
     const AlarmOverflow::Edge& edge = m_overflow.edges().front();
-    if (!m_ring.fits(edge.bytes())) {
+    if (!m_ring.fits(edge.message)) {
       return;
     }
-    append(edge.bytes(), edge.handedOverAt);
+    append(edge.message, edge.handedOverAt);
     m_overflow.takeFirst();
     m_overflows.store(!m_overflow.isEmpty(), std::memory_order_release);
   }
@@ -194,7 +195,7 @@ void MessageQueue::dropFirst(Loss cause) {
 void MessageQueue::removeFirst() {
   ++m_confirmed;
   m_ring.removeFirst();
-  if (m_sent < m_confirmed) {  // read() has not returned it since goBack()
+  if (m_sent < m_confirmed) {  // read() has not returned the message since goBack()
     goBack();
   }
 }
@@ -213,41 +214,45 @@ void MessageQueue::keepOffEdges() {
   const Lock lock(m_mutex);
   const std::size_t end = m_ring.end();
   std::set<std::string, std::less<>> turnedOff;
-  for (std::size_t at = m_fresh; at != end; at = m_ring.after(at)) {
-    const auto edge = AlarmEdge::of(messageAt(at));
+  visitFresh(end, [&turnedOff](std::string_view message, qint64 /*handedOverAt*/) {
+    const auto edge = AlarmEdge::of(message);
     if (edge.has_value() && !edge->on) {
       turnedOff.emplace(edge->alarmId);
     }
-  }
-  for (const AlarmOverflow::Edge& edge : m_overflow.edges()) {
-    if (!edge.on) {
-      turnedOff.emplace(edge.alarmId.constData(), edge.alarmId.size());
-    }
-  }
+  });
 
-  quint64 number = m_given;  // the message's old number, for m_losses
-  const auto keep = [&](std::string_view message, qint64 handedOverAt) {
+  quint64 oldNumber = m_given;
+  m_placed = m_given;
+  m_ring.removeFrom(m_fresh);
+  visitFresh(end, [&, this](std::string_view message, qint64 handedOverAt) {
     const auto edge = AlarmEdge::of(message);
-    ++number;
+    ++oldNumber;
     if (edge.has_value() && turnedOff.find(edge->alarmId) != turnedOff.end() && m_ring.fits(message)) {
       append(message, handedOverAt);
     } else {
-      m_losses.add(Loss::Unload, number, handedOverAt);
+      m_losses.add(Loss::Unload, oldNumber, handedOverAt);
     }
-  };
-  m_ring.removeFrom(m_fresh);
-  m_placed = m_given;
-  for (std::size_t at = m_fresh; at != end;) {  // keep() overwrites only bytes that were read
-    const qint64 time = m_ring.timeAt(at);
-    const std::string_view message = messageAt(at);
-    at = m_ring.after(at);
-    keep(message, time);
-  }
-  for (; !m_overflow.isEmpty(); m_overflow.takeFirst()) {
-    const AlarmOverflow::Edge& edge = m_overflow.edges().front();
-    keep(edge.bytes(), edge.handedOverAt);
+  });
+  while (!m_overflow.isEmpty()) {
+    m_overflow.takeFirst();
   }
   m_overflows.store(false, std::memory_order_relaxed);
+}
+
+// Calls `visit` with each message that read() has never returned, and with the time of its hand-over: the
+// messages of the ring before the position `end`, then those of the overflow. `visit` may append messages to
+// the ring, because they overwrite only messages that were visited.
+template <typename Visit>
+void MessageQueue::visitFresh(std::size_t end, Visit visit) {
+  for (std::size_t at = m_fresh; at != end;) {
+    const std::size_t position = at;
+    at = m_ring.after(position);
+    const qint64 handedOverAt = m_ring.timeAt(position);
+    visit(messageAt(position), handedOverAt);
+  }
+  for (const AlarmOverflow::Edge& edge : m_overflow.edges()) {
+    visit(edge.message, edge.handedOverAt);
+  }
 }
 
 void MessageQueue::dropAll() noexcept {
@@ -261,7 +266,7 @@ void MessageQueue::dropAll() noexcept {
   m_overflows.store(false, std::memory_order_relaxed);
 }
 
-/** A copy of the message at a position, valid until the next call. */
+// A copy of the message at a position of the ring, valid until the next call.
 std::string_view MessageQueue::messageAt(std::size_t position) {
   m_copy.resize(m_ring.sizeAt(position));
   m_ring.copy(position, m_copy.data());

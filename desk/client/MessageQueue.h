@@ -14,19 +14,19 @@
 namespace Tavroline {
 
 /**
- * The bounded queue of messages from PLC tasks to the hub's thread, and the counters of messages.
+ * The bounded queue of messages from PLC tasks to the hub's thread, with the counters of messages.
  *
- * The queue copies encoded messages into a ring of bytes. The n-th message that enters the ring has the
- * number n. A message stays in the ring until it is confirmed or dropped, so that it can be read again.
- * Confirmed means: the service has answered that it has stored the message.
+ * The queue copies each message into a ring of bytes. The n-th message that enters the ring has the number n.
+ * A message stays in the ring until it is confirmed or dropped, so that the hub's thread can read it again. A
+ * message is confirmed when the service has answered that it has stored the message.
  *
- * An edge is a message that turns an alarm on or off. Edges that do not fit into the ring go to the overflow
- * (AlarmOverflow). They get their numbers when they move to the ring. While the overflow holds edges, the
- * queue refuses all other messages, so that the order of hand-over is kept.
+ * Alarm edges (AlarmEdge) for which the ring has no room go to the overflow (AlarmOverflow). They get their
+ * numbers when they move to the ring. While the overflow holds edges, the queue refuses all other messages,
+ * so that the order of hand-over is kept.
  *
  * PLC tasks hold a mutex with priority inheritance while they copy one message. The hub's thread reads, goes
- * back and confirms without the mutex. It takes the mutex for a bounded time to move an edge out of the
- * overflow, to count a loss, and to rewind the empty ring.
+ * back and confirms without the mutex. It holds the mutex for a bounded time to move an edge out of the
+ * overflow, to count a loss and to rewind the empty ring.
  */
 class MessageQueue {
  public:
@@ -34,15 +34,15 @@ class MessageQueue {
   MessageQueue(const MessageQueue&) = delete;
   MessageQueue& operator=(const MessageQueue&) = delete;
 
-  /** Add a message that MessageWriter has encoded. @return false if the queue has refused and counted it,
-   * because there was no room or because memory allocation for the overflow failed. [plc-task] */
+  /** Add a message that MessageWriter has encoded. @return false if the queue has refused and counted the
+   * message, because it had no room or because memory for the overflow could not be allocated. [plc-task] */
   bool accept(std::string_view message) noexcept;
 
   /** Count a message that could not be encoded. [plc-task] */
   void refuse(Loss cause) noexcept;
 
-  /** Number of the last accepted message. If that is in the overflow: the number that it will have if no edge
-   * there is superseded. [plc-task] */
+  /** Number of the last accepted message. If that message is in the overflow: the number that it will have
+   * unless edges in the overflow are superseded. [plc-task] */
   quint64 handedOver() const noexcept;
 
   /** A snapshot of the message counters. [any-thread] */
@@ -63,48 +63,55 @@ class MessageQueue {
   /** Whether the ring or the overflow holds a message. [hub] */
   bool hasPending() const;
 
+  /** Consecutive messages. */
   struct Batch {
     quint64 first = 0;  ///< number of the first message
     int count = 0;
   };
 
   /**
-   * Read the messages after sent(), within the bounds of a batch (MessageFormat.h).
-   * @param bytes the messages are appended to it
-   * @return the messages that were read; count is 0 if there were none. [hub]
+   * Copy the messages after sent(), at most `maxMessages` and at most one batch (MessageFormat.h).
+   * @param bytes set to the messages
+   * @return which messages were copied; count is 0 if no message follows sent(). [hub]
    */
   Batch read(std::vector<char>& bytes, std::size_t maxMessages);
 
   /** Let read() start again at the message after confirmed(). [hub] */
   void goBack();
 
-  using Refused = std::vector<std::pair<quint64, quint32>>;  ///< number, reason of ListServiceNames
+  /** Numbers of messages that the service has refused for good, each with a reason of ListServiceNames. */
+  using Refused = std::vector<std::pair<quint64, quint32>>;
+
+  /** Receives an edge before it is removed from the queue. @param stored whether the service has stored it */
   using OnEdge = std::function<void(const AlarmEdge&, bool stored)>;
 
   /**
-   * Remove and count the messages up to the number `upTo`, but none that read() has never returned.
-   * @param refused messages that the service has refused for good; they count as dropped
-   * @param onEdge called for each edge that was stored, turns an alarm off, or was refused because the alarm
-   * list is full. If onEdge throws, the edge and all messages after it are not removed. [hub]
+   * Remove the messages up to the number `upTo` and count them as delivered, or as dropped if they are in
+   * `refused`. Messages that read() has never returned stay.
+   * @param onEdge called for each edge that was stored, that turns an alarm off, or that was refused because
+   * the alarm list is full. If onEdge throws, that edge and all messages after it stay. [hub]
    */
   void confirm(quint64 upTo, const Refused& refused, const OnEdge& onEdge);
 
-  /** Drop the first message of the ring; there must be one. @param onEdge called if the message is an edge
-   * that turns an alarm off; if onEdge throws, the message is not dropped. [hub] */
+  /** Drop the first message of the ring, which must not be empty. @param onEdge called if the message is an
+   * edge that turns an alarm off. If onEdge throws, the message stays. [hub] */
   void drop(Loss cause, const OnEdge& onEdge);
 
-  /** Of the messages that read() has never returned, keep the edges of each alarm that one of them turns off.
-   * Drop the others as Loss::Unload. The kept edges get new consecutive numbers. No other thread may use the
-   * queue any more. [hub]
+  /**
+   * Of the messages that read() has never returned, keep only edges: those of the alarms that at least one of
+   * these edges turns off. Drop the other messages as Loss::Unload. The kept edges get new, consecutive
+   * numbers. No other thread may use the queue any more. [hub]
    */
   void keepOffEdges();
 
-  /** Drop all messages, those of the overflow included, as Loss::Unload. No other thread may use the queue
-   * any more. [any-thread] */
+  /** Drop the messages of the ring and of the overflow as Loss::Unload. No other thread may use the queue any
+   * more. [any-thread] */
   void dropAll() noexcept;
 
  private:
   std::string_view messageAt(std::size_t position);
+  template <typename Visit>
+  void visitFresh(std::size_t end, Visit visit);
   bool place(std::string_view message, qint64 handedOverAt);
   void append(std::string_view message, qint64 handedOverAt);
   void moveFromOverflow();
@@ -112,21 +119,21 @@ class MessageQueue {
   void removeFirst();
   void rewind();
 
-  mutable PriorityMutex m_mutex;  ///< guards the overflow and what is marked (m)
+  mutable PriorityMutex m_mutex;  ///< guards the members up to m_losses
   AlarmOverflow m_overflow;
+  quint64 m_placed = 0;  ///< number of the last message that entered the ring
+  quint64 m_accepted = 0;
+  quint64 m_superseded = 0;
+  Losses m_losses;
   std::atomic<bool> m_overflows{false};  ///< whether m_overflow has edges; written under m_mutex
-  quint64 m_placed = 0;                  ///< (m) number of the last message that entered the ring
-  quint64 m_accepted = 0;                ///< (m)
-  quint64 m_superseded = 0;              ///< (m)
-  Losses m_losses;                       ///< (m)
   std::atomic<quint64> m_delivered{0};   ///< written by the hub's thread
-  // Used by the hub's thread alone.
+  // The hub's thread alone uses the members from here to m_copy.
   quint64 m_confirmed = 0;
   quint64 m_sent = 0;
   std::size_t m_unsent = 0;  ///< position of the message after m_sent
   quint64 m_given = 0;       ///< number of the last message that read() has ever returned
   std::size_t m_fresh = 0;   ///< position of the message after m_given
-  std::vector<char> m_copy;  ///< see messageAt()
+  std::vector<char> m_copy;  ///< the message that messageAt() returned last
 
   MessageRing m_ring;
 };

@@ -10,7 +10,8 @@ bool MessageRing::fits(std::string_view message) const {
   const std::size_t first = m_first.load(std::memory_order_acquire);
   const std::size_t end = m_end.load(std::memory_order_relaxed);
   const std::size_t used = end >= first ? end - first : kBytes - first + end;
-  return kHeader + message.size() < kBytes - used;  // one byte stays free: a full ring must not look empty
+  return kHeader + message.size() <
+         kBytes - used;  // one byte stays free: in a full ring, m_end must differ from m_first
 }
 
 void MessageRing::append(std::string_view message, qint64 handedOverAt) {

@@ -8,14 +8,14 @@
 namespace Tavroline {
 
 /**
- * A ring of bytes that holds encoded messages, each with the time of its hand-over.
+ * A ring of bytes that holds encoded messages, each with the time of its hand-over. A position is the index
+ * at which a message begins, or end().
  *
- * It allocates nothing. The constructor does not touch the bytes, so unused pages of a static object take no
- * memory.
+ * The ring allocates nothing. The constructor does not write to the bytes, so unused pages of a static object
+ * take no memory.
  *
- * The ring has no lock of its own. Callers of functions marked "Under the lock" hold one common lock. One
- * thread, the reader, calls all other functions without that lock. A position is the index of a message's
- * first byte, or end().
+ * Several threads may append: they hold MessageQueue's mutex when they call the functions marked "Under the
+ * mutex". One thread, the reader, may call all other functions without the mutex.
  */
 class MessageRing {
  public:
@@ -25,31 +25,35 @@ class MessageRing {
 
   MessageRing() noexcept {}  // NOLINT(modernize-use-equals-default): `= default` would zero the bytes
 
-  /** Whether a message can be appended now. Under the lock. */
+  /** Whether the ring has room for a message now. Under the mutex. */
   bool fits(std::string_view message) const;
 
-  /** Append a message that fits. @param handedOverAt ms since 1970-01-01 00:00:00 UTC. Under the lock. */
+  /** Append a message for which fits() is true. @param handedOverAt ms since 1970-01-01 00:00:00 UTC. Under
+   * the mutex. */
   void append(std::string_view message, qint64 handedOverAt);
 
-  /** Position of the first message, and the position after the last one; equal if the ring is empty. */
+  /** Position of the first message, and the position after the last message. They are equal if the ring is
+   * empty. */
   std::size_t first() const { return m_first.load(std::memory_order_relaxed); }
   std::size_t end() const { return m_end.load(std::memory_order_acquire); }
 
-  /** Size of a message with its size field, the time of its hand-over, and the position after it. */
+  /** Of the message at `position`: its size in bytes, the time of its hand-over, and the position after it.
+   */
   std::size_t sizeAt(std::size_t position) const;
   qint64 timeAt(std::size_t position) const;
   std::size_t after(std::size_t position) const;
 
-  /** Copy a message. @param target has room for sizeAt() */
+  /** Copy the message at `position`. @param target has room for sizeAt(position) bytes */
   void copy(std::size_t position, char* target) const;
 
-  /** Remove the first message; append() may then overwrite its bytes. */
+  /** Remove the first message. append() may then overwrite its bytes. */
   void removeFirst() { m_first.store(after(first()), std::memory_order_release); }
 
-  /** Remove the messages from `position` on; their bytes stay readable until append(). Under the lock. */
+  /** Remove the message at `position` and all later ones. They can be read until append() overwrites them.
+   * Under the mutex. */
   void removeFrom(std::size_t position) { m_end.store(position, std::memory_order_relaxed); }
 
-  /** If the ring is empty, start again at its first byte. @return whether it was empty. Under the lock. */
+  /** Start again at the first byte if the ring is empty. @return whether it is empty. Under the mutex. */
   bool rewind();
 
  private:

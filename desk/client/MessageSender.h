@@ -13,50 +13,56 @@
 namespace Tavroline {
 
 /**
- * Sends the queue's messages to the owner and confirms them in the queue when the owner has stored them. The
- * owner is the bus connection that owns the service's name; ServiceWatch finds it.
+ * Sends the messages of MessageQueue to the list service, and confirms them in the queue when the service has
+ * stored them.
  *
- * The session is a text that identifies this run of the library to the service. At a new owner the sender
- * calls Resume, which returns the number of the session's last stored message. ReportAlarms and RaiseAlarms
- * then bring the service's alarms to the state after the last confirmed message. Then Send calls transfer the
- * messages. The sender waits for the answer to each call. After an error it pauses for 0.1 to 2 s and begins
- * with Resume again; Send then repeats all messages that are not confirmed. The service skips a number that
- * it has stored. The sender drops a message if the service refuses it for good, or if the service ended three
- * times after this message was sent alone.
+ * The owner is the bus connection that owns the service's name; ServiceWatch finds it. The sender makes four
+ * calls to the owner, one after the other, each of them after the answer to the call before:
  *
- * Calls are addressed to the owner's unique bus name. [hub]
+ * - Resume names the session, a text that identifies this run of the library. The service answers with the
+ *   number of the last message of the session that it has stored.
+ * - ReportAlarms and RaiseAlarms (RaisedAlarms) turn the service's alarms on and off until they are as after
+ *   the last confirmed message.
+ * - Send transfers a batch of messages, and is repeated while the queue has messages.
+ *
+ * After an error the sender pauses for 0.1 to 2 s and begins with Resume again. Send then repeats all
+ * messages that are not confirmed; the service skips those that it has stored. The sender drops a message if
+ * the service refuses it for good, or if the service ended three times after the message was sent alone.
+ * [hub]
  */
 class MessageSender {
  public:
   MessageSender(BusConnection& connection, MessageQueue& queue) : m_connection(connection), m_queue(queue) {}
 
-  /** Unique bus name of the attached owner; empty before attach() and after detach(). */
+  /** Unique bus name of the owner; empty before attach() and after detach(). */
   const QByteArray& owner() const { return m_owner; }
 
-  /** Send to this owner from now on; the previous owner must be detached. @throws std::bad_alloc */
+  /** Send to this owner from now on. The owner before must be detached. @throws std::bad_alloc */
   void attach(const QByteArray& owner);
 
-  /** The owner or the connection is lost: discard the unanswered calls. Their messages are sent again after
-   * attach().
-   * @param ended whether the owner has ended; false if only the connection has */
+  /** Discard the unanswered calls, because the owner or the bus connection has ended. The sender repeats
+   * their messages after attach().
+   * @param ended whether the owner has ended */
   void detach(bool ended) noexcept;
 
-  /** Make the next call if it is due; after flush(), make several. Needs an owner. @throws as
+  /** Make the next call if it is due, or several calls after flush(). An owner must be attached. @throws as
    * BusConnection::call() */
   void send(Clock::time_point now);
 
-  /** The library is being unloaded: from now on, send() leaves up to 64 calls unanswered at a time.
-   * @param last whether this is the last part of the unload: the limit is then 80 calls, and the queue drops
+  /** From now on, because the library is being unloaded, let send() make calls while up to 64 calls are
+   * unanswered.
+   * @param last whether the last part of the unload begins. The limit is then 80 calls, and the queue drops
    * messages, see MessageQueue::keepOffEdges() */
   void flush(bool last);
 
-  /** Whether the service has said that it cannot store now. */
+  /** Whether the service answered the last call, other than Resume, with the error that it cannot store now.
+   */
   bool storageFails() const { return m_storageFails; }
 
-  /** @return false if a call is unanswered after 30 s: the connection must then be renewed. */
+  /** @return false if a call has no answer after 30 s. The bus connection must then be renewed. */
   bool isAnswered(Clock::time_point now) const;
 
-  /** Send the counters to the owner in a call that expects no reply. Needs an owner. @throws as
+  /** Send the counters to the owner, in a call without a reply. An owner must be attached. @throws as
    * BusConnection::call() */
   void sendCounters(const MessageCounters& counters);
 
@@ -91,17 +97,17 @@ class MessageSender {
   QByteArray m_owner;
   QByteArray m_toldOwner;  ///< the owner whose refusal was logged last
   std::list<Call> m_calls;
-  std::vector<char> m_bytes;  ///< of the batch being written
-  Step m_step = Step::Resume;
+  std::vector<char> m_bytes;   ///< the messages of the call that is being written
+  Step m_step = Step::Resume;  ///< the next call
 
-  Clock::time_point m_notBefore;
-  Clock::duration m_pause{};
-  bool m_goBack = false;
+  Clock::time_point m_notBefore;  ///< the next call waits until this time
+  Clock::duration m_pause{};      ///< length of the last pause; 0 if no error has followed the last success
+  bool m_goBack = false;          ///< the next call waits for the outstanding answers, then m_queue goes back
   bool m_storageFails = false;
   std::size_t m_window = 0;  ///< after flush(): maximum number of unanswered calls; else 0
 
   std::size_t m_batchLimit = MessageFormat::kMaxBatchMessages;
-  quint64 m_suspect = 0;  ///< number of the message after which the service ended
+  quint64 m_suspect = 0;  ///< number of the message that was sent alone when the service ended last
   int m_ends = 0;         ///< how often the service ended after m_suspect was sent alone
 };
 

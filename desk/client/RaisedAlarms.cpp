@@ -14,33 +14,29 @@ constexpr int kEndsToBlame = 3;
 }  // namespace
 
 void RaisedAlarms::record(const AlarmEdge& edge, bool stored) {
-  const auto known = m_index.find(edge.alarmId);
-  if (edge.on && known == m_index.end() && (stored || m_alarms.size() < kAlarms)) {
-    add(edge);
-  } else if (!edge.on && known != m_index.end()) {
-    const auto alarm = known->second;
-    m_bytes -= alarm->message.size();
-    m_index.erase(known);
-    m_alarms.erase(alarm);
+  const auto known = m_alarms.find(edge.alarmId);
+  if (edge.on && known == m_alarms.end() && (stored || m_alarms.size() < kAlarms)) {
+    const bool fits = m_bytes + edge.message.size() <= kBytes;
+    const std::string_view message = fits ? edge.message : std::string_view();
+    m_alarms.emplace(edge.alarmId, Alarm{++m_lastOrder, std::string(message)});
+    m_bytes += message.size();
+  } else if (!edge.on && known != m_alarms.end()) {
+    m_bytes -= known->second.message.size();
+    m_alarms.erase(known);
   }
   if (!stored) {
     repeatLater();
   }
 }
 
-void RaisedAlarms::add(const AlarmEdge& edge) {
-  const bool fits = m_bytes + edge.message.size() <= kBytes;
-  std::list<Alarm> added;
-  added.push_back({std::string(edge.alarmId), fits ? std::string(edge.message) : std::string()});
-  m_index.emplace(added.front().alarmId, added.begin());  // the iterator survives the splice
-  m_bytes += added.front().message.size();
-  m_alarms.splice(m_alarms.end(), added);
-}
-
 void RaisedAlarms::writeIdentifiers(sd_bus_message* call) const {
+  std::map<quint64, const char*> ordered;
+  for (const auto& [alarmId, alarm] : m_alarms) {
+    ordered.emplace(alarm.order, alarmId.c_str());
+  }
   checkBus(sd_bus_message_open_container(call, 'a', "s"));
-  for (const Alarm& alarm : m_alarms) {
-    checkBus(sd_bus_message_append(call, "s", alarm.alarmId.c_str()));
+  for (const auto& [order, alarmId] : ordered) {
+    checkBus(sd_bus_message_append(call, "s", alarmId));
   }
   checkBus(sd_bus_message_close_container(call));
 }
@@ -51,8 +47,8 @@ bool RaisedAlarms::readMissing(sd_bus_message* reply) {
     return false;
   }
   for (const char* alarmId = nullptr; sd_bus_message_read(reply, "s", &alarmId) > 0;) {
-    const auto alarm = m_index.find(alarmId);
-    if (alarm != m_index.end() && !alarm->second->message.empty() && m_missing.size() < m_alarms.size()) {
+    const auto alarm = m_alarms.find(alarmId);
+    if (alarm != m_alarms.end() && !alarm->second.message.empty() && m_missing.size() < m_alarms.size()) {
       m_missing.emplace_back(alarmId);
     }
   }
@@ -68,9 +64,9 @@ bool RaisedAlarms::readMissing(sd_bus_message* reply) {
 
 void RaisedAlarms::takeMissing(std::vector<char>& bytes) {
   for (std::size_t count = 0; areMissing() && count < MessageFormat::kMaxBatchMessages;) {
-    const auto alarm = m_index.find(m_missing.back());
-    if (alarm != m_index.end()) {
-      const std::string& message = alarm->second->message;
+    const auto alarm = m_alarms.find(m_missing.back());
+    if (alarm != m_alarms.end()) {
+      const std::string& message = alarm->second.message;
       if (count > 0 && bytes.size() + message.size() > MessageFormat::kMaxBatchBytes) {
         break;
       }

@@ -15,13 +15,13 @@ using namespace ListServiceNames;
 
 namespace {
 
-// Maximum number of calls that wait for a reply, those of released requests included. A stock system bus
-// allows a connection 128; the messages and the state queries need the rest.
+// Maximum number of calls without a reply, including calls whose request has ended. A system bus with default
+// limits allows a connection 128 such calls. MessageSender and ServiceWatch need the others.
 constexpr std::size_t kWindow = 32;
 constexpr std::chrono::seconds kRequestDeadline{10};
 constexpr std::chrono::seconds kReplyDeadline{30};
-// Maximum lengths of the replies with an alarm's state and with a list: the component parses them on a PLC
-// task. The service keeps its lists below 16 MiB.
+// Maximum lengths of a reply with an alarm's state and of a reply with a list. They are bounded because the
+// component parses replies on a PLC task.
 constexpr std::size_t kMaximumStateBytes = 65536;
 constexpr std::size_t kMaximumListBytes = 16U << 20U;
 
@@ -81,7 +81,7 @@ DBusPendingReply::SharedPointer Requests::accept(RequestKind kind, const QString
   }
 }
 
-// Uses a slot whose result nobody has taken only if no other slot is free.
+// Claims a slot whose result nobody has taken only if no slot is free.
 std::pair<RequestSlot*, RequestSlot::Ticket> Requests::claim() noexcept {
   for (const bool unread : {false, true}) {
     for (RequestSlot& slot : m_slots) {
@@ -105,8 +105,8 @@ bool Requests::send(BusConnection& connection, const QByteArray& owner, const Me
     if (m_calls.size() >= kWindow || !slot.isOpen() || slot.request.sent) {
       continue;
     }
-    // The queue is read after the slot, so that it shows all messages handed over before the request.
-    // If an edge of the overflow was superseded, confirmed() may stay below `behind` with nothing pending.
+    // The queue is read after the slot, and thus contains all messages handed over before the request. If
+    // edges were superseded, confirmed() may stay below `behind`; then the queue gets empty.
     if (!overtake && queue.confirmed() < slot.request.behind && queue.hasPending()) {
       continue;
     }

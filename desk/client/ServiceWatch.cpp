@@ -22,7 +22,7 @@ constexpr std::chrono::milliseconds kRepeatPause{500};  // after an error reply 
 
 constexpr std::chrono::milliseconds kFirstStartPause{250};
 constexpr std::chrono::seconds kLongestStartPause{30};
-// If the service ends earlier than this, the pause before its next start grows.
+// If the service ends within this time, the pause before its next start grows.
 constexpr std::chrono::seconds kLongLife{10};
 
 std::string signalRule(const char* path, const char* interface) {
@@ -145,8 +145,8 @@ void ServiceWatch::onNameOwnerChanged(sd_bus_message* signal) {
 }
 
 bool ServiceWatch::isFromOwner(sd_bus_message* signal) const {
-  // A signal that arrives before the owner is known may be dropped: the reply to the first state query
-  // contains the change.
+  // A signal that arrives before the owner is known may be ignored, because the first state query is made
+  // later.
   const char* sender = sd_bus_message_get_sender(signal);
   return sender != nullptr && m_owner == sender;
 }

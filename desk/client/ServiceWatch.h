@@ -12,30 +12,29 @@
 namespace Tavroline {
 
 /**
- * Finds the owner of the service's name, asks the bus to start the service, and keeps the state of the lists
- * (ListState) up to date. The owner is the bus connection of the running service.
+ * Finds the owner of the service's name, which is the bus connection of the running service. Asks the bus to
+ * start the service if the name has no owner.
  *
- * ServiceWatch queries the state from each new owner. After that the owner's signals update the state.
- * ServiceWatch also compares the service's time zone with that of this program, and logs a difference once.
- * [hub]
+ * Keeps ListState up to date: queries the state of the lists from each new owner, then follows the owner's
+ * signals. Also queries the service's time zone, and logs once if it differs from that of this program. [hub]
  */
 class ServiceWatch {
  public:
   ServiceWatch(BusConnection& connection, ListState& state);
 
-  /** Install the matches and ask the bus for the owner. The connection must be ready. @throws as
+  /** Ask the bus for signals and for the owner. The connection must be ready. @throws as
    * BusConnection::call() */
   void start();
 
-  /** Discard owner, matches and calls of the present connection. ListState stays as it is. */
+  /** Forget the owner and discard the outstanding calls, because the connection ends. ListState stays. */
   void stop() noexcept;
 
   bool isStarted() const { return !m_matches.empty(); }
 
-  /** If the name has no owner, ask the bus to start the service: at once if the connection is new or the last
-   * owner existed for 10 s or more, otherwise after a pause that doubles from 0.25 to 30 s.
-   * @param needed whether messages or requests wait for the service; ignored for the first start on a new
-   * connection
+  /** Ask the bus to start the service if isAbsent(): once on a new connection, later only if `needed` is set.
+   * The pause before the next attempt doubles from 0.25 to 30 s. It is skipped once the service has run for
+   * 10 s.
+   * @param needed whether messages or requests wait for the service
    * @throws as BusConnection::call() */
   void activateService(Clock::time_point now, bool needed);
 
@@ -44,10 +43,10 @@ class ServiceWatch {
    * @return false if a query has no reply after 20 s. @throws as BusConnection::call() */
   bool sendDueQueries(Clock::time_point now);
 
-  /** Unique bus name of the owner; empty if there is none or if it is not known yet. */
+  /** Unique bus name of the owner; empty if the service's name has no owner or the owner is not known yet. */
   const QByteArray& owner() const { return m_owner; }
 
-  /** Whether the name is known to have no owner and the bus is not starting the service. */
+  /** Whether the service's name is known to have no owner, and the bus is not starting the service. */
   bool isAbsent() const { return isStarted() && m_owner.isEmpty() && m_search == nullptr; }
 
  private:
@@ -78,11 +77,11 @@ class ServiceWatch {
   std::unique_ptr<BusSlot> m_search;  ///< call that asks the bus for the owner, or to start the service
   std::array<StateQuery, 3> m_queries;
   QByteArray m_owner;
-  bool m_new = false;  ///< the bus was not asked to start the service on this connection yet
-  bool m_zoneTold = false;
+  bool m_new = false;       ///< the bus was not asked yet to start the service on this connection
+  bool m_zoneTold = false;  ///< a different time zone was logged
   Clock::time_point m_ownedSince;
-  Clock::time_point m_nextStart;
-  Clock::duration m_startPause{};
+  Clock::time_point m_nextStart;   ///< earliest time to ask the bus again to start the service
+  Clock::duration m_startPause{};  ///< last pause before m_nextStart
 };
 
 }  // namespace Tavroline
