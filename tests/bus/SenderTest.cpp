@@ -82,7 +82,7 @@ class ScriptedService {
   struct Running {
     explicit Running(std::shared_ptr<Store> itsStore)
         : store(std::move(itsStore)),
-          service(store->database, 100000),
+          service(store->database, {}),
           messages(bus.get(), service, counters, std::chrono::seconds(0)),
           lists(bus.get(), service, counters) {}
 
