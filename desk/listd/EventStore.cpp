@@ -58,15 +58,16 @@ bool EventStore::clear() {
 
 QByteArray EventStore::list(quint32 count, const QByteArray& language) {
   const qint64 wanted = count == 0 ? this->count() : qMin<qint64>(count, this->count());
-  return write(m_select.bind(0, qMin(wanted, m_limits.reply)), wanted, language);
+  const qint64 shown = qMin(wanted, m_limits.reply);
+  return write(m_select.bind(0, shown), language, shown, wanted - shown);
 }
 
 QByteArray EventStore::page(qint64 after, qint64 count, const QByteArray& language) {
   const qint64 wanted = qMin(count, m_newest - qMax(after, oldest() - 1));
-  return write(m_page.bind(0, after).bind(1, count), wanted, language);
+  return write(m_page.bind(0, after).bind(1, count), language, wanted);
 }
 
-QByteArray EventStore::write(Statement& rows, qint64 wanted, const QByteArray& language) {
+QByteArray EventStore::write(Statement& rows, const QByteArray& language, qint64 count, qint64 omitted) {
   using Names = EventlistHandlerDefinitions;
   using Form = ListJson::Form;
   static const std::vector<ListJson::Column> kColumns{
@@ -79,7 +80,7 @@ QByteArray EventStore::write(Statement& rows, qint64 wanted, const QByteArray& l
       {Names::getListColumnNameUser(), Form::Text},
       {Names::getListColumnNameKeywords(), Form::Keywords}};
   ListJson json(kColumns, language);
-  QByteArray list = json.write(rows, wanted);
+  QByteArray list = json.write(rows, count, omitted);
   m_unreadable = json.unreadable();
   return list;
 }

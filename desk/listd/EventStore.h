@@ -55,7 +55,7 @@ class EventStore {
 
  private:
   Statement& bindLimits(Statement& statement);
-  QByteArray write(Statement& rows, qint64 wanted, const QByteArray& language);
+  QByteArray write(Statement& rows, const QByteArray& language, qint64 count, qint64 omitted = 0);
 
   Database& m_database;
   Limits m_limits;

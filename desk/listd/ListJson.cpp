@@ -33,26 +33,24 @@ void ListJson::appendQuoted(QByteArray& json, std::string_view utf8) {
 
 ListJson::Column::Column(const QString& name, Form shown) : key('"' + name.toUtf8() + "\":"), form(shown) {}
 
-QByteArray ListJson::write(Statement& rows, qint64 wanted) {
+QByteArray ListJson::write(Statement& rows, qint64 count, qint64 omitted) {
   constexpr int kTail = 64;
   const QByteArray head = "{\"" + EventlistHandlerDefinitions::getListDataName().toUtf8() + "\":[";
   m_json = head;
-  while (rows.next()) {
+  for (qint64 read = 0; rows.next(); ++read) {
     const int start = m_json.size();
     m_json += start == head.size() ? "" : ",";
-    const bool readable = addEntry(rows);
-    const bool fits = m_json.size() <= kMaxSize - kTail;
-    if (!readable || !fits) {
+    if (!addEntry(rows)) {
+      ++m_unreadable;
       m_json.truncate(start);
-    }
-    if (!fits) {
+    } else if (m_json.size() > kMaxSize - kTail) {
+      m_json.truncate(start);
+      omitted += count - read;
       rows.reset();
       break;
     }
-    m_unreadable += readable ? 0 : 1;
-    --wanted;
   }
-  return m_json + "],\"Omitted\":" + QByteArray::number(wanted) + '}';
+  return m_json + "],\"Omitted\":" + QByteArray::number(omitted) + '}';
 }
 
 /** @return false if the row cannot be read */

@@ -40,10 +40,9 @@ class ListJson {
   ListJson(const std::vector<Column>& columns, const QByteArray& language)
       : m_columns(columns), m_language(language) {}
 
-  /** @param rows bound and not yet run; @param wanted number of rows, with those that only its limit leaves
-   * out
-   */
-  QByteArray write(Statement& rows, qint64 wanted);
+  /** @param rows bound and not yet run; @param count their number; @param omitted number of entries that the
+   * query leaves out */
+  QByteArray write(Statement& rows, qint64 count, qint64 omitted = 0);
   qint64 unreadable() const { return m_unreadable; }
 
   /** Append a text in UTF-8 to `json`, as a JSON string. */

@@ -1,0 +1,146 @@
+// Full and damaged storage, and greedy peers.
+#include "ListServiceTest.h"
+
+#include <thread>
+
+using Clock = std::chrono::steady_clock;
+using ListServiceFaultTest = ListServiceTest;
+
+namespace {
+
+TEST_F(ListServiceFaultTest, KeepsWhatADatabaseOfTheVersionBeforeHolds) {
+  sql(R"(
+    CREATE TABLE events (id INTEGER PRIMARY KEY AUTOINCREMENT, event_type, state, icon_type, module_name, time,
+      description, keywords, user, alarm_id, object_name);
+    CREATE TABLE alarms (alarm_id TEXT PRIMARY KEY, edge, event_type, active, acknowledged, icon_type, module_name,
+      time, description, keywords);
+    CREATE TABLE sessions (session TEXT PRIMARY KEY, sequence, used) WITHOUT ROWID;
+    CREATE TABLE state (event_generation, alarm_generation, detector); INSERT INTO state VALUES (5, 6, 1);
+    INSERT INTO events VALUES (7, 3, 0, '', '', 0, '{}', '[]', 'kept', '', ''), (8, 3, 0, '', '', 0, '', '', '', '', '');
+    DELETE FROM events WHERE id = 8; INSERT INTO alarms VALUES ('x', 7, 0, 1, 0, '', '', 0, '{}', '[]');
+    INSERT INTO sessions VALUES ('s', 40, 1); PRAGMA application_id=1415673458; PRAGMA user_version=1;)");
+  Peer peer;
+  EXPECT_EQ(peer.begin("s", 41, "new +y"), "40, 42");
+  EXPECT_EQ(column("id"), "10 9 7");
+  EXPECT_EQ(alarms("--active"), "y x");
+  sql("UPDATE events SET user = CAST(x'41ff42' AS TEXT) WHERE id = 9; UPDATE events SET keywords = '[' WHERE "
+      "id = 7");
+  EXPECT_EQ(column("user"), "+y A\uFFFDB") << "one text is made fit, one entry left out";
+  EXPECT_EQ(ctl({"stats", "--json"})["unreadable"].toInt(), 1);
+}
+
+TEST_F(ListServiceFaultTest, RefusesADatabaseThatItCannotUseAndLeavesItAlone) {
+  const auto write = [&](int offset, const std::string& bytes) {
+    std::fstream(database).seekp(offset).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  };
+  const auto expectRefusal = [&](const char* complaint) {
+    const std::string before = contentOf(database);
+    ChildProcess refused(TAVROLINE_LISTD, {"--db", database});
+    EXPECT_EQ(refused.wait(), 1) << complaint;
+    const std::regex line("database " + database + ".*" + complaint);
+    EXPECT_TRUE(std::regex_search(refused.output(), line)) << refused.output();
+    EXPECT_EQ(contentOf(database), before) << complaint;
+  };
+  const std::tuple<int, std::string, const char*> rows[] = {{0, "no database", "is damaged"},
+                                                            {4096, std::string(4096, 'x'), "is damaged"},
+                                                            {60, std::string("\0\0\0\3", 4), "newer version"},
+                                                            {68, "what", "another program"}};
+  startAgain();
+  expectRefusal("is in use by another process");
+  service->signal(SIGTERM);
+  ASSERT_EQ(service->wait(), 0);
+  const std::string good = contentOf(database);
+  for (const auto& [offset, bytes, complaint] : rows) {
+    write(offset, bytes);
+    expectRefusal(complaint);
+    write(0, good);
+  }
+}
+
+TEST_F(ListServiceFaultTest, DropsTheOldestBeyondItsCapacityAndCountsWhatAReplyOmits) {
+  startService({"--db", database, "--capacity", "800"});
+  Peer peer;
+  peer.resume("s");
+  const QString euros(4000, QChar(0x20AC));
+  for (int i = 1; i <= 802; ++i) {
+    peer.send("s", i, i - 1, entry(euros.toStdString(), {{"Url", euros}}));
+  }
+  const std::string json = peer.call({"GetList", kEventListPath, kEventListInterface}, {}, "su", "", 0U);
+  EXPECT_LT(json.size(), 16U * 1024 * 1024);
+  const QJsonObject list = object(json);
+  const QJsonArray entries = list["ListData"].toArray();
+  EXPECT_EQ(entries.first()["EventlistId"].toInt(), 802);
+  EXPECT_GT(entries.size(), 600);
+  EXPECT_EQ(entries.size() + list["Omitted"].toInt(), 800);
+  startService({"--db", database, "--capacity", "2"});
+  EXPECT_EQ(column("id"), "802 801") << "before anything is stored";
+  EXPECT_LT(std::filesystem::file_size(database), 1U << 20U) << "20 MB before";
+  EXPECT_EQ(peer.begin("s", 803, "delete a"), "802, 804");
+  EXPECT_EQ(column("id"), "803") << "no number is used again";
+  startService({"--db", database, "--keep-days", "1"});
+  EXPECT_EQ(column("id"), "") << "all are of 1970";
+  peer.resume("s");
+  peer.send("s", 805, 804, entry("", {}, "", kNeutral, kEvent, std::time(nullptr) * 1000LL) + message("old"));
+  EXPECT_EQ(column("id"), "805 804") << "an old one behind a new one stays";
+}
+
+TEST_F(ListServiceFaultTest, SharesItsTimeBetweenGreedyPeersAndAPlc) {
+  startService();
+  Peer plc, greedy[3];
+  plc.resume("plc");
+  for (int i = 0; i < 40; ++i) {
+    plc.send("plc", 250 * i + 1, 250 * i, messages(QString("a ").repeated(250).toStdString()));
+  }
+  for (Peer& peer : greedy) {
+    peer.ask(120);
+  }
+  Clock::duration longest{};
+  for (int i = 10001; i <= 10300; ++i) {
+    const auto start = Clock::now();
+    EXPECT_EQ(plc.send("plc", i, i - 1, message("b")), std::to_string(i));
+    longest = std::max(longest, Clock::now() - start);
+    std::this_thread::sleep_until(start + Milliseconds(10));
+  }
+  EXPECT_LT(longest, Milliseconds(1000));
+  for (Peer& peer : greedy) {
+    const auto [lists, refusals] = peer.answers(120);
+    EXPECT_GE(lists, 4);
+    EXPECT_EQ(lists + refusals, 120);
+    EXPECT_GE(refusals, 80);
+  }
+}
+
+TEST_F(ListServiceFaultTest, ReadsTheLargestMapsInTimeAndRefusesLargerOnes) {
+  const auto maps = [](int count) {
+    Map map, all;
+    for (int i = 0; i < 1000; ++i) {
+      map[QString::number(i * 7919 % 1000)] = true;
+    }
+    for (int i = 0; i < count; ++i) {
+      all[QString::number(i)] = map;
+    }
+    return entry("", all);
+  };
+  const auto busy = [this] {  // seconds of processor time
+    timespec time{};
+    clockid_t clock{};
+    clock_getcpuclockid(service->pid(), &clock);
+    clock_gettime(clock, &time);
+    return double(time.tv_sec) + double(time.tv_nsec) / 1e9;
+  };
+  const std::pair<std::string, const char*> rows[] = {{maps(9), "250"}, {maps(60), "250 250:1"}};
+  startService();
+  Peer peer;
+  for (const auto& [bytes, last] : rows) {
+    peer.resume(last);
+    std::string answer;
+    const double before = busy();
+    for (int i = 1; i <= 250; ++i) {
+      answer = peer.send(last, i, i - 1, bytes);
+    }
+    EXPECT_EQ(answer, last);
+    EXPECT_LT(busy() - before, 1) << last;
+  }
+}
+
+}  // namespace
