@@ -1,33 +1,25 @@
 #include "Arguments.h"
 
+#include <pwd.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 
 namespace {
 
-/** The values as CLI11 stores them, before conversion into Arguments. Command lines and output are UTF-8. */
-struct Raw {
-  using Texts = std::vector<std::string>;
-
-  std::string language, user;
-  Texts alarmIds, types, keywords, excludedKeywords;
-  bool active = false;
-  bool inactive = false;
-  bool acknowledged = false;
-  bool unacknowledged = false;
-};
+// Command lines and output are UTF-8.
+using Texts = std::vector<std::string>;
 
 constexpr char kTime[] = "TIME";
 
-QStringList textsOf(const Raw::Texts& utf8) {
-  QStringList texts;
-  for (const std::string& text : utf8) {
-    texts.append(QString::fromStdString(text));
+/** The login name, or without a login the name of the process's user. */
+QString loginName() {
+  char name[256];
+  if (getlogin_r(name, sizeof name) == 0) {
+    return QString::fromUtf8(name);
   }
-  return texts;
-}
-
-std::optional<bool> stateOf(bool yes, bool no) {
-  return yes || no ? std::optional<bool>(yes) : std::nullopt;
+  const passwd* const entry = getpwuid(getuid());
+  return entry != nullptr ? QString::fromUtf8(entry->pw_name) : QString::number(getuid());
 }
 
 std::string complaintAboutTime(const std::string& text) {
@@ -35,80 +27,137 @@ std::string complaintAboutTime(const std::string& text) {
     return {};
   }
   return "'" + text +
-         "' is no time; use 2026-11-23, 2026-11-23T13:00, 13:00 (today) or 15m (ago; s, m, h, d)";
+         "' is no time; use 2026-11-23, 2026-11-23T13:00, 13:00 (today), today, yesterday, @1764000000"
+         " (seconds since 1970) or 15m (ago; s, m, h, d, w)";
+}
+
+std::string complaintAboutEmpty(const std::string& text) {
+  return text.empty() ? "must not be empty" : std::string();
+}
+
+CLI::Option* addText(CLI::App* command, const char* name, QString& text, const char* help) {
+  const auto store = [&text](const std::string& given) { text = QString::fromStdString(given); };
+  return command->add_option_function<std::string>(name, store, help)->type_name("TEXT");
+}
+
+CLI::Option* addTexts(CLI::App* command, const char* name, QStringList& texts, const char* help) {
+  const auto store = [&texts](const Texts& given) {
+    for (const std::string& text : given) {
+      texts += QString::fromStdString(text);
+    }
+  };
+  return command->add_option_function<Texts>(name, store, help)->type_name("WORD")->allow_extra_args(false);
+}
+
+CLI::Option* addTypes(CLI::App* command, QVector<int>& types, const Texts& names, const char* help) {
+  const auto store = [&types](const Texts& given) {
+    for (const std::string& name : given) {
+      types += EntryFilter::typeNames().indexOf(QString::fromStdString(name));
+    }
+  };
+  return command->add_option_function<Texts>("-t,--type", store, help)
+      ->type_name("TYPE")
+      ->allow_extra_args(false)
+      ->check(CLI::IsMember(names).description(""));
 }
 
 /** Options that both lists have. */
-void addListOptions(CLI::App* command, Arguments& arguments, Raw& raw) {
-  static const Raw::Texts kTypes = [] {
-    Raw::Texts names;
-    for (const QString& name : EntryFilter::typeNames()) {
-      names.push_back(name.toStdString());
-    }
-    return names;
-  }();
-  command->add_option("--language", raw.language, "language of the descriptions, for example de");
+void addListOptions(CLI::App* command, Arguments& arguments) {
+  EntryFilter& filter = arguments.filter;
+  addText(command, "-l,--language", arguments.language, "language of the descriptions, for example de");
+  addTypes(command, filter.types, {"alarm", "audit", "fault", "event"},
+           "these types only, separated by commas: alarm, audit, fault, event")
+      ->delimiter(',');
   command
-      ->add_option("--type", raw.types, "these types only, separated by commas: alarm, audit, fault, event")
-      ->type_name("TYPE")
-      ->delimiter(',')
-      ->allow_extra_args(false)
-      ->check(CLI::IsMember(kTypes).description(""));
-  command
-      ->add_option("--since", arguments.since,
-                   "from this time on: a date, a time, both with T between, or 15m")
+      ->add_option(
+          "-s,--since", arguments.since,
+          "from this time on: a date, a time, both with T between, today, yesterday, @SECONDS or 15m")
       ->type_name(kTime)
       ->check(complaintAboutTime);
   command->add_option("--until", arguments.until, "up to this time; a date alone is its whole day")
       ->type_name(kTime)
       ->check(complaintAboutTime);
-  command->add_option("--keyword", raw.keywords, "entries with this keyword; given again, with either")
-      ->type_name("WORD")
-      ->allow_extra_args(false);
-  command->add_option("--without", raw.excludedKeywords, "entries without this keyword; may be given again")
-      ->type_name("WORD")
-      ->allow_extra_args(false);
-  command->add_option("--count", arguments.count, "the newest of these only; 0 for all")->type_name("N");
-  command->add_flag("--follow", arguments.follow, "show every change, until SIGINT");
+  addTexts(command, "-k,--keyword", filter.keywords, "entries with this keyword; given again, with either");
+  addTexts(command, "--without", filter.excludedKeywords, "entries without this keyword; may be given again");
+  command->add_option("-n,--count", arguments.count, "the newest of these only; 0 for all")->type_name("N");
+  command->add_flag("-f,--follow", arguments.follow, "show every change, until SIGINT or the reader ends");
 }
 
-void addLists(CLI::App* events, CLI::App* alarms, Arguments& arguments, Raw& raw) {
-  addListOptions(events, arguments, raw);
-  addListOptions(alarms, arguments, raw);
-  CLI::Option* active = alarms->add_flag("--active", raw.active, "active ones only");
-  alarms->add_flag("--inactive", raw.inactive, "inactive ones only")->excludes(active);
-  CLI::Option* acknowledged = alarms->add_flag("--acknowledged", raw.acknowledged, "acknowledged ones only");
-  alarms->add_flag("--unacknowledged", raw.unacknowledged, "others only")->excludes(acknowledged);
+void addLists(CLI::App* events, CLI::App* alarms, Arguments& arguments) {
+  EntryFilter& filter = arguments.filter;
+  addListOptions(events, arguments);
+  addListOptions(alarms, arguments);
+  const auto add = [&](const char* name, std::optional<bool>& state, bool value, const char* help) {
+    return alarms->add_flag_callback(
+        name, [&state, value] { state = value; }, help);
+  };
+  CLI::Option* active = add("--active", filter.active, true, "active ones only");
+  add("--inactive", filter.active, false, "inactive ones only")->excludes(active);
+  CLI::Option* done = add("--acknowledged", filter.acknowledged, true, "acknowledged ones only");
+  add("--unacknowledged", filter.acknowledged, false, "others only")->excludes(done);
 }
 
-void addCommands(CLI::App& app, Arguments& arguments, Raw& raw) {
+void addEntryOptions(CLI::App* command, Arguments::Entry& entry) {
+  addText(command, "-m,--module", entry.module, "name of the module");
+  addText(command, "-i,--icon", entry.icon, "icon, instead of that of the type");
+  addTexts(command, "-k,--keyword", entry.keywords, "keyword; may be given again");
+  addText(command, "TEXT", entry.text, "what the entry says")->required()->check(complaintAboutEmpty);
+}
+
+/** Who adds a command with its help. */
+using Add = std::function<CLI::App*(const char* name, Arguments::Command value, const char* help)>;
+
+void addChanges(const Add& add, Arguments& arguments) {
+  using Command = Arguments::Command;
+  CLI::App* log = add("log", Command::Log, "Log an entry");
+  addTypes(log, arguments.entry.types, {"audit", "event"}, "audit (the default) or event")->expected(1);
+  CLI::App* raise =
+      add("raise", Command::Raise, "Raise an alarm that no program owns; prints its identifier");
+  addTypes(raise, arguments.entry.types, {"alarm", "fault"}, "alarm (the default) or fault")->expected(1);
+  addTexts(raise, "--id", arguments.alarmIds, "identifier, instead of a new one")
+      ->type_name("ID")
+      ->expected(1);
+  addEntryOptions(log, arguments.entry);
+  addEntryOptions(raise, arguments.entry);
+  CLI::App* clear = add("clear", Command::Clear, "Turn alarms off");
+  CLI::App* ack = add("ack", Command::Acknowledge, "Acknowledge alarms");
+  for (CLI::App* command : {clear, ack}) {
+    addTexts(command, "ID", arguments.alarmIds,
+             "identifiers as the alarm list shows them, or their first 9 characters")
+        ->type_name("")
+        ->allow_extra_args()
+        ->required();
+  }
+  CLI::App* detector = add("ack-detector", Command::AcknowledgeDetector, "Acknowledge the central detector");
+  CLI::App* deletion = add("delete-events", Command::DeleteEvents, "Delete the event list");
+  deletion->add_flag("-y,--yes", arguments.yes, "do not ask, on a terminal");
+  for (CLI::App* command : {log, raise, clear, ack, detector, deletion}) {
+    addText(command, "-u,--user", arguments.user, "who does it; the login name by default")
+        ->type_name("NAME")
+        ->check(complaintAboutEmpty);
+  }
+}
+
+void addCommands(CLI::App& app, Arguments& arguments) {
   using Command = Arguments::Command;
   const auto add = [&](const char* name, Command value, const char* help) {
     CLI::App* command = app.add_subcommand(name, help);
     command->parse_complete_callback([&arguments, value] { arguments.command = value; });
-    command->add_flag("--json", arguments.json, "JSON instead of text");
+    command->add_flag("-j,--json", arguments.json, "JSON instead of text");
     return command;
   };
   CLI::App* events = add("events", Command::Events, "Show the event list, the newest first");
   CLI::App* alarms = add("alarms", Command::Alarms, "Show the alarm list, the newest change first");
-  addLists(events, alarms, arguments, raw);
-  add("delete-events", Command::DeleteEvents, "Delete the event list");
-
-  CLI::App* ack = add("ack", Command::Acknowledge, "Acknowledge alarms");
-  ack->add_option("ID", raw.alarmIds, "identifiers as the alarm list shows them, or their first 9 characters")
-      ->type_name("")
-      ->required();
-  CLI::App* detector = add("ack-detector", Command::AcknowledgeDetector, "Acknowledge the central detector");
-  for (CLI::App* command : {ack, detector}) {
-    command->add_option("--user", raw.user, "who acknowledges")->type_name("NAME")->required();
-  }
+  addLists(events, alarms, arguments);
+  addChanges(add, arguments);
 
   CLI::App* stats =
       add("stats", Command::Statistics, "Show counters and flags of the service and counters of its clients");
   stats->add_option("--interval", arguments.interval, "read again after this many seconds and show rates")
       ->type_name("SECONDS")
       ->check(CLI::Range(1, 3600).description(""));
-  stats->add_flag("--follow", arguments.follow, "keep reading, until SIGINT")->needs("--interval");
+  stats->add_flag("-f,--follow", arguments.follow, "keep reading, until SIGINT or the reader ends")
+      ->needs("--interval");
 
   add("doctor", Command::Doctor, "Check bus, service, interface version, policy and clock");
 }
@@ -116,7 +165,7 @@ void addCommands(CLI::App& app, Arguments& arguments, Raw& raw) {
 /** Print the error. CLI11 reports a missing command or option first; an unknown word is the better message.
  */
 int complain(const CLI::App& app, const CLI::ParseError& error) {
-  const Raw::Texts unknown = app.remaining(true);
+  const Texts unknown = app.remaining(true);
   const bool missing = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError);
   return missing && !unknown.empty() ? app.exit(CLI::ExtrasError(unknown)) : app.exit(error);
 }
@@ -124,7 +173,7 @@ int complain(const CLI::App& app, const CLI::ParseError& error) {
 }  // namespace
 
 std::optional<Arguments> Arguments::parse(int argc, char** argv, int& exitCode) {
-  CLI::App app("Shows and acknowledges what the list services hold.", "tavroline-ctl");
+  CLI::App app("Shows and changes what the list services hold.", "tavroline-ctl");
   app.footer(
       "The bus is that of DBUS_SYSTEM_BUS_ADDRESS if it is set, else the system bus. Tables fit the "
       "terminal;\n"
@@ -134,24 +183,13 @@ std::optional<Arguments> Arguments::parse(int argc, char** argv, int& exitCode) 
   app.set_version_flag("--version", TAVROLINE_VERSION);
   app.require_subcommand(1);
   Arguments arguments;
-  Raw raw;
-  addCommands(app, arguments, raw);
+  arguments.user = loginName();
+  addCommands(app, arguments);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     exitCode = complain(app, error) == 0 ? ExitDone : ExitUsage;
     return std::nullopt;
   }
-  arguments.language = QString::fromStdString(raw.language);
-  arguments.user = QString::fromStdString(raw.user);
-  arguments.alarmIds = textsOf(raw.alarmIds);
-  EntryFilter& filter = arguments.filter;
-  for (const QString& name : textsOf(raw.types)) {
-    filter.types.append(EntryFilter::typeNames().indexOf(name));
-  }
-  filter.keywords = textsOf(raw.keywords);
-  filter.excludedKeywords = textsOf(raw.excludedKeywords);
-  filter.active = stateOf(raw.active, raw.inactive);
-  filter.acknowledged = stateOf(raw.acknowledged, raw.unacknowledged);
   return arguments;
 }

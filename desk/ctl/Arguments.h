@@ -9,7 +9,18 @@
 
 /** The command line of tavroline-ctl: one command with its options. */
 struct Arguments {
-  enum class Command { Events, DeleteEvents, Alarms, Acknowledge, AcknowledgeDetector, Statistics, Doctor };
+  enum class Command {
+    Events,
+    Alarms,
+    Log,
+    Raise,
+    Clear,
+    Acknowledge,
+    AcknowledgeDetector,
+    DeleteEvents,
+    Statistics,
+    Doctor
+  };
 
   /** Exit codes, as --help documents them. */
   enum Exit { ExitDone = 0, ExitFailed = 1, ExitUsage = 2, ExitNoBus = 3, ExitNoService = 4 };
@@ -24,6 +35,14 @@ struct Arguments {
   quint32 interval = 0;      ///< seconds from one reading of the statistics to the next, 0 for a single one
   QStringList alarmIds;
   QString user;
+  bool yes = false;  ///< delete without asking
+  /** What a person logs or raises. */
+  struct Entry {
+    QVector<int> types;  ///< number of its event type; empty: that of the command
+    QString text, module, icon;
+    QStringList keywords;
+  };
+  Entry entry;
 
   /**
    * Parse the command line; prints help, version and errors.

@@ -11,15 +11,6 @@ namespace {
 
 using Keys = EventlistHandlerDefinitions;
 
-/** The entries of a list reply; reports on stderr if the service had to leave out older ones. */
-QJsonArray entriesOf(const QJsonObject& reply) {
-  const int omitted = reply.value(QStringLiteral("Omitted")).toInt();
-  if (omitted > 0) {
-    std::fprintf(stderr, "tavroline-ctl: %d older entries did not fit into the service's reply\n", omitted);
-  }
-  return reply.value(Keys::getListDataName()).toArray();
-}
-
 /** The filter with its times. Throws std::invalid_argument if they exclude each other. */
 EntryFilter filterOf(ListClient& client, const Arguments& arguments) {
   EntryFilter filter = arguments.filter;
@@ -67,7 +58,7 @@ void showEvents(const Arguments& arguments) {
   ListClient client;
   const EntryFilter filter = filterOf(client, arguments);
   const quint32 asked = filter.isEmpty() ? arguments.count : 0;
-  const QJsonArray list = entriesOf(client.events(arguments.language, asked));
+  const QJsonArray list = Commands::entriesOf(client.events(arguments.language, asked));
   view.showAll(filter.passing(list, arguments.count));
 }
 
@@ -75,7 +66,7 @@ void showAlarms(const Arguments& arguments) {
   ListView view(ListClient::List::Alarms, arguments.json);
   const auto update = [&](ListClient& client) {
     const EntryFilter filter = filterOf(client, arguments);
-    view.showAll(filter.passing(entriesOf(client.alarms(arguments.language)), arguments.count));
+    view.showAll(filter.passing(Commands::entriesOf(client.alarms(arguments.language)), arguments.count));
   };
   if (arguments.follow) {
     Follow::changes(ListClient::List::Alarms, update);
@@ -84,47 +75,15 @@ void showAlarms(const Arguments& arguments) {
   update(client);
 }
 
-/** With --json, print that a change was carried out; without it only the exit code says so. */
-void confirm(const Arguments& arguments, const QString& done, const QJsonValue& what) {
-  if (arguments.json) {
-    Terminal::printJson(QJsonDocument(QJsonObject{{done, what}}));
-  }
-}
-
-/** The identifier in the list that equals `given`, or else the only one that begins with it, if `given` has
- * at least kShortest characters. Throws ClientError if there is none or several begin so. */
-QString identifierOf(const QJsonArray& list, const QString& given) {
-  constexpr int kShortest = 9;
-  QStringList beginning;
-  for (const QJsonValue& alarm : list) {
-    QString id = alarm.toObject().value(Keys::getListColumnNameAlarmID()).toString();
-    if (id == given) {
-      return id;
-    }
-    if (given.size() >= kShortest && id.startsWith(given)) {
-      beginning += id;
-    }
-  }
-  if (beginning.size() == 1) {
-    return beginning.first();
-  }
-  throw ClientError((beginning.isEmpty() ? "no alarm with the identifier " : "several alarms begin with ") +
-                    given.toStdString() + "; nothing acknowledged");
-}
-
-/** Checks the identifiers first: the service ignores unknown ones without an error. */
-void acknowledge(const Arguments& arguments) {
-  ListClient client;
-  const QJsonArray list = entriesOf(client.alarms(QString()));
-  QStringList ids;
-  for (const QString& given : arguments.alarmIds) {
-    ids += identifierOf(list, given);
-  }
-  client.acknowledgeAlarms(ids, arguments.user);
-  confirm(arguments, QStringLiteral("acknowledged"), QJsonArray::fromStringList(ids));
-}
-
 }  // namespace
+
+QJsonArray Commands::entriesOf(const QJsonObject& reply) {
+  const int omitted = reply.value(QStringLiteral("Omitted")).toInt();
+  if (omitted > 0) {
+    std::fprintf(stderr, "tavroline-ctl: %d older entries did not fit into the service's reply\n", omitted);
+  }
+  return reply.value(Keys::getListDataName()).toArray();
+}
 
 void Commands::run(const Arguments& arguments) {
   switch (arguments.command) {
@@ -132,17 +91,11 @@ void Commands::run(const Arguments& arguments) {
       return showEvents(arguments);
     case Arguments::Command::Alarms:
       return showAlarms(arguments);
-    case Arguments::Command::DeleteEvents:
-      ListClient().deleteEvents();
-      return confirm(arguments, QStringLiteral("deleted"), QStringLiteral("events"));
-    case Arguments::Command::Acknowledge:
-      return acknowledge(arguments);
-    case Arguments::Command::AcknowledgeDetector:
-      ListClient().acknowledgeDetector(arguments.user);
-      return confirm(arguments, QStringLiteral("acknowledged"), QStringLiteral("detector"));
     case Arguments::Command::Statistics:
       return showStatistics(arguments);
     case Arguments::Command::Doctor:
       return diagnose(arguments.json);
+    default:
+      return change(arguments);
   }
 }

@@ -9,6 +9,13 @@ namespace Commands {
 /** Carry out the command of these arguments; --follow runs until the process is ended. */
 void run(const Arguments& arguments);
 
+/** Carry out a command that changes the lists. Each leaves an entry of the audit trail with the user's name.
+ */
+void change(const Arguments& arguments);
+
+/** The entries of a list reply; reports on stderr if the service had to leave out older ones. */
+QJsonArray entriesOf(const QJsonObject& reply);
+
 /** Show the counters and flags of the service and the message counters of its clients: once, or with their
  * rates after each interval. */
 void showStatistics(const Arguments& arguments);

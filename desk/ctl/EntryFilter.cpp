@@ -10,15 +10,29 @@ namespace {
 
 using Keys = EventlistHandlerDefinitions;
 
-QDateTime ago(const QString& text) {
-  static const QRegularExpression form(QStringLiteral("^([0-9]{1,6})([smhd])$"));
+/** An age like 15m, or @ and seconds since 1970-01-01 00:00:00 UTC; invalid if the text is neither. */
+QDateTime countedTime(const QString& text) {
+  static const QRegularExpression form(QStringLiteral("^(@?)([0-9]{1,10})([smhdw]?)$"));
   const auto match = form.match(text);
-  if (!match.hasMatch()) {
+  const bool isEpoch = !match.captured(1).isEmpty();
+  if (!match.hasMatch() || isEpoch != match.captured(3).isEmpty()) {
     return {};
   }
-  const char unit = match.captured(2).at(0).toLatin1();
-  const qint64 seconds = unit == 's' ? 1 : unit == 'm' ? 60 : unit == 'h' ? 3600 : 86400;
-  return QDateTime::currentDateTime().addSecs(-match.captured(1).toLongLong() * seconds);
+  const qint64 number = match.captured(2).toLongLong();
+  if (isEpoch) {
+    return QDateTime::fromSecsSinceEpoch(number);
+  }
+  constexpr qint64 kSeconds[] = {1, 60, 3600, 86400, 604800};
+  const auto unit = QLatin1String("smhdw").indexOf(match.captured(3));
+  return QDateTime::currentDateTime().addSecs(-number * kSeconds[unit]);
+}
+
+/** A date, today or yesterday; invalid if the text is none of them. */
+QDate dayOf(const QString& text, int ahead) {
+  const QDate today = QDateTime::currentDateTime().addSecs(ahead).date();
+  return text == QLatin1String("today")       ? today
+         : text == QLatin1String("yesterday") ? today.addDays(-1)
+                                              : QDate::fromString(text, Qt::ISODate);
 }
 
 bool sharesOne(const QJsonArray& carried, const QStringList& wanted) {
@@ -79,7 +93,7 @@ const QStringList& EntryFilter::typeNames() {
 
 QDateTime EntryFilter::time(const std::string& text, bool atEnd, int ahead) {
   const QString words = QString::fromStdString(text).trimmed().replace(QLatin1Char(' '), QLatin1Char('T'));
-  const QDate day = QDate::fromString(words, Qt::ISODate);
+  const QDate day = dayOf(words, ahead);
   if (day.isValid()) {
     return clockTime(day, atEnd ? QTime(23, 59, 59, 999) : QTime(0, 0), ahead);
   }
@@ -91,5 +105,5 @@ QDateTime EntryFilter::time(const std::string& text, bool atEnd, int ahead) {
   if (both.isValid()) {
     return both.timeSpec() == Qt::LocalTime ? clockTime(both.date(), both.time(), ahead) : both;
   }
-  return ago(words);
+  return countedTime(words);
 }

@@ -76,7 +76,7 @@ int onChange(sd_bus_message*, void* changed, sd_bus_error*) {
 
 }  // namespace
 
-ListClient::ListClient() : m_session(QUuid::createUuid().toByteArray()) {
+ListClient::ListClient() {
   sd_bus* bus = nullptr;
   const int result = sd_bus_open_system(&bus);
   if (result < 0) {
@@ -138,26 +138,34 @@ ListClient::BusMessage ListClient::newCall(const Interface& interface, const cha
   return newMessage(kService, interface.path, interface.name, method);
 }
 
-/** Send one message and wait until the service has stored it. */
-void ListClient::change(const Tavroline::MessageWriter& message) {
+void ListClient::send(const Tavroline::MessageWriter& message) {
   if (!message.isSendable()) {
-    throw ClientError("the message is too long");
+    throw ClientError("the text is too long");
   }
-  if (m_lastMessage == 0) {
-    const BusMessage request = newCall(kMessages, "Resume");
-    check(sd_bus_message_append(request.get(), "ss", m_session.constData(), "tavroline-ctl"));
-    call(request);
-  }
+  const QByteArray session = QUuid::createUuid().toByteArray();
+  const BusMessage resume = newCall(kMessages, "Resume");
+  check(sd_bus_message_append(resume.get(), "ss", session.constData(), "tavroline-ctl"));
   const BusMessage request = newCall(kMessages, "Send");
-  check(sd_bus_message_append(request.get(), "stt", m_session.constData(), m_lastMessage + 1, m_lastMessage));
   const std::string_view bytes = message.bytes();
+  check(sd_bus_message_append(request.get(), "stt", session.constData(), quint64{1}, quint64{0}));
   check(sd_bus_message_append_array(request.get(), SD_BUS_TYPE_BYTE, bytes.data(), bytes.size()));
-  const BusMessage reply = call(request);
-  ++m_lastMessage;
+  BusMessage reply;
+  try {
+    call(resume);
+    reply = call(request);
+  } catch (const Forbidden&) {
+    throw Forbidden(
+        "the bus does not let this user change the lists: join the group that its policy allows, with the"
+        " packages tavroline");
+  }
+  quint64 number = 0;
+  quint32 reason = 0;
   check(sd_bus_message_skip(reply.get(), "t"));
   check(sd_bus_message_enter_container(reply.get(), SD_BUS_TYPE_ARRAY, "(tu)"));
-  if (sd_bus_message_at_end(reply.get(), 0) == 0) {
-    throw ClientError("the service refused the message as invalid");
+  if (sd_bus_message_read(reply.get(), "(tu)", &number, &reason) > 0) {
+    throw ClientError(reason == kRefusedFull
+                          ? "the alarm list is full"
+                          : "the service refused the entry: an identifier has at most 255 characters");
   }
 }
 
@@ -287,24 +295,6 @@ int ListClient::ahead() {
     m_ahead = timeZone() - QDateTime::currentDateTime().offsetFromUtc();
   }
   return *m_ahead;
-}
-
-void ListClient::deleteEvents() {
-  Tavroline::MessageWriter message;
-  message.deleteEvents();
-  change(message);
-}
-
-void ListClient::acknowledgeAlarms(const QStringList& alarmIds, const QString& user) {
-  Tavroline::MessageWriter message;
-  message.acknowledgeAlarms(user, alarmIds);
-  change(message);
-}
-
-void ListClient::acknowledgeDetector(const QString& user) {
-  Tavroline::MessageWriter message;
-  message.acknowledgeDetector(user);
-  change(message);
 }
 
 void ListClient::subscribe(List list) {

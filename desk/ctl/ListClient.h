@@ -2,7 +2,7 @@
 
 #include <QJsonArray>
 #include <QJsonObject>
-#include <QStringList>
+#include <QString>
 
 #include <optional>
 #include <stdexcept>
@@ -36,8 +36,7 @@ class NoService : public ClientError {
 };
 
 /**
- * Calls the list services and waits for each reply. An object's changes are the messages of one session. It
- * formats nothing. Every operation throws ClientError.
+ * Calls the list services and waits for each reply. It formats nothing. Every operation throws ClientError.
  */
 class ListClient {
  public:
@@ -90,9 +89,8 @@ class ListClient {
    * unknown), time (milliseconds since 1970-01-01 00:00:00 UTC), and figures by name. */
   QJsonArray clientCounters();
 
-  void deleteEvents();
-  void acknowledgeAlarms(const QStringList& alarmIds, const QString& user);
-  void acknowledgeDetector(const QString& user);
+  /** Send a message and wait until the service has stored it. */
+  void send(const Tavroline::MessageWriter& message);
 
   /** From now on waitForChange() reports changes of `list`, and every start and end of the service. */
   void subscribe(List list);
@@ -105,15 +103,12 @@ class ListClient {
 
   BusMessage newMessage(const char* destination, const char* path, const char* interface, const char* method);
   BusMessage newCall(const Interface& interface, const char* method);
-  void change(const Tavroline::MessageWriter& message);
   BusMessage call(const BusMessage& request);
   QJsonObject readList(const BusMessage& reply);
   static QByteArray readText(const BusMessage& reply);
   static QJsonObject readFigures(const BusMessage& reply);
 
   Tavroline::BusPointer<sd_bus> m_bus;
-  QByteArray m_session;
-  quint64 m_lastMessage = 0;
   std::optional<int> m_ahead;
   bool m_changed = false;
 };

@@ -11,10 +11,11 @@ namespace Tavroline::MessageFormat {
 
 /** What a message does; the byte after its size. */
 enum class Kind : std::uint8_t {
-  Entry = 1,               ///< an event or an edge of an alarm
-  DeleteEvents = 2,        ///< deletes the event list
-  AcknowledgeAlarms = 3,   ///< acknowledges the alarms with these identifiers
-  AcknowledgeDetector = 4  ///< acknowledges the central detector
+  Entry = 1,                ///< an event or an edge of an alarm
+  DeleteEvents = 2,         ///< deletes the event list
+  AcknowledgeAlarms = 3,    ///< acknowledges the alarms with these identifiers
+  AcknowledgeDetector = 4,  ///< acknowledges the central detector
+  EntryByHand = 5           ///< an entry of a person; an alarm that it turns on belongs to no session
 };
 
 /** Tags of the values in a description. */

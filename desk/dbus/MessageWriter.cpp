@@ -13,8 +13,8 @@ using MessageFormat::Tag;
 void MessageWriter::entry(const QString& alarmId, int state, int eventType, qint64 time,
                           const QString& iconType, const QString& moduleName, const QString& user,
                           const QString& objectName, const QStringList& keywords,
-                          const QVariantMap& description) {
-  begin(Kind::Entry);
+                          const QVariantMap& description, Kind kind) {
+  begin(kind);
   text(alarmId);
   number(static_cast<qint32>(state));
   number(static_cast<qint32>(eventType));
@@ -27,8 +27,11 @@ void MessageWriter::entry(const QString& alarmId, int state, int eventType, qint
   finish();
 }
 
-void MessageWriter::deleteEvents() {
+void MessageWriter::deleteEvents(const QString& user) {
   begin(Kind::DeleteEvents);
+  if (!user.isEmpty()) {
+    text(user);
+  }
   finish();
 }
 

@@ -31,11 +31,14 @@ class MessageWriter {
    * @param time ms since 1970-01-01 00:00:00 UTC
    * @param description its values are int, bool, double, QString, QVariantList or QVariantMap; a value of
    * another type makes the message unsendable
+   * @param kind Entry or EntryByHand
    */
   void entry(const QString& alarmId, int state, int eventType, qint64 time, const QString& iconType,
              const QString& moduleName, const QString& user, const QString& objectName,
-             const QStringList& keywords, const QVariantMap& description);
-  void deleteEvents();
+             const QStringList& keywords, const QVariantMap& description,
+             MessageFormat::Kind kind = MessageFormat::Kind::Entry);
+  /** @param user who deletes; empty for a program, which leaves no entry behind */
+  void deleteEvents(const QString& user = {});
   void acknowledgeAlarms(const QString& user, const QStringList& alarmIds);
   void acknowledgeDetector(const QString& user);
 

@@ -16,13 +16,14 @@ AlarmStore::AlarmStore(Database& database)
           database,
           "INSERT INTO alarms VALUES (?1, ?2, ?3, 1, 0, ?4, ?5, ?6, ?7, ?8, ?9) ON CONFLICT (alarm_id) DO"
           " UPDATE SET edge = ?2, event_type = ?3, acknowledged = acknowledged AND active, active = 1,"
-          " icon_type = ?4, module_name = ?5, time = ?6, description = ?7, keywords = ?8, session = ?9"),
+          " icon_type = ?4, module_name = ?5, time = ?6, description = ?7, keywords = ?8,"
+          " session = iif(active AND session = '', '', ?9)"),
       m_turnOff(database,
                 "UPDATE alarms SET edge = ?2, active = 0, icon_type = ?4, module_name = ?5, time = ?6,"
                 " description = ?7, keywords = ?8 WHERE alarm_id = ?1"),
       m_acknowledge(database, "UPDATE alarms SET acknowledged = 1 WHERE alarm_id = ?"),
       m_remove(database, "DELETE FROM alarms WHERE alarm_id = ? AND acknowledged AND NOT active"),
-      m_assign(database, "UPDATE alarms SET session = ?2 WHERE alarm_id = ?1"),
+      m_assign(database, "UPDATE alarms SET session = ?2 WHERE alarm_id = ?1 AND session <> ''"),
       m_activeOf(database, "SELECT alarm_id FROM alarms WHERE session = ? AND active ORDER BY edge LIMIT ?"),
       m_owners(database, "SELECT DISTINCT session FROM alarms WHERE active"),
       m_count(database, "SELECT count(*) FROM alarms"),

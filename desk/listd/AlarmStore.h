@@ -12,7 +12,7 @@ using AlarmSummary = std::array<int, 4>;
  * The alarm list: one entry per identifier, from its first "on" until it is both off and acknowledged. The
  * caller adds entries to the event list and opens and commits transactions.
  *
- * An alarm belongs to the session that reported it on last.
+ * An alarm belongs to the session that reported it on last. One without a session stays so until it is off.
  */
 class AlarmStore {
  public:
@@ -52,7 +52,7 @@ class AlarmStore {
   State find(const QByteArray& alarmId);
   /** What an entry about an alarm of the list needs: identifier, type, module, description, keywords. */
   StoredEntry read(const QByteArray& alarmId);
-  /** Let an alarm belong to another session. */
+  /** Let an alarm that has a session belong to another one. */
   void assign(const QByteArray& alarmId, const QByteArray& session);
   /** Active alarms of one session in the order of their edges, at most `count`. */
   QByteArrayList activeOf(const QByteArray& session, qint64 count);

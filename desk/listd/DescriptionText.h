@@ -21,6 +21,10 @@ constexpr char kAlarmAcknowledged[] = "AlarmAcknowledged";
 constexpr char kDetectorAcknowledged[] = "DetectorAcknowledged";
 constexpr char kAlarmNotReported[] = "AlarmNotReported";
 constexpr char kProgramEnded[] = "ProgramEnded";
+constexpr char kEventLogged[] = "EventLogged";
+constexpr char kAlarmRaised[] = "AlarmRaised";
+constexpr char kAlarmCleared[] = "AlarmCleared";
+constexpr char kEventsDeleted[] = "EventsDeleted";
 
 /** The service's languages, the default first. */
 QByteArrayList languages();

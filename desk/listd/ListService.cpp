@@ -6,11 +6,9 @@
 #include <algorithm>
 
 #include "DescriptionText.h"
-#include "EventlistHandlerDefinitions.h"
 #include "EventlistHandlerEnums.h"
-#include "EventsDBusDefinitions.h"
-#include "ListJson.h"
 #include "ListServiceNames.h"
+#include "ServiceEntries.h"
 
 using Tavroline::MessageFormat::Kind;
 
@@ -24,29 +22,6 @@ bool turnsOn(const StoredEntry& entry) {
 
 bool turnsOff(const StoredEntry& entry) {
   return !entry.alarmId.isEmpty() && entry.state == EventlistHandlerEnums::StateOff;
-}
-
-/** The alarm's description, or one that shows the alarm's identifier if the text of the former is empty. */
-QByteArray subjectOf(const StoredEntry& alarm) {
-  std::string text;
-  if (DescriptionText::make(viewOf(alarm.description), {}, text) && !text.empty()) {
-    return alarm.description;
-  }
-  QByteArray subject = "{\"" + EventsDBusDefinitions::getEventDBusKeyObjectName().toUtf8() + "\":";
-  ListJson::appendQuoted(subject, viewOf(alarm.alarmId));
-  return subject + '}';
-}
-
-/** An entry of the service itself: `key` selects its text. */
-StoredEntry ownEntry(const char* key, const QByteArray& subject = {}) {
-  StoredEntry entry;
-  entry.eventType = EventlistHandlerEnums::EventTypeAuditTrail;
-  entry.state = EventlistHandlerEnums::StateNeutral;
-  entry.iconType = EventlistHandlerDefinitions::getIconNameAuditTrail().toUtf8();
-  entry.time = QDateTime::currentMSecsSinceEpoch();
-  entry.description = DescriptionText::ofTable(key, subject);
-  entry.keywords = "[]";
-  return entry;
 }
 
 }  // namespace
@@ -156,7 +131,7 @@ QByteArrayList ListService::reportAlarms(const Sender& sender, const QByteArrayL
         m_alarms.assign(alarmId, sender.session);
       }
       for (const QByteArray& alarmId : ended) {
-        turnOff(alarmId, DescriptionText::kAlarmNotReported);
+        turnOff(ServiceEntries::off(DescriptionText::kAlarmNotReported, m_alarms.read(alarmId)));
       }
       m_sessions.write(sender.session, m_sessions.find(sender.session).upTo, sender.user);
     });
@@ -174,7 +149,7 @@ quint32 ListService::raiseAlarms(const Sender& sender, const MessageReader::Batc
       } else if (m_alarms.find(message.entry.alarmId).active) {
         m_alarms.assign(message.entry.alarmId, sender.session);
       } else {
-        full += applyEntry(sender, message.entry) != 0 ? 1 : 0;
+        full += applyEntry(sender.session, message.entry) != 0 ? 1 : 0;
       }
     }
     m_sessions.write(sender.session, m_sessions.find(sender.session).upTo, sender.user);
@@ -187,7 +162,7 @@ bool ListService::endSession(const QByteArray& session) {
   if (!alarms.isEmpty()) {
     transaction([&] {
       for (const QByteArray& alarmId : alarms) {
-        turnOff(alarmId, DescriptionText::kProgramEnded);
+        turnOff(ServiceEntries::off(DescriptionText::kProgramEnded, m_alarms.read(alarmId)));
       }
     });
   }
@@ -220,29 +195,32 @@ quint32 ListService::apply(const Sender& sender, const MessageReader::Message& m
   }
   switch (message.kind) {
     case Kind::Entry:
-      return applyEntry(sender, message.entry);
+      return applyEntry(sender.session, message.entry);
+    case Kind::EntryByHand:
+      return applyByHand(message.entry);
     case Kind::DeleteEvents:
       m_changes.events = m_events.clear() || m_changes.events;
+      if (!message.entry.user.isEmpty()) {
+        append(ServiceEntries::audit(DescriptionText::kEventsDeleted, message.entry.user));
+      }
       break;
     case Kind::AcknowledgeAlarms:
       acknowledge(message.alarmIds, message.entry.user);
       break;
-    case Kind::AcknowledgeDetector: {
+    case Kind::AcknowledgeDetector:
       setDetector(false);
-      StoredEntry entry = ownEntry(DescriptionText::kDetectorAcknowledged);
-      entry.user = message.entry.user;
-      append(entry);
-    }
+      append(ServiceEntries::audit(DescriptionText::kDetectorAcknowledged, message.entry.user));
   }
   return 0;
 }
 
-quint32 ListService::applyEntry(const Sender& sender, const StoredEntry& entry) {
+/** An alarm that the entry turns on belongs to `owner`, a session or none. */
+quint32 ListService::applyEntry(const QByteArray& owner, const StoredEntry& entry) {
   if (turnsOn(entry)) {
     if (!m_alarms.hasRoomFor(entry.alarmId)) {
       return Tavroline::ListServiceNames::kRefusedFull;
     }
-    if (m_alarms.turnOn(entry, append(entry), sender.session)) {
+    if (m_alarms.turnOn(entry, append(entry), owner)) {
       setDetector(true);
     }
     m_changes.alarms = true;
@@ -255,34 +233,39 @@ quint32 ListService::applyEntry(const Sender& sender, const StoredEntry& entry) 
   return 0;
 }
 
+quint32 ListService::applyByHand(const StoredEntry& entry) {
+  if (turnsOff(entry)) {
+    const StoredEntry alarm = m_alarms.read(entry.alarmId);
+    if (m_alarms.find(entry.alarmId).active) {
+      StoredEntry off = ServiceEntries::off(DescriptionText::kAlarmCleared, alarm);
+      off.description = alarm.description;
+      off.user = entry.user;
+      turnOff(off);
+      append(ServiceEntries::audit(DescriptionText::kAlarmCleared, entry.user, alarm));
+    }
+    return 0;
+  }
+  const quint32 refusal = applyEntry({}, entry);
+  if (refusal == 0 && entry.eventType != EventlistHandlerEnums::EventTypeAuditTrail) {
+    const char* const key = turnsOn(entry) ? DescriptionText::kAlarmRaised : DescriptionText::kEventLogged;
+    append(ServiceEntries::audit(key, entry.user, entry));
+  }
+  return refusal;
+}
+
 void ListService::acknowledge(const QByteArrayList& alarmIds, const QByteArray& user) {
   for (const QByteArray& alarmId : alarmIds) {
     const AlarmStore::State state = m_alarms.find(alarmId);
     if (state.known && !state.acknowledged) {
-      const StoredEntry alarm = m_alarms.read(alarmId);
-      StoredEntry entry = ownEntry(DescriptionText::kAlarmAcknowledged, subjectOf(alarm));
-      entry.moduleName = alarm.moduleName;
-      entry.user = user;
+      append(ServiceEntries::audit(DescriptionText::kAlarmAcknowledged, user, m_alarms.read(alarmId)));
       m_alarms.acknowledge(alarmId);
-      append(entry);
       m_changes.alarms = true;
     }
   }
 }
 
-/** Turn an alarm off for a reason of the service itself. */
-void ListService::turnOff(const QByteArray& alarmId, const char* reason) {
-  using Icons = EventlistHandlerDefinitions;
-  const StoredEntry alarm = m_alarms.read(alarmId);
-  StoredEntry entry = ownEntry(reason, subjectOf(alarm));
-  const bool isFault = alarm.eventType == EventlistHandlerEnums::EventTypeFault;
-  entry.iconType = (isFault ? Icons::getIconNameFaultOff() : Icons::getIconNameAlarmOff()).toUtf8();
-  entry.eventType = alarm.eventType;
-  entry.state = EventlistHandlerEnums::StateOff;
-  entry.moduleName = alarm.moduleName;
-  entry.keywords = alarm.keywords;
-  entry.alarmId = alarmId;
-  m_alarms.turnOff(entry, append(entry));
+void ListService::turnOff(const StoredEntry& off) {
+  m_alarms.turnOff(off, append(off));
   m_changes.alarms = true;
 }
 

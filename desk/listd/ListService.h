@@ -98,9 +98,10 @@ class ListService {
   template <class Work>
   void transaction(const Work& work);
   quint32 apply(const Sender& sender, const MessageReader::Message& message);
-  quint32 applyEntry(const Sender& sender, const StoredEntry& entry);
+  quint32 applyEntry(const QByteArray& owner, const StoredEntry& entry);
+  quint32 applyByHand(const StoredEntry& entry);
   void acknowledge(const QByteArrayList& alarmIds, const QByteArray& user);
-  void turnOff(const QByteArray& alarmId, const char* reason);
+  void turnOff(const StoredEntry& off);
   qint64 append(const StoredEntry& entry);
   void setDetector(bool on);
 

@@ -174,9 +174,11 @@ void readMessage(Bytes bytes, MessageReader::Message& message) {
   message.kind = static_cast<Kind>(bytes.number<quint8>());
   switch (message.kind) {
     case Kind::Entry:
+    case Kind::EntryByHand:
       readEntry(bytes, message.entry);
       break;
     case Kind::DeleteEvents:
+      message.entry.user = bytes.isEmpty() ? QByteArray() : bytes.text();
       break;
     case Kind::AcknowledgeAlarms:
       message.entry.user = bytes.text();

@@ -73,6 +73,31 @@ TEST_F(CtlTest, ShowsTheEntriesThatPassTheFiltersAndAcknowledgesByTheBeginningOf
             std::string::npos);
 }
 
+TEST_F(CtlTest, ChangesTheListsByHandAndLeavesATrail) {
+  const std::string ask = std::string(TAVROLINE_CTL) + " delete-events";
+  ctl({"log", "Filter changed"});
+  ctl({"log", "-t", "event", "-u", "Kim", "Belt off"});
+  EXPECT_EQ(ctl({"raise", "--id", "tank-1", "-m", "Tank", "Level high"}), "tank-1\n");
+  ctl({"raise", "--id", "tank-1", "Level low"}, 1);
+  ctl({"clear", "tank-1"});
+  ctl({"clear", "tank-1"}, 1);
+  ctl({"ack", "tank-1"});
+  EXPECT_EQ(column("ID", {"alarms"}), Strings{});
+  ChildProcess terminal("script", {"-qec", ask, file("typescript")});  // ends at the question: nobody answers
+  EXPECT_EQ(terminal.wait(), 1) << terminal.output();
+  const std::string subject = "Tank: Level high";
+  const Strings trail{"Alarm acknowledged: " + subject, "Alarm cleared by hand: " + subject,
+                      "Alarm raised by hand: " + subject, "Event logged by hand: Belt off", "Filter changed"};
+  EXPECT_EQ(column("DESCRIPTION", {"events", "--type", "audit"}), trail);
+  EXPECT_EQ(column("DESCRIPTION", {"events", "--type", "alarm,event"}),
+            (Strings{subject, subject, "Belt off"}));
+  const Strings users = column("USER", {"events"});
+  EXPECT_EQ(std::count(users.begin(), users.end(), ""), 0);
+  EXPECT_EQ(std::count(users.begin(), users.end(), "Kim"), 2);
+  ctl({"delete-events"});
+  EXPECT_EQ(column("DESCRIPTION", {"events"}), Strings{"Event list deleted"}) << "without a terminal";
+}
+
 TEST_F(CtlTest, SaysWhatIsWrongAndWhatToDo) {
   const auto expect = [](const Strings& arguments, int status, const char* said) {
     EXPECT_NE(ctl(arguments, status).find(said), std::string::npos) << said;
@@ -81,7 +106,7 @@ TEST_F(CtlTest, SaysWhatIsWrongAndWhatToDo) {
   expect({"evnets"}, 2, "not expected: evnets");
   expect({"events", "--since", "soon"}, 2, "'soon' is no time");
   expect({"events", "--since", "1h", "--until", "2h"}, 2, "no entry can pass");
-  expect({"ack", "{none}", "--user", "Kim"}, 1, "no alarm with the identifier");
+  expect({"ack", "{none}", "--user", "Kim"}, 1, "no such alarm");
   service.reset();
   expect({"events"}, 4, "start tavroline-listd");
   expect({"doctor"}, 1, "service    BAD");

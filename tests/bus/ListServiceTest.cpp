@@ -65,6 +65,23 @@ TEST_F(ListServiceTest, TakesTheStateOfASessionsAlarms) {
   EXPECT_EQ(column("user"), "+x +n " + off + "z " + off + "y " + off + "x +v +u *z !y +y +x +w");
 }
 
+TEST_F(ListServiceTest, KeepsAnAlarmRaisedByHandFromEveryProgram) {
+  startAgain();
+  auto person = std::make_unique<Peer>();
+  Peer program;
+  EXPECT_EQ(person->begin("1", 1, "@a @b"), "0, 2");
+  EXPECT_EQ(program.begin("2", 1, "+a +c"), "0, 2");
+  EXPECT_EQ(program.report("2", "b"), "");
+  EXPECT_EQ(program.raise("2", "+b"), "");
+  EXPECT_EQ(program.report("2"), "") << "c goes off";
+  end(person);
+  person = std::make_unique<Peer>();
+  EXPECT_EQ(person->begin("3", 1, "+d"), "0, 1");
+  end(person);
+  ASSERT_TRUE(eventually([&] { return alarms("--inactive") == "d c"; })) << "the grace time is over";
+  EXPECT_EQ(alarms("--active"), "a b");
+}
+
 TEST_F(ListServiceTest, TurnsTheAlarmsOfAnEndedProgramOff) {
   startAgain();
   auto ends = std::make_unique<Peer>();

@@ -27,7 +27,8 @@ inline std::string entry(const std::string& user, const Map& description = {}, c
   return std::string(message.bytes());
 }
 
-/** A message in a word: "+x" and "-x" turn alarm x on and off, "*x" and "/x" fault x, "!x" acknowledges, "!"
+/** A message in a word: "+x" and "-x" turn alarm x on and off, "*x" and "/x" fault x, "@x" turns
+ * alarm x on by hand, "!x" acknowledges, "!"
  * the detector; "delete" deletes the event list, "bad" is invalid, any other is an event with this user. */
 inline std::string message(const std::string& word) {
   Tavroline::MessageWriter message;
@@ -37,6 +38,8 @@ inline std::string message(const std::string& word) {
   }
   if (word == "delete") {
     message.deleteEvents();
+  } else if (word[0] == '@') {
+    return entry(word, {}, word.substr(1), kOn, kAlarm).replace(4, 1, "\5");
   } else if (word == "!") {
     message.acknowledgeDetector("!");
   } else if (word[0] == '!') {

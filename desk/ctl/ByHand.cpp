@@ -1,0 +1,167 @@
+#include <unistd.h>
+
+#include <QDateTime>
+#include <QUuid>
+
+#include <iostream>
+#include <string>
+
+#include "Commands.h"
+#include "EventlistHandlerDefinitions.h"
+#include "EventlistHandlerEnums.h"
+#include "EventsDBusDefinitions.h"
+#include "Terminal.h"
+
+namespace {
+
+using Names = EventlistHandlerDefinitions;
+using Enums = EventlistHandlerEnums;
+using Keys = EventsDBusDefinitions;
+using Message = Tavroline::MessageWriter;
+
+/** Send an entry as a program would log it, with the present time. @param type unless the user says another
+ */
+void send(ListClient& client, const Arguments& arguments, int type, const QString& alarmId, int state) {
+  const Arguments::Entry& entry = arguments.entry;
+  type = entry.types.value(0, type);
+  const QString icons[] = {Names::getIconNameAlarmOn(), Names::getIconNameAuditTrail(),
+                           Names::getIconNameFaultOn(), Names::getIconNameEvent()};
+  const QVariantMap description{{Keys::getEventDBusKeyModuleName(), entry.module},
+                                {Keys::getEventDBusKeyObjectName(), entry.text}};
+  Message message;
+  message.entry(alarmId, state, type, QDateTime::currentMSecsSinceEpoch(),
+                entry.icon.isEmpty() ? icons[type] : entry.icon, entry.module, arguments.user, entry.text,
+                entry.keywords, description, Tavroline::MessageFormat::Kind::EntryByHand);
+  client.send(message);
+}
+
+/** With --json, print what was done; without it only the exit code says so. */
+void confirm(const Arguments& arguments, const char* done, const QJsonValue& what) {
+  if (arguments.json) {
+    Terminal::printJson(QJsonDocument(QJsonObject{{QLatin1String(done), what}}));
+  }
+}
+
+QString idOf(const QJsonValue& alarm) {
+  return alarm.toObject().value(Names::getListColumnNameAlarmID()).toString();
+}
+
+bool isActive(const QJsonValue& alarm) {
+  return alarm.toObject().value(Names::getListColumnNameAlarmActive()).toBool();
+}
+
+/** The identifier in the list that equals `given`, or else the only one that begins with it, if `given` has
+ * at least kShortest characters. Throws ClientError if there is none or several begin so. */
+QString identifierOf(const QJsonArray& list, const QString& given) {
+  constexpr int kShortest = 9;
+  QStringList beginning;
+  for (const QJsonValue& alarm : list) {
+    const QString id = idOf(alarm);
+    if (id == given) {
+      return id;
+    }
+    if (given.size() >= kShortest && id.startsWith(given)) {
+      beginning += id;
+    }
+  }
+  if (beginning.size() == 1) {
+    return beginning.first();
+  }
+  throw ClientError((beginning.isEmpty() ? "no such alarm: " : "several alarms begin with ") +
+                    given.toStdString() + "; nothing changed");
+}
+
+/** The alarm list, only the active ones if asked. */
+QJsonArray alarmList(ListClient& client, bool activeOnly) {
+  QJsonArray alarms;
+  for (const QJsonValue alarm : Commands::entriesOf(client.alarms(QString()))) {
+    if (!activeOnly || isActive(alarm)) {
+      alarms.append(alarm);
+    }
+  }
+  return alarms;
+}
+
+/** The identifiers that the user named. All are checked first: the service ignores unknown ones. */
+QStringList identifiers(ListClient& client, const Arguments& arguments, bool activeOnly) {
+  const QJsonArray alarms = alarmList(client, activeOnly);
+  QStringList ids;
+  for (const QString& given : arguments.alarmIds) {
+    ids += identifierOf(alarms, given);
+  }
+  return ids;
+}
+
+void acknowledge(ListClient& client, const Arguments& arguments) {
+  const QStringList ids = identifiers(client, arguments, false);
+  Message message;
+  message.acknowledgeAlarms(arguments.user, ids);
+  client.send(message);
+  confirm(arguments, "acknowledged", QJsonArray::fromStringList(ids));
+}
+
+void acknowledgeDetector(ListClient& client, const Arguments& arguments) {
+  Message message;
+  message.acknowledgeDetector(arguments.user);
+  client.send(message);
+  confirm(arguments, "acknowledged", QStringLiteral("detector"));
+}
+
+void raise(ListClient& client, const Arguments& arguments) {
+  const QString id = arguments.alarmIds.value(0, QUuid::createUuid().toString());
+  for (const QJsonValue alarm : alarmList(client, true)) {
+    if (idOf(alarm) == id) {
+      throw ClientError("the alarm " + id.toStdString() + " is on already");
+    }
+  }
+  send(client, arguments, Enums::EventTypeAlarm, id, Enums::StateOn);
+  if (!arguments.json) {
+    Terminal::print(id.toUtf8() + '\n');
+  }
+  confirm(arguments, "raised", id);
+}
+
+void clear(ListClient& client, const Arguments& arguments) {
+  const QStringList ids = identifiers(client, arguments, true);
+  for (const QString& id : ids) {
+    send(client, arguments, Enums::EventTypeAlarm, id, Enums::StateOff);
+  }
+  confirm(arguments, "cleared", QJsonArray::fromStringList(ids));
+}
+
+void deleteEvents(ListClient& client, const Arguments& arguments) {
+  if (!arguments.yes && isatty(STDIN_FILENO) != 0) {
+    std::cerr << "Delete the event list with its "
+              << client.statistics().value(QStringLiteral("entries")).toInt() << " entries? [y/N] ";
+    std::string answer;
+    std::getline(std::cin, answer);
+    if (answer != "y" && answer != "yes") {
+      throw ClientError("nothing deleted");
+    }
+  }
+  Message message;
+  message.deleteEvents(arguments.user);
+  client.send(message);
+  confirm(arguments, "deleted", QStringLiteral("events"));
+}
+
+}  // namespace
+
+void Commands::change(const Arguments& arguments) {
+  ListClient client;
+  switch (arguments.command) {
+    case Arguments::Command::Log:
+      send(client, arguments, Enums::EventTypeAuditTrail, {}, Enums::StateNeutral);
+      return confirm(arguments, "logged", arguments.entry.text);
+    case Arguments::Command::Raise:
+      return raise(client, arguments);
+    case Arguments::Command::Clear:
+      return clear(client, arguments);
+    case Arguments::Command::Acknowledge:
+      return acknowledge(client, arguments);
+    case Arguments::Command::AcknowledgeDetector:
+      return acknowledgeDetector(client, arguments);
+    default:
+      return deleteEvents(client, arguments);
+  }
+}
