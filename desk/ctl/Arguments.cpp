@@ -138,17 +138,41 @@ void addChanges(const Add& add, Arguments& arguments) {
   }
 }
 
+void addExport(CLI::App* command, Arguments& arguments) {
+  addText(command, "--format", arguments.format, "jsonl, csv, or journal for systemd-journal-remote")
+      ->type_name("FORMAT")
+      ->check(CLI::IsMember(Texts{"jsonl", "csv", "journal"}).description(""))
+      ->required();
+  const auto readCursor = [&arguments](const std::string& text) {
+    char rest = 0;
+    if (std::sscanf(text.c_str(), "%llu:%lld%c", &arguments.after.epoch, &arguments.after.number, &rest) !=
+        2) {
+      throw CLI::ValidationError("--after", "'" + text + "' is no cursor of an exported entry");
+    }
+  };
+  command
+      ->add_option_function<std::string>("--after", readCursor,
+                                         "only what is behind the entry with this cursor")
+      ->type_name("CURSOR");
+  addText(command, "-l,--language", arguments.language, "language of the descriptions, for example de");
+  command->add_flag("-f,--follow", arguments.follow, "go on with new entries, until the reader ends");
+}
+
 void addCommands(CLI::App& app, Arguments& arguments) {
   using Command = Arguments::Command;
   const auto add = [&](const char* name, Command value, const char* help) {
     CLI::App* command = app.add_subcommand(name, help);
     command->parse_complete_callback([&arguments, value] { arguments.command = value; });
-    command->add_flag("-j,--json", arguments.json, "JSON instead of text");
+    if (value != Command::Export) {
+      command->add_flag("-j,--json", arguments.json, "JSON instead of text");
+    }
     return command;
   };
   CLI::App* events = add("events", Command::Events, "Show the event list, the newest first");
   CLI::App* alarms = add("alarms", Command::Alarms, "Show the alarm list, the newest change first");
   addLists(events, alarms, arguments);
+  addExport(add("export", Command::Export, "Write the event list for other programs, the oldest entry first"),
+            arguments);
   addChanges(add, arguments);
 
   CLI::App* stats =
@@ -178,7 +202,7 @@ std::optional<Arguments> Arguments::parse(int argc, char** argv, int& exitCode) 
       "The bus is that of DBUS_SYSTEM_BUS_ADDRESS if it is set, else the system bus. Tables fit the "
       "terminal;\n"
       "colours are shown on a terminal only, and not if NO_COLOR is set. Each command has its own --help.\n"
-      "Exit codes: 0 done; 1 the service refused, or the doctor found a fault; 2 wrong usage; 3 the bus\n"
+      "Exit codes: 0 done; 1 refused, not written, or the doctor found a fault; 2 wrong usage; 3 the bus\n"
       "cannot be reached; 4 no list service on the bus.");
   app.set_version_flag("--version", TAVROLINE_VERSION);
   app.require_subcommand(1);

@@ -6,11 +6,13 @@
 #include <optional>
 
 #include "EntryFilter.h"
+#include "EventPages.h"
 
 /** The command line of tavroline-ctl: one command with its options. */
 struct Arguments {
   enum class Command {
     Events,
+    Export,
     Alarms,
     Log,
     Raise,
@@ -33,6 +35,8 @@ struct Arguments {
   EntryFilter filter;        ///< without its times
   std::string since, until;  ///< times of the filter as EntryFilter::time() parses them; empty: no bound
   quint32 interval = 0;      ///< seconds from one reading of the statistics to the next, 0 for a single one
+  QString format;            ///< of the export: jsonl, csv or journal
+  Cursor after;              ///< the export begins behind it
   QStringList alarmIds;
   QString user;
   bool yes = false;  ///< delete without asking

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "EventPages.h"
 #include "EventlistHandlerDefinitions.h"
 #include "Follow.h"
 #include "ListView.h"
@@ -22,31 +23,23 @@ EntryFilter filterOf(ListClient& client, const Arguments& arguments) {
   return filter;
 }
 
-/** The entries behind the page that pass the filter, the oldest first; `page` becomes the last one read. */
-QJsonArray addedEvents(ListClient& client, ListClient::Page& page, const Arguments& arguments) {
-  const EntryFilter filter = filterOf(client, arguments);
-  QJsonArray added;
-  do {
-    page = client.eventsAfter(page.epoch, page.last, arguments.language);
-    for (const QJsonValue& entry : filter.passing(page.entries)) {
-      added.append(entry);
-    }
-  } while (!page.entries.isEmpty());
-  return added;
-}
-
 void followEvents(ListView& view, const Arguments& arguments) {
-  ListClient::Page page;
+  EventPages pages(arguments.language, {});
+  QJsonArray added;  // kept when a reading is interrupted
   bool first = true;
   Follow::changes(ListClient::List::Events, [&](ListClient& client) {
-    QJsonArray added = addedEvents(client, page, arguments);
-    if (!std::exchange(first, false)) {
-      return view.showMore(added);
-    }
-    while (arguments.count != 0 && static_cast<quint32>(added.size()) > arguments.count) {
+    const EntryFilter filter = filterOf(client, arguments);
+    pages.read(client, [&](quint64, const QJsonArray& page) {
+      for (const QJsonValue& entry : filter.passing(page)) {
+        added.append(entry);
+      }
+    });
+    while (first && arguments.count != 0 && static_cast<quint32>(added.size()) > arguments.count) {
       added.removeFirst();
     }
-    view.showAll(added);
+    first ? view.showAll(added) : view.showMore(added);
+    first = false;
+    added = {};
   });
 }
 
@@ -91,6 +84,8 @@ void Commands::run(const Arguments& arguments) {
       return showEvents(arguments);
     case Arguments::Command::Alarms:
       return showAlarms(arguments);
+    case Arguments::Command::Export:
+      return exportEvents(arguments);
     case Arguments::Command::Statistics:
       return showStatistics(arguments);
     case Arguments::Command::Doctor:

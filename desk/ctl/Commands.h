@@ -16,6 +16,9 @@ void change(const Arguments& arguments);
 /** The entries of a list reply; reports on stderr if the service had to leave out older ones. */
 QJsonArray entriesOf(const QJsonObject& reply);
 
+/** Write the event list in a format for other programs, the oldest entry first. */
+void exportEvents(const Arguments& arguments);
+
 /** Show the counters and flags of the service and the message counters of its clients: once, or with their
  * rates after each interval. */
 void showStatistics(const Arguments& arguments);

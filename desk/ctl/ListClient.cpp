@@ -196,8 +196,14 @@ QJsonObject ListClient::readList(const BusMessage& reply) {
     QJsonObject entry = value.toObject();
     const QString clock = entry.value(Keys::getListColumnNameLocalTime()).toString();
     const QDateTime shown = QDateTime::fromString(clock + QLatin1Char('Z'), Qt::ISODateWithMs);
-    entry.insert(Keys::getListColumnNameLocalTime(),
-                 EntryFilter::clockTime(shown.date(), shown.time(), ahead()).toString(Qt::ISODateWithMs));
+    QDateTime time = EntryFilter::clockTime(shown.date(), shown.time(), ahead());
+    const QJsonValue exact = entry.value(QStringLiteral("Time"));
+    if (exact.isDouble()) {  // a page
+      const auto instant = static_cast<qint64>(exact.toDouble());
+      time = QDateTime::fromMSecsSinceEpoch(instant, Qt::OffsetFromUTC,
+                                            static_cast<int>((shown.toMSecsSinceEpoch() - instant) / 1000));
+    }
+    entry.insert(Keys::getListColumnNameLocalTime(), time.toString(Qt::ISODateWithMs));
     value = entry;
   }
   object.insert(Keys::getListDataName(), entries);
@@ -228,15 +234,10 @@ ListClient::Page ListClient::eventsAfter(quint64 epoch, qint64 number, const QSt
   const BusMessage request = newCall(kEvents, "GetEntries");
   check(sd_bus_message_append(request.get(), "txus", epoch, number, kMost, bytes(language).constData()));
   const BusMessage reply = call(request);
-  Page page;
-  check(sd_bus_message_read(reply.get(), "tx", &page.epoch, &page.oldest));
-  page.entries = readList(reply).value(Keys::getListDataName()).toArray();
-  page.last = page.epoch == epoch ? number : 0;
-  if (!page.entries.isEmpty()) {
-    const QJsonValue id = page.entries.last().toObject().value(Keys::getListColumnNameEventlistId());
-    page.last = static_cast<int64_t>(id.toDouble());
-  }
-  return page;
+  int64_t oldest = 0;
+  int64_t last = 0;
+  check(sd_bus_message_read(reply.get(), "txx", &epoch, &oldest, &last));
+  return {epoch, oldest, last, readList(reply).value(Keys::getListDataName()).toArray()};
 }
 
 QJsonObject ListClient::alarms(const QString& language) {

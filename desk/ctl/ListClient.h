@@ -73,12 +73,11 @@ class ListClient {
    * 0 for all. */
   QJsonObject events(const QString& language, quint32 count);
   QJsonObject alarms(const QString& language);
-  /** At most 1,000 entries with higher numbers than `number`, the oldest first; if the list has another
-   * epoch, from its oldest entry on. */
+  /** A page of the event list, the oldest entry first, as GetEntries of ListService1 describes it. */
   struct Page {
     quint64 epoch = 0;  ///< identifies the list
-    int64_t oldest = 0;
-    int64_t last = 0;  ///< the next page begins after it
+    qint64 oldest = 0;
+    qint64 last = 0;  ///< the next page begins after it
     QJsonArray entries;
   };
   Page eventsAfter(quint64 epoch, qint64 number, const QString& language);

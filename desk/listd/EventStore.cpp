@@ -8,8 +8,23 @@
 
 namespace {
 
-const std::string kSelect =
-    "SELECT id, event_type, icon_type, time, module_name, description, user, keywords FROM events";
+const std::string kColumns = "id, event_type, icon_type, time, module_name, description, user, keywords";
+
+/** How each of kColumns is shown. */
+const std::vector<ListJson::Column>& listColumns() {
+  using Names = EventlistHandlerDefinitions;
+  using Form = ListJson::Form;
+  static const std::vector<ListJson::Column> kShown{
+      {Names::getListColumnNameEventlistId(), Form::Number},
+      {Names::getListColumnNameEventType(), Form::Number},
+      {Names::getListColumnNameIconType(), Form::Text},
+      {Names::getListColumnNameLocalTime(), Form::Time},
+      {Names::getListColumnNameModuleName(), Form::Text},
+      {Names::getListColumnNameDescription(), Form::Description},
+      {Names::getListColumnNameUser(), Form::Text},
+      {Names::getListColumnNameKeywords(), Form::Keywords}};
+  return kShown;
+}
 
 }  // namespace
 
@@ -22,8 +37,8 @@ EventStore::EventStore(Database& database, const Limits& limits)
              "DELETE FROM events WHERE id < max(?1, ifnull("
              "(SELECT id FROM events WHERE time >= ?2 ORDER BY id LIMIT 1), ?3))"),
       m_clear(database, "DELETE FROM events"),
-      m_select(database, kSelect + " ORDER BY id DESC LIMIT ?"),
-      m_page(database, kSelect + " WHERE id > ? ORDER BY id LIMIT ?"),
+      m_select(database, "SELECT " + kColumns + " FROM events ORDER BY id DESC LIMIT ?"),
+      m_page(database, "SELECT " + kColumns + ", time FROM events WHERE id > ? ORDER BY id LIMIT ?"),
       m_oldest(database, "SELECT min(id) FROM events") {}
 
 qint64 EventStore::append(const StoredEntry& entry) {
@@ -59,30 +74,25 @@ bool EventStore::clear() {
 QByteArray EventStore::list(quint32 count, const QByteArray& language) {
   const qint64 wanted = count == 0 ? this->count() : qMin<qint64>(count, this->count());
   const qint64 shown = qMin(wanted, m_limits.reply);
-  return write(m_select.bind(0, shown), language, shown, wanted - shown);
+  return write(m_select.bind(0, shown), listColumns(), language, shown, wanted - shown).list;
 }
 
-QByteArray EventStore::page(qint64 after, qint64 count, const QByteArray& language) {
+EventStore::Page EventStore::page(qint64 after, qint64 count, const QByteArray& language) {
+  static const std::vector<ListJson::Column> kShown = [] {
+    std::vector<ListJson::Column> columns = listColumns();
+    columns.emplace_back(QStringLiteral("Time"), ListJson::Form::Number);
+    return columns;
+  }();
   const qint64 wanted = qMin(count, m_newest - qMax(after, oldest() - 1));
-  return write(m_page.bind(0, after).bind(1, count), language, wanted);
+  return write(m_page.bind(0, after).bind(1, count), kShown, language, wanted);
 }
 
-QByteArray EventStore::write(Statement& rows, const QByteArray& language, qint64 count, qint64 omitted) {
-  using Names = EventlistHandlerDefinitions;
-  using Form = ListJson::Form;
-  static const std::vector<ListJson::Column> kColumns{
-      {Names::getListColumnNameEventlistId(), Form::Number},
-      {Names::getListColumnNameEventType(), Form::Number},
-      {Names::getListColumnNameIconType(), Form::Text},
-      {Names::getListColumnNameLocalTime(), Form::Time},
-      {Names::getListColumnNameModuleName(), Form::Text},
-      {Names::getListColumnNameDescription(), Form::Description},
-      {Names::getListColumnNameUser(), Form::Text},
-      {Names::getListColumnNameKeywords(), Form::Keywords}};
-  ListJson json(kColumns, language);
+EventStore::Page EventStore::write(Statement& rows, const std::vector<ListJson::Column>& columns,
+                                   const QByteArray& language, qint64 count, qint64 omitted) {
+  ListJson json(columns, language);
   QByteArray list = json.write(rows, count, omitted);
   m_unreadable = json.unreadable();
-  return list;
+  return {list, json.lastNumber()};
 }
 
 qint64 EventStore::oldest() {

@@ -42,8 +42,12 @@ class EventStore {
    * as many as the limit allows */
   QByteArray list(quint32 count, const QByteArray& language);
 
-  /** At most `count` entries with higher numbers than `after`, the oldest first, in the form of list(). */
-  QByteArray page(qint64 after, qint64 count, const QByteArray& language);
+  struct Page {
+    QByteArray list;  ///< in the form of list(); each entry also has "Time", ms since 1970-01-01 00:00:00 UTC
+    qint64 last;      ///< number of the last entry of the page, also if it cannot be read; 0 if it is empty
+  };
+  /** At most `count` entries with higher numbers than `after`, the oldest first. */
+  Page page(qint64 after, qint64 count, const QByteArray& language);
 
   /** Number of the oldest entry; if there is none, of the next one. */
   qint64 oldest();
@@ -55,7 +59,8 @@ class EventStore {
 
  private:
   Statement& bindLimits(Statement& statement);
-  QByteArray write(Statement& rows, const QByteArray& language, qint64 count, qint64 omitted = 0);
+  Page write(Statement& rows, const std::vector<ListJson::Column>& columns, const QByteArray& language,
+             qint64 count, qint64 omitted = 0);
 
   Database& m_database;
   Limits m_limits;

@@ -49,6 +49,7 @@ QByteArray ListJson::write(Statement& rows, qint64 count, qint64 omitted) {
       rows.reset();
       break;
     }
+    m_lastNumber = rows.number(0);
   }
   return m_json + "],\"Omitted\":" + QByteArray::number(omitted) + '}';
 }

@@ -44,6 +44,8 @@ class ListJson {
    * query leaves out */
   QByteArray write(Statement& rows, qint64 count, qint64 omitted = 0);
   qint64 unreadable() const { return m_unreadable; }
+  /** The number in the first column of the last row that was not omitted; 0 without rows. */
+  qint64 lastNumber() const { return m_lastNumber; }
 
   /** Append a text in UTF-8 to `json`, as a JSON string. */
   static void appendQuoted(QByteArray& json, std::string_view utf8);
@@ -61,6 +63,7 @@ class ListJson {
   const QByteArray& m_language;
   QByteArray m_json;
   qint64 m_unreadable = 0;
+  qint64 m_lastNumber = 0;
   qint64 m_quarter = kNone;  ///< quarter of an hour for which m_offset holds
   qint64 m_offset = 0;       ///< of local time from UTC, in ms
   qint64 m_day = kNone;      ///< since 1970-01-01, for which m_date holds

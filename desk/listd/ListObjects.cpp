@@ -50,7 +50,7 @@ const sd_bus_vtable ListObjects::kEventMethods[] = {
     SD_BUS_METHOD_WITH_ARGS("GetList", SD_BUS_ARGS("s", language, "u", count), SD_BUS_RESULT("s", list),
                             onListQuery<&ListObjects::getEvents>, SD_BUS_VTABLE_UNPRIVILEGED),
     SD_BUS_METHOD_WITH_ARGS("GetEntries", SD_BUS_ARGS("t", epoch, "x", after, "u", count, "s", language),
-                            SD_BUS_RESULT("t", epoch, "x", oldest, "s", list),
+                            SD_BUS_RESULT("t", epoch, "x", oldest, "x", last, "s", list),
                             onListQuery<&ListObjects::getEntries>, SD_BUS_VTABLE_UNPRIVILEGED),
     SD_BUS_METHOD_WITH_ARGS("GetLanguages", SD_BUS_NO_ARGS, SD_BUS_RESULT("as", languages),
                             onQuery<&ListObjects::getLanguages>, SD_BUS_VTABLE_UNPRIVILEGED),
@@ -169,8 +169,9 @@ void ListObjects::getEntries(sd_bus_message* call, sd_bus_message* reply) {
   EventStore& events = m_service.events();
   // A number that was never used here is of a newer copy of this list.
   const qint64 start = epoch == m_service.epoch() && after <= events.newest() ? after : 0;
-  checkBus(sd_bus_message_append(reply, "tx", m_service.epoch(), events.oldest()));
-  appendList(reply, events.page(start, qMin(count, kMaxPage), language));
+  const EventStore::Page page = events.page(start, qMin(count, kMaxPage), language);
+  checkBus(sd_bus_message_append(reply, "txx", m_service.epoch(), events.oldest(), qMax(start, page.last)));
+  appendList(reply, page.list);
 }
 
 void ListObjects::getLanguages(sd_bus_message* /*call*/, sd_bus_message* reply) {
