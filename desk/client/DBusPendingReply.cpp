@@ -24,29 +24,29 @@ DBusPendingReply::DBusPendingReply(const QSharedPointer<Private>& state) : m_sta
 DBusPendingReply::~DBusPendingReply() = default;
 
 int DBusPendingReply::isFinished(ErrorContainer& error) {
-  const int status = m_state->status();
-  if (status == 1) {
-    error = ErrorContainer(kErrorCode, QString::fromUtf8(m_state->cause()));
+  m_state->update();
+  if (m_state->status == Private::Slot::Failed) {
+    error = ErrorContainer(kErrorCode, QString::fromUtf8(m_state->cause.data()));
   }
-  return status;
+  return static_cast<int>(m_state->status);
 }
 
 QVariant DBusPendingReply::getReply() {
-  return m_state->status() == 0 ? QVariant(m_state->reply()) : QVariant();
+  m_state->update();
+  return m_state->status == Private::Slot::Arrived ? QVariant(m_state->reply) : QVariant();
 }
 
 DBusPendingReply::Private::~Private() {
-  if (m_slot != nullptr) {
-    m_slot->release(m_ticket);
+  if (slot != nullptr) {
+    slot->release(ticket);
   }
 }
 
-int DBusPendingReply::Private::status() {
-  if (m_slot != nullptr) {
-    m_status = m_slot->take(m_ticket, m_reply, m_cause);
-    m_slot = m_status == Slot::Outstanding ? m_slot : nullptr;
+void DBusPendingReply::Private::update() noexcept {
+  if (slot != nullptr) {
+    status = slot->take(ticket, reply, cause);
+    slot = status == Slot::Outstanding ? slot : nullptr;
   }
-  return static_cast<int>(m_status);
 }
 
 DBusPendingReply::SharedPointer DBusPendingReply::Private::share(std::unique_ptr<Private> state) {

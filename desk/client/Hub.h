@@ -33,8 +33,6 @@ class Hub {
   /** Construct a hub without thread and connection. [init] */
   Hub() noexcept : m_queue(), m_requests() {}  // `= default` would zero the queue's memory
   ~Hub();
-  Hub(const Hub&) = delete;
-  Hub& operator=(const Hub&) = delete;
 
   /**
    * Hand over a message.

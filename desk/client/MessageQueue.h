@@ -31,8 +31,6 @@ namespace Tavroline {
 class MessageQueue {
  public:
   MessageQueue() noexcept {}  // NOLINT(modernize-use-equals-default): `= default` would zero the ring
-  MessageQueue(const MessageQueue&) = delete;
-  MessageQueue& operator=(const MessageQueue&) = delete;
 
   /** Add a message that MessageWriter has encoded. @return false if the queue has refused and counted the
    * message, because it had no room or because memory for the overflow could not be allocated. [plc-task] */

@@ -88,45 +88,30 @@ class RequestSlot {
 
 }  // namespace Tavroline
 
-/** What a DBusPendingReply shows: the slot of an outstanding request, or the result of one that has ended.
- * Only threads of the component use it. */
+/** What a DBusPendingReply shows: the slot of an outstanding request, or the result of a request that has
+ * ended. Only threads of the component use it. */
 class DBusPendingReply::Private {
  public:
   using Slot = Tavroline::RequestSlot;
 
   /** The result of a failed request; at most 255 bytes of the cause are kept. [any-thread] */
-  explicit Private(std::string_view cause) { cause.copy(m_cause.data(), m_cause.size() - 1); }
+  explicit Private(std::string_view why) { why.copy(cause.data(), cause.size() - 1); }
   ~Private();
   Private(const Private&) = delete;
   Private& operator=(const Private&) = delete;
 
-  /** Show the request of this slot, which the caller has claimed. The destructor releases the slot.
-   * [any-thread] */
-  void use(Slot& slot, Slot::Ticket ticket) {
-    m_slot = &slot;
-    m_ticket = ticket;
-  }
+  /** Take the result out of the slot if the request has ended. [any-thread] */
+  void update() noexcept;
 
-  /** The result of DBusPendingReply::isFinished(). Takes the result of the request if it has ended.
-   * [any-thread] */
-  int status();
-
-  /** The reply; empty unless status() is 0. [any-thread] */
-  const QByteArray& reply() const { return m_reply; }
-
-  /** Why the request failed, if status() is 1. [any-thread] */
-  const char* cause() const { return m_cause.data(); }
-
-  /** @throws std::bad_alloc, after it has destroyed `state`. [any-thread] */
+  /** Move `state` into a DBusPendingReply. @throws std::bad_alloc. [any-thread] */
   static SharedPointer share(std::unique_ptr<Private> state);
 
   /** A reply to a failed request; null if memory allocation failed. [any-thread] */
   static SharedPointer failed(const char* cause) noexcept;
 
- private:
-  Slot* m_slot = nullptr;  ///< null if the request has ended
-  Slot::Ticket m_ticket = 0;
-  Slot::State m_status = Slot::Failed;
-  QByteArray m_reply;
-  Slot::Cause m_cause{};
+  Slot* slot = nullptr;  ///< the slot, which ~Private() releases; null if the request has ended
+  Slot::Ticket ticket = 0;
+  Slot::State status = Slot::Failed;  ///< result of DBusPendingReply::isFinished()
+  QByteArray reply;                   ///< if `status` is Slot::Arrived
+  Slot::Cause cause{};                ///< if `status` is Slot::Failed
 };

@@ -70,10 +70,11 @@ DBusPendingReply::SharedPointer Requests::accept(RequestKind kind, const QString
     if (slot == nullptr) {
       return Private::share(std::move(state));
     }
+    state->slot = slot;  // from here on, an exception releases the slot
+    state->ticket = ticket;
     slot->request = {kind, count, behind, Clock::now() + kRequestDeadline, {}, false};
     std::copy_n(bytes.constData(), bytes.size(), slot->request.text.begin());
-    state->use(*slot, ticket);
-    auto reply = Private::share(std::move(state));  // releases the slot if it throws
+    auto reply = Private::share(std::move(state));
     slot->publish(ticket);
     return reply;
   } catch (const std::bad_alloc&) {
