@@ -19,19 +19,19 @@ namespace {
 constexpr std::chrono::seconds kAnswerDeadline{30};
 constexpr std::chrono::milliseconds kFirstPause{100};
 constexpr std::chrono::milliseconds kLongestPause{2000};
-// The sender drops a message if the service ended this often after the message was sent alone.
+// The sender drops a message if the service ended this number of times after the message was sent alone.
 constexpr int kEndsToBlame = 3;
-// Maximum number of unanswered calls after flush(false) and flush(true). A stock system bus allows a
-// connection 128; Requests may use 32 of them.
+// Maximum number of unanswered calls after flush(false) and flush(true). A system bus with default limits
+// allows a connection 128 such calls, of which Requests may use 32.
 constexpr std::size_t kWindow = 64;
 constexpr std::size_t kLastWindow = 80;
 
 constexpr char kOtherVersion[] = "the list service is of another version than this library";
 
-/** Errors that last until somebody changes the configuration, with the text for the log. */
+/** An error that lasts until somebody changes the configuration. */
 struct Refusal {
-  const char* error;
-  const char* text;
+  const char* error;  ///< name of the error reply
+  const char* text;   ///< text for the log
 };
 constexpr std::array<Refusal, 7> kRefusals = {
     {{SD_BUS_ERROR_ACCESS_DENIED, "the bus does not let this program write to the list service"},
@@ -59,17 +59,15 @@ void MessageSender::attach(const QByteArray& owner) {
 }
 
 void MessageSender::detach(bool ended) noexcept {
-  if (!m_calls.empty() && m_calls.front().step == Step::Send) {
+  const Step step = m_calls.empty() ? Step::Resume : m_calls.front().step;
+  if (step == Step::Send) {
     const MessageQueue::Batch& batch = m_calls.front().batch;
     m_batchLimit = 1;
     if (ended && batch.count == 1 && batch.first == m_queue.confirmed() + 1) {
       m_ends = batch.first == m_suspect ? m_ends + 1 : 1;
       m_suspect = batch.first;
     }
-  }
-  const bool reports =
-      !m_calls.empty() && (m_calls.front().step == Step::Report || m_calls.front().step == Step::Raise);
-  if (ended && reports) {
+  } else if (ended && step != Step::Resume) {
     m_alarms.noteEnd(Clock::now());
   }
   m_owner.clear();
@@ -111,7 +109,8 @@ void MessageSender::flush(bool last) {
   }
 }
 
-// At unload no report is sent: the service itself turns off the alarms of a session that does not return.
+// Makes calls without waiting for their answers, because the library is being unloaded. Does not report
+// alarms, because the service itself turns off the alarms of a session that does not return.
 void MessageSender::writeAll() {
   if (m_step == Step::Resume) {
     call(m_step);

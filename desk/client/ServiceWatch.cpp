@@ -35,6 +35,15 @@ std::string ownerRule() {
          "',member='NameOwnerChanged',arg0='" + kService + "'";
 }
 
+bool readGeneration(sd_bus_message* message, ListChanges& list) {
+  quint64 generation = 0;
+  if (sd_bus_message_read(message, "t", &generation) <= 0) {
+    return false;
+  }
+  list.report(generation);
+  return true;
+}
+
 }  // namespace
 
 ServiceWatch::ServiceWatch(BusConnection& connection, ListState& state)
@@ -47,8 +56,8 @@ ServiceWatch::ServiceWatch(BusConnection& connection, ListState& state)
 void ServiceWatch::start() {
   m_new = true;
   m_nextStart = {};
-  match(signalRule(kEventListPath, kEventListInterface).c_str(), &ServiceWatch::onEventListSignal);
-  match(signalRule(kAlarmListPath, kAlarmListInterface).c_str(), &ServiceWatch::onAlarmListSignal);
+  match(signalRule(kEventListPath, kEventListInterface).c_str(), &ServiceWatch::onListSignal);
+  match(signalRule(kAlarmListPath, kAlarmListInterface).c_str(), &ServiceWatch::onListSignal);
   match(ownerRule().c_str(), &ServiceWatch::onNameOwnerChanged);
   findOwner();
 }
@@ -144,51 +153,31 @@ void ServiceWatch::onNameOwnerChanged(sd_bus_message* signal) {
   }
 }
 
-bool ServiceWatch::isFromOwner(sd_bus_message* signal) const {
-  // A signal that arrives before the owner is known may be ignored, because the first state query is made
-  // later.
+void ServiceWatch::onListSignal(sd_bus_message* signal) {
+  const auto is = [signal](const char* interface, const char* name) {
+    return sd_bus_message_is_signal(signal, interface, name) > 0;
+  };
   const char* sender = sd_bus_message_get_sender(signal);
-  return sender != nullptr && m_owner == sender;
-}
-
-void ServiceWatch::onEventListSignal(sd_bus_message* signal) {
-  if (isFromOwner(signal) && sd_bus_message_is_signal(signal, nullptr, "Changed") > 0) {
-    readEventListState(signal);
+  if (sender == nullptr || m_owner != sender) {
+    return;  // a signal before the owner is known is not needed: the state is queried later
   }
-}
-
-void ServiceWatch::onAlarmListSignal(sd_bus_message* signal) {
-  if (!isFromOwner(signal)) {
-    return;
-  }
-  quint64 generation = 0;
-  if (sd_bus_message_is_signal(signal, nullptr, "Changed") > 0) {
-    if (sd_bus_message_read(signal, "t", &generation) > 0) {
-      m_state.alarms.report(generation);
-    }
-  } else if (sd_bus_message_is_signal(signal, nullptr, "SummaryChanged") > 0) {
+  if (is(kEventListInterface, "Changed")) {
+    readGeneration(signal, m_state.events);
+  } else if (is(kAlarmListInterface, "Changed")) {
+    readGeneration(signal, m_state.alarms);
+  } else if (is(kAlarmListInterface, "SummaryChanged")) {
     readSummary(signal);
-  } else if (sd_bus_message_is_signal(signal, nullptr, "DetectorChanged") > 0) {
+  } else if (is(kAlarmListInterface, "DetectorChanged")) {
     readDetector(signal);
   }
 }
 
 bool ServiceWatch::readEventListState(sd_bus_message* reply) {
-  quint64 generation = 0;
-  if (sd_bus_message_read(reply, "t", &generation) <= 0) {
-    return false;
-  }
-  m_state.events.report(generation);
-  return true;
+  return readGeneration(reply, m_state.events);
 }
 
 bool ServiceWatch::readAlarmListState(sd_bus_message* reply) {
-  quint64 generation = 0;
-  if (sd_bus_message_read(reply, "t", &generation) <= 0 || !readSummary(reply) || !readDetector(reply)) {
-    return false;
-  }
-  m_state.alarms.report(generation);
-  return true;
+  return readGeneration(reply, m_state.alarms) && readSummary(reply) && readDetector(reply);
 }
 
 bool ServiceWatch::readTimeZone(sd_bus_message* reply) {

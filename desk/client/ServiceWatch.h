@@ -62,9 +62,7 @@ class ServiceWatch {
   void setOwner(const QByteArray& name);
   void ask(StateQuery& query, Clock::time_point now);
   void onNameOwnerChanged(sd_bus_message* signal);
-  void onEventListSignal(sd_bus_message* signal);
-  void onAlarmListSignal(sd_bus_message* signal);
-  bool isFromOwner(sd_bus_message* signal) const;
+  void onListSignal(sd_bus_message* signal);
   bool readEventListState(sd_bus_message* reply);
   bool readAlarmListState(sd_bus_message* reply);
   bool readTimeZone(sd_bus_message* reply);
