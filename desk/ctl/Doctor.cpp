@@ -27,6 +27,10 @@ struct Finding {
 
 QString examineService(Client& client) {
   const QString owner = client.owner();
+  if (owner.isEmpty() && client.isActivatable()) {
+    return QStringLiteral("%1 does not run, the bus starts it with the next call")
+        .arg(QLatin1String(Tavroline::ListServiceNames::kService));
+  }
   if (owner.isEmpty()) {
     throw ClientError("no list service: no connection owns " +
                       std::string(Tavroline::ListServiceNames::kService) +

@@ -101,6 +101,19 @@ QString ListClient::owner() {
   }
 }
 
+bool ListClient::isActivatable() {
+  const BusMessage reply = call(newMessage("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                           "org.freedesktop.DBus", "ListActivatableNames"));
+  const char* name = nullptr;
+  check(sd_bus_message_enter_container(reply.get(), SD_BUS_TYPE_ARRAY, "s"));
+  while (sd_bus_message_read(reply.get(), "s", &name) > 0) {
+    if (std::strcmp(name, kService) == 0) {
+      return true;
+    }
+  }
+  return false;
+}
+
 QString ListClient::introspect(const char* path) {
   const BusMessage request = newMessage(kService, path, "org.freedesktop.DBus.Introspectable", "Introspect");
   BusError error;

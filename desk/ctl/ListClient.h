@@ -60,6 +60,8 @@ class ListClient {
   static QString address();
   /** The connection that owns the service's name, empty if there is none; starts no service. */
   QString owner();
+  /** Whether the bus starts the service with a call if it does not run. */
+  bool isActivatable();
   /** The service's introspection of an object, XML; empty if it has no such object. */
   QString introspect(const char* path);
   /** Whether the bus permits this user to call the method. Sends a malformed call, which changes nothing. */

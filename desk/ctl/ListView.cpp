@@ -47,17 +47,17 @@ const QVector<Column>& columnsOf(ListClient::List list) {
       {{QStringLiteral("ID")}, text<Keys::getListColumnNameEventlistId>},
       {{QStringLiteral("TIME")}, time},
       {{QStringLiteral("TYPE")}, type},
-      {{QStringLiteral("ICON"), 5}, text<Keys::getListColumnNameIconType>},
       {{QStringLiteral("MODULE"), 6}, text<Keys::getListColumnNameModuleName>},
       {{QStringLiteral("USER"), 6}, text<Keys::getListColumnNameUser>},
-      {{QStringLiteral("DESCRIPTION"), 12}, text<Keys::getListColumnNameDescription>}};
+      {{QStringLiteral("DESCRIPTION"), 20}, text<Keys::getListColumnNameDescription>},
+      {{QStringLiteral("ICON"), 4}, text<Keys::getListColumnNameIconType>}};
   static const QVector<Column> kAlarms{
       {{QStringLiteral("TIME")}, time},
       {{QStringLiteral("STATE")}, state},
       {{QStringLiteral("TYPE")}, type},
       {{QStringLiteral("MODULE"), 6}, text<Keys::getListColumnNameModuleName>},
       {{QStringLiteral("ID"), 10}, text<Keys::getListColumnNameAlarmID>},
-      {{QStringLiteral("DESCRIPTION"), 12}, text<Keys::getListColumnNameDescription>}};
+      {{QStringLiteral("DESCRIPTION"), 20}, text<Keys::getListColumnNameDescription>}};
   return list == ListClient::List::Events ? kEvents : kAlarms;
 }
 

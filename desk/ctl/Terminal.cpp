@@ -6,14 +6,17 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <clocale>
 #include <cstdio>
 #include <cstring>
+#include <cwchar>
 #include <numeric>
 #include <stdexcept>
 
 namespace {
 
 constexpr int kGap = 2;
+constexpr int kMostInFile = 48;  // columns; longer cells make only their own line longer
 
 QString printable(QString cell) {
   std::replace_if(
@@ -21,13 +24,34 @@ QString printable(QString cell) {
   return cell;
 }
 
-/** The text in exactly `width` characters: filled up with blanks, or cut with an ellipsis as its last
- * character. */
+/** Columns that a character takes on a terminal: 2 for a wide one, 0 for one that joins the one before. */
+int widthOf(uint character) {
+  static const bool known = std::setlocale(LC_CTYPE, "C.UTF-8") != nullptr;
+  return known ? std::max(0, wcwidth(static_cast<wchar_t>(character))) : 1;
+}
+
+int widthOf(const QString& text) {
+  const QVector<uint> characters = text.toUcs4();
+  return std::accumulate(characters.begin(), characters.end(), 0,
+                         [](int width, uint character) { return width + widthOf(character); });
+}
+
+QString padded(const QString& text, int width) {
+  return text + QString(std::max(0, width - widthOf(text)), QLatin1Char(' '));
+}
+
+/** The text in exactly `width` columns: filled up with blanks, or cut behind a whole character, and an
+ * ellipsis. */
 QString fitted(const QString& text, int width) {
-  if (text.size() <= width) {
-    return text.leftJustified(width);
+  if (widthOf(text) <= width) {
+    return padded(text, width);
   }
-  return text.left(width - 1) + QChar(0x2026);
+  const QVector<uint> characters = text.toUcs4();
+  int count = 0;
+  for (int used = 0; (used += widthOf(characters.at(count))) < width;) {
+    ++count;
+  }
+  return padded(QString::fromUcs4(characters.constData(), count) + QChar(0x2026), width);
 }
 
 }  // namespace
@@ -101,7 +125,7 @@ void TextTable::addRow(const QStringList& cells, Terminal::Colour colour) {
   QStringList row;
   std::transform(cells.begin(), cells.end(), std::back_inserter(row), printable);
   for (int i = 0; i < row.size(); ++i) {
-    m_widths[i] = qMax(m_widths.at(i), row.at(i).size());
+    m_widths[i] = qMax(m_widths.at(i), widthOf(row.at(i)));
   }
   m_rows.append({row, colour});
 }
@@ -109,16 +133,19 @@ void TextTable::addRow(const QStringList& cells, Terminal::Colour colour) {
 QVector<int> TextTable::fittingWidths() const {
   QVector<int> widths = m_widths;
   if (m_terminal.width == 0) {
+    std::transform(widths.begin(), widths.end(), widths.begin(),
+                   [](int w) { return std::min(w, kMostInFile); });
     return widths;
   }
   const int gaps = kGap * (static_cast<int>(widths.size()) - 1);
   int excess = std::accumulate(widths.begin(), widths.end(), gaps) - m_terminal.width;
-  for (int i = 0; i < widths.size(); ++i) {
+  QVector<int> order(widths.size());
+  std::iota(order.begin(), order.end(), 0);
+  std::stable_sort(order.begin(), order.end(),
+                   [this](int a, int b) { return m_columns.at(a).least < m_columns.at(b).least; });
+  for (const int i : qAsConst(order)) {
     const int least = m_columns.at(i).least;
-    if (least == 0) {
-      continue;
-    }
-    const int cut = qBound(0, excess, qMax(0, widths.at(i) - least));
+    const int cut = least == 0 ? 0 : qBound(0, excess, qMax(0, widths.at(i) - least));
     widths[i] -= cut;
     excess -= cut;
   }
@@ -131,15 +158,17 @@ QByteArray TextTable::takeUtf8() {
   for (const Row& row : qAsConst(m_rows)) {
     QString line;
     for (int i = 0; i < row.cells.size(); ++i) {
-      line += fitted(row.cells.at(i), widths.at(i)) + QString(kGap, QLatin1Char(' '));
-    }
-    while (line.endsWith(QLatin1Char(' '))) {
-      line.chop(1);
+      const auto inColumn = m_terminal.width == 0 ? padded : fitted;
+      line += inColumn(row.cells.at(i), widths.at(i)) + QString(kGap, QLatin1Char(' '));
     }
     // The terminal may be narrower than the least widths together: cut lines are easier to read than wrapped
     // ones.
+    line = line.left(line.size() - kGap);
     if (m_terminal.width != 0) {
-      line.truncate(m_terminal.width);
+      line = fitted(line, m_terminal.width);
+    }
+    while (line.endsWith(QLatin1Char(' '))) {
+      line.chop(1);
     }
     text += m_terminal.coloured(line.toUtf8(), row.colour) + '\n';
   }

@@ -13,7 +13,7 @@ struct ReaderGone {};
 struct Terminal {
   enum class Colour { None, Bold, Red, Yellow, Cyan };
 
-  int width = 0;  ///< characters in a line, 0 for no limit
+  int width = 0;  ///< columns in a line, 0 for no limit
   bool colours = false;
 
   /** Standard output as it is now; NO_COLOR in the environment or the terminal "dumb" switches colours off.
@@ -35,7 +35,7 @@ struct Terminal {
 
 /**
  * Rows of texts as plain text with aligned columns, cut to the width of a terminal. Control characters are
- * shown as blanks. It counts characters, not the columns that wide characters take.
+ * shown as blanks. Without a terminal no cell is cut, but a very long one makes only its own line longer.
  */
 class TextTable {
  public:
@@ -45,7 +45,7 @@ class TextTable {
     int least = 0;
   };
 
-  /** If the table is too wide, columns shrink from left to right, each down to `least`. */
+  /** If the table is too wide, columns shrink down to `least`, those with the smallest `least` first. */
   TextTable(const QVector<Column>& columns, const Terminal& terminal);
 
   /** @param cells one for each column */
@@ -65,6 +65,6 @@ class TextTable {
 
   QVector<Column> m_columns;
   Terminal m_terminal;
-  QVector<int> m_widths;  ///< characters of the longest cell so far
+  QVector<int> m_widths;  ///< of the widest cell so far
   QVector<Row> m_rows;
 };

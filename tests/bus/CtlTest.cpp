@@ -57,6 +57,8 @@ TEST_F(CtlTest, ShowsTheEntriesThatPassTheFiltersAndAcknowledgesByTheBeginningOf
   } rows[] = {
       {"ID", {"events", "--type", "alarm,fault"}, {"5", "4", "3"}},
       {"ID", {"events", "--since", "1h"}, {"5", "4", "3", "2"}},
+      {"ID", {"events", "-s", "yesterday"}, {"5", "4", "3", "2"}},
+      {"ID", {"events", "--since", "@946727999", "--until", "1w"}, {"1"}},
       {"ID", {"events", "--since", "1999-12-31T10:00", "--until", "2000-01-01"}, {"1"}},
       {"ID", {"events", "--since", "2000-01-01T06:59", "--until", "2000-01-01T12:01Z"}, {"1"}},
       {"ID", {"events", "--keyword", "fire", "--keyword", "water"}, {"5", "4", "3", "2"}},
@@ -110,6 +112,8 @@ TEST_F(CtlTest, SaysWhatIsWrongAndWhatToDo) {
   service.reset();
   expect({"events"}, 4, "start tavroline-listd");
   expect({"doctor"}, 1, "service    BAD");
+  bus.addService(Tavroline::ListServiceNames::kService, TAVROLINE_LISTD);
+  expect({"doctor"}, 0, "service    OK   org.tavroline.ListService1 does not run");
   bus.stop();
   expect({"events"}, 3, "no connection to the bus");
 }
@@ -127,6 +131,46 @@ TEST_F(CtlTest, FollowsTheListThroughARestartOfAServiceThatForgets) {
   follower.resume();
   ASSERT_TRUE(eventually([&] { return shows("Valve 3"); }));
   EXPECT_TRUE(shows("Valve 2")) << follower.output();
+}
+
+TEST_F(CtlTest, FollowsThroughARestartOfTheBusAndEndsWithItsReader) {
+  std::vector<std::unique_ptr<ChildProcess>> readers;
+  for (const char* command : {"events", "alarms", "stats --interval 1"}) {
+    const std::string follow = std::string(TAVROLINE_CTL " ") + command + " --follow --json";
+    const std::string script =
+        follow +
+        R"( | while read -r line; do echo "$line"; [[ $line =~ '"id"'|'"alarm":true' ]] && break; done)";
+    readers.push_back(std::make_unique<ChildProcess>("bash", Strings{"-c", script}));
+  }
+  for (const auto& reader : readers) {
+    ASSERT_TRUE(eventually([&] { return reader->output().find('{') != std::string::npos; }));
+  }
+  bus.stop();
+  bus.start();
+  startService();
+  ctl({"raise", "hot"});
+  for (const auto& reader : readers) {
+    EXPECT_EQ(reader->wait(), 0) << reader->output();
+  }
+}
+
+TEST_F(CtlTest, CutsCellsOnATerminalAndPadsThemWithinBoundsInAPipe) {
+  ctl({"log", "-u", "Kim", "-m", std::string(200, 'x'), "x"});
+  ctl({"log", "-u", "Kim", "溶解槽の温度😀"});
+  const std::string text = "Kim   溶解槽の温度😀";
+  const std::pair<int, std::string> rows[] = {{0, "audit" + std::string(52, ' ') + text},
+                                              {0, std::string(200, 'x') + "  Kim"},
+                                              {80, text},
+                                              {60, "Kim   溶解槽の温度…"},
+                                              {54, "Kim   溶解槽…"}};
+  for (const auto& [columns, shown] : rows) {
+    const std::string size = "stty cols " + std::to_string(columns) + "; ";
+    const Strings terminal{"-qec", size + TAVROLINE_CTL " events", "/dev/null"};
+    ChildProcess program(columns == 0 ? TAVROLINE_CTL : "script",
+                         columns == 0 ? Strings{"events"} : terminal);
+    program.wait();
+    EXPECT_NE(program.output().find(shown), std::string::npos) << program.output();
+  }
 }
 
 }  // namespace
