@@ -83,7 +83,8 @@ struct ReaderGroup {
     }
   }
 
-  /** Keeps the reply of a request that was just issued, unless there is none or it has failed already. */
+  /** Stores the reply to a new request in `pendingReply` and returns ResultBusy. If `reply` is null or the
+   * request has failed already, writes a log record and returns ResultError instead. */
   std::int16_t keepReply(const DBusPendingReply::SharedPointer& reply,
                          DBusPendingReply::SharedPointer& pendingReply, int line = __builtin_LINE()) const {
     if (!reply) {

@@ -98,7 +98,7 @@ std::unique_ptr<BusSlot> BusConnection::match(const char* rule, BusSlot::Handler
 int BusConnection::dispatch(sd_bus_message* message, void* slot, sd_bus_error* /*error*/) {
   BusConnection& connection = static_cast<BusSlot*>(slot)->m_connection;
   try {
-    // a copy, because the handler may destroy its own slot
+    // a copy, because the handler may destroy the BusSlot that holds it
     const BusSlot::Handler handler = static_cast<BusSlot*>(slot)->m_handler;
     handler(message);
   } catch (...) {

@@ -37,7 +37,7 @@ struct BusMethod {
   const char* name;
 };
 
-/** Whether a reply is an error reply. @param name counts only errors of this name. [hub] */
+/** Whether a reply is an error reply. @param name the error's name; null for any error. [hub] */
 bool isError(sd_bus_message* reply, const char* name = nullptr);
 
 /** Name and text of an error reply, reduced to one line of 200 characters, because another program has
@@ -52,8 +52,8 @@ QByteArray errorText(sd_bus_message* reply);
  */
 class BusConnection {
  public:
-  /** Start to connect; the connection must be closed. @return 0, or a negative errno; the connection is then
-   * still closed */
+  /** Start to connect; the connection must be closed. @return 0; or a negative errno if the
+   * connection stays closed */
   int open();
 
   /** Close the connection. Messages that are not written to the bus yet are lost. The handlers of the
@@ -81,7 +81,7 @@ class BusConnection {
    * early. Resets the eventfd.
    * @param wakeFd -1 to wait for no eventfd
    * @param bus whether to wait for the socket
-   * @return whether the socket or the eventfd ended the wait, be it with an error
+   * @return whether the socket or the eventfd ended the wait; an error on one of them ends it too
    */
   bool wait(int wakeFd, bool bus, std::chrono::milliseconds time) const;
 

@@ -16,10 +16,10 @@ constexpr std::chrono::milliseconds kShortestWait{5};
 constexpr std::chrono::milliseconds kLongestWait{100};
 constexpr std::chrono::milliseconds kFirstPause{100};
 constexpr std::chrono::milliseconds kLongestPause{2000};
-constexpr std::chrono::seconds kReportPause{1};  // least interval of counter reports to the service
-constexpr std::chrono::minutes kLogPause{10};  // longest interval of records of changing counters in the log
-constexpr std::chrono::seconds kLongWait{10};  // messages that wait for this time cause a record too
-constexpr std::chrono::milliseconds kDrainTime{500};     // at unload, see run()
+constexpr std::chrono::seconds kReportPause{1};       // least interval of counter reports to the service
+constexpr std::chrono::minutes kLogPause{10};         // interval of counter records in the log
+constexpr std::chrono::seconds kLongWait{10};         // a record is due if messages have waited for this time
+constexpr std::chrono::milliseconds kDrainTime{500};  // at unload, see run()
 constexpr std::chrono::milliseconds kOffEdgesTime{150};  // the last part of kDrainTime
 
 QByteArray errnoText(int result) {
@@ -131,7 +131,7 @@ void BusLoop::connect(Clock::time_point now) {
 
 void BusLoop::followOwner() {
   if (m_watch.isAbsent() || !m_watch.owner().isEmpty()) {
-    m_pause = kFirstPause;  // the bus answers
+    m_pause = kFirstPause;  // the bus works, so the next failure leads to the shortest pause
   }
   if (m_watch.owner() == m_sender.owner()) {
     return;
@@ -180,12 +180,12 @@ void BusLoop::drain() noexcept {
         m_sender.flush(last);
       }
       turn();  // may be the first turn: the library can be unloaded right after its first use
-      // Messages can be delivered if there is an owner, or if the connection is open and may still find one.
+      // Messages can arrive if the service's name has an owner, or if the owner may still be found.
       const bool mayArrive = !m_sender.owner().isEmpty() || (m_connection.isOpen() && !m_watch.isAbsent());
       pending = mayArrive && (m_queue.hasPending() || m_connection.hasUnwritten());
     });
     if (!complete) {
-      m_nextAttempt = {};  // there is no time for a pause
+      m_nextAttempt = {};  // connect again without a pause, because the unload ends soon
     }
     if (pending) {
       m_connection.wait(-1, true, kShortestWait);

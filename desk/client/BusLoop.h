@@ -17,9 +17,8 @@ namespace Tavroline {
 bool logGaps(MessageQueue& queue, bool all);
 
 /**
- * The loop of the hub's thread. Each turn of the loop connects to the bus if necessary, reads and writes
- * messages of the bus, sends due messages and requests to the owner, and logs losses and counters. The owner
- * is the bus connection that owns the service's name. [hub]
+ * The loop of the hub's thread. Each turn of the loop connects to the bus if necessary, handles replies and
+ * signals, sends due messages and requests to the list service, and logs losses and counters. [hub]
  */
 class BusLoop {
  public:
@@ -28,7 +27,7 @@ class BusLoop {
 
   /**
    * Run until `stop` is set. Then fail all requests, and send pending messages for at most half a second
-   * while the service may be reachable. In the last 150 ms of it, send only the messages that
+   * while the service may be reachable. In the last 150 ms of this time, send only the messages that
    * MessageQueue::keepOffEdges() keeps. Then drop and log all messages that are not confirmed.
    */
   void run(const std::atomic<bool>& stop) noexcept;
@@ -59,7 +58,7 @@ class BusLoop {
   QByteArray m_cause;               ///< why the last connection ended or could not be opened
 
   bool m_busy = true;    ///< the last turn had something to do
-  bool m_woken = false;  ///< a descriptor ended the last wait
+  bool m_woken = false;  ///< the bus's socket or the eventfd ended the last wait
   std::chrono::milliseconds m_wait{};
   quint64 m_handedOver = 0;  ///< last result of MessageQueue::handedOver()
 

@@ -16,7 +16,7 @@ namespace Tavroline {
 namespace {
 
 constexpr std::chrono::seconds kStartPause{1};
-constexpr std::size_t kStackBytes = 256U << 10U;  // with mlockall(), the whole stack is resident
+constexpr std::size_t kStackBytes = 256U << 10U;  // small, because mlockall() makes the whole stack resident
 constexpr char kThreadName[] = "tavroline-hub";
 
 // The signals that the hub's thread blocks, so that other threads handle them: all signals except those that

@@ -14,15 +14,15 @@ enum class Loss {
   Rejected,     ///< dropped: the service refused it for good
   EndsService,  ///< dropped: the service ended each time this message was sent alone
   Unload,       ///< dropped: not confirmed when the library was unloaded
-  QueueFull,    ///< refused: the queue had no room, for an alarm edge nor had the overflow
+  QueueFull,    ///< refused: the queue had no room
   NoMemory,     ///< refused: memory allocation failed
   Unsendable    ///< refused: too long, nested too deep, or a value's type cannot be encoded
 };
-constexpr std::size_t kDropCauses = 3;  ///< the first three causes are those of dropped messages
+constexpr std::size_t kDropCauses = 3;  ///< number of causes of dropped messages; they come first in Loss
 constexpr std::size_t kLossCauses = 6;
 
-/** A gap: messages that were lost for one cause, one shortly after the other (Losses::kGapPause). The runtime
- * log receives one record for each gap. */
+/** A gap: messages that were lost for one cause, each of them soon after the one before. The runtime log
+ * receives one record for each gap. */
 struct Gap {
   quint64 count = 0;
   quint64 firstNumber = 0;      ///< lowest number of the messages (see MessageQueue); 0 if they were refused

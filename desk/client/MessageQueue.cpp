@@ -16,9 +16,8 @@ namespace {
 
 using Lock = std::lock_guard<PriorityMutex>;
 
-// When the ring is empty and has been filled up to this position, it starts again at its first byte. A
-// service that keeps up with the client thus lets only this part of the ring be used, whose pages stay mapped
-// and cached.
+// When the ring is empty and has been filled up to this position, it starts again at its first byte. So only
+// this part of the ring is used while the service keeps up with the client, and its pages stay in the cache.
 constexpr std::size_t kRewindBytes = 256U << 10U;
 
 // Maximum number of edges that one read() moves out of the overflow.
@@ -29,7 +28,7 @@ constexpr int kMovedEdges = 256;
 bool MessageQueue::accept(std::string_view message) noexcept {
   const qint64 now = QDateTime::currentMSecsSinceEpoch();
   const auto edge = AlarmEdge::of(message);
-  AlarmOverflow::Nodes used;  // freed after the mutex is unlocked
+  AlarmOverflow::Nodes used;  // declared here to be freed after the mutex is unlocked
   {
     const Lock lock(m_mutex);
     m_overflow.takeUsed(used);

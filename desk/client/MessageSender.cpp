@@ -173,18 +173,18 @@ bool MessageSender::call(Step step) {
   return true;
 }
 
-// The answers.
+// Answers to the calls.
 
 void MessageSender::onReply(CallRef call, sd_bus_message* reply) {
   if (isGone(reply)) {
-    return;  // the call stays in m_calls: detach() evaluates it when the owner changes
+    return;  // the call stays in m_calls until the owner changes and detach() evaluates it
   }
   const Call ended = std::move(*call);
   m_calls.erase(call);
   if (isError(reply)) {
     return onError(reply);
   }
-  m_storageFails = m_storageFails && ended.step == Step::Resume;  // Resume does not try to store
+  m_storageFails = m_storageFails && ended.step == Step::Resume;  // an answer to Resume does not show it
   if (!readAnswer(ended, reply)) {
     logOnce(kOtherVersion, reply);
     pause(kLongestPause);
@@ -224,7 +224,7 @@ bool MessageSender::confirm(sd_bus_message* reply) {
   quint64 number = 0;
   quint32 reason = 0;
   while (sd_bus_message_read(reply, "(tu)", &number, &reason) > 0) {
-    if (number > last && number <= stored) {  // the others are confirmed already or invalid
+    if (number > last && number <= stored) {  // other numbers are confirmed already, or invalid
       refused.emplace_back(number, reason);
       last = number;
     }
@@ -244,7 +244,7 @@ void MessageSender::onBatchStored(const MessageQueue::Batch& batch) {
   }
 }
 
-// Failures.
+// Errors, and the pauses after them.
 
 void MessageSender::onError(sd_bus_message* reply) {
   m_storageFails = isError(reply, kErrorStorage);
@@ -256,8 +256,8 @@ void MessageSender::onError(sd_bus_message* reply) {
   pause(refusal != kRefusals.end() ? kLongestPause : kFirstPause);
 }
 
-// Starts a pause, unless an earlier failure has started one already. After the pause the sender calls Resume,
-// and then sends the messages from the first unconfirmed one on.
+// Starts a pause, unless an earlier error has started a pause that has not ended. After the pause the sender
+// calls Resume, and then sends all messages that are not confirmed.
 void MessageSender::pause(Clock::duration least) {
   if (m_goBack) {
     return;

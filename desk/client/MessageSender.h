@@ -37,20 +37,20 @@ class MessageSender {
   /** Unique bus name of the owner; empty before attach() and after detach(). */
   const QByteArray& owner() const { return m_owner; }
 
-  /** Send to this owner from now on. The owner before must be detached. @throws std::bad_alloc */
+  /** Send messages to `owner` from now on. No other owner may be attached. @throws std::bad_alloc */
   void attach(const QByteArray& owner);
 
   /** Discard the unanswered calls, because the owner or the bus connection has ended. The sender repeats
    * their messages after attach().
-   * @param ended whether the owner has ended */
+   * @param ended whether the owner has ended, and not the connection alone */
   void detach(bool ended) noexcept;
 
   /** Make the next call if it is due, or several calls after flush(). An owner must be attached. @throws as
    * BusConnection::call() */
   void send(Clock::time_point now);
 
-  /** From now on, because the library is being unloaded, let send() make calls while up to 64 calls are
-   * unanswered.
+  /** Let send() make calls without waiting for answers, because the library is being unloaded. Up to 64 calls
+   * may then be unanswered.
    * @param last whether the last part of the unload begins. The limit is then 80 calls, and the queue drops
    * messages, see MessageQueue::keepOffEdges() */
   void flush(bool last);

@@ -5,8 +5,8 @@
 namespace Tavroline {
 
 /**
- * A mutex with priority inheritance: a PLC task that waits for it lends its priority to the thread that holds
- * it. On a system without priority inheritance it is a plain mutex. [any-thread]
+ * A mutex with priority inheritance: a PLC task that waits for the mutex lends its priority to the thread
+ * that holds the mutex. On a system without priority inheritance, the mutex is a plain one. [any-thread]
  */
 class PriorityMutex {
  public:

@@ -10,8 +10,8 @@ namespace Tavroline {
 
 namespace {
 
-/** @param position the first character of a string's content. @return the first character after its closing
- * quote; the text's terminator if the quote is missing. */
+/** @param position the first character after a string's opening quote. @return the first character after the
+ * string's closing quote; the terminator of the text if the closing quote is missing. */
 const char* behindString(const char* position) {
   for (;;) {
     position += std::strcspn(position, "\"\\");
@@ -27,7 +27,7 @@ const char* behindString(const char* position) {
   }
 }
 
-/** Scans a text once, up to its first fault. */
+/** Reads a text once, up to its first fault. */
 class Scan {
  public:
   explicit Scan(const char* json) : m_position(json) {}
@@ -55,9 +55,9 @@ class Scan {
   using Names = std::vector<std::string_view>;
 
   /**
-   * Skip a string. If a colon follows, it is a member's name and becomes m_name.
-   * @return the fault of that name: it has an escape, or an earlier member of this object has it and holds an
-   * array or object; otherwise null
+   * Skip a string. If a colon follows the string, the string is a member's name and becomes m_name.
+   * @return the fault of the name: it has an escape, or an earlier member of the same object has this name
+   * and holds an array or object; null if the name has no fault or the string is no name
    */
   const char* passString() {
     const char* const content = m_position;
@@ -90,10 +90,10 @@ class Scan {
   }
 
   const char* m_position;
-  /** Name, with its closing quote, of the member whose value follows; else empty. */
+  /** Name and closing quote of the member whose value follows; empty if the next value has no name. */
   std::string_view m_name;
   std::size_t m_depth = 0;
-  /** For each open object, by depth: the names of its members that hold an array or object. */
+  /** For each object that is open, by its depth: the names of its members that hold an array or object. */
   std::array<Names, ReplyCheck::kDeepest + 1> m_containers;
 };
 

@@ -4,8 +4,8 @@
 
 namespace Tavroline {
 
-// Sets ticket and state if the present word is `expected`. Otherwise sets `expected` to the present word and
-// returns false.
+// Changes the slot's word to `ticket` and `state` if the word is `expected`. Otherwise sets `expected` to the
+// word and returns false.
 bool RequestSlot::replace(std::uint64_t& expected, Ticket ticket, State state) noexcept {
   return m_state.compare_exchange_strong(expected, word(ticket, state), std::memory_order_acq_rel);
 }
@@ -66,7 +66,7 @@ void RequestSlot::end(State state) noexcept {
   const Ticket ticket = m_state.load(std::memory_order_relaxed) / 8;
   std::uint64_t outstanding = word(ticket, Outstanding);
   if (!replace(outstanding, ticket, state)) {
-    m_state.store(word(ticket, Free), std::memory_order_release);  // was released
+    m_state.store(word(ticket, Free), std::memory_order_release);  // the task has released the slot
   }
 }
 

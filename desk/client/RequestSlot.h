@@ -40,7 +40,7 @@ class RequestSlot {
   using Ticket = std::uint64_t;
   using Cause = std::array<char, 256>;  ///< why a request failed: UTF-8, terminated
 
-  /** State of the slot. take() returns one of the first three, with the values of
+  /** State of the slot. take() returns one of the first three, which have the values of
    * DBusPendingReply::isFinished(). */
   enum State : unsigned { Arrived = 0, Failed = 1, Outstanding = 2, Free, Claimed, Released };
 
@@ -49,7 +49,7 @@ class RequestSlot {
    * @return the ticket of the new request; 0 if the slot was not claimed. [plc-task] */
   Ticket claim(bool unread) noexcept;
 
-  /** Hand the request over to the hub's thread. [plc-task] */
+  /** Hand the request of the claimed slot over to the hub's thread. [plc-task] */
   void publish(Ticket ticket) noexcept {
     m_state.store(word(ticket, Outstanding), std::memory_order_release);
   }
@@ -59,7 +59,7 @@ class RequestSlot {
    * [plc-task] */
   State take(Ticket ticket, QByteArray& reply, Cause& cause) noexcept;
 
-  /** Give up the slot, claimed or published. The ticket is then invalid. [plc-task] */
+  /** Give up the claimed or published slot. The ticket is then invalid. [plc-task] */
   void release(Ticket ticket) noexcept;
 
   /** The request. A PLC task may use it between claim() and publish(), the hub's thread while isOpen(). */
@@ -76,6 +76,8 @@ class RequestSlot {
   void fail(const char* cause) noexcept;
 
  private:
+  /** The slot's word: the ticket of the last request in the upper bits, the slot's state in the lowest three.
+   */
   static constexpr std::uint64_t word(Ticket ticket, State state) { return ticket * 8 + state; }
   State state() const { return static_cast<State>(m_state.load(std::memory_order_acquire) % 8); }
   bool replace(std::uint64_t& expected, Ticket ticket, State state) noexcept;
@@ -94,7 +96,9 @@ class DBusPendingReply::Private {
  public:
   using Slot = Tavroline::RequestSlot;
 
-  /** The result of a failed request; at most 255 bytes of the cause are kept. [any-thread] */
+  /** Construct the result of a failed request. @param why the cause, of which 255 bytes are kept.
+   * [any-thread]
+   */
   explicit Private(std::string_view why) { why.copy(cause.data(), cause.size() - 1); }
   ~Private();
   Private(const Private&) = delete;

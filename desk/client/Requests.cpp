@@ -106,8 +106,9 @@ bool Requests::send(BusConnection& connection, const QByteArray& owner, const Me
     if (m_calls.size() >= kWindow || !slot.isOpen() || slot.request.sent) {
       continue;
     }
-    // The queue is read after the slot, and thus contains all messages handed over before the request. If
-    // edges were superseded, confirmed() may stay below `behind`; then the queue gets empty.
+    // The queue is read after the slot, so it contains all messages that were handed over before the request.
+    // confirmed() may never reach `behind`, because a superseded edge gets no number. The request then waits
+    // until the queue is empty.
     if (!overtake && queue.confirmed() < slot.request.behind && queue.hasPending()) {
       continue;
     }

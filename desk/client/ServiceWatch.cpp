@@ -132,7 +132,7 @@ void ServiceWatch::ask(StateQuery& query, Clock::time_point now) {
   const BusMessage call = m_connection.write(m_owner.constData(), query.method, "");
   query.due = now + kReplyDeadline;
   query.call = m_connection.call(call, [this, &query](sd_bus_message* reply) {
-    const bool known = isError(reply, SD_BUS_ERROR_UNKNOWN_METHOD) ||  // the service has another version
+    const bool known = isError(reply, SD_BUS_ERROR_UNKNOWN_METHOD) ||  // a service of another version
                        (!isError(reply) && (this->*query.read)(reply));
     query.due = known ? Clock::time_point::max() : Clock::now() + kRepeatPause;
     query.call.reset();
@@ -140,7 +140,8 @@ void ServiceWatch::ask(StateQuery& query, Clock::time_point now) {
 }
 
 void ServiceWatch::onNameOwnerChanged(sd_bus_message* signal) {
-  // The match rule is not enough: a signal sent to us directly bypasses its sender condition.
+  // The match rule is not enough: a signal sent to this connection directly bypasses the rule's sender
+  // condition.
   const char* sender = sd_bus_message_get_sender(signal);
   if (sender == nullptr || std::strcmp(sender, kBus) != 0) {
     return;
@@ -159,7 +160,7 @@ void ServiceWatch::onListSignal(sd_bus_message* signal) {
   };
   const char* sender = sd_bus_message_get_sender(signal);
   if (sender == nullptr || m_owner != sender) {
-    return;  // a signal before the owner is known is not needed: the state is queried later
+    return;  // signals before the owner is known are not needed, because the state is queried later
   }
   if (is(kEventListInterface, "Changed")) {
     readGeneration(signal, m_state.events);

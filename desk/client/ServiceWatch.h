@@ -32,14 +32,14 @@ class ServiceWatch {
   bool isStarted() const { return !m_matches.empty(); }
 
   /** Ask the bus to start the service if isAbsent(): once on a new connection, later only if `needed` is set.
-   * The pause before the next attempt doubles from 0.25 to 30 s. It is skipped once the service has run for
-   * 10 s.
+   * The pause before the next attempt doubles from 0.25 to 30 s. The pause is skipped after the service
+   * has run for 10 s.
    * @param needed whether messages or requests wait for the service
    * @throws as BusConnection::call() */
   void activateService(Clock::time_point now, bool needed);
 
-  /** Send the due state queries to the owner. A query is due at a new owner, and 0.5 s after an error reply
-   * or a malformed reply.
+  /** Send the due state queries to the owner. A query is due when the owner is new, and 0.5 s after an error
+   * reply or a malformed reply.
    * @return false if a query has no reply after 20 s. @throws as BusConnection::call() */
   bool sendDueQueries(Clock::time_point now);
 
