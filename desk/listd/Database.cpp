@@ -2,12 +2,15 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
 
 namespace {
 
-constexpr std::uintmax_t kSmallDisk = 64U << 20U;  // bytes left
+constexpr std::intmax_t kSmallDisk = 64 << 20;  // bytes left
+// Bytes of them that the journal keeps, so that a full list can still be deleted.
+constexpr std::intmax_t kJournalRoom = 192 << 10;
 
 std::string nameOf(sqlite3* connection) {
   const char* const file = connection != nullptr ? sqlite3_db_filename(connection, "main") : nullptr;
@@ -60,11 +63,15 @@ Database::Database(const std::string& file) {
   }
   // The lock is held until the connection is closed. Locking does not change the file.
   execute("PRAGMA locking_mode=EXCLUSIVE; BEGIN EXCLUSIVE; COMMIT");
-  // The journal's usual 4 MiB would take the room of the database on a small disk.
+  // On a small disk the journal's usual 4 MiB would take the room of the database, and a deletion that
+  // overwrites what it deletes would need as much room again.
   std::error_code unknown;
-  const auto disk = std::filesystem::space(file, unknown);
-  if (!unknown && disk.available < kSmallDisk) {
-    execute("PRAGMA wal_autocheckpoint=32");  // pages
+  const auto left = static_cast<std::intmax_t>(std::filesystem::space(file, unknown).available);
+  if (!unknown && left < kSmallDisk) {
+    const auto more = std::max<std::intmax_t>(left - kJournalRoom, 0) / queryNumber("PRAGMA page_size");
+    const std::string pages = std::to_string(queryNumber("PRAGMA page_count") + more);
+    execute(
+        ("PRAGMA wal_autocheckpoint=32; PRAGMA secure_delete=FAST; PRAGMA max_page_count=" + pages).c_str());
   }
 }
 

@@ -261,7 +261,7 @@ TEST_F(SenderTest, AKilledServiceIsStartedAgainWhileMessagesWait) {
   const auto pid = [this] { return std::atoi(contentOf(file("pid")).c_str()); };
   for (int i = 0; i < 4; ++i) {
     submit({"1"});
-    ASSERT_TRUE(eventually([this] { return isDone(); }));
+    ASSERT_TRUE(eventually([this] { return isDone(); }, Milliseconds(5000)));
     kill(pid(), SIGKILL);
     ASSERT_TRUE(bus.waitForName(ListServiceNames::kService, false));
   }
