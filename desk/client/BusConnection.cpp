@@ -4,6 +4,7 @@
 #include <sys/eventfd.h>
 
 #include <QString>
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -12,7 +13,8 @@ namespace Tavroline {
 namespace {
 // process() returns after this number of steps, so that its caller can check deadlines in between.
 constexpr int kStepsPerTurn = 256;
-constexpr std::uint64_t kNoTimeout = UINT64_MAX;  // the callers of call() check the deadlines of replies
+constexpr std::chrono::seconds kAnswerDeadline{30};
+constexpr std::uint64_t kNoTimeout = UINT64_MAX;  // isAnswered() checks the deadlines instead of sd-bus
 constexpr int kMaximumErrorText = 200;
 }  // namespace
 
@@ -25,6 +27,15 @@ QByteArray errorText(sd_bus_message* reply) {
   const QString text =
       QString::fromUtf8(error->name) + QLatin1String(": ") + QString::fromUtf8(error->message);
   return text.simplified().left(kMaximumErrorText).toUtf8();
+}
+
+BusSlot::BusSlot(BusConnection& connection, Handler handler, Time deadline)
+    : m_connection(connection),
+      m_handler(std::move(handler)),
+      m_deadline(connection.m_deadlines.insert(connection.m_deadlines.end(), deadline)) {}
+
+BusSlot::~BusSlot() {
+  m_connection.m_deadlines.erase(m_deadline);
 }
 
 int BusConnection::open() {
@@ -45,6 +56,10 @@ void BusConnection::close() {
 bool BusConnection::hasUnwritten() const {
   std::uint64_t messages = 0;
   return isReady() && sd_bus_get_n_queued_write(m_bus.get(), &messages) >= 0 && messages > 0;
+}
+
+bool BusConnection::isAnswered(BusSlot::Time now) const {
+  return std::all_of(m_deadlines.begin(), m_deadlines.end(), [now](auto deadline) { return deadline > now; });
 }
 
 int BusConnection::process() {
@@ -75,7 +90,8 @@ bool BusConnection::wait(int wakeFd, bool bus, std::chrono::milliseconds time) c
 }
 
 std::unique_ptr<BusSlot> BusConnection::call(const BusMessage& message, BusSlot::Handler handler) {
-  auto owner = std::make_unique<BusSlot>(*this, std::move(handler));
+  const auto deadline = std::chrono::steady_clock::now() + kAnswerDeadline;
+  auto owner = std::make_unique<BusSlot>(*this, std::move(handler), deadline);
   sd_bus_slot* slot = nullptr;
   checkBus(sd_bus_call_async(m_bus.get(), &slot, message.get(), dispatch, owner.get(), kNoTimeout));
   owner->m_slot.reset(slot);
@@ -88,7 +104,7 @@ void BusConnection::send(const BusMessage& message) {
 }
 
 std::unique_ptr<BusSlot> BusConnection::match(const char* rule, BusSlot::Handler handler) {
-  auto owner = std::make_unique<BusSlot>(*this, std::move(handler));
+  auto owner = std::make_unique<BusSlot>(*this, std::move(handler), BusSlot::Time::max());
   sd_bus_slot* slot = nullptr;
   checkBus(sd_bus_add_match_async(m_bus.get(), &slot, rule, dispatch, nullptr, owner.get()));
   owner->m_slot.reset(slot);

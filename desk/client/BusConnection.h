@@ -4,6 +4,7 @@
 #include <chrono>
 #include <exception>
 #include <functional>
+#include <list>
 #include <memory>
 
 #include "BusPointer.h"
@@ -19,14 +20,16 @@ class BusConnection;
 class BusSlot {
  public:
   using Handler = std::function<void(sd_bus_message*)>;
+  using Time = std::chrono::steady_clock::time_point;
 
-  BusSlot(BusConnection& connection, Handler handler)
-      : m_connection(connection), m_handler(std::move(handler)) {}
+  BusSlot(BusConnection& connection, Handler handler, Time deadline);
+  ~BusSlot();
 
  private:
   friend class BusConnection;
   BusConnection& m_connection;
   Handler m_handler;
+  std::list<Time>::iterator m_deadline;  ///< in BusConnection::m_deadlines
   BusPointer<sd_bus_slot> m_slot;
 };
 
@@ -68,6 +71,10 @@ class BusConnection {
   /** Whether messages wait to be written to the bus's socket. */
   bool hasUnwritten() const;
 
+  /** False if the BusSlot of a call has existed for 30 s. The connection must then be renewed, because the
+   * bus refuses further calls of a connection that waits for too many replies. */
+  bool isAnswered(BusSlot::Time now) const;
+
   /**
    * Read and write messages and call the handlers, in at most 256 steps. The connection must be open.
    * @return the number of steps taken, or the negative errno with which the connection broke; the caller must
@@ -99,7 +106,7 @@ class BusConnection {
 
   /**
    * Send or queue a method call.
-   * @return the slot of `handler`, which receives the reply or the error reply
+   * @return the slot of `handler`, which receives the reply or the error reply; to be destroyed after that
    * @throws std::system_error when the call cannot be sent. The caller must then close the connection,
    * because a later message would overtake this one
    */
@@ -114,8 +121,10 @@ class BusConnection {
   std::unique_ptr<BusSlot> match(const char* rule, BusSlot::Handler handler);
 
  private:
+  friend class BusSlot;
   static int dispatch(sd_bus_message* message, void* slot, sd_bus_error* error);
 
+  std::list<BusSlot::Time> m_deadlines;  ///< of all BusSlots
   BusPointer<sd_bus> m_bus;
   std::exception_ptr m_thrown;
 };

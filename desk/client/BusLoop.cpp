@@ -112,8 +112,9 @@ void BusLoop::turn() {
   }
   m_watch.activateService(now, m_queue.hasPending() || m_requests.hasUnsent());
   followOwner();
-  const bool repliesArrive = m_requests.expire(now);
-  if (!m_watch.sendDueQueries(now) || !m_sender.isAnswered(now) || !repliesArrive) {
+  m_requests.expire(now);
+  m_watch.sendDueQueries(now);
+  if (!m_connection.isAnswered(now)) {
     breakOff(QByteArrayLiteral("the list service leaves calls unanswered"));
   }
   exchange(now);

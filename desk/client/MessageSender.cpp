@@ -16,7 +16,6 @@ using namespace ListServiceNames;
 
 namespace {
 
-constexpr std::chrono::seconds kAnswerDeadline{30};
 constexpr std::chrono::milliseconds kFirstPause{100};
 constexpr std::chrono::milliseconds kLongestPause{2000};
 // The sender drops a message if the service ended this number of times after the message was sent alone.
@@ -120,10 +119,6 @@ void MessageSender::writeAll() {
   }
 }
 
-bool MessageSender::isAnswered(Clock::time_point now) const {
-  return std::none_of(m_calls.begin(), m_calls.end(), [now](const Call& c) { return c.deadline <= now; });
-}
-
 void MessageSender::sendCounters(const MessageCounters& counters) {
   const BusMessage call = begin("ReportCounters");
   checkBus(sd_bus_message_open_container(call.get(), 'a', "{st}"));
@@ -168,7 +163,7 @@ bool MessageSender::call(Step step) {
   if (step == Step::Raise || step == Step::Send) {
     checkBus(sd_bus_message_append_array(message.get(), 'y', m_bytes.data(), m_bytes.size()));
   }
-  const auto made = m_calls.insert(m_calls.end(), Call{step, batch, Clock::now() + kAnswerDeadline, nullptr});
+  const auto made = m_calls.insert(m_calls.end(), Call{step, batch, nullptr});
   made->slot = m_connection.call(message, [this, made](sd_bus_message* reply) { onReply(made, reply); });
   return true;
 }

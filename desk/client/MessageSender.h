@@ -59,9 +59,6 @@ class MessageSender {
    */
   bool storageFails() const { return m_storageFails; }
 
-  /** @return false if a call has no answer after 30 s. The bus connection must then be renewed. */
-  bool isAnswered(Clock::time_point now) const;
-
   /** Send the counters to the owner, in a call without a reply. An owner must be attached. @throws as
    * BusConnection::call() */
   void sendCounters(const MessageCounters& counters);
@@ -71,7 +68,6 @@ class MessageSender {
   struct Call {
     Step step;
     MessageQueue::Batch batch;  ///< if `step` is Send
-    Clock::time_point deadline;
     std::unique_ptr<BusSlot> slot;
   };
   using CallRef = std::list<Call>::iterator;

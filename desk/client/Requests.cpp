@@ -19,7 +19,6 @@ namespace {
 // limits allows a connection 128 such calls. MessageSender and ServiceWatch need the others.
 constexpr std::size_t kWindow = 32;
 constexpr std::chrono::seconds kRequestDeadline{10};
-constexpr std::chrono::seconds kReplyDeadline{30};
 // Maximum lengths of a reply with an alarm's state and of a reply with a list. They are bounded because the
 // component parses replies on a PLC task.
 constexpr std::size_t kMaximumStateBytes = 65536;
@@ -113,7 +112,7 @@ bool Requests::send(BusConnection& connection, const QByteArray& owner, const Me
       continue;
     }
     const BusMessage message = write(connection, owner.constData(), slot.request);
-    const auto call = m_calls.insert(m_calls.end(), Call{&slot, nullptr, Clock::now() + kReplyDeadline});
+    const auto call = m_calls.insert(m_calls.end(), Call{&slot, nullptr});
     slot.request.sent = true;
     call->call = connection.call(message, [this, call](sd_bus_message* reply) { onReply(call, reply); });
     any = true;
@@ -132,7 +131,7 @@ void Requests::onReply(std::list<Call>::iterator call, sd_bus_message* reply) {
   m_calls.erase(call);
 }
 
-bool Requests::expire(Clock::time_point now) {
+void Requests::expire(Clock::time_point now) {
   for (RequestSlot& slot : m_slots) {
     if (!slot.isOpen() || (slot.request.deadline > now && !slot.isReleased())) {
       continue;
@@ -142,8 +141,6 @@ bool Requests::expire(Clock::time_point now) {
     }
     slot.fail("the list service did not answer in time");
   }
-  return std::none_of(m_calls.begin(), m_calls.end(),
-                      [now](const Call& call) { return call.deadline <= now; });
 }
 
 void Requests::failSent(const char* cause) {

@@ -44,12 +44,8 @@ class Requests {
    */
   bool send(BusConnection& connection, const QByteArray& owner, const MessageQueue& queue, bool overtake);
 
-  /**
-   * End the requests whose deadline has passed and those that their task has released.
-   * @return false if a call has no reply after 30 s. The connection must then be renewed, because the bus
-   * refuses further calls of a connection that waits for too many replies. [hub]
-   */
-  bool expire(Clock::time_point now);
+  /** End the requests whose deadline has passed and those that their task has released. [hub] */
+  void expire(Clock::time_point now);
 
   /** Fail all requests that were sent, because the owner or the connection is lost. [hub] */
   void failSent(const char* cause);
@@ -61,7 +57,6 @@ class Requests {
   struct Call {
     RequestSlot* slot;  ///< null if the request has ended before the reply
     std::unique_ptr<BusSlot> call;
-    Clock::time_point deadline;
   };
 
   std::pair<RequestSlot*, RequestSlot::Ticket> claim() noexcept;

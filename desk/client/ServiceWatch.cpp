@@ -17,7 +17,6 @@ namespace {
 constexpr char kBus[] = "org.freedesktop.DBus";
 constexpr char kBusPath[] = "/org/freedesktop/DBus";
 
-constexpr std::chrono::seconds kReplyDeadline{20};
 constexpr std::chrono::milliseconds kRepeatPause{500};  // after an error reply or a malformed reply
 
 constexpr std::chrono::milliseconds kFirstStartPause{250};
@@ -85,17 +84,12 @@ void ServiceWatch::activateService(Clock::time_point now, bool needed) {
   });
 }
 
-bool ServiceWatch::sendDueQueries(Clock::time_point now) {
+void ServiceWatch::sendDueQueries(Clock::time_point now) {
   for (StateQuery& query : m_queries) {
-    if (m_owner.isEmpty() || query.due > now) {
-      continue;
+    if (!m_owner.isEmpty() && query.call == nullptr && query.due <= now) {
+      ask(query);
     }
-    if (query.call != nullptr) {
-      return false;
-    }
-    ask(query, now);
   }
-  return true;
 }
 
 void ServiceWatch::match(const char* rule, void (ServiceWatch::*handler)(sd_bus_message*)) {
@@ -128,9 +122,8 @@ void ServiceWatch::setOwner(const QByteArray& name) {
   }
 }
 
-void ServiceWatch::ask(StateQuery& query, Clock::time_point now) {
+void ServiceWatch::ask(StateQuery& query) {
   const BusMessage call = m_connection.write(m_owner.constData(), query.method, "");
-  query.due = now + kReplyDeadline;
   query.call = m_connection.call(call, [this, &query](sd_bus_message* reply) {
     const bool known = isError(reply, SD_BUS_ERROR_UNKNOWN_METHOD) ||  // a service of another version
                        (!isError(reply) && (this->*query.read)(reply));

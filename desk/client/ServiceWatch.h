@@ -39,9 +39,8 @@ class ServiceWatch {
   void activateService(Clock::time_point now, bool needed);
 
   /** Send the due state queries to the owner. A query is due when the owner is new, and 0.5 s after an error
-   * reply or a malformed reply.
-   * @return false if a query has no reply after 20 s. @throws as BusConnection::call() */
-  bool sendDueQueries(Clock::time_point now);
+   * reply or a malformed reply. @throws as BusConnection::call() */
+  void sendDueQueries(Clock::time_point now);
 
   /** Unique bus name of the owner; empty if the service's name has no owner or the owner is not known yet. */
   const QByteArray& owner() const { return m_owner; }
@@ -54,13 +53,13 @@ class ServiceWatch {
     BusMethod method;
     bool (ServiceWatch::*read)(sd_bus_message*);
     std::unique_ptr<BusSlot> call{};  ///< null unless a reply is outstanding
-    Clock::time_point due{};          ///< the time limit for that reply, or the time of the next call
+    Clock::time_point due{};          ///< when the query is to be made, unless a reply is outstanding
   };
 
   void match(const char* rule, void (ServiceWatch::*handler)(sd_bus_message*));
   void findOwner();
   void setOwner(const QByteArray& name);
-  void ask(StateQuery& query, Clock::time_point now);
+  void ask(StateQuery& query);
   void onNameOwnerChanged(sd_bus_message* signal);
   void onListSignal(sd_bus_message* signal);
   bool readEventListState(sd_bus_message* reply);
