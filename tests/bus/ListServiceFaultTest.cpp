@@ -9,16 +9,7 @@ using ListServiceFaultTest = ListServiceTest;
 namespace {
 
 TEST_F(ListServiceFaultTest, KeepsWhatADatabaseOfTheVersionBeforeHolds) {
-  sql(R"(
-    CREATE TABLE events (id INTEGER PRIMARY KEY AUTOINCREMENT, event_type, state, icon_type, module_name, time,
-      description, keywords, user, alarm_id, object_name);
-    CREATE TABLE alarms (alarm_id TEXT PRIMARY KEY, edge, event_type, active, acknowledged, icon_type, module_name,
-      time, description, keywords);
-    CREATE TABLE sessions (session TEXT PRIMARY KEY, sequence, used) WITHOUT ROWID;
-    CREATE TABLE state (event_generation, alarm_generation, detector); INSERT INTO state VALUES (5, 6, 1);
-    INSERT INTO events VALUES (7, 3, 0, '', '', 0, '{}', '[]', 'kept', '', ''), (8, 3, 0, '', '', 0, '', '', '', '', '');
-    DELETE FROM events WHERE id = 8; INSERT INTO alarms VALUES ('x', 7, 0, 1, 0, '', '', 0, '{}', '[]');
-    INSERT INTO sessions VALUES ('s', 40, 1); PRAGMA application_id=1415673458; PRAGMA user_version=1;)");
+  sql(kDatabaseBefore);
   Peer peer;
   EXPECT_EQ(peer.begin("s", 41, "new +y"), "40, 42");
   EXPECT_EQ(column("id"), "10 9 7");

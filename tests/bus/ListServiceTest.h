@@ -11,53 +11,11 @@
 #include <sstream>
 
 #include "BusTest.h"
-#include "MessageWriter.h"
+#include "ListMessages.h"
 
 using namespace Tavroline::ListServiceNames;
 using Map = QVariantMap;
 using List = QVariantList;
-
-constexpr int kNeutral = 0, kOn = 1, kOff = 2;
-constexpr int kAlarm = 0, kFault = 2, kEvent = 3;
-
-inline std::string entry(const std::string& user, const Map& description = {}, const std::string& alarm = "",
-                         int state = kNeutral, int type = kEvent, std::int64_t time = 0) {
-  Tavroline::MessageWriter message;
-  message.entry(alarm.c_str(), state, type, time, "", "", user.c_str(), "", {"key"}, description);
-  return std::string(message.bytes());
-}
-
-/** A message in a word: "+x" and "-x" turn alarm x on and off, "*x" and "/x" fault x, "@x" turns
- * alarm x on by hand, "!x" acknowledges, "!"
- * the detector; "delete" deletes the event list, "bad" is invalid, any other is an event with this user. */
-inline std::string message(const std::string& word) {
-  Tavroline::MessageWriter message;
-  const auto edge = std::string("+-*/").find(word[0]);
-  if (edge != std::string::npos) {
-    return entry(word, {}, word.substr(1), edge % 2 == 0 ? kOn : kOff, edge < 2 ? kAlarm : kFault);
-  }
-  if (word == "delete") {
-    message.deleteEvents();
-  } else if (word[0] == '@') {
-    return entry(word, {}, word.substr(1), kOn, kAlarm).replace(4, 1, "\5");
-  } else if (word == "!") {
-    message.acknowledgeDetector("!");
-  } else if (word[0] == '!') {
-    message.acknowledgeAlarms(word.c_str(), {word.substr(1).c_str()});
-  } else {
-    return entry(word, {}, "", kNeutral, kEvent, word == "bad" ? -1 : 0);
-  }
-  return std::string(message.bytes());
-}
-
-inline std::string messages(const std::string& words) {
-  std::istringstream stream(words);
-  std::string bytes;
-  for (std::string word; stream >> word;) {
-    bytes += message(word);
-  }
-  return bytes;
-}
 
 inline std::string run(const char* program, const Strings& arguments) {
   ChildProcess child(program, arguments);
