@@ -5,6 +5,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "Commands.h"
+
 namespace {
 
 // Command lines and output are UTF-8.
@@ -108,19 +110,18 @@ void addEntryOptions(CLI::App* command, Arguments::Entry& entry) {
 using Add = std::function<CLI::App*(const char* name, Arguments::Command value, const char* help)>;
 
 void addChanges(const Add& add, Arguments& arguments) {
-  using Command = Arguments::Command;
-  CLI::App* log = add("log", Command::Log, "Log an entry");
+  CLI::App* log = add("log", Commands::log, "Log an entry");
   addTypes(log, arguments.entry.types, {"audit", "event"}, "audit (the default) or event")->expected(1);
   CLI::App* raise =
-      add("raise", Command::Raise, "Raise an alarm that no program owns; prints its identifier");
+      add("raise", Commands::raise, "Raise an alarm that no program owns; prints its identifier");
   addTypes(raise, arguments.entry.types, {"alarm", "fault"}, "alarm (the default) or fault")->expected(1);
   addTexts(raise, "--id", arguments.alarmIds, "identifier, instead of a new one")
       ->type_name("ID")
       ->expected(1);
   addEntryOptions(log, arguments.entry);
   addEntryOptions(raise, arguments.entry);
-  CLI::App* clear = add("clear", Command::Clear, "Turn alarms off");
-  CLI::App* ack = add("ack", Command::Acknowledge, "Acknowledge alarms");
+  CLI::App* clear = add("clear", Commands::clear, "Turn alarms off");
+  CLI::App* ack = add("ack", Commands::acknowledge, "Acknowledge alarms");
   for (CLI::App* command : {clear, ack}) {
     addTexts(command, "ID", arguments.alarmIds,
              "identifiers as the alarm list shows them, or their first 9 characters")
@@ -128,8 +129,8 @@ void addChanges(const Add& add, Arguments& arguments) {
         ->allow_extra_args()
         ->required();
   }
-  CLI::App* detector = add("ack-detector", Command::AcknowledgeDetector, "Acknowledge the central detector");
-  CLI::App* deletion = add("delete-events", Command::DeleteEvents, "Delete the event list");
+  CLI::App* detector = add("ack-detector", Commands::acknowledgeDetector, "Acknowledge the central detector");
+  CLI::App* deletion = add("delete-events", Commands::deleteEvents, "Delete the event list");
   deletion->add_flag("-y,--yes", arguments.yes, "do not ask, on a terminal");
   for (CLI::App* command : {log, raise, clear, ack, detector, deletion}) {
     addText(command, "-u,--user", arguments.user, "who does it; the login name by default")
@@ -159,31 +160,31 @@ void addExport(CLI::App* command, Arguments& arguments) {
 }
 
 void addCommands(CLI::App& app, Arguments& arguments) {
-  using Command = Arguments::Command;
-  const auto add = [&](const char* name, Command value, const char* help) {
+  const auto add = [&](const char* name, Arguments::Command value, const char* help) {
     CLI::App* command = app.add_subcommand(name, help);
     command->parse_complete_callback([&arguments, value] { arguments.command = value; });
-    if (value != Command::Export) {
+    if (value != Commands::exportEvents) {
       command->add_flag("-j,--json", arguments.json, "JSON instead of text");
     }
     return command;
   };
-  CLI::App* events = add("events", Command::Events, "Show the event list, the newest first");
-  CLI::App* alarms = add("alarms", Command::Alarms, "Show the alarm list, the newest change first");
+  CLI::App* events = add("events", Commands::showEvents, "Show the event list, the newest first");
+  CLI::App* alarms = add("alarms", Commands::showAlarms, "Show the alarm list, the newest change first");
   addLists(events, alarms, arguments);
-  addExport(add("export", Command::Export, "Write the event list for other programs, the oldest entry first"),
+  addExport(add("export", Commands::exportEvents,
+                "Write the event list for other programs, the oldest entry first"),
             arguments);
   addChanges(add, arguments);
 
-  CLI::App* stats =
-      add("stats", Command::Statistics, "Show counters and flags of the service and counters of its clients");
+  CLI::App* stats = add("stats", Commands::showStatistics,
+                        "Show counters and flags of the service and counters of its clients");
   stats->add_option("--interval", arguments.interval, "read again after this many seconds and show rates")
       ->type_name("SECONDS")
       ->check(CLI::Range(1, 3600).description(""));
   stats->add_flag("-f,--follow", arguments.follow, "keep reading, until SIGINT or the reader ends")
       ->needs("--interval");
 
-  add("doctor", Command::Doctor, "Check bus, service, interface version, policy and clock");
+  add("doctor", Commands::diagnose, "Check bus, service, interface version, policy and clock");
 }
 
 /** Print the error. CLI11 reports a missing command or option first; an unknown word is the better message.

@@ -10,24 +10,13 @@
 
 /** The command line of tavroline-ctl: one command with its options. */
 struct Arguments {
-  enum class Command {
-    Events,
-    Export,
-    Alarms,
-    Log,
-    Raise,
-    Clear,
-    Acknowledge,
-    AcknowledgeDetector,
-    DeleteEvents,
-    Statistics,
-    Doctor
-  };
+  /** Carries out a command; see Commands.h. */
+  using Command = void (*)(const Arguments& arguments);
 
   /** Exit codes, as --help documents them. */
   enum Exit { ExitDone = 0, ExitFailed = 1, ExitUsage = 2, ExitNoBus = 3, ExitNoService = 4 };
 
-  Command command = Command::Events;
+  Command command = nullptr;
   QString language;   ///< empty: the service's default
   quint32 count = 0;  ///< newest entries wanted, 0 for all
   bool json = false;

@@ -92,7 +92,16 @@ QStringList identifiers(ListClient& client, const Arguments& arguments, bool act
   return ids;
 }
 
-void acknowledge(ListClient& client, const Arguments& arguments) {
+}  // namespace
+
+void Commands::log(const Arguments& arguments) {
+  ListClient client;
+  send(client, arguments, Enums::EventTypeAuditTrail, {}, Enums::StateNeutral);
+  confirm(arguments, "logged", arguments.entry.text);
+}
+
+void Commands::acknowledge(const Arguments& arguments) {
+  ListClient client;
   const QStringList ids = identifiers(client, arguments, false);
   Message message;
   message.acknowledgeAlarms(arguments.user, ids);
@@ -100,14 +109,16 @@ void acknowledge(ListClient& client, const Arguments& arguments) {
   confirm(arguments, "acknowledged", QJsonArray::fromStringList(ids));
 }
 
-void acknowledgeDetector(ListClient& client, const Arguments& arguments) {
+void Commands::acknowledgeDetector(const Arguments& arguments) {
+  ListClient client;
   Message message;
   message.acknowledgeDetector(arguments.user);
   client.send(message);
   confirm(arguments, "acknowledged", QStringLiteral("detector"));
 }
 
-void raise(ListClient& client, const Arguments& arguments) {
+void Commands::raise(const Arguments& arguments) {
+  ListClient client;
   const QString id = arguments.alarmIds.value(0, QUuid::createUuid().toString());
   for (const QJsonValue alarm : alarmList(client, true)) {
     if (idOf(alarm) == id) {
@@ -121,7 +132,8 @@ void raise(ListClient& client, const Arguments& arguments) {
   confirm(arguments, "raised", id);
 }
 
-void clear(ListClient& client, const Arguments& arguments) {
+void Commands::clear(const Arguments& arguments) {
+  ListClient client;
   const QStringList ids = identifiers(client, arguments, true);
   for (const QString& id : ids) {
     send(client, arguments, Enums::EventTypeAlarm, id, Enums::StateOff);
@@ -129,7 +141,8 @@ void clear(ListClient& client, const Arguments& arguments) {
   confirm(arguments, "cleared", QJsonArray::fromStringList(ids));
 }
 
-void deleteEvents(ListClient& client, const Arguments& arguments) {
+void Commands::deleteEvents(const Arguments& arguments) {
+  ListClient client;
   if (!arguments.yes && isatty(STDIN_FILENO) != 0) {
     std::cerr << "Delete the event list with its "
               << client.statistics().value(QStringLiteral("entries")).toInt() << " entries? [y/N] ";
@@ -143,25 +156,4 @@ void deleteEvents(ListClient& client, const Arguments& arguments) {
   message.deleteEvents(arguments.user);
   client.send(message);
   confirm(arguments, "deleted", QStringLiteral("events"));
-}
-
-}  // namespace
-
-void Commands::change(const Arguments& arguments) {
-  ListClient client;
-  switch (arguments.command) {
-    case Arguments::Command::Log:
-      send(client, arguments, Enums::EventTypeAuditTrail, {}, Enums::StateNeutral);
-      return confirm(arguments, "logged", arguments.entry.text);
-    case Arguments::Command::Raise:
-      return raise(client, arguments);
-    case Arguments::Command::Clear:
-      return clear(client, arguments);
-    case Arguments::Command::Acknowledge:
-      return acknowledge(client, arguments);
-    case Arguments::Command::AcknowledgeDetector:
-      return acknowledgeDetector(client, arguments);
-    default:
-      return deleteEvents(client, arguments);
-  }
 }

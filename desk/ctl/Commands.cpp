@@ -43,31 +43,6 @@ void followEvents(ListView& view, const Arguments& arguments) {
   });
 }
 
-void showEvents(const Arguments& arguments) {
-  ListView view(ListClient::List::Events, arguments.json);
-  if (arguments.follow) {
-    followEvents(view, arguments);
-  }
-  ListClient client;
-  const EntryFilter filter = filterOf(client, arguments);
-  const quint32 asked = filter.isEmpty() ? arguments.count : 0;
-  const QJsonArray list = Commands::entriesOf(client.events(arguments.language, asked));
-  view.showAll(filter.passing(list, arguments.count));
-}
-
-void showAlarms(const Arguments& arguments) {
-  ListView view(ListClient::List::Alarms, arguments.json);
-  const auto update = [&](ListClient& client) {
-    const EntryFilter filter = filterOf(client, arguments);
-    view.showAll(filter.passing(Commands::entriesOf(client.alarms(arguments.language)), arguments.count));
-  };
-  if (arguments.follow) {
-    Follow::changes(ListClient::List::Alarms, update);
-  }
-  ListClient client;
-  update(client);
-}
-
 }  // namespace
 
 QJsonArray Commands::entriesOf(const QJsonObject& reply) {
@@ -78,19 +53,27 @@ QJsonArray Commands::entriesOf(const QJsonObject& reply) {
   return reply.value(Keys::getListDataName()).toArray();
 }
 
-void Commands::run(const Arguments& arguments) {
-  switch (arguments.command) {
-    case Arguments::Command::Events:
-      return showEvents(arguments);
-    case Arguments::Command::Alarms:
-      return showAlarms(arguments);
-    case Arguments::Command::Export:
-      return exportEvents(arguments);
-    case Arguments::Command::Statistics:
-      return showStatistics(arguments);
-    case Arguments::Command::Doctor:
-      return diagnose(arguments.json);
-    default:
-      return change(arguments);
+void Commands::showEvents(const Arguments& arguments) {
+  ListView view(ListClient::List::Events, arguments.json);
+  if (arguments.follow) {
+    followEvents(view, arguments);
   }
+  ListClient client;
+  const EntryFilter filter = filterOf(client, arguments);
+  const quint32 asked = filter.isEmpty() ? arguments.count : 0;
+  const QJsonArray list = entriesOf(client.events(arguments.language, asked));
+  view.showAll(filter.passing(list, arguments.count));
+}
+
+void Commands::showAlarms(const Arguments& arguments) {
+  ListView view(ListClient::List::Alarms, arguments.json);
+  const auto update = [&](ListClient& client) {
+    const EntryFilter filter = filterOf(client, arguments);
+    view.showAll(filter.passing(entriesOf(client.alarms(arguments.language)), arguments.count));
+  };
+  if (arguments.follow) {
+    Follow::changes(ListClient::List::Alarms, update);
+  }
+  ListClient client;
+  update(client);
 }

@@ -133,11 +133,13 @@ bool ListClient::mayCall(const Interface& interface, const char* method) {
   const BusMessage request = newCall(interface, method);
   // No method has a single byte as its argument: the service refuses the call without carrying it out.
   check(sd_bus_message_append(request.get(), "y", 0));
-  BusError error;
-  sd_bus_message* reply = nullptr;
-  const int result = sd_bus_call(m_bus.get(), request.get(), 0, error.get(), &reply);
-  const BusMessage received(reply);
-  return result >= 0 || sd_bus_error_has_name(error.get(), SD_BUS_ERROR_ACCESS_DENIED) == 0;
+  try {
+    call(request);
+  } catch (const Forbidden&) {
+    return false;
+  } catch (const ClientError&) {
+  }
+  return true;
 }
 
 ListClient::BusMessage ListClient::newMessage(const char* destination, const char* path,
@@ -261,20 +263,14 @@ QJsonObject ListClient::alarms(const QString& language) {
 
 QJsonObject ListClient::statistics() {
   QJsonObject statistics = readFigures(call(newCall(kEvents, "GetStatistics")));
-  quint64 value = 0;
   const BusMessage state = call(newCall(kAlarms, "GetState"));
-  int alarm = 0;
-  int activeAlarm = 0;
-  int fault = 0;
-  int activeFault = 0;
-  int detector = 0;
-  check(sd_bus_message_read(state.get(), "t(bbbb)b", &value, &alarm, &activeAlarm, &fault, &activeFault,
-                            &detector));
-  statistics.insert(QStringLiteral("alarm"), alarm != 0);
-  statistics.insert(QStringLiteral("activeAlarm"), activeAlarm != 0);
-  statistics.insert(QStringLiteral("fault"), fault != 0);
-  statistics.insert(QStringLiteral("activeFault"), activeFault != 0);
-  statistics.insert(QStringLiteral("detector"), detector != 0);
+  check(sd_bus_message_skip(state.get(), "t"));
+  int flags[5];
+  check(sd_bus_message_read(state.get(), "(bbbb)b", &flags[0], &flags[1], &flags[2], &flags[3], &flags[4]));
+  const char* const names[] = {"alarm", "activeAlarm", "fault", "activeFault", "detector"};
+  for (int i = 0; i < 5; ++i) {
+    statistics.insert(QLatin1String(names[i]), flags[i] != 0);
+  }
   return statistics;
 }
 
@@ -290,7 +286,9 @@ QJsonArray ListClient::clientCounters() {
     QJsonObject client = readFigures(reply);
     client.insert(QStringLiteral("program"), QString::fromUtf8(program));
     client.insert(QStringLiteral("user"), user == UINT32_MAX ? -1.0 : static_cast<double>(user));
-    client.insert(QStringLiteral("time"), static_cast<double>(time));
+    const QDateTime reported = QDateTime::fromMSecsSinceEpoch(time);
+    client.insert(QStringLiteral("time"),
+                  reported.toOffsetFromUtc(reported.offsetFromUtc()).toString(Qt::ISODateWithMs));
     clients.append(client);
     check(sd_bus_message_exit_container(reply.get()));
   }

@@ -87,7 +87,7 @@ class ListClient {
   /** Counters and flags by name. */
   QJsonObject statistics();
   /** The last report of each client's message counters, the newest report first: program, user (-1 if
-   * unknown), time (milliseconds since 1970-01-01 00:00:00 UTC), and figures by name. */
+   * unknown), time (ISO 8601, with its offset from UTC), and figures by name. */
   QJsonArray clientCounters();
 
   /** Send a message and wait until the service has stored it. */

@@ -4,7 +4,6 @@
 
 #include "EntryFilter.h"
 #include "EventlistHandlerDefinitions.h"
-#include "EventlistHandlerEnums.h"
 
 namespace {
 
@@ -70,19 +69,12 @@ TextTable tableOf(ListClient::List list) {
 }
 
 Terminal::Colour colourOf(const QJsonObject& entry, ListClient::List list) {
+  using Colour = Terminal::Colour;
+  static const QVector<Colour> kColours{Colour::Red, Colour::Cyan, Colour::Yellow};  // by the type's number
   if (list == ListClient::List::Alarms && !isActive(entry)) {
-    return Terminal::Colour::None;
+    return Colour::None;
   }
-  switch (entry.value(Keys::getListColumnNameEventType()).toInt()) {
-    case EventlistHandlerEnums::EventTypeAlarm:
-      return Terminal::Colour::Red;
-    case EventlistHandlerEnums::EventTypeFault:
-      return Terminal::Colour::Yellow;
-    case EventlistHandlerEnums::EventTypeAuditTrail:
-      return Terminal::Colour::Cyan;
-    default:
-      return Terminal::Colour::None;
-  }
+  return kColours.value(entry.value(Keys::getListColumnNameEventType()).toInt(), Colour::None);
 }
 
 }  // namespace

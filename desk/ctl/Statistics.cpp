@@ -41,8 +41,9 @@ Reading read(ListClient& client) {
 void addRates(QJsonObject& now, const QJsonObject& before, double seconds) {
   QJsonObject rates;
   for (const QString& name : kCounts) {
-    if (now.contains(name) && before.contains(name)) {
-      rates.insert(name, (now.value(name).toDouble() - before.value(name).toDouble()) / seconds);
+    const double growth = now.value(name).toDouble() - before.value(name).toDouble();
+    if (now.contains(name) && before.contains(name) && growth >= 0) {  // a restarted service begins with 0
+      rates.insert(name, growth / seconds);
     }
   }
   now.insert(kRates, rates);
@@ -109,8 +110,7 @@ QByteArray clientTable(const QJsonArray& clients, bool rates) {
   TextTable table(columns, Terminal::ofStandardOutput());
   for (const QJsonValue value : clients) {
     const QJsonObject client = value.toObject();
-    const auto reported =
-        QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(client.value(kReported).toDouble()));
+    const auto reported = QDateTime::fromString(client.value(kReported).toString(), Qt::ISODateWithMs);
     QStringList row{client.value(kProgram).toString() + QStringLiteral(" (") + userName(client.value(kUser)) +
                         QLatin1Char(')'),
                     rates ? rate(client, kShown.at(1)) : reported.toString(QStringLiteral("HH:mm:ss"))};

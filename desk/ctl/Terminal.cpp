@@ -70,24 +70,8 @@ Terminal Terminal::ofStandardOutput() {
 }
 
 QByteArray Terminal::coloured(const QByteArray& text, Colour colour) const {
-  const char* start = "";
-  switch (colour) {
-    case Colour::None:
-      return text;
-    case Colour::Bold:
-      start = "\033[1m";
-      break;
-    case Colour::Red:
-      start = "\033[31m";
-      break;
-    case Colour::Yellow:
-      start = "\033[33m";
-      break;
-    case Colour::Cyan:
-      start = "\033[36m";
-      break;
-  }
-  return colours ? start + text + "\033[0m" : text;
+  static constexpr const char* kStart[] = {"", "\033[1m", "\033[31m", "\033[33m", "\033[36m"};
+  return colours && colour != Colour::None ? kStart[static_cast<int>(colour)] + text + "\033[0m" : text;
 }
 
 void Terminal::print(const QByteArray& text) {

@@ -2,7 +2,7 @@
 #include <cstdio>
 
 #include "Arguments.h"
-#include "Commands.h"
+#include "ListClient.h"
 #include "Terminal.h"
 
 int main(int argc, char** argv) {
@@ -17,7 +17,7 @@ int main(int argc, char** argv) {
     return code;
   };
   try {
-    Commands::run(*arguments);
+    arguments->command(*arguments);
   } catch (const ReaderGone&) {
     return Arguments::ExitDone;
   } catch (const std::invalid_argument& error) {
