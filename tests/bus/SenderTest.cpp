@@ -55,9 +55,9 @@ TEST_F(SenderTest, NothingIsLostOrDoubledAfterAFaultOfAnyCall) {
       {SD_BUS_ERROR_ACCESS_DENIED, SD_BUS_ERROR_UNKNOWN_METHOD},
       {ListServiceNames::kErrorStorage, ListServiceNames::kErrorStorage},
       {ListServiceNames::kErrorInvalid, ListServiceNames::kErrorNotNow}};
-  for (const std::string method : {"Resume", "ReportAlarms", "RaiseAlarms", "Send"}) {
+  for (const std::string method : {"Resume", "ReportAlarms", "RaiseAlarms", "Send", "GetState"}) {
     for (const auto& fault : faults) {
-      if (method == "Send" && fault.size() > 3) {
+      if ((method == "Send" || method == "GetState") && fault.size() > 3) {
         continue;  // a message would be dropped
       }
       SCOPED_TRACE(testing::Message() << method << ": " << fault.front() << " " << fault.size());
@@ -65,13 +65,15 @@ TEST_F(SenderTest, NothingIsLostOrDoubledAfterAFaultOfAnyCall) {
       ScriptedService script;
       ASSERT_TRUE(deliver(script, {"+a"}));
       script.faults[method] = fault;
+      script.calls.clear();
       script.store = std::make_shared<Store>();
       script.restart();
       ASSERT_TRUE(deliver(script, {"1", "+b", "2", "-b", "3"}));
       EXPECT_TRUE(script.serve([&] { return script.store->activeAlarms() == "a"; }));
       const bool waits = fault.size() > 3 && method != "Resume";  // the state, for the messages
       EXPECT_EQ(script.store->words(), waits ? "1 +b 2 -b 3 +a" : "+a 1 +b 2 -b 3");
-      EXPECT_TRUE(script.faults[method].empty() || fault.front() == "late end") << "the call was not made";
+      EXPECT_TRUE(fault.front() == "late end" ||
+                  script.serve([&] { return script.callsOf(method) > static_cast<long>(fault.size()); }));
       EXPECT_EQ(hub->counters().dropped, 0U);
     }
   }
@@ -227,13 +229,6 @@ TEST_F(SenderTest, UnloadWritesEverythingWithoutWaitingForAnAnswer) {
     EXPECT_EQ(script.store->activeAlarms(), "");
   }
   EXPECT_EQ(records("not confirmed before unload"), 3) << "only the last one got answers";
-}
-
-TEST_F(SenderTest, AStateQueryWithoutAGoodReplyIsRepeated) {
-  ScriptedService script;
-  script.faults["GetState"] = {"silence", SD_BUS_ERROR_LIMITS_EXCEEDED, "form"};
-  hub->start();
-  EXPECT_TRUE(script.serve([&] { return script.callsOf("GetState") >= 5; })) << "for both lists";
 }
 
 TEST_F(SenderTest, AnIdleHubWakesTenTimesASecondAndNeverSpins) {
