@@ -144,6 +144,7 @@ struct Failure {
   int refused = 0;
 };
 
+/** Sends all steps but the last. After a refusal it sends the last too early, then the refused one again. */
 void sendAll(const std::vector<Step>& steps, Failure& failure) {
   Disk disk = diskWith(kDatabaseBefore);
   disk.before = [&](int growth) {
