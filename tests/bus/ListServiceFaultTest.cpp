@@ -63,6 +63,10 @@ TEST_F(ListServiceFaultTest, DropsTheOldestBeyondItsCapacityAndCountsWhatAReplyO
   EXPECT_EQ(entries.first()["EventlistId"].toInt(), 802);
   EXPECT_GT(entries.size(), 600);
   EXPECT_EQ(entries.size() + list["Omitted"].toInt(), 800);
+  startService({"--db", database, "--capacity", "800", "--reply-entries", "1"});
+  const QJsonObject bounded =
+      object(peer.call({"GetList", kEventListPath, kEventListInterface}, {}, "su", "", 2U));
+  EXPECT_EQ(bounded["ListData"].toArray().size() + 10 * bounded["Omitted"].toInt(), 11);
   startService({"--db", database, "--capacity", "2"});
   EXPECT_EQ(column("id"), "802 801") << "before anything is stored";
   EXPECT_LT(std::filesystem::file_size(database), 1U << 20U) << "20 MB before";
