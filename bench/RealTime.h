@@ -29,7 +29,8 @@ void moveToCore(int thread);
 /** Runs `work` on the core in a thread of class SCHED_FIFO; returns when it has ended. */
 void runAsTask(int priority, const std::function<void()>& work);
 
-/** The library's own thread, after its first use. @throws std::runtime_error if there is none */
+/** Number of the thread that the library starts when it is used first; waits until it runs. @throws
+ * std::runtime_error if the library has not started its thread */
 int hubThread();
 
 /** What a task that runs every millisecond measures in each cycle, in microseconds. */

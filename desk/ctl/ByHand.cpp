@@ -51,7 +51,7 @@ bool isActive(const QJsonValue& alarm) {
 }
 
 /** The identifier in the list that equals `given`, or else the only one that begins with it, if `given` has
- * at least kShortest characters. Throws ClientError if there is none or several begin so. */
+ * at least kShortest characters. Throws ClientError if no identifier begins with it, or several do. */
 QString identifierOf(const QJsonArray& list, const QString& given) {
   constexpr int kShortest = 9;
   QStringList beginning;

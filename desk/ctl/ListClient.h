@@ -11,7 +11,8 @@
 #include "ListServiceNames.h"
 #include "MessageWriter.h"
 
-/** The bus or the service cannot be reached, or the service refused a call; what() is for the user. */
+/** A command failed: the bus or the service cannot be reached, the service refused a call, or the user named
+ * an alarm that the list does not have. what() is shown to the user. */
 class ClientError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -58,7 +59,8 @@ class ListClient {
 
   /** The address of the bus to which the constructor connects. */
   static QString address();
-  /** The connection that owns the service's name, empty if there is none; starts no service. */
+  /** The unique name of the connection that owns the service's name; empty if no connection owns it. The call
+   * does not start the service. */
   QString owner();
   /** Whether the bus starts the service with a call if it does not run. */
   bool isActivatable();

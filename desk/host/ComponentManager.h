@@ -33,7 +33,8 @@ class ComponentManager {
   /** The external functions in the order of their registration. [any-thread] */
   const std::vector<Function>& functions() const { return m_functions; }
 
-  /** The registered external function of that name, null if there is none. [any-thread] */
+  /** The external function that the component registered under this name; null if it registered no such
+   * function. [any-thread] */
   ExternalFunction find(const std::string& name) const;
 
   /** Call the component's hook of the communication cycle. [hook] */

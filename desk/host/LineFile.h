@@ -4,8 +4,8 @@
 #include <memory>
 #include <string>
 
-/** A file of lines, each with its time. Several threads may write; the owner sees to it that one does at a
- * time if an order matters. */
+/** A file of lines, each with its time. Several threads may write at once; their lines are then in any
+ * order. An owner that needs an order lets one thread write at a time. */
 class LineFile {
  public:
   /** Standard error. [init] */

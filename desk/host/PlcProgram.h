@@ -14,7 +14,8 @@ extern "C" {
 /** The runtime's services for a program. Valid until the program's stop function has returned. */
 typedef struct {
   void* context;
-  /** The registered external function of that name, null if there is none. [any-thread] */
+  /** The external function that the component registered under this name; null if it registered no such
+   * function. [any-thread] */
   ExternalFunction (*findFunction)(void* context, const char* name);
   /** Ask the runtime to end with this exit status (its lowest 8 bits); the first request counts. [any-thread]
    */

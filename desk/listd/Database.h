@@ -98,7 +98,8 @@ class Statement {
   /** @param utf8 not copied: must live until run() or reset() has returned, or next() has returned false */
   Statement& bind(int parameter, const QByteArray& utf8);
 
-  /** Step to the next row. @return false if there is none; the statement can then be bound again */
+  /** Step to the next row. @return false if the result has no further row; the statement can then be bound
+   * again */
   bool next();
   /** Execute a statement that has no (further) result rows. */
   void run();

@@ -49,7 +49,7 @@ class EventStore {
   /** At most `count` entries with higher numbers than `after`, the oldest first. */
   Page page(qint64 after, qint64 count, const QByteArray& language);
 
-  /** Number of the oldest entry; if there is none, of the next one. */
+  /** Number of the oldest entry; if the list is empty, the number that the next entry will get. */
   qint64 oldest();
 
   qint64 count() { return m_newest + 1 - oldest(); }
