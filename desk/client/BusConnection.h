@@ -90,7 +90,7 @@ class BusConnection {
    * @param bus whether to wait for the socket
    * @return whether the socket or the eventfd ended the wait; an error on one of them ends it too
    */
-  bool wait(int wakeFd, bool bus, std::chrono::milliseconds time) const;
+  bool wait(int wakeFd, bool bus, std::chrono::milliseconds time);
 
   /** Create a method call. @param types, values arguments of sd_bus_message_append(). @throws as call() */
   template <typename... Values>
@@ -126,6 +126,8 @@ class BusConnection {
 
   std::list<BusSlot::Time> m_deadlines;  ///< of all BusSlots
   BusPointer<sd_bus> m_bus;
+  /** The last wait() ended without a reason for the next process(), which saves that a system call. */
+  bool m_isQuiet = false;
   std::exception_ptr m_thrown;
 };
 
