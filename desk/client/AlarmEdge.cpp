@@ -7,8 +7,8 @@
 
 namespace Tavroline {
 
-// MessageWriter::entry() writes size, kind, alarm identifier, state and type of an entry first, in this
-// order. The list service decides by the same fields whether an entry is an edge.
+// Reads the fields with which MessageWriter::entry() begins an entry: size, kind, alarm identifier, state and
+// type. The list service decides by the same fields whether an entry is an edge.
 std::optional<AlarmEdge> AlarmEdge::of(std::string_view message) {
   constexpr std::size_t kKind = sizeof(quint32), kIdSize = kKind + 1, kId = kIdSize + sizeof(quint32);
   if (message.at(kKind) != static_cast<char>(MessageFormat::Kind::Entry)) {

@@ -7,9 +7,9 @@
 
 using namespace Tavroline;
 
-/** Exists in a connector that was constructed for the device's bus, unless memory allocation failed. Holds
- * the flags that the connector last reported. The hook queries the flags and the list in the same cycle, so
- * listChanged() alone starts the hub's thread. */
+/** The state of a connector: what the connector last reported. A connector has no state, and its functions
+ * return null or false, if it was not constructed for the device's bus or memory allocation failed. The hook
+ * queries the flags and the list in the same cycle, so listChanged() alone starts the hub's thread. */
 class AlarmlistHandlerDBusConnectorRead::Private {
  public:
   bool flagChanged(ListState::Flag flag, bool& value) {

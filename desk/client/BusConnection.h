@@ -29,7 +29,7 @@ class BusSlot {
   friend class BusConnection;
   BusConnection& m_connection;
   Handler m_handler;
-  std::list<Time>::iterator m_deadline;  ///< in BusConnection::m_deadlines
+  std::list<Time>::iterator m_deadline;  ///< this slot's element of BusConnection::m_deadlines
   BusPointer<sd_bus_slot> m_slot;
 };
 
@@ -124,7 +124,7 @@ class BusConnection {
   friend class BusSlot;
   static int dispatch(sd_bus_message* message, void* slot, sd_bus_error* error);
 
-  std::list<BusSlot::Time> m_deadlines;  ///< of all BusSlots
+  std::list<BusSlot::Time> m_deadlines;  ///< for each BusSlot, when its call must be answered
   BusPointer<sd_bus> m_bus;
   /** The last wait() ended without a reason for the next process(), which saves that a system call. */
   bool m_isQuiet = false;

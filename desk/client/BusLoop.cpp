@@ -16,10 +16,11 @@ constexpr std::chrono::milliseconds kShortestWait{5};
 constexpr std::chrono::milliseconds kLongestWait{100};
 constexpr std::chrono::milliseconds kFirstPause{100};
 constexpr std::chrono::milliseconds kLongestPause{2000};
-constexpr std::chrono::seconds kReportPause{1};       // least interval of counter reports to the service
-constexpr std::chrono::minutes kLogPause{10};         // interval of counter records in the log
-constexpr std::chrono::seconds kLongWait{10};         // a record is due if messages have waited for this time
-constexpr std::chrono::milliseconds kDrainTime{500};  // at unload, see run()
+constexpr std::chrono::seconds kReportPause{
+    1};  // minimum interval between reports of the counters to the service
+constexpr std::chrono::minutes kLogPause{10};  // interval between records of the counters in the runtime log
+constexpr std::chrono::seconds kLongWait{10};  // a record is due if messages have waited for this time
+constexpr std::chrono::milliseconds kDrainTime{500};     // at unload, see run()
 constexpr std::chrono::milliseconds kOffEdgesTime{150};  // the last part of kDrainTime
 
 QByteArray errnoText(int result) {
@@ -180,7 +181,7 @@ void BusLoop::drain() noexcept {
         last = end - Clock::now() < kOffEdgesTime;
         m_sender.flush(last);
       }
-      turn();  // may be the first turn: the library can be unloaded right after its first use
+      turn();  // the first turn, if the library is unloaded right after its first use
       // Messages can arrive if the service's name has an owner, or if the owner may still be found.
       const bool mayArrive = !m_sender.owner().isEmpty() || (m_connection.isOpen() && !m_watch.isAbsent());
       pending = mayArrive && (m_queue.hasPending() || m_connection.hasUnwritten());

@@ -66,7 +66,7 @@ class BusLoop {
   MessageCounters::Values m_reported{};
   Clock::time_point m_nextLog;
   Clock::time_point m_nextReport;
-  quint64 m_settled = 0;             ///< last number of accepted messages that are not pending
+  quint64 m_settled = 0;             ///< number of accepted messages that were not pending in the last turn
   Clock::time_point m_waitingSince;  ///< when m_settled changed last
   bool m_waitLogged = false;         ///< the counters were logged because the pending messages wait
 };

@@ -8,7 +8,8 @@
 
 using namespace Tavroline;
 
-/** Exists in a connector that was constructed for the device's bus, unless memory allocation failed. */
+/** The state of a connector. A connector has no state, and its functions return null or false, if it was not
+ * constructed for the device's bus or memory allocation failed. */
 class EventlistHandlerDBusConnectorRead::Private {
  public:
   Hub& hub = Hub::instance();

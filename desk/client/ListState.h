@@ -31,7 +31,7 @@ class ListChanges {
   }
 
  private:
-  quint64 m_generation = 0;  ///< used by the hub's thread alone
+  quint64 m_generation = 0;  ///< last reported generation; used by the hub's thread alone
   std::atomic<quint32> m_count{0};
 };
 

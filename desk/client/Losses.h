@@ -11,12 +11,12 @@ using Clock = std::chrono::steady_clock;
 /** Why a message was lost. A refused message was lost at its hand-over. A dropped message was accepted and
  * lost later. */
 enum class Loss {
-  Rejected,     ///< dropped: the service refused it for good
-  EndsService,  ///< dropped: the service ended each time this message was sent alone
-  Unload,       ///< dropped: not confirmed when the library was unloaded
+  Rejected,     ///< dropped: the service refused the message for good
+  EndsService,  ///< dropped: the service ended each time the message was sent alone
+  Unload,       ///< dropped: the message was not confirmed when the library was unloaded
   QueueFull,    ///< refused: the queue had no room
   NoMemory,     ///< refused: memory allocation failed
-  Unsendable    ///< refused: too long, nested too deep, or a value's type cannot be encoded
+  Unsendable    ///< refused: too long, nested too deep, or of a type that cannot be encoded
 };
 constexpr std::size_t kDropCauses = 3;  ///< number of causes of dropped messages; they come first in Loss
 constexpr std::size_t kLossCauses = 6;

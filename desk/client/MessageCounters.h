@@ -15,12 +15,12 @@ namespace Tavroline {
  * the alarms' state (RaisedAlarms), do not count as accepted.
  */
 struct MessageCounters {
-  quint64 accepted = 0;
-  quint64 delivered = 0;   ///< confirmed by the service
-  quint64 pending = 0;     ///< neither confirmed nor dropped yet, sent or unsent
+  quint64 accepted = 0;    ///< messages that the hub has taken over
+  quint64 delivered = 0;   ///< messages that the service has confirmed
+  quint64 pending = 0;     ///< messages that may still be delivered, sent or unsent
   quint64 superseded = 0;  ///< unsent alarm edges that later edges made superfluous, see AlarmOverflow
-  quint64 dropped = 0;     ///< accepted and lost later
-  quint64 refused = 0;     ///< lost at their hand-over
+  quint64 dropped = 0;     ///< messages that were accepted and lost later
+  quint64 refused = 0;     ///< messages that were lost at their hand-over
   Losses::Counts lost{};   ///< dropped and refused messages by cause
 
   quint64 count(Loss cause) const { return lost[static_cast<std::size_t>(cause)]; }
