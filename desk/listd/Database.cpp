@@ -11,6 +11,7 @@ namespace {
 constexpr std::intmax_t kSmallDisk = 64 << 20;  // bytes left
 // Bytes of them that the journal keeps, so that a full list can still be deleted.
 constexpr std::intmax_t kJournalRoom = 192 << 10;
+constexpr std::intmax_t kPageSize = 4096;  // SQLite's
 
 std::string nameOf(sqlite3* connection) {
   const char* const file = connection != nullptr ? sqlite3_db_filename(connection, "main") : nullptr;
@@ -68,7 +69,7 @@ Database::Database(const std::string& file) {
   std::error_code unknown;
   const auto left = static_cast<std::intmax_t>(std::filesystem::space(file, unknown).available);
   if (!unknown && left < kSmallDisk) {
-    const auto more = std::max<std::intmax_t>(left - kJournalRoom, 0) / queryNumber("PRAGMA page_size");
+    const auto more = std::max<std::intmax_t>(left - kJournalRoom, 0) / kPageSize;
     const std::string pages = std::to_string(queryNumber("PRAGMA page_count") + more);
     execute(
         ("PRAGMA wal_autocheckpoint=32; PRAGMA secure_delete=FAST; PRAGMA max_page_count=" + pages).c_str());

@@ -162,9 +162,8 @@ void MessagesObject::reportAlarms(sd_bus_message* call) {
   const QByteArray session = readSession(call);
   const QByteArrayList on = readIdentifiers(call);
   receive(call, on.join().size(), [=](Connection& connection) {
-    const Sender sender = connection.sender(session);
     const BusMessage reply = newReply(call);
-    appendTexts(reply.get(), m_service.reportAlarms(sender, on));
+    appendTexts(reply.get(), m_service.reportAlarms(connection.sender(session), on));
     sendReply(reply);
   });
 }
