@@ -74,7 +74,7 @@ class RaisedAlarms {
   std::size_t m_bytes = 0;             ///< size of all recorded messages
   std::vector<std::string> m_missing;  ///< identifiers of the missing alarms, in reverse order
   bool m_full = false;                 ///< the service had no room for an alarm since the last report
-  int m_ends = 0;                      ///< see noteEnd()
+  int m_ends = 0;                      ///< how often in a row the service has ended during a report
   Clock::time_point m_due = Clock::time_point::max();  ///< when the next report is due
   Clock::duration m_pause{};                           ///< see repeatLater()
 };
