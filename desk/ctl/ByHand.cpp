@@ -56,7 +56,7 @@ QString identifierOf(const QJsonArray& list, const QString& given) {
   constexpr int kShortest = 9;
   QStringList beginning;
   for (const QJsonValue& alarm : list) {
-    const QString id = idOf(alarm);
+    QString id = idOf(alarm);
     if (id == given) {
       return id;
     }
