@@ -13,6 +13,7 @@ mount -t proc proc "$root/proc"
 inside=(env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin DEBIAN_FRONTEND=noninteractive chroot "$root")
 server=("${inside[@]}" setpriv --reuid=tavroline --regid=nogroup --clear-groups)
 member=("${inside[@]}" setpriv --reuid=nobody --regid=tavroline --clear-groups)
+reader=("${inside[@]}" setpriv --reuid=nobody --regid=tavroline-readers --clear-groups)
 stranger=("${inside[@]}" setpriv --reuid=nobody --regid=nogroup --clear-groups)
 contents() {
   (cd "$root" && find . ! -path './proc/*' ! -path './var/cache/*' ! -path './var/log/*' ! -path './etc/*-' \
@@ -20,6 +21,7 @@ contents() {
 }
 step() { echo "-- $1"; "${@:2}" || { echo "FAILED: $1"; exit 1; }; }
 fails() { ! "$@"; }
+is_told_the_group() { [[ $("$@" 2>&1) = *"join the group that its policy allows"*tavroline ]]; }
 # The service's process, empty if it does not run; does not start it.
 service() {
   "${inside[@]}" dbus-send --system --print-reply=literal --dest=org.freedesktop.DBus / \
@@ -56,6 +58,9 @@ step "debug symbols of the library" has_symbols
 step "only the service's user serves" fails "${member[@]}" tavroline-listd
 step "ready, and a watchdog's notices" tells_systemd
 step "a member's call starts the service" "${member[@]}" tavroline-ctl stats
+step "a reader may not log" is_told_the_group "${reader[@]}" tavroline-ctl log note
+step "completion" "${inside[@]}" bash -c '. /usr/share/bash-completion/completions/tavroline-ctl
+  COMP_WORDS=(tavroline-ctl rai) COMP_CWORD=1 && _tavroline_ctl && [ "${COMPREPLY[*]}" = raise ]'
 step "a stranger may not ask" fails "${stranger[@]}" tavroline-ctl events
 step "a program fills the lists" "${inside[@]}" sh -c 'cd /usr/lib/*/tavroline && tavroline-host lib*.so'
 list >"$root.lists"
