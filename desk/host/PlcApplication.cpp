@@ -6,7 +6,8 @@
 
 #include "HostLog.h"
 
-PlcApplication::PlcApplication(const std::string& path, CallMonitor& monitor, std::function<void(int)> onFinish)
+PlcApplication::PlcApplication(const std::string& path, CallMonitor& monitor,
+                               std::function<void(int)> onFinish)
     : m_path(path),
       m_monitor(monitor),
       m_finish(std::move(onFinish)),
