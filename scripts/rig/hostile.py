@@ -105,7 +105,8 @@ class SeedRun:
         hostile = {} if faults is None else {"LD_PRELOAD": f"{BUILD}/libtavroline-faults.so",
                                              "TAVROLINE_FAULTS": " ".join(map(str, words))}
         self.service = self.rig.start(journal, [f"{BUILD}/tavroline-listd", "--db", self.databases[-1], "--capacity",
-                                                str(CAPACITY), "--orphans", str(self.orphans)], **hostile)
+                                                str(CAPACITY), "--reply-entries", str(CAPACITY), "--orphans",
+                                                str(self.orphans)], **hostile)
         wait("the service", lambda: self.rig.lines(journal).count("ready") > before, 20)
 
     def disturb(self, event):
