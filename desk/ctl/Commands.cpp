@@ -30,7 +30,7 @@ void followEvents(ListView& view, const Arguments& arguments) {
   Follow::changes(ListClient::List::Events, [&](ListClient& client) {
     const EntryFilter filter = filterOf(client, arguments);
     pages.read(client, [&](quint64, const QJsonArray& page) {
-      for (const QJsonValue& entry : filter.passing(page)) {
+      for (const QJsonValue entry : filter.passing(page)) {
         added.append(entry);
       }
     });
