@@ -17,7 +17,8 @@ std::optional<int> AlarmOverflow::add(Nodes& edge) {
     if (m_alarms.size() >= kAlarms) {
       return std::nullopt;
     }
-    m_alarms.insert(edge.m_alarms.extract(edge.m_alarms.begin()));  // the next line keeps its iterators valid
+    m_alarms.insert(edge.m_alarms.extract(edge.m_alarms.begin()));
+    // splice() does not copy the edge, so the iterators in m_alarms stay valid
     m_edges.splice(m_edges.end(), edge.m_edges);
     return 0;
   }

@@ -11,20 +11,21 @@
 namespace Tavroline {
 
 /**
- * The alarm edges (AlarmEdge) for which the ring of MessageQueue has no room, in the order of their
+ * Keeps the alarm edges (AlarmEdge) for which the ring of MessageQueue has no room, in the order of their
  * hand-over.
  *
  * The overflow keeps at most two edges of an alarm, the oldest and the newest. A third edge replaces the
- * second one. If the third edge turns the alarm the same way as the first one, the overflow keeps the first
- * one alone. The edges that are removed by this rule, or not added, are called superseded.
+ * second edge. If the third edge turns the alarm the same way as the first edge, the overflow removes the
+ * second edge and does not add the third edge. Edges that the overflow removes or does not add by this rule
+ * are called superseded.
  *
- * MessageQueue calls add(), takeFirst() and takeUsed() under its mutex, so they neither allocate nor free
- * memory. PLC tasks allocate the memory in copyOf() and later free it: add() and takeUsed() return it to
- * them.
+ * MessageQueue calls add(), takeFirst() and takeUsed() while it holds its mutex, so these functions neither
+ * allocate nor free memory. PLC tasks allocate the memory of an edge in copyOf(). add() and takeUsed() return
+ * unused memory to PLC tasks, which free it.
  */
 class AlarmOverflow {
  public:
-  /** Maximum number of alarms that have edges here. */
+  /** Maximum number of alarms that have edges in the overflow. */
   static constexpr std::size_t kAlarms = 4096;
 
   struct Edge {
@@ -35,7 +36,7 @@ class AlarmOverflow {
   };
   using Edges = std::list<Edge>;
 
-  /** Memory of edges that are not in the overflow: either not added yet, or removed and to be freed. */
+  /** Owns edges that are not in the overflow: new edges, or removed edges whose memory must be freed. */
   class Nodes {
     friend class AlarmOverflow;
     struct Kept {
@@ -50,14 +51,14 @@ class AlarmOverflow {
   static Nodes copyOf(const AlarmEdge& edge, qint64 handedOverAt);
 
   /**
-   * Add an edge, which is newer than all edges here.
-   * @param edge from copyOf(); receives the memory that the caller must free
-   * @return number of edges that this call superseded, the new edge included if it was not added; nullopt if
-   * kAlarms other alarms have edges here. [plc-task]
+   * Add an edge that is newer than all edges in the overflow.
+   * @param edge result of copyOf(); holds after the call the memory that the caller must free
+   * @return number of edges that this call superseded, including the new edge if it was not added; nullopt if
+   * the overflow is full, because it holds edges of kAlarms other alarms. [plc-task]
    */
   std::optional<int> add(Nodes& edge);
 
-  /** Move the memory of up to two edges, which takeFirst() has removed, to `used`. The caller must free it.
+  /** Move up to two of the edges that takeFirst() has removed to `used`. The caller must free their memory.
    * [plc-task] */
   void takeUsed(Nodes& used);
 
@@ -71,7 +72,7 @@ class AlarmOverflow {
  private:
   Edges m_edges;
   std::map<std::string, Nodes::Kept> m_alarms;
-  Nodes m_used;  ///< memory that takeFirst() has removed
+  Nodes m_used;  ///< removed edges whose memory was not freed yet
 };
 
 }  // namespace Tavroline

@@ -7,9 +7,10 @@
 
 using namespace Tavroline;
 
-/** The state of a connector: what the connector last reported. A connector has no state, and its functions
- * return null or false, if it was not constructed for the device's bus or memory allocation failed. The hook
- * queries the flags and the list in the same cycle, so listChanged() alone starts the hub's thread. */
+/** Holds what the connector has reported last. If the connector was not constructed for the device's bus, or
+ * if memory allocation failed, the connector has no Private object and its functions return null or false.
+ * The component's hook queries the flags and the list in the same cycle, so only listChanged() starts the
+ * hub's thread. */
 class AlarmlistHandlerDBusConnectorRead::Private {
  public:
   bool flagChanged(ListState::Flag flag, bool& value) {

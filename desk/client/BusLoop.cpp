@@ -10,18 +10,24 @@ namespace Tavroline {
 
 namespace {
 
-// Bounds of the wait between two turns. The wait doubles while turns have nothing to do. A new request ends
-// the wait; a new message does not.
+// Shortest and longest wait between two turns. The wait doubles while turns have nothing to do. A new request
+// ends the wait; a new message does not.
 constexpr std::chrono::milliseconds kShortestWait{5};
 constexpr std::chrono::milliseconds kLongestWait{100};
+// Shortest and longest pause before the next attempt to connect.
 constexpr std::chrono::milliseconds kFirstPause{100};
 constexpr std::chrono::milliseconds kLongestPause{2000};
-constexpr std::chrono::seconds kReportPause{
-    1};  // minimum interval between reports of the counters to the service
-constexpr std::chrono::minutes kLogPause{10};  // interval between records of the counters in the runtime log
-constexpr std::chrono::seconds kLongWait{10};  // a record is due if messages have waited for this time
-constexpr std::chrono::milliseconds kDrainTime{500};     // at unload, see run()
-constexpr std::chrono::milliseconds kOffEdgesTime{150};  // the last part of kDrainTime
+// Minimum interval between two reports of the counters to the service.
+constexpr std::chrono::seconds kReportPause{1};
+// Interval between two records of the counters in the runtime log.
+constexpr std::chrono::minutes kLogPause{10};
+// The counters are also logged if messages are pending and none of them was delivered or dropped for this
+// time.
+constexpr std::chrono::seconds kLongWait{10};
+// Maximum time for sending at unload, and the last part of this time. See run() for what is sent in this
+// part.
+constexpr std::chrono::milliseconds kDrainTime{500};
+constexpr std::chrono::milliseconds kOffEdgesTime{150};
 
 QByteArray errnoText(int result) {
   return QByteArray::fromStdString(std::generic_category().message(-result));
@@ -71,8 +77,8 @@ void BusLoop::run(const std::atomic<bool>& stop) noexcept {
   breakOff({});
 }
 
-// Runs a step. If the step throws, closes the connection, because the step may have made some of its calls
-// only. Returns whether the step did not throw.
+// Runs a step and returns true. If the step throws, this function closes the connection and returns false:
+// the step may have made only a part of its calls.
 template <typename Step>
 bool BusLoop::guarded(Step step) noexcept {
   try {
@@ -87,8 +93,8 @@ bool BusLoop::guarded(Step step) noexcept {
   return false;
 }
 
-// Waits for the next turn. If a descriptor ended the last wait but the turn had nothing to do, ignores both
-// descriptors, because a descriptor that stays ready would end each wait at once.
+// Waits until the next turn. If the bus's socket or the eventfd ended the last wait but the turn had nothing
+// to do, this wait ignores both of them: a descriptor that stays ready would end each wait at once.
 void BusLoop::wait() {
   m_wait = m_busy ? kShortestWait : std::clamp(m_wait * 2, kShortestWait, kLongestWait);
   const bool listens = m_busy || !m_woken;
@@ -181,13 +187,13 @@ void BusLoop::drain() noexcept {
         last = end - Clock::now() < kOffEdgesTime;
         m_sender.flush(last);
       }
-      turn();  // the first turn, if the library is unloaded right after its first use
-      // Messages can arrive if the service's name has an owner, or if the owner may still be found.
+      turn();  // connects if the library is unloaded before the first turn
+      // The service can receive messages if its name has an owner, or if the hub may still find an owner.
       const bool mayArrive = !m_sender.owner().isEmpty() || (m_connection.isOpen() && !m_watch.isAbsent());
       pending = mayArrive && (m_queue.hasPending() || m_connection.hasUnwritten());
     });
     if (!complete) {
-      m_nextAttempt = {};  // connect again without a pause, because the unload ends soon
+      m_nextAttempt = {};  // the next turn connects again at once, because little time is left
     }
     if (pending) {
       m_connection.wait(-1, true, kShortestWait);
@@ -195,8 +201,9 @@ void BusLoop::drain() noexcept {
   }
 }
 
-// Logs the counters after a logged gap, once when messages have waited for kLongWait, and every kLogPause.
-// Reports the counters to the service.
+// Logs the gaps and the counters, and reports the counters to the service. Logs the counters if a gap was
+// logged, if messages have waited for kLongWait (once in each such wait), and at least every kLogPause, but
+// only if the counters have changed since the last record.
 void BusLoop::watchCounters(Clock::time_point now) {
   const bool lost = logGaps(m_queue, false);
   const MessageCounters counters = m_queue.counters();

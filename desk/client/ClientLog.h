@@ -6,7 +6,7 @@ namespace Tavroline {
  * Write a record into the runtime log under the component name TavrolineClient. If the memory for the record
  * cannot be allocated, the record is lost.
  *
- * @param file, function, line from CLIENT_LOG_ORIGIN
+ * @param file, function, line origin of the record, from CLIENT_LOG_ORIGIN
  * @param text UTF-8
  * [any-thread]
  */

@@ -13,7 +13,7 @@ constexpr int kErrorCode = 1;
 template <typename Object>
 QSharedPointer<Object> shared(std::unique_ptr<Object> object) {
   QSharedPointer<Object> pointer(object.get());
-  object.release();  // NOLINT(bugprone-unused-return-value): `pointer` owns it
+  object.release();  // NOLINT(bugprone-unused-return-value): `pointer` owns the object
   return pointer;
 }
 

@@ -8,8 +8,9 @@
 
 using namespace Tavroline;
 
-/** The state of a connector. A connector has no state, and its functions return null or false, if it was not
- * constructed for the device's bus or memory allocation failed. */
+/** Holds which changes the connector has reported. If the connector was not constructed for the device's bus,
+ * or if memory allocation failed, the connector has no Private object and its functions return null or
+ * false. */
 class EventlistHandlerDBusConnectorRead::Private {
  public:
   Hub& hub = Hub::instance();

@@ -19,8 +19,8 @@ constexpr std::chrono::seconds kStartPause{1};
 constexpr std::size_t kStackBytes = 256U << 10U;  // small, because mlockall() makes the whole stack resident
 constexpr char kThreadName[] = "tavroline-hub";
 
-// The signals that the hub's thread blocks, so that other threads handle them: all signals except those that
-// report a fault of the thread itself.
+// Returns the signals that the hub's thread blocks, so that other threads handle them: all signals except
+// those that report a fault of the thread itself.
 sigset_t asynchronousSignals() {
   sigset_t blocked;
   sigfillset(&blocked);
@@ -30,8 +30,9 @@ sigset_t asynchronousSignals() {
   return blocked;
 }
 
-// The hub's thread inherits nothing from the PLC task that starts it. It may use the CPUs that the first
-// thread of the process may use.
+// Sets the scheduling, the stack size and the blocked signals of the hub's thread, so that the thread does
+// not inherit them from the PLC task that starts it. The thread may use the CPUs that the first thread of the
+// process may use.
 void setAttributes(pthread_attr_t& attributes) {
   const sched_param normal{};
   const sigset_t blocked = asynchronousSignals();

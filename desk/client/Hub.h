@@ -15,19 +15,20 @@
 namespace Tavroline {
 
 /**
- * The hub takes messages and requests over from PLC tasks, keeps the last reported state of the lists, and
- * owns the thread that exchanges all of them with the bus (BusLoop). The library has one hub.
+ * The hub takes messages and requests over from PLC tasks and keeps the last reported state of the lists. It
+ * owns the thread that sends the messages and requests to the list service and receives the state (BusLoop).
+ * The library has one hub.
  *
  * The first submit(), request() or start() starts the thread. The destructor ends the thread, which first
- * sends pending messages for at most half a second and counts the rest as lost. In a child process that was
- * forked after the thread had started, all functions and the destructor do nothing.
+ * sends pending messages for at most half a second and counts the others as lost. In a child process that was
+ * forked after the thread had started, the hub accepts nothing and the destructor does nothing.
  *
- * The reading connectors are static objects of the component. Their constructors construct the hub, so it is
- * destroyed after them.
+ * The component's reading connectors are static objects. Their constructors call instance(), which constructs
+ * the hub. C++ therefore destroys the hub after these connectors.
  */
 class Hub {
  public:
-  /** The library's hub, constructed by the first call. [any-thread] */
+  /** Return the library's hub, which the first call constructs. [any-thread] */
   static Hub& instance() noexcept;
 
   /** Construct a hub without thread and connection. [init] */
@@ -37,7 +38,7 @@ class Hub {
   /**
    * Hand over a message.
    * @param encode a function that receives a MessageWriter and encodes the message with it
-   * @return false if the message was refused and counted. [plc-task]
+   * @return whether the hub has accepted the message. The hub counts the messages that it refuses. [plc-task]
    */
   template <typename Encode>
   bool submit(Encode encode) noexcept {
@@ -54,8 +55,8 @@ class Hub {
    * [plc-task] */
   DBusPendingReply::SharedPointer request(RequestKind kind, const QString& text, quint32 count = 0) noexcept;
 
-  /** What the service last reported about the lists. It does not change before the thread has started.
-   * [any-thread] */
+  /** The state of the lists that the service has reported last. It does not change before the thread has
+   * started. [any-thread] */
   const ListState& listState() const { return m_state; }
 
   /** Start the thread if it is not running, with at most one attempt a second. @return whether the thread is
@@ -78,11 +79,11 @@ class Hub {
   void endWithoutThread() noexcept;
   void run() noexcept;
 
-  /** Set in a forked child, which has no hub thread and in which mutexes may stay locked for ever. */
+  /** Set in a forked child process, which has no hub thread and whose mutexes may stay locked forever. */
   static inline std::atomic<bool> sm_isForkedChild{false};
 
-  // ~Hub() destroys these two members, but not in a forked child: at the fork, the thread may have been
-  // changing them.
+  // The unions keep C++ from destroying these two members. ~Hub() destroys them, but not in a forked child:
+  // the thread may have been changing them at the time of the fork.
 
   // NOLINTBEGIN(readability-identifier-naming): the check takes members of a union for public ones
   union {

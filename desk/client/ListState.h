@@ -10,8 +10,8 @@ namespace Tavroline {
 /** Counts the changes of one list. The hub's thread writes it; any thread reads it without a lock. */
 class ListChanges {
  public:
-  /** Record the list's generation: a number that the service increases with every change of the list, 0 if
-   * the service does not know it. The first known generation does not count as a change. [hub] */
+  /** Record the list's generation: a number that the service increases with every change of the list, or 0 if
+   * the service does not know the number. The first known generation does not count as a change. [hub] */
   void report(quint64 generation) {
     if (generation == 0 || generation == m_generation) {
       return;
@@ -24,7 +24,8 @@ class ListChanges {
   /** Number of changes since the library was loaded, modulo 2^32. [any-thread] */
   quint32 count() const { return m_count.load(std::memory_order_acquire); }
 
-  /** Whether the list has changed since count() was `seen`. Sets `seen` to the present count. [any-thread] */
+  /** Whether count() differs from `seen`, the count at an earlier time. Sets `seen` to the present count.
+   * [any-thread] */
   bool changedSince(quint32& seen) const {
     const quint32 before = std::exchange(seen, count());
     return seen != before;

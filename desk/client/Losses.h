@@ -18,25 +18,27 @@ enum class Loss {
   NoMemory,     ///< refused: memory allocation failed
   Unsendable    ///< refused: too long, nested too deep, or of a type that cannot be encoded
 };
-constexpr std::size_t kDropCauses = 3;  ///< number of causes of dropped messages; they come first in Loss
+constexpr std::size_t kDropCauses = 3;  ///< number of causes of dropped messages (the first three)
 constexpr std::size_t kLossCauses = 6;
 
-/** A gap: messages that were lost for one cause, each of them soon after the one before. The runtime log
- * receives one record for each gap. */
+/** A gap is a series of messages that were lost for the same cause, each of them soon after the message
+ * before it. The runtime log receives one record for each gap. */
 struct Gap {
   quint64 count = 0;
   quint64 firstNumber = 0;      ///< lowest number of the messages (see MessageQueue); 0 if they were refused
   quint64 lastNumber = 0;       ///< highest number of the messages; 0 if they were refused
-  qint64 firstTime = 0;         ///< earliest hand-over of a message, ms since 1970-01-01 00:00:00 UTC
-  qint64 lastTime = 0;          ///< latest hand-over of a message, as firstTime
+  qint64 firstTime = 0;         ///< when a PLC task handed over the earliest message, ms since 1970-01-01 UTC
+  qint64 lastTime = 0;          ///< when a PLC task handed over the latest message, ms since 1970-01-01 UTC
   Clock::time_point firstLoss;  ///< when the first of the messages was lost
   Clock::time_point lastLoss;   ///< when the last of the messages was lost
 
-  /** The gap as a text for the runtime log. @param cause a Loss as a number. [any-thread] */
+  /** Describe the gap for the runtime log.
+   * @param cause numeric value of the enumerator of Loss. [any-thread] */
   QByteArray text(std::size_t cause) const;
 };
 
-/** Counts lost messages by their cause and collects them into gaps. MessageQueue calls it under its mutex. */
+/** Counts lost messages by their cause and collects them into gaps. MessageQueue holds its mutex while it
+ * calls the functions. */
 class Losses {
  public:
   /** A gap ends kGapPause after its last loss, but at the latest kLongestGap after its first loss. */
@@ -44,10 +46,10 @@ class Losses {
   static constexpr std::chrono::seconds kLongestGap{60};
 
   using Counts = std::array<quint64, kLossCauses>;
-  using Gaps = std::array<Gap, kLossCauses>;  ///< by cause; Gap::count is 0 for a cause without a gap
+  using Gaps = std::array<Gap, kLossCauses>;  ///< index: the cause; Gap::count is 0 for a cause without gap
 
-  /** Count a lost message. @param number 0 if the message was refused. @param handedOverAt as Gap::firstTime.
-   * [any-thread] */
+  /** Count a lost message. @param number the message's number; 0 if the message was refused.
+   * @param handedOverAt ms since 1970-01-01 00:00:00 UTC. [any-thread] */
   void add(Loss cause, quint64 number, qint64 handedOverAt) noexcept;
 
   const Counts& counts() const { return m_counts; }

@@ -9,15 +9,15 @@
 namespace Tavroline {
 
 /**
- * Counters of what happened to the messages that were handed to the hub.
+ * Counts what happened to the messages that PLC tasks handed over to the hub.
  *
- * accepted = delivered + pending + superseded + dropped in every snapshot. Refused messages, and reports of
- * the alarms' state (RaisedAlarms), do not count as accepted.
+ * accepted = delivered + pending + superseded + dropped in every snapshot. Refused messages do not count as
+ * accepted. A message that the hub sends again for a missing alarm (RaisedAlarms) is not counted again.
  */
 struct MessageCounters {
   quint64 accepted = 0;    ///< messages that the hub has taken over
   quint64 delivered = 0;   ///< messages that the service has confirmed
-  quint64 pending = 0;     ///< messages that may still be delivered, sent or unsent
+  quint64 pending = 0;     ///< sent and unsent messages that may still be delivered
   quint64 superseded = 0;  ///< unsent alarm edges that later edges made superfluous, see AlarmOverflow
   quint64 dropped = 0;     ///< messages that were accepted and lost later
   quint64 refused = 0;     ///< messages that were lost at their hand-over

@@ -16,11 +16,12 @@ namespace {
 
 using Lock = std::lock_guard<PriorityMutex>;
 
-// When the ring is empty and has been filled up to this position, it starts again at its first byte. So only
-// this part of the ring is used while the service keeps up with the client, and its pages stay in the cache.
+// If the ring is empty and this number of bytes from its first byte on has been used, rewind() lets the ring
+// start again at its first byte. While the service keeps up with the client, only these bytes are used, and
+// their pages stay in the CPU's cache.
 constexpr std::size_t kRewindBytes = 256U << 10U;
 
-// Maximum number of edges that one read() moves out of the overflow.
+// Maximum number of edges that one read() moves from the overflow to the ring.
 constexpr int kMovedEdges = 256;
 
 }  // namespace
@@ -28,7 +29,7 @@ constexpr int kMovedEdges = 256;
 bool MessageQueue::accept(std::string_view message) noexcept {
   const qint64 now = QDateTime::currentMSecsSinceEpoch();
   const auto edge = AlarmEdge::of(message);
-  AlarmOverflow::Nodes used;  // declared here to be freed after the mutex is unlocked
+  AlarmOverflow::Nodes used;  // declared before the lock, so that its memory is freed after the unlock
   {
     const Lock lock(m_mutex);
     m_overflow.takeUsed(used);
@@ -71,7 +72,8 @@ quint64 MessageQueue::handedOver() const noexcept {
   return m_placed + m_overflow.edges().size();
 }
 
-// Appends the message and counts it as accepted, if there is room. The caller holds the mutex.
+// Appends the message to the ring and counts it as accepted. Returns false if the ring has no room or the
+// overflow holds edges. The caller holds the mutex.
 bool MessageQueue::place(std::string_view message, qint64 handedOverAt) {
   if (!m_overflow.isEmpty() || !m_ring.fits(message)) {
     return false;
@@ -110,7 +112,7 @@ Losses::Gaps MessageQueue::takeGaps(Clock::time_point now, bool all) noexcept {
   return m_losses.takeEnded(now, all);
 }
 
-// The hub's thread alone calls the functions from here on.
+// Only the hub's thread calls the following functions, except dropAll().
 
 bool MessageQueue::hasPending() const {
   return m_ring.first() != m_ring.end() || m_overflows.load(std::memory_order_acquire);
@@ -265,7 +267,7 @@ void MessageQueue::dropAll() noexcept {
   m_overflows.store(false, std::memory_order_relaxed);
 }
 
-// A copy of the message at a position of the ring, valid until the next call.
+// Returns a copy of the message at a position of the ring. The copy is valid until the next call.
 std::string_view MessageQueue::messageAt(std::size_t position) {
   m_copy.resize(m_ring.sizeAt(position));
   m_ring.copy(position, m_copy.data());

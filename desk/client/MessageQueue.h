@@ -21,12 +21,12 @@ namespace Tavroline {
  * message is confirmed when the service has answered that it has stored the message.
  *
  * Alarm edges (AlarmEdge) for which the ring has no room go to the overflow (AlarmOverflow). They get their
- * numbers when they move to the ring. While the overflow holds edges, the queue refuses all other messages,
- * so that the order of hand-over is kept.
+ * numbers when they move to the ring. While the overflow holds edges, the queue refuses all messages that
+ * are not edges, so that the order of hand-over is kept.
  *
  * PLC tasks hold a mutex with priority inheritance while they copy one message. The hub's thread reads, goes
- * back and confirms without the mutex. It holds the mutex for a bounded time to move an edge out of the
- * overflow, to count a loss and to rewind the empty ring.
+ * back and confirms without the mutex. It holds the mutex for a bounded time to move one edge from the
+ * overflow to the ring, to count one loss and to rewind the empty ring.
  */
 class MessageQueue {
  public:
@@ -36,11 +36,11 @@ class MessageQueue {
    * message, because it had no room or because memory for the overflow could not be allocated. [plc-task] */
   bool accept(std::string_view message) noexcept;
 
-  /** Count a message that could not be encoded. [plc-task] */
+  /** Count a message as refused. [plc-task] */
   void refuse(Loss cause) noexcept;
 
-  /** Number of the last accepted message. If that message is in the overflow: the number that it will have
-   * unless edges in the overflow are superseded. [plc-task] */
+  /** Number of the last accepted message. If this message is in the overflow, the result is the number that
+   * the message gets if no edge in the overflow is superseded before. [plc-task] */
   quint64 handedOver() const noexcept;
 
   /** A snapshot of the message counters. [any-thread] */
@@ -55,50 +55,52 @@ class MessageQueue {
   /** Number of the last message that was confirmed or dropped. [hub] */
   quint64 confirmed() const { return m_confirmed; }
 
-  /** Number of the last message that read() has returned since goBack(); at least confirmed(). [hub] */
+  /** Number of the message after which the next read() starts; at least confirmed(). [hub] */
   quint64 sent() const { return m_sent; }
 
   /** Whether the ring or the overflow holds a message. [hub] */
   bool hasPending() const;
 
-  /** Consecutive messages. */
+  /** Identifies consecutive messages. */
   struct Batch {
     quint64 first = 0;  ///< number of the first message
-    int count = 0;
+    int count = 0;      ///< number of messages
   };
 
   /**
    * Copy the messages after sent(), at most `maxMessages` and at most one batch (MessageFormat.h).
-   * @param bytes set to the messages
-   * @return which messages were copied; count is 0 if no message follows sent(). [hub]
+   * @param bytes receives the messages; earlier contents are removed
+   * @return the copied messages; Batch::count is 0 if the ring has no message after sent(). [hub]
    */
   Batch read(std::vector<char>& bytes, std::size_t maxMessages);
 
-  /** Let read() start again at the message after confirmed(). [hub] */
+  /** Let the next read() start at the first message that is neither confirmed nor dropped. [hub] */
   void goBack();
 
-  /** Numbers of messages that the service has refused for good, each with a reason of ListServiceNames. */
+  /** For each message that the service has refused for good: the message's number and the reason code, for
+   * example ListServiceNames::kRefusedFull. */
   using Refused = std::vector<std::pair<quint64, quint32>>;
 
-  /** Receives an edge before it is removed from the queue. @param stored whether the service has stored it */
+  /** Receives an edge before the queue removes it. @param stored whether the service has stored the edge */
   using OnEdge = std::function<void(const AlarmEdge&, bool stored)>;
 
   /**
    * Remove the messages up to the number `upTo` and count them as delivered, or as dropped if they are in
-   * `refused`. Messages that read() has never returned stay.
+   * `refused`. Messages that read() has never returned stay in the queue.
    * @param onEdge called for each edge that was stored, that turns an alarm off, or that was refused because
-   * the alarm list is full. If onEdge throws, that edge and all messages after it stay. [hub]
+   * the alarm list is full. If onEdge throws, this edge and all messages after it stay in the queue. [hub]
    */
   void confirm(quint64 upTo, const Refused& refused, const OnEdge& onEdge);
 
   /** Drop the first message of the ring, which must not be empty. @param onEdge called if the message is an
-   * edge that turns an alarm off. If onEdge throws, the message stays. [hub] */
+   * edge that turns an alarm off. If onEdge throws, the message stays in the queue. [hub] */
   void drop(Loss cause, const OnEdge& onEdge);
 
   /**
-   * Of the messages that read() has never returned, keep only edges: those of the alarms that at least one of
-   * these edges turns off. Drop the other messages as Loss::Unload. The kept edges get new, consecutive
-   * numbers. No other thread may use the queue any more. [hub]
+   * Drop messages that read() has never returned, as Loss::Unload. Of these messages, keep the edges of each
+   * alarm that at least one of these edges turns off. The kept edges move to the ring and get new,
+   * consecutive numbers. Drop a kept edge if the ring has no room for it. No other thread may use the queue
+   * any more. [hub]
    */
   void keepOffEdges();
 
@@ -117,7 +119,7 @@ class MessageQueue {
   void removeFirst();
   void rewind();
 
-  mutable PriorityMutex m_mutex;  ///< guards the members up to m_losses
+  mutable PriorityMutex m_mutex;  ///< guards the members from m_overflow to m_losses
   AlarmOverflow m_overflow;
   quint64 m_placed = 0;  ///< number of the last message that entered the ring
   quint64 m_accepted = 0;
@@ -128,10 +130,10 @@ class MessageQueue {
   // The hub's thread alone uses the members from here to m_copy.
   quint64 m_confirmed = 0;
   quint64 m_sent = 0;
-  std::size_t m_unsent = 0;  ///< position of the message after m_sent
+  std::size_t m_unsent = 0;  ///< position in the ring of the message after m_sent
   quint64 m_given = 0;       ///< number of the last message that read() has ever returned
-  std::size_t m_fresh = 0;   ///< position of the message after m_given
-  std::vector<char> m_copy;  ///< the message that messageAt() returned last
+  std::size_t m_fresh = 0;   ///< position in the ring of the message after m_given
+  std::vector<char> m_copy;  ///< the message that messageAt() has copied last
 
   MessageRing m_ring;
 };

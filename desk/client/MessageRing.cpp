@@ -10,8 +10,8 @@ bool MessageRing::fits(std::string_view message) const {
   const std::size_t first = m_first.load(std::memory_order_acquire);
   const std::size_t end = m_end.load(std::memory_order_relaxed);
   const std::size_t used = end >= first ? end - first : kBytes - first + end;
-  return kHeader + message.size() <
-         kBytes - used;  // one byte stays free: in a full ring, m_end must differ from m_first
+  // One byte of a full ring stays free, because m_end equals m_first only in an empty ring.
+  return kHeader + message.size() < kBytes - used;
 }
 
 void MessageRing::append(std::string_view message, qint64 handedOverAt) {
@@ -51,7 +51,7 @@ bool MessageRing::rewind() {
   return true;
 }
 
-// A message, or a field of it, may cross the end of m_bytes and continue at the beginning.
+// In the following functions, the bytes may cross the end of m_bytes and continue at its beginning.
 
 std::size_t MessageRing::advanced(std::size_t position, std::size_t bytes) {
   const std::size_t next = position + bytes;

@@ -9,7 +9,7 @@ namespace Tavroline {
 
 /**
  * A ring of bytes that holds encoded messages, each with the time of its hand-over. A position is the index
- * at which a message begins, or end().
+ * of the byte at which a message begins, or end().
  *
  * The ring allocates nothing. The constructor does not write to the bytes, so unused pages of a static object
  * take no memory.
@@ -19,7 +19,7 @@ namespace Tavroline {
  */
 class MessageRing {
  public:
-  /** The ring has room for this many messages of kUsualBytes each. */
+  /** The ring has room for kUsualMessages messages of kUsualBytes bytes each. */
   static constexpr std::size_t kUsualMessages = 16384;
   static constexpr std::size_t kUsualBytes = 512;
 
@@ -32,13 +32,13 @@ class MessageRing {
    * the mutex. */
   void append(std::string_view message, qint64 handedOverAt);
 
-  /** Position of the first message, and the position after the last message. They are equal if the ring is
-   * empty. */
+  /** Position of the first message, and the position after the last message. The two positions are equal if
+   * the ring is empty. */
   std::size_t first() const { return m_first.load(std::memory_order_relaxed); }
   std::size_t end() const { return m_end.load(std::memory_order_acquire); }
 
-  /** Of the message at `position`: its size in bytes, the time of its hand-over, and the position after it.
-   */
+  /** Return for the message at `position`: the size in bytes; the time of hand-over in ms since 1970-01-01
+   * 00:00:00 UTC; the position after the message. */
   std::size_t sizeAt(std::size_t position) const;
   qint64 timeAt(std::size_t position) const;
   std::size_t after(std::size_t position) const;
@@ -49,11 +49,12 @@ class MessageRing {
   /** Remove the first message. append() may then overwrite its bytes. */
   void removeFirst() { m_first.store(after(first()), std::memory_order_release); }
 
-  /** Remove the message at `position` and all later ones. They can be read until append() overwrites them.
+  /** Remove the message at `position` and all later messages. The removed messages can be read until append()
+   * overwrites them.
    * Under the mutex. */
   void removeFrom(std::size_t position) { m_end.store(position, std::memory_order_relaxed); }
 
-  /** Start again at the first byte if the ring is empty. @return whether it is empty. Under the mutex. */
+  /** Let an empty ring start again at its first byte. @return whether the ring is empty. Under the mutex. */
   bool rewind();
 
  private:

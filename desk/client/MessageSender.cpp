@@ -27,7 +27,8 @@ constexpr std::size_t kLastWindow = 80;
 
 constexpr char kOtherVersion[] = "the list service is of another version than this library";
 
-/** An error that lasts until somebody changes the configuration. */
+/** Describes an error that occurs again until somebody changes the bus configuration, the service or this
+ * library. */
 struct Refusal {
   const char* error;  ///< name of the error reply
   const char* text;   ///< text for the log
@@ -109,7 +110,7 @@ void MessageSender::flush(bool last) {
 }
 
 // Makes calls without waiting for their answers, because the library is being unloaded. Does not report
-// alarms, because the service itself turns off the alarms of a session that does not return.
+// alarms, because the service itself turns off the alarms of a session that no client resumes.
 void MessageSender::writeAll() {
   if (m_step == Step::Resume) {
     call(m_step);
@@ -135,7 +136,7 @@ BusMessage MessageSender::begin(const char* method) const {
                             m_session.constData());
 }
 
-// Makes the call of a step. Returns false if the step is Send and there is no unsent message.
+// Makes the call of a step. Returns false if the step is Send and the queue has no unsent message.
 bool MessageSender::call(Step step) {
   static constexpr std::array kMethods = {"Resume", "ReportAlarms", "RaiseAlarms", "Send"};
   m_bytes.clear();
@@ -168,7 +169,7 @@ bool MessageSender::call(Step step) {
   return true;
 }
 
-// Answers to the calls.
+// The following functions handle the replies to the calls.
 
 void MessageSender::onReply(CallRef call, sd_bus_message* reply) {
   if (isGone(reply)) {
@@ -179,7 +180,7 @@ void MessageSender::onReply(CallRef call, sd_bus_message* reply) {
   if (isError(reply)) {
     return onError(reply);
   }
-  m_storageFails = m_storageFails && ended.step == Step::Resume;  // an answer to Resume does not show it
+  m_storageFails = m_storageFails && ended.step == Step::Resume;  // a successful Resume stores nothing
   if (!readAnswer(ended, reply)) {
     logOnce(kOtherVersion, reply);
     pause(kLongestPause);
@@ -207,7 +208,8 @@ bool MessageSender::readAnswer(const Call& call, sd_bus_message* reply) {
   return true;
 }
 
-// Reads the number of the last message that the service has stored, and the numbers that it refused for good.
+// Reads the number of the last message that the service has stored, and the messages that the service has
+// refused for good. Returns false if the answer has an unknown form.
 bool MessageSender::confirm(sd_bus_message* reply) {
   quint64 stored = 0;
   if (sd_bus_message_read(reply, "t", &stored) <= 0 ||
@@ -219,7 +221,8 @@ bool MessageSender::confirm(sd_bus_message* reply) {
   quint64 number = 0;
   quint32 reason = 0;
   while (sd_bus_message_read(reply, "(tu)", &number, &reason) > 0) {
-    if (number > last && number <= stored) {  // other numbers are confirmed already, or invalid
+    // other messages are already confirmed, or their numbers are invalid
+    if (number > last && number <= stored) {
       refused.emplace_back(number, reason);
       last = number;
     }
@@ -239,7 +242,7 @@ void MessageSender::onBatchStored(const MessageQueue::Batch& batch) {
   }
 }
 
-// Errors, and the pauses after them.
+// The following functions handle errors and start the pauses after errors.
 
 void MessageSender::onError(sd_bus_message* reply) {
   m_storageFails = isError(reply, kErrorStorage);
@@ -285,7 +288,7 @@ bool MessageSender::isGone(sd_bus_message* reply) const {
   static constexpr std::array kNames = {SD_BUS_ERROR_SERVICE_UNKNOWN, SD_BUS_ERROR_NAME_HAS_NO_OWNER,
                                         SD_BUS_ERROR_NO_REPLY, SD_BUS_ERROR_DISCONNECTED};
   const char* sender = sd_bus_message_get_sender(reply);
-  const bool fromService = sender != nullptr && m_owner == sender;  // an owner that answers has not ended
+  const bool fromService = sender != nullptr && m_owner == sender;  // an owner that replies has not ended
   return !fromService && std::any_of(kNames.begin(), kNames.end(),
                                      [reply](const char* name) { return isError(reply, name); });
 }

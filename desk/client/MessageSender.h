@@ -17,17 +17,18 @@ namespace Tavroline {
  * stored them.
  *
  * The owner is the bus connection that owns the service's name; ServiceWatch finds it. The sender makes four
- * calls to the owner, one after the other, each of them after the answer to the call before:
+ * kinds of calls to the owner. It makes each call after the answer to the call before:
  *
  * - Resume names the session, a text that identifies this run of the library. The service answers with the
  *   number of the last message of the session that it has stored.
- * - ReportAlarms and RaiseAlarms (RaisedAlarms) turn the service's alarms on and off until they are as after
- *   the last confirmed message.
- * - Send transfers a batch of messages, and is repeated while the queue has messages.
+ * - ReportAlarms and RaiseAlarms (RaisedAlarms) turn alarms at the service on and off until they have the
+ *   states that they had after the last confirmed message.
+ * - Send transfers a batch of messages. The sender repeats Send while the queue has messages.
  *
  * After an error the sender pauses for 0.1 to 2 s and begins with Resume again. Send then repeats all
- * messages that are not confirmed; the service skips those that it has stored. The sender drops a message if
- * the service refuses it for good, or if the service ended three times after the message was sent alone.
+ * messages that are not confirmed; the service skips the messages that it has stored. The sender drops a
+ * message if the service refuses the message for good, or if the service ended three times after the message
+ * was sent alone.
  * [hub]
  */
 class MessageSender {
@@ -42,21 +43,21 @@ class MessageSender {
 
   /** Discard the unanswered calls, because the owner or the bus connection has ended. The sender repeats
    * their messages after attach().
-   * @param ended whether the owner has ended, and not the connection alone */
+   * @param ended true if the owner has ended; false if only the connection has ended */
   void detach(bool ended) noexcept;
 
-  /** Make the next call if it is due, or several calls after flush(). An owner must be attached. @throws as
-   * BusConnection::call() */
+  /** Make the next call if it is due. After flush(), make as many calls as the limit allows. An owner must be
+   * attached. @throws as BusConnection::call() */
   void send(Clock::time_point now);
 
   /** Let send() make calls without waiting for answers, because the library is being unloaded. Up to 64 calls
    * may then be unanswered.
-   * @param last whether the last part of the unload begins. The limit is then 80 calls, and the queue drops
-   * messages, see MessageQueue::keepOffEdges() */
+   * @param last whether the last part of the unload begins. The limit is then 80 unanswered calls, and the
+   * queue drops messages, see MessageQueue::keepOffEdges() */
   void flush(bool last);
 
-  /** Whether the service answered the last call, other than Resume, with the error that it cannot store now.
-   */
+  /** Whether the last error reply said that the service cannot store messages now. A later successful call,
+   * other than Resume, resets the result to false. */
   bool storageFails() const { return m_storageFails; }
 
   /** Send the counters to the owner, in a call without a reply. An owner must be attached. @throws as
@@ -67,7 +68,7 @@ class MessageSender {
   enum class Step { Resume, Report, Raise, Send };
   struct Call {
     Step step;
-    MessageQueue::Batch batch;  ///< if `step` is Send
+    MessageQueue::Batch batch;  ///< the messages of a Send call; other calls have none
     std::unique_ptr<BusSlot> slot;
   };
   using CallRef = std::list<Call>::iterator;
@@ -91,20 +92,27 @@ class MessageSender {
   RaisedAlarms m_alarms;
   QByteArray m_session;
   QByteArray m_owner;
-  QByteArray m_toldOwner;  ///< the owner whose refusal was logged last
+  QByteArray m_toldOwner;  ///< the owner about which logOnce() has written the last record
   std::list<Call> m_calls;
   std::vector<char> m_bytes;   ///< the messages of the call that is being written
-  Step m_step = Step::Resume;  ///< the next call
+  Step m_step = Step::Resume;  ///< step of the next call
 
   Clock::time_point m_notBefore;  ///< the next call waits until this time
-  Clock::duration m_pause{};      ///< length of the last pause; 0 if no error has followed the last success
-  bool m_goBack = false;          ///< the next call waits for the outstanding answers, then m_queue goes back
-  bool m_storageFails = false;
-  std::size_t m_window = 0;  ///< after flush(): maximum number of unanswered calls; else 0
+  Clock::duration m_pause{};      ///< length of the last pause; 0 after attach() and after a stored batch
+  /** An error has occurred. The next call waits until all earlier calls are answered. Then m_queue goes back
+   * to the first message that is not confirmed. */
+  bool m_goBack = false;
+  bool m_storageFails = false;  ///< result of storageFails()
+  /** Maximum number of unanswered calls after flush(). The value is 0 before flush(): send() then waits for
+   * the answer to each call. */
+  std::size_t m_window = 0;
 
+  /** Maximum number of messages in the next Send call. */
   std::size_t m_batchLimit = MessageFormat::kMaxBatchMessages;
-  quint64 m_suspect = 0;  ///< number of the message that was sent alone when the service ended last
-  int m_ends = 0;         ///< how often the service ended after m_suspect was sent alone
+  quint64 m_suspect = 0;  ///< number of the message that was sent alone when the owner ended last
+  /** How often the owner ended (the service's process ended or lost its name) after m_suspect was sent alone.
+   */
+  int m_ends = 0;
 };
 
 }  // namespace Tavroline

@@ -6,7 +6,8 @@ namespace Tavroline {
 
 /**
  * A mutex with priority inheritance: a PLC task that waits for the mutex lends its priority to the thread
- * that holds the mutex. On a system without priority inheritance, the mutex is a plain one. [any-thread]
+ * that holds the mutex. On a system without priority inheritance, the class is an ordinary mutex.
+ * [any-thread]
  */
 class PriorityMutex {
  public:

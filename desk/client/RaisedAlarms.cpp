@@ -105,7 +105,8 @@ bool RaisedAlarms::mayReport(Clock::time_point now) const {
   return m_alarms.size() <= kAlarms && (m_ends < kEndsToBlame || isDue(now));
 }
 
-// Makes a report due after a pause. The pause doubles from 2 s up to 60 s until the service has all alarms.
+// Makes a report due after a pause, unless a report is already due. The pause doubles from 2 s up to 60 s
+// until the service has all alarms.
 void RaisedAlarms::repeatLater() {
   if (m_due == Clock::time_point::max()) {
     m_pause = std::clamp<Clock::duration>(m_pause * 2, kFirstPause, kLongestPause);

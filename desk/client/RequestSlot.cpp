@@ -4,8 +4,8 @@
 
 namespace Tavroline {
 
-// Changes the slot's word to `ticket` and `state` if the word is `expected`. Otherwise sets `expected` to the
-// word and returns false.
+// Sets m_state to `ticket` and `state` if m_state is `expected`. Otherwise sets `expected` to m_state and
+// returns false.
 bool RequestSlot::replace(std::uint64_t& expected, Ticket ticket, State state) noexcept {
   return m_state.compare_exchange_strong(expected, word(ticket, state), std::memory_order_acq_rel);
 }

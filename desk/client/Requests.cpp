@@ -16,11 +16,11 @@ using namespace ListServiceNames;
 namespace {
 
 // Maximum number of calls without a reply, including calls whose request has ended. A system bus with default
-// limits allows a connection 128 such calls. MessageSender and ServiceWatch need the others.
+// limits allows a connection 128 such calls. MessageSender and ServiceWatch need the rest.
 constexpr std::size_t kWindow = 32;
 constexpr std::chrono::seconds kRequestDeadline{10};
-// Maximum lengths of a reply with an alarm's state and of a reply with a list. They are bounded because the
-// component parses replies on a PLC task.
+// Maximum lengths of a reply with an alarm's state and of a reply with a list, in bytes. They are bounded
+// because the component parses replies on a PLC task.
 constexpr std::size_t kMaximumStateBytes = 65536;
 constexpr std::size_t kMaximumListBytes = 16U << 20U;
 
@@ -81,7 +81,7 @@ DBusPendingReply::SharedPointer Requests::accept(RequestKind kind, const QString
   }
 }
 
-// Claims a slot whose result nobody has taken only if no slot is free.
+// Claims a free slot. If no slot is free, claims a slot that holds a result which no task has taken.
 std::pair<RequestSlot*, RequestSlot::Ticket> Requests::claim() noexcept {
   for (const bool unread : {false, true}) {
     for (RequestSlot& slot : m_slots) {
@@ -105,9 +105,11 @@ bool Requests::send(BusConnection& connection, const QByteArray& owner, const Me
     if (m_calls.size() >= kWindow || !slot.isOpen() || slot.request.sent) {
       continue;
     }
-    // The queue is read after the slot, so it contains all messages that were handed over before the request.
-    // confirmed() may never reach `behind`, because a superseded edge gets no number. The request then waits
-    // until the queue is empty.
+    // `behind` is the number of the last message that was handed over before the request. PLC tasks put
+    // messages into the queue before they publish the request; this thread reads the slot before the queue.
+    // So this thread finds all these messages in the queue. confirmed() may stay below `behind`, because
+    // `behind` also counts edges in the overflow, and an edge that is superseded there gets no number. The
+    // request then waits until the queue is empty.
     if (!overtake && queue.confirmed() < slot.request.behind && queue.hasPending()) {
       continue;
     }

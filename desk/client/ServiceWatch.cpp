@@ -17,11 +17,13 @@ namespace {
 constexpr char kBus[] = "org.freedesktop.DBus";
 constexpr char kBusPath[] = "/org/freedesktop/DBus";
 
-constexpr std::chrono::milliseconds kRepeatPause{500};  // after an error reply or a malformed reply
+// Pause before a query is repeated after an error reply or a malformed reply.
+constexpr std::chrono::milliseconds kRepeatPause{500};
 
+// Shortest and longest pause before the bus is asked again to start the service.
 constexpr std::chrono::milliseconds kFirstStartPause{250};
 constexpr std::chrono::seconds kLongestStartPause{30};
-// If the service ends within this time, the pause before its next start grows.
+// If the service ends within this time after its start, the pause before the next start grows.
 constexpr std::chrono::seconds kLongLife{10};
 
 std::string signalRule(const char* path, const char* interface) {
@@ -125,7 +127,7 @@ void ServiceWatch::setOwner(const QByteArray& name) {
 void ServiceWatch::ask(StateQuery& query) {
   const BusMessage call = m_connection.write(m_owner.constData(), query.method, "");
   query.call = m_connection.call(call, [this, &query](sd_bus_message* reply) {
-    const bool known = isError(reply, SD_BUS_ERROR_UNKNOWN_METHOD) ||  // a service of another version
+    const bool known = isError(reply, SD_BUS_ERROR_UNKNOWN_METHOD) ||  // from a service of another version
                        (!isError(reply) && (this->*query.read)(reply));
     query.due = known ? Clock::time_point::max() : Clock::now() + kRepeatPause;
     query.call.reset();
@@ -153,7 +155,7 @@ void ServiceWatch::onListSignal(sd_bus_message* signal) {
   };
   const char* sender = sd_bus_message_get_sender(signal);
   if (sender == nullptr || m_owner != sender) {
-    return;  // signals before the owner is known are not needed, because the state is queried later
+    return;  // the signal is not from the known owner; a new owner's state is queried
   }
   if (is(kEventListInterface, "Changed")) {
     readGeneration(signal, m_state.events);

@@ -26,14 +26,15 @@ class ServiceWatch {
    * BusConnection::call() */
   void start();
 
-  /** Forget the owner and discard the outstanding calls, because the connection ends. ListState stays. */
+  /** Forget the owner and discard the outstanding calls, because the connection ends. ListState keeps its
+   * values. */
   void stop() noexcept;
 
   bool isStarted() const { return !m_matches.empty(); }
 
-  /** Ask the bus to start the service if isAbsent(): once on a new connection, later only if `needed` is set.
-   * The pause before the next attempt doubles from 0.25 to 30 s. The pause is skipped after the service
-   * has run for 10 s.
+  /** Ask the bus to start the service if its name has no owner: once on a new connection, later only if
+   * `needed` is set. The pause before the next attempt doubles from 0.25 to 30 s. The pause is skipped after
+   * the service has run for 10 s.
    * @param needed whether messages or requests wait for the service
    * @throws as BusConnection::call() */
   void activateService(Clock::time_point now, bool needed);
@@ -52,8 +53,8 @@ class ServiceWatch {
   struct StateQuery {
     BusMethod method;
     bool (ServiceWatch::*read)(sd_bus_message*);
-    std::unique_ptr<BusSlot> call{};  ///< null unless a reply is outstanding
-    Clock::time_point due{};          ///< when the query is to be made, unless a reply is outstanding
+    std::unique_ptr<BusSlot> call{};  ///< the outstanding call; null if no call is outstanding
+    Clock::time_point due{};          ///< earliest time of the next query
   };
 
   void match(const char* rule, void (ServiceWatch::*handler)(sd_bus_message*));
@@ -74,8 +75,8 @@ class ServiceWatch {
   std::unique_ptr<BusSlot> m_search;  ///< call that asks the bus for the owner, or to start the service
   std::array<StateQuery, 3> m_queries;
   QByteArray m_owner;
-  bool m_new = false;       ///< the bus was not asked yet to start the service on this connection
-  bool m_zoneTold = false;  ///< a different time zone was logged
+  bool m_new = false;       ///< the service was not activated yet on this connection
+  bool m_zoneTold = false;  ///< a difference between the time zones was logged
   Clock::time_point m_ownedSince;
   Clock::time_point m_nextStart;   ///< earliest time to ask the bus again to start the service
   Clock::duration m_startPause{};  ///< last pause before m_nextStart
