@@ -52,9 +52,11 @@ class AlarmOverflow {
 
   /**
    * Add an edge that is newer than all edges in the overflow.
-   * @param edge result of copyOf(); holds after the call the memory that the caller must free
-   * @return number of edges that this call superseded, including the new edge if it was not added; nullopt if
-   * the overflow is full, because it holds edges of kAlarms other alarms. [plc-task]
+   * @param edge the edge, made by copyOf(). After the call it holds memory that the overflow no longer uses;
+   * the caller frees it.
+   * @return number of edges that this call superseded. The new edge is one of them if the first kept edge of
+   * its alarm has the same direction: then it was not added.
+   * nullopt if the overflow has no room, because it holds edges of kAlarms other alarms. [plc-task]
    */
   std::optional<int> add(Nodes& edge);
 

@@ -62,7 +62,7 @@ class BusLoop {
   bool m_busy = true;    ///< the last turn had something to do
   bool m_woken = false;  ///< the bus's socket or the eventfd ended the last wait
   std::chrono::milliseconds m_wait{};
-  quint64 m_handedOver = 0;  ///< number of the last accepted message, as read in the last exchange()
+  quint64 m_handedOver = 0;  ///< number of the last message handed over before the last exchange()
 
   MessageCounters::Values m_logged{};
   MessageCounters::Values m_reported{};

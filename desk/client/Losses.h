@@ -54,7 +54,8 @@ class Losses {
 
   const Counts& counts() const { return m_counts; }
 
-  /** Remove and return the gaps that have ended, or all gaps if `all` is set. [hub] */
+  /** Remove and return the gaps that have had no loss for a second before `now`, or all gaps if `all` is set.
+   * [hub] */
   Gaps takeEnded(Clock::time_point now, bool all);
 
  private:

@@ -109,8 +109,8 @@ void MessageSender::flush(bool last) {
   }
 }
 
-// Makes calls without waiting for their answers, because the library is being unloaded. Does not report
-// alarms, because the service itself turns off the alarms of a session that no client resumes.
+// Sends the remaining messages without waiting for answers, because the library is being unloaded. Does not
+// report alarms: the service turns off the alarms of a session that no client resumes.
 void MessageSender::writeAll() {
   if (m_step == Step::Resume) {
     call(m_step);

@@ -43,8 +43,8 @@ class RaisedAlarms {
   /** Whether the sender must still send messages of missing alarms with RaiseAlarms. */
   bool areMissing() const { return !m_missing.empty(); }
 
-  /** Write messages of alarms that are missing at the service to the empty `bytes`, at most one batch
-   * (MessageFormat::kMaxBatchMessages). Then no longer count these alarms as missing. */
+  /** Fill `bytes`, which must be empty, with messages of alarms that the service lacks, at most one batch
+   * (MessageFormat::kMaxBatchMessages). These alarms then no longer count as missing. */
   void takeMissing(std::vector<char>& bytes);
 
   /** Read the answer to RaiseAlarms, which says whether the service had room for all alarms.

@@ -116,7 +116,7 @@ class DBusPendingReply::Private {
 
   Slot* slot = nullptr;  ///< the slot, which ~Private() releases; null if the request has ended
   Slot::Ticket ticket = 0;
-  Slot::State status = Slot::Failed;  ///< result of DBusPendingReply::isFinished()
+  Slot::State status = Slot::Failed;  ///< the slot's state when update() last read it
   QByteArray reply;                   ///< the reply, if `status` is Slot::Arrived
   Slot::Cause cause{};                ///< the cause, if `status` is Slot::Failed
 };

@@ -273,6 +273,7 @@ def check_restarts(count):
         plant.begin("--capacity", "1000000")
         plant.log(1)
         plant.start("followed", [CTL, "export", "--format", "jsonl", "--follow"])
+        wait("the first entry", lambda: plant.lines("followed"), 20)  # without a service it ends at once
         for i in range(count):
             logging = threading.Thread(target=plant.log, args=[random.randrange(1, 200)])
             logging.start()
