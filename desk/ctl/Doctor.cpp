@@ -44,7 +44,7 @@ QStringList interfacesOf(Client& client) {
   static const QRegularExpression offered(
       QStringLiteral("<interface name=\"(org\\.tavroline\\.[A-Za-z]+[0-9]+)\""));
   QStringList found;
-  for (const char* path : {Client::kEvents.path, Client::kAlarms.path, Client::kMessages.path}) {
+  for (const char* path : {kEventInterface.path, kAlarmInterface.path, kMessageInterface.path}) {
     auto match = offered.globalMatch(client.introspect(path));
     while (match.hasNext()) {
       found += match.next().captured(1);
@@ -55,8 +55,8 @@ QStringList interfacesOf(Client& client) {
 
 /** The digits at the end of an interface's name are its version. */
 QString examineVersion(Client& client) {
-  const QStringList spoken{QLatin1String(Client::kEvents.name), QLatin1String(Client::kAlarms.name),
-                           QLatin1String(Client::kMessages.name)};
+  const QStringList spoken{QLatin1String(kEventInterface.name), QLatin1String(kAlarmInterface.name),
+                           QLatin1String(kMessageInterface.name)};
   const QStringList found = interfacesOf(client);
   QString names = found.join(QStringLiteral(", "));
   if (found != spoken) {
@@ -100,16 +100,16 @@ QString examineTimeZone(Client& client) {
 }
 
 QString examinePolicy(Client& client) {
-  const std::tuple<Client::Interface, const char*, const char*> calls[] = {
-      {Client::kEvents, "GetState", "read the event list"},
-      {Client::kAlarms, "GetState", "read the alarm list"}};
+  const std::tuple<BusInterface, const char*, const char*> calls[] = {
+      {kEventInterface, "GetState", "read the event list"},
+      {kAlarmInterface, "GetState", "read the alarm list"}};
   for (const auto& [interface, method, meaning] : calls) {
     if (!client.mayCall(interface, method)) {
       throw ClientError("the bus forbids this user to " + std::string(meaning) +
                         ": join the group that its policy allows, or allow the service's interfaces there");
     }
   }
-  return client.mayCall(Client::kMessages, "Send")
+  return client.mayCall(kMessageInterface, "Send")
              ? QStringLiteral("this user may read and change both lists")
              : QStringLiteral(
                    "this user may read both lists, not change them: for that, join the group that the"

@@ -13,9 +13,13 @@
 #include "Terminal.h"
 
 using namespace Tavroline::ListServiceNames;
+using Tavroline::BusMessage;
 using Keys = EventlistHandlerDefinitions;
+using Bus = Tavroline::BusPointer<sd_bus>;
 
 namespace {
+
+constexpr BusInterface kBus{"/org/freedesktop/DBus", "org.freedesktop.DBus", "org.freedesktop.DBus"};
 
 /** Throws if `result` is the error of a connection that has ended. */
 void checkConnection(int result) {
@@ -35,39 +39,99 @@ QByteArray bytes(const QString& text) {
   return Tavroline::busText(text).toUtf8();
 }
 
-QString busAddress() {
-  return qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS",
-                              QStringLiteral("unix:path=/run/dbus/system_bus_socket"));
+/** The service answered a call with an error. */
+struct Refused : ClientError {
+  using ClientError::ClientError;
+};
+
+/** Throws what the error of a call means. */
+[[noreturn]] void raise(int result, const sd_bus_error& error) {
+  checkConnection(result);
+  const auto is = [&error](const char* name) { return sd_bus_error_has_name(&error, name) > 0; };
+  if (is(SD_BUS_ERROR_SERVICE_UNKNOWN) || is(SD_BUS_ERROR_NAME_HAS_NO_OWNER) || is(SD_BUS_ERROR_NO_REPLY)) {
+    throw NoService("no list service runs on this bus; start tavroline-listd");
+  }
+  if (is(SD_BUS_ERROR_ACCESS_DENIED)) {
+    throw Forbidden("the bus forbids this call to this user; tavroline-ctl doctor says more");
+  }
+  if (result == -ETIMEDOUT) {
+    throw ClientError("the service did not answer in time");
+  }
+  throw Refused(std::string("the service refused: ") +
+                (error.message != nullptr ? error.message : std::strerror(-result)));
 }
 
-class BusError {
- public:
-  BusError() = default;
-  ~BusError() { sd_bus_error_free(&m_error); }
-  BusError(const BusError&) = delete;
-  BusError& operator=(const BusError&) = delete;
+/** A call with these arguments of the basic `types`. */
+template <class... Values>
+BusMessage newCall(const Bus& bus, const BusInterface& interface, const char* method, const char* types = "",
+                   Values... values) {
+  sd_bus_message* request = nullptr;
+  check(sd_bus_message_new_method_call(bus.get(), &request, interface.service, interface.path, interface.name,
+                                       method));
+  BusMessage owned(request);
+  check(sd_bus_message_append(request, types, values...));
+  return owned;
+}
 
-  sd_bus_error* get() { return &m_error; }
-  [[noreturn]] void raise(int result) const {
-    checkConnection(result);
-    if (sd_bus_error_has_name(&m_error, SD_BUS_ERROR_SERVICE_UNKNOWN) > 0 ||
-        sd_bus_error_has_name(&m_error, SD_BUS_ERROR_NAME_HAS_NO_OWNER) > 0 ||
-        sd_bus_error_has_name(&m_error, SD_BUS_ERROR_NO_REPLY) > 0) {
-      throw NoService("no list service runs on this bus; start tavroline-listd");
-    }
-    if (sd_bus_error_has_name(&m_error, SD_BUS_ERROR_ACCESS_DENIED) > 0) {
-      throw Forbidden("the bus forbids this call to this user; tavroline-ctl doctor says more");
-    }
-    if (result == -ETIMEDOUT) {
-      throw ClientError("the service did not answer in time");
-    }
-    throw ClientError(std::string("the service refused: ") +
-                      (m_error.message != nullptr ? m_error.message : std::strerror(-result)));
+BusMessage replyTo(const BusMessage& request) {
+  sd_bus_error error = SD_BUS_ERROR_NULL;
+  const std::unique_ptr<sd_bus_error, decltype(&sd_bus_error_free)> owned(&error, sd_bus_error_free);
+  sd_bus_message* reply = nullptr;
+  const int result = sd_bus_call(nullptr, request.get(), 0, &error, &reply);
+  if (result < 0) {
+    raise(result, error);
   }
+  return BusMessage(reply);
+}
 
- private:
-  sd_bus_error m_error{};
-};
+template <class... Arguments>
+BusMessage call(const Bus& bus, const Arguments&... arguments) {
+  return replyTo(newCall(bus, arguments...));
+}
+
+QByteArray readText(const BusMessage& reply) {
+  const char* text = nullptr;
+  check(sd_bus_message_read_basic(reply.get(), SD_BUS_TYPE_STRING, &text));
+  return text;
+}
+
+QJsonObject readList(const BusMessage& reply, int ahead) {
+  const auto list = QJsonDocument::fromJson(readText(reply));
+  if (!list.isObject()) {
+    throw ClientError("the service's reply is not a list");
+  }
+  QJsonObject object = list.object();
+  QJsonArray entries = object.value(Keys::getListDataName()).toArray();
+  for (QJsonValueRef value : entries) {
+    QJsonObject entry = value.toObject();
+    const QString clock = entry.value(Keys::getListColumnNameLocalTime()).toString();
+    const QDateTime shown = QDateTime::fromString(clock + QLatin1Char('Z'), Qt::ISODateWithMs);
+    QDateTime time = EntryFilter::clockTime(shown.date(), shown.time(), ahead);
+    const QJsonValue exact = entry.value(QStringLiteral("Time"));
+    if (exact.isDouble()) {  // a page
+      const auto instant = static_cast<qint64>(exact.toDouble());
+      time = QDateTime::fromMSecsSinceEpoch(instant, Qt::OffsetFromUTC,
+                                            static_cast<int>((shown.toMSecsSinceEpoch() - instant) / 1000));
+    }
+    entry.insert(Keys::getListColumnNameLocalTime(), time.toString(Qt::ISODateWithMs));
+    value = entry;
+  }
+  object.insert(Keys::getListDataName(), entries);
+  return object;
+}
+
+/** Reads a dictionary of counters (a{st}). */
+QJsonObject readFigures(const BusMessage& reply) {
+  QJsonObject figures;
+  const char* name = nullptr;
+  quint64 value = 0;
+  check(sd_bus_message_enter_container(reply.get(), SD_BUS_TYPE_ARRAY, "{st}"));
+  while (sd_bus_message_read(reply.get(), "{st}", &name, &value) > 0) {
+    figures.insert(QString::fromUtf8(name), static_cast<double>(value));
+  }
+  check(sd_bus_message_exit_container(reply.get()));
+  return figures;
+}
 
 int onChange(sd_bus_message*, void* changed, sd_bus_error*) {
   *static_cast<bool*>(changed) = true;
@@ -80,30 +144,27 @@ ListClient::ListClient() {
   sd_bus* bus = nullptr;
   const int result = sd_bus_open_system(&bus);
   if (result < 0) {
-    throw NoBus("no connection to the bus at " + busAddress().toStdString() + ": " + std::strerror(-result) +
+    throw NoBus("no connection to the bus at " + address().toStdString() + ": " + std::strerror(-result) +
                 "; start it, or set DBUS_SYSTEM_BUS_ADDRESS");
   }
   m_bus.reset(bus);
 }
 
 QString ListClient::address() {
-  return busAddress();
+  return qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS",
+                              QStringLiteral("unix:path=/run/dbus/system_bus_socket"));
 }
 
 QString ListClient::owner() {
-  const BusMessage request =
-      newMessage("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetNameOwner");
-  check(sd_bus_message_append(request.get(), "s", kService));
   try {
-    return QString::fromUtf8(readText(call(request)));
+    return QString::fromUtf8(readText(call(m_bus, kBus, "GetNameOwner", "s", &kService[0])));
   } catch (const NoService&) {
     return {};
   }
 }
 
 bool ListClient::isActivatable() {
-  const BusMessage reply = call(newMessage("org.freedesktop.DBus", "/org/freedesktop/DBus",
-                                           "org.freedesktop.DBus", "ListActivatableNames"));
+  const BusMessage reply = call(m_bus, kBus, "ListActivatableNames");
   const char* name = nullptr;
   check(sd_bus_message_enter_container(reply.get(), SD_BUS_TYPE_ARRAY, "s"));
   while (sd_bus_message_read(reply.get(), "s", &name) > 0) {
@@ -115,26 +176,18 @@ bool ListClient::isActivatable() {
 }
 
 QString ListClient::introspect(const char* path) {
-  const BusMessage request = newMessage(kService, path, "org.freedesktop.DBus.Introspectable", "Introspect");
-  BusError error;
-  sd_bus_message* reply = nullptr;
-  const int result = sd_bus_call(m_bus.get(), request.get(), 0, error.get(), &reply);
-  const BusMessage received(reply);
-  if (sd_bus_error_has_name(error.get(), SD_BUS_ERROR_UNKNOWN_OBJECT) > 0) {
+  try {
+    const BusInterface object{path, "org.freedesktop.DBus.Introspectable"};
+    return QString::fromUtf8(readText(call(m_bus, object, "Introspect")));
+  } catch (const Refused&) {
     return {};
   }
-  if (result < 0) {
-    error.raise(result);
-  }
-  return QString::fromUtf8(readText(received));
 }
 
-bool ListClient::mayCall(const Interface& interface, const char* method) {
-  const BusMessage request = newCall(interface, method);
-  // No method has a single byte as its argument: the service refuses the call without carrying it out.
-  check(sd_bus_message_append(request.get(), "y", 0));
+bool ListClient::mayCall(const BusInterface& interface, const char* method) {
   try {
-    call(request);
+    // No method has a single byte as its argument: the service refuses the call without carrying it out.
+    call(m_bus, interface, method, "y", 0);
   } catch (const Forbidden&) {
     return false;
   } catch (const ClientError&) {
@@ -142,32 +195,19 @@ bool ListClient::mayCall(const Interface& interface, const char* method) {
   return true;
 }
 
-ListClient::BusMessage ListClient::newMessage(const char* destination, const char* path,
-                                              const char* interface, const char* method) {
-  sd_bus_message* request = nullptr;
-  check(sd_bus_message_new_method_call(m_bus.get(), &request, destination, path, interface, method));
-  return BusMessage(request);
-}
-
-ListClient::BusMessage ListClient::newCall(const Interface& interface, const char* method) {
-  return newMessage(kService, interface.path, interface.name, method);
-}
-
 void ListClient::send(const Tavroline::MessageWriter& message) {
   if (!message.isSendable()) {
     throw ClientError("the text is too long");
   }
   const QByteArray session = QUuid::createUuid().toByteArray();
-  const BusMessage resume = newCall(kMessages, "Resume");
-  check(sd_bus_message_append(resume.get(), "ss", session.constData(), "tavroline-ctl"));
-  const BusMessage request = newCall(kMessages, "Send");
   const std::string_view bytes = message.bytes();
-  check(sd_bus_message_append(request.get(), "stt", session.constData(), quint64{1}, quint64{0}));
+  const BusMessage request =
+      newCall(m_bus, kMessageInterface, "Send", "stt", session.constData(), quint64{1}, quint64{0});
   check(sd_bus_message_append_array(request.get(), SD_BUS_TYPE_BYTE, bytes.data(), bytes.size()));
   BusMessage reply;
   try {
-    call(resume);
-    reply = call(request);
+    call(m_bus, kMessageInterface, "Resume", "ss", session.constData(), "tavroline-ctl");
+    reply = replyTo(request);
   } catch (const Forbidden&) {
     throw Forbidden(
         "the bus does not let this user change the lists: join the group that its policy allows, with the"
@@ -184,86 +224,27 @@ void ListClient::send(const Tavroline::MessageWriter& message) {
   }
 }
 
-ListClient::BusMessage ListClient::call(const BusMessage& request) {
-  BusError error;
-  sd_bus_message* reply = nullptr;
-  const int result = sd_bus_call(m_bus.get(), request.get(), 0, error.get(), &reply);
-  if (result < 0) {
-    error.raise(result);
-  }
-  return BusMessage(reply);
-}
-
-QByteArray ListClient::readText(const BusMessage& reply) {
-  const char* text = nullptr;
-  check(sd_bus_message_read_basic(reply.get(), SD_BUS_TYPE_STRING, &text));
-  return text;
-}
-
-QJsonObject ListClient::readList(const BusMessage& reply) {
-  const auto list = QJsonDocument::fromJson(readText(reply));
-  if (!list.isObject()) {
-    throw ClientError("the service's reply is not a list");
-  }
-  QJsonObject object = list.object();
-  QJsonArray entries = object.value(Keys::getListDataName()).toArray();
-  for (QJsonValueRef value : entries) {
-    QJsonObject entry = value.toObject();
-    const QString clock = entry.value(Keys::getListColumnNameLocalTime()).toString();
-    const QDateTime shown = QDateTime::fromString(clock + QLatin1Char('Z'), Qt::ISODateWithMs);
-    QDateTime time = EntryFilter::clockTime(shown.date(), shown.time(), ahead());
-    const QJsonValue exact = entry.value(QStringLiteral("Time"));
-    if (exact.isDouble()) {  // a page
-      const auto instant = static_cast<qint64>(exact.toDouble());
-      time = QDateTime::fromMSecsSinceEpoch(instant, Qt::OffsetFromUTC,
-                                            static_cast<int>((shown.toMSecsSinceEpoch() - instant) / 1000));
-    }
-    entry.insert(Keys::getListColumnNameLocalTime(), time.toString(Qt::ISODateWithMs));
-    value = entry;
-  }
-  object.insert(Keys::getListDataName(), entries);
-  return object;
-}
-
-/** Reads a dictionary of counters (a{st}). */
-QJsonObject ListClient::readFigures(const BusMessage& reply) {
-  QJsonObject figures;
-  const char* name = nullptr;
-  quint64 value = 0;
-  check(sd_bus_message_enter_container(reply.get(), SD_BUS_TYPE_ARRAY, "{st}"));
-  while (sd_bus_message_read(reply.get(), "{st}", &name, &value) > 0) {
-    figures.insert(QString::fromUtf8(name), static_cast<double>(value));
-  }
-  check(sd_bus_message_exit_container(reply.get()));
-  return figures;
-}
-
 QJsonObject ListClient::events(const QString& language, quint32 count) {
-  const BusMessage request = newCall(kEvents, "GetList");
-  check(sd_bus_message_append(request.get(), "su", bytes(language).constData(), count));
-  return readList(call(request));
+  return readList(call(m_bus, kEventInterface, "GetList", "su", bytes(language).constData(), count), ahead());
 }
 
 ListClient::Page ListClient::eventsAfter(quint64 epoch, qint64 number, const QString& language) {
   constexpr quint32 kMost = 1000;
-  const BusMessage request = newCall(kEvents, "GetEntries");
-  check(sd_bus_message_append(request.get(), "txus", epoch, number, kMost, bytes(language).constData()));
-  const BusMessage reply = call(request);
+  const BusMessage reply =
+      call(m_bus, kEventInterface, "GetEntries", "txus", epoch, number, kMost, bytes(language).constData());
   int64_t oldest = 0;
   int64_t last = 0;
   check(sd_bus_message_read(reply.get(), "txx", &epoch, &oldest, &last));
-  return {epoch, oldest, last, readList(reply).value(Keys::getListDataName()).toArray()};
+  return {epoch, oldest, last, readList(reply, ahead()).value(Keys::getListDataName()).toArray()};
 }
 
 QJsonObject ListClient::alarms(const QString& language) {
-  const BusMessage request = newCall(kAlarms, "GetList");
-  check(sd_bus_message_append(request.get(), "s", bytes(language).constData()));
-  return readList(call(request));
+  return readList(call(m_bus, kAlarmInterface, "GetList", "s", bytes(language).constData()), ahead());
 }
 
 QJsonObject ListClient::statistics() {
-  QJsonObject statistics = readFigures(call(newCall(kEvents, "GetStatistics")));
-  const BusMessage state = call(newCall(kAlarms, "GetState"));
+  QJsonObject statistics = readFigures(call(m_bus, kEventInterface, "GetStatistics"));
+  const BusMessage state = call(m_bus, kAlarmInterface, "GetState");
   check(sd_bus_message_skip(state.get(), "t"));
   int flags[5];
   check(sd_bus_message_read(state.get(), "(bbbb)b", &flags[0], &flags[1], &flags[2], &flags[3], &flags[4]));
@@ -275,7 +256,7 @@ QJsonObject ListClient::statistics() {
 }
 
 QJsonArray ListClient::clientCounters() {
-  const BusMessage reply = call(newCall(kEvents, "GetCounters"));
+  const BusMessage reply = call(m_bus, kEventInterface, "GetCounters");
   QJsonArray clients;
   check(sd_bus_message_enter_container(reply.get(), SD_BUS_TYPE_ARRAY, "(suxa{st})"));
   while (sd_bus_message_enter_container(reply.get(), SD_BUS_TYPE_STRUCT, "suxa{st}") > 0) {
@@ -296,7 +277,7 @@ QJsonArray ListClient::clientCounters() {
 }
 
 int ListClient::timeZone() {
-  const BusMessage reply = call(newCall(kEvents, "GetTimeZone"));
+  const BusMessage reply = call(m_bus, kEventInterface, "GetTimeZone");
   int offset = 0;
   check(sd_bus_message_read_basic(reply.get(), SD_BUS_TYPE_INT32, &offset));
   return offset;
@@ -310,7 +291,7 @@ int ListClient::ahead() {
 }
 
 void ListClient::subscribe(List list) {
-  const Interface& interface = list == List::Events ? kEvents : kAlarms;
+  const BusInterface& interface = list == List::Events ? kEventInterface : kAlarmInterface;
   check(sd_bus_match_signal(m_bus.get(), nullptr, kService, interface.path, interface.name, "Changed",
                             onChange, &m_changed));
   const std::string ownerChanges =

@@ -13,28 +13,38 @@
 
 /** A command failed: the bus or the service cannot be reached, the service refused a call, or the user named
  * an alarm that the list does not have. what() is shown to the user. */
-class ClientError : public std::runtime_error {
- public:
+struct ClientError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
 /** There is no connection to the bus, or it has ended. */
-class NoBus : public ClientError {
- public:
+struct NoBus : ClientError {
   using ClientError::ClientError;
 };
 
 /** The bus's policy forbids the call to this user. */
-class Forbidden : public ClientError {
- public:
+struct Forbidden : ClientError {
   using ClientError::ClientError;
 };
 
 /** No connection owns the service's name, or the owner ended before it replied. */
-class NoService : public ClientError {
- public:
+struct NoService : ClientError {
   using ClientError::ClientError;
 };
+
+/** One interface of an object on the bus. */
+struct BusInterface {
+  const char* path;
+  const char* name;
+  const char* service = Tavroline::ListServiceNames::kService;
+};
+
+constexpr BusInterface kEventInterface{Tavroline::ListServiceNames::kEventListPath,
+                                       Tavroline::ListServiceNames::kEventListInterface};
+constexpr BusInterface kAlarmInterface{Tavroline::ListServiceNames::kAlarmListPath,
+                                       Tavroline::ListServiceNames::kAlarmListInterface};
+constexpr BusInterface kMessageInterface{Tavroline::ListServiceNames::kMessagesPath,
+                                         Tavroline::ListServiceNames::kMessagesInterface};
 
 /**
  * Calls the list services and waits for each reply. It formats nothing. Every operation throws ClientError.
@@ -42,17 +52,6 @@ class NoService : public ClientError {
 class ListClient {
  public:
   enum class List { Events, Alarms };
-  /** One interface of the service, and the path of its object. */
-  struct Interface {
-    const char* path;
-    const char* name;
-  };
-  static constexpr Interface kEvents{Tavroline::ListServiceNames::kEventListPath,
-                                     Tavroline::ListServiceNames::kEventListInterface};
-  static constexpr Interface kAlarms{Tavroline::ListServiceNames::kAlarmListPath,
-                                     Tavroline::ListServiceNames::kAlarmListInterface};
-  static constexpr Interface kMessages{Tavroline::ListServiceNames::kMessagesPath,
-                                       Tavroline::ListServiceNames::kMessagesInterface};
 
   /** Connect to the system bus; throws NoBus. */
   ListClient();
@@ -67,7 +66,7 @@ class ListClient {
   /** The service's introspection of an object, XML; empty if it has no such object. */
   QString introspect(const char* path);
   /** Whether the bus permits this user to call the method. Sends a malformed call, which changes nothing. */
-  bool mayCall(const Interface& interface, const char* method);
+  bool mayCall(const BusInterface& interface, const char* method);
   /** Offset of the service's local time from UTC, in seconds. */
   int timeZone();
   /** Seconds by which the service's clock is ahead of this program's, because of their time zones. */
@@ -102,15 +101,6 @@ class ListClient {
   void waitForChange();
 
  private:
-  using BusMessage = Tavroline::BusMessage;
-
-  BusMessage newMessage(const char* destination, const char* path, const char* interface, const char* method);
-  BusMessage newCall(const Interface& interface, const char* method);
-  BusMessage call(const BusMessage& request);
-  QJsonObject readList(const BusMessage& reply);
-  static QByteArray readText(const BusMessage& reply);
-  static QJsonObject readFigures(const BusMessage& reply);
-
   Tavroline::BusPointer<sd_bus> m_bus;
   std::optional<int> m_ahead;
   bool m_changed = false;
