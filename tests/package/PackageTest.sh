@@ -16,8 +16,8 @@ member=("${inside[@]}" setpriv --reuid=nobody --regid=tavroline --clear-groups)
 reader=("${inside[@]}" setpriv --reuid=nobody --regid=tavroline-readers --clear-groups)
 stranger=("${inside[@]}" setpriv --reuid=nobody --regid=nogroup --clear-groups)
 contents() {
-  (cd "$root" && find . ! -path './proc/*' ! -path './var/cache/*' ! -path './var/log/*' ! -path './etc/*-' \
-    ! -path ./run/adduser && cat etc/passwd etc/group) | sort
+  (cd "$root" && find . -path ./proc -prune -o ! -path './var/cache/*' ! -path './var/log/*' ! -path './etc/*-' \
+    ! -path ./run/adduser -print && cat etc/passwd etc/group) | sort
 }
 step() { echo "-- $1"; "${@:2}" || { echo "FAILED: $1"; exit 1; }; }
 fails() { ! "$@"; }
