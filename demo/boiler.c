@@ -4,6 +4,8 @@
  *
  *   cc -shared -fPIC -Iinclude -Iplatform -Idesk/host -o boiler.so demo/boiler.c
  *   tavroline-host ./boiler.so
+ *
+ * Built with -DHEATS_AGAIN=true it heats again and again.
  */
 #include <stdbool.h>
 #include <stdio.h>
@@ -12,6 +14,9 @@
 #include "tavroline/tavroline.h"
 
 #define MODULE "Boiler"
+#ifndef HEATS_AGAIN
+#define HEATS_AGAIN false
+#endif
 
 enum { kHot = 90, kTooHot = 80, kWarm = 60 }; /* degrees */
 
@@ -89,7 +94,11 @@ static void cycle(void* state) {
   }
   reportOverheating();
   if (cooling && temperature <= kWarm) {
-    runtime->finish(runtime->context, 0);
+    if (HEATS_AGAIN) {
+      cooling = false;
+    } else {
+      runtime->finish(runtime->context, 0);
+    }
   }
 }
 

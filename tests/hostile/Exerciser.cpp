@@ -1,14 +1,14 @@
 // A PLC program of eight tasks that use all functions at once, in random order, and check what they get.
 //
-// TAVROLINE_EXERCISE="SEED SECONDS BURST [FILE]": the tasks work for SECONDS and log up to BURST events at a
-// time. Then "quiet" is printed and, without FILE, the runtime ends. With FILE the tasks only load; once FILE
-// exists, the service has returned: each reader must load its list with result 0, then "loaded" is printed.
-// "flags DIGITS" is printed when a reader sees a change; the last digit is the change of the event list. At
-// the end "handed NUMBER" (messages) is printed, and with FILE "did KEY KIND ALARM BEGIN END" for each
-// message and "saw BEGIN END KEY..." for the newest entries after a load; times in nanoseconds since 1970. A
-// line that begins with "problem" is a failure. A key is TASK.NUMBER.TYPE, the entry's user and icon. An
-// apostrophe follows if another icon was chosen: by the service, or by the component when a handle was
-// closed.
+// TAVROLINE_EXERCISE="SEED SECONDS BURST [FILE [PERIOD]]": the tasks, every PERIOD (5) ms, work for SECONDS
+// and log up to BURST events at a time. Then "quiet" is printed and, without FILE, the runtime ends. With
+// FILE the tasks only load; once FILE exists, the service has returned: each reader must load its list with
+// result 0, then "loaded" is printed. "flags DIGITS" is printed when a reader sees a change; the last digit
+// is the change of the event list. At the end "handed NUMBER" (messages) is printed, and with FILE "did KEY
+// KIND ALARM BEGIN END" for each message and "saw BEGIN END KEY..." for the newest entries after a load;
+// times in nanoseconds since 1970. A line that begins with "problem" is a failure. A key is TASK.NUMBER.TYPE,
+// the entry's user and icon. An apostrophe follows if another icon was chosen: by the service, or by the
+// component when a handle was closed.
 #include <unistd.h>
 
 #include <algorithm>
@@ -28,8 +28,8 @@
 
 namespace {
 
-using Clock = std::chrono::system_clock;
-constexpr std::uint32_t kPeriodMilliseconds = 5;
+using Clock = std::chrono::steady_clock;
+using WallClock = std::chrono::system_clock;
 // A request ends after 10 s; a reader that has stopped calling loses the interface after 5 s.
 constexpr std::chrono::seconds kProgress{17};
 constexpr RTS_IEC_DINT kEntries = 50;
@@ -42,6 +42,7 @@ Clock::time_point s_start;
 unsigned s_seed = 1;
 double s_seconds = 3;
 unsigned s_burst = 1;
+std::uint32_t s_period = 5;
 std::string s_file;
 std::atomic<Phase> s_phase;
 std::atomic<std::size_t> s_loaded;  ///< readers, since the service's return
@@ -108,11 +109,11 @@ struct Task : PlcCalls {
   template <typename HandOver>
   void record(const std::string& key, const char* kind, unsigned alarm, HandOver handOver) {
     ++handed;
-    const auto begin = Clock::now();
+    const auto begin = WallClock::now();
     handOver();
     if (!s_file.empty()) {
       said << "did " << key << ' ' << kind << ' ' << alarm << ' ' << begin.time_since_epoch().count() << ' '
-           << Clock::now().time_since_epoch().count() << '\n';
+           << WallClock::now().time_since_epoch().count() << '\n';
     }
   }
 
@@ -334,12 +335,13 @@ extern "C" __attribute__((visibility("default"))) int PlcProgramMain(const PlcRu
   s_runtime = *runtime;
   s_start = Clock::now();
   const char* settings = std::getenv("TAVROLINE_EXERCISE");
-  std::istringstream(settings == nullptr ? "" : settings) >> s_seed >> s_seconds >> s_burst >> s_file;
+  std::istringstream(settings == nullptr ? "" : settings) >> s_seed >> s_seconds >> s_burst >> s_file >>
+      s_period;
   std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
   for (std::size_t i = 0; i < s_tasks.size(); ++i) {
     s_tasks[i].number = i;
     s_tasks[i].random.seed(s_seed * 8 + static_cast<unsigned>(i));
-    plcTasks[i] = {"exerciser", kPeriodMilliseconds, cycle, &s_tasks[i]};
+    plcTasks[i] = {"exerciser", s_period, cycle, &s_tasks[i]};
   }
   *program = {plcTasks.data(), plcTasks.size(), stop, nullptr};
   return 0;

@@ -1,0 +1,243 @@
+#include "Course.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <utility>
+
+#include "HostLog.h"
+#include "Interposed.h"
+#include "ListServiceNames.h"
+
+namespace {
+
+constexpr char kHub[] = "tavroline-hub";  // the client's thread
+constexpr Nanoseconds kStep = kSecond;    // between two looks at signals and progress
+constexpr std::int64_t kShowEvery = kSecond / 5;
+// After a failed batch the client pauses before the next one.
+constexpr Nanoseconds kStoragePause = 5 * kSecond / 2;
+
+volatile std::sig_atomic_t s_interrupted = 0;
+
+std::string clockText(Nanoseconds time) {
+  char text[32];
+  const Nanoseconds seconds = time / kSecond;
+  std::snprintf(text, sizeof text, "%02lld:%02lld:%02lld", static_cast<long long>(seconds / 3600),
+                static_cast<long long>(seconds / 60 % 60), static_cast<long long>(seconds % 60));
+  return text;
+}
+
+Nanoseconds wallTime() {
+  return Scheduler::instance().now() + Scheduler::instance().wallClock;
+}
+
+}  // namespace
+
+Course::Course(const SimOptions& options)
+    : m_options(options),
+      m_plan(
+          FaultPlan::draw(options.faults, options.seed, static_cast<Nanoseconds>(options.seconds) * kSecond)),
+      m_broker(options.seed),
+      m_bus(Scheduler::instance().start(
+          Broker::kFibre, [this] { m_broker.run(); }, false)),
+      m_service(m_broker, options.capacity),
+      m_begun(Interposed::machineTime()) {
+  Interposed::onConnect([this](int descriptor) { return m_broker.accept(descriptor); });
+  std::signal(SIGINT, [](int) { s_interrupted = 1; });
+  for (std::size_t i = m_plan.size(); i > 0 && !options.only.empty(); --i) {
+    if (std::count(options.only.begin(), options.only.end(), i) == 0) {
+      m_plan[i - 1].begin = kNever;
+    }
+  }
+  m_service.start();
+  m_component = std::make_unique<ComponentManager>(options.files.component);
+  CallMonitor::Options monitoring;
+  monitoring.metering = true;
+  m_monitor = std::make_unique<CallMonitor>(*m_component, monitoring);
+  for (const std::string& program : options.files.programs) {
+    m_applications.emplace_back(program, *m_monitor,
+                                [this, program](int status) { noteFinish(program, status); });
+  }
+  m_hook = std::make_unique<PeriodicThread>("hook", options.cycleMilliseconds,
+                                            [this] { m_component->communicationCycle(); });
+  for (PlcApplication& application : m_applications) {
+    application.start();
+  }
+}
+
+Course::~Course() {
+  unload();
+  m_service.kill();
+  m_broker.stop();
+  Scheduler::instance().join(m_bus);
+  Interposed::onConnect(nullptr);
+}
+
+void Course::run() {
+  const Nanoseconds start = Scheduler::instance().now();
+  m_end = start + static_cast<Nanoseconds>(m_options.seconds) * kSecond;
+  if (m_options.faults != "none") {
+    runFaults(start);
+    m_active.clear();
+    apply();
+    if (!m_options.recordFolder.empty()) {
+      std::ofstream(m_options.recordFolder + "/returned");
+    }
+    m_end = Scheduler::instance().now() + kHealthy;
+  }
+  waitUntil(m_end);
+  if (m_shown != 0) {
+    std::fputc('\n', stderr);
+  }
+}
+
+/** Let the faults begin and end at their times. */
+void Course::runFaults(Nanoseconds start) {
+  auto next = m_plan.begin();
+  for (;;) {
+    while (next != m_plan.end() && next->begin == kNever) {
+      ++next;
+    }
+    Nanoseconds time = next == m_plan.end() ? m_end : start + next->begin;
+    for (const Fault* fault : m_active) {
+      time = std::min(time, start + fault->end);
+    }
+    waitUntil(std::min(time, m_end));
+    if (time >= m_end || s_interrupted != 0) {
+      return;
+    }
+    const Nanoseconds past = time - start;
+    m_active.erase(std::remove_if(m_active.begin(), m_active.end(),
+                                  [past](const Fault* fault) { return fault->end <= past; }),
+                   m_active.end());
+    if (next != m_plan.end() && next->begin <= past) {
+      if (next->kind == Fault::Unload) {
+        return;
+      }
+      begin(*next);
+      m_active.push_back(&*next++);
+    }
+    apply();
+  }
+}
+
+/** Wait, and show the progress on a terminal. */
+void Course::waitUntil(Nanoseconds time) {
+  while (Scheduler::instance().now() < time && s_interrupted == 0) {
+    Scheduler::instance().waitUntil(std::min(time, Scheduler::instance().now() + kStep));
+    const std::int64_t machine = Interposed::machineTime();
+    if (m_options.recordFolder.empty() && machine - m_shown > kShowEvery && isatty(STDERR_FILENO) != 0) {
+      m_shown = machine;
+      const Nanoseconds now = Scheduler::instance().now();
+      std::fprintf(stderr, "\r%s of %s, %.0f times as fast as the clock ", clockText(now).c_str(),
+                   clockText(m_end).c_str(),
+                   static_cast<double>(now) / static_cast<double>(machine - m_begun));
+    }
+  }
+}
+
+/** What happens once, when the fault begins. */
+void Course::begin(const Fault& fault) {
+  Scheduler& scheduler = Scheduler::instance();
+  const Nanoseconds end = scheduler.now() + fault.end - fault.begin;
+  switch (fault.kind) {
+    case Fault::BusStopped:
+      return Scheduler::holdBack(m_bus, end);
+    case Fault::Stopped:
+      return m_service.hold(end);
+    case Fault::Emptied:
+    case Fault::Older:
+      m_service.kill();
+      return m_service.loseStore(fault.kind == Fault::Older);
+    case Fault::DiskFull:
+      return m_unable.emplace_back(wallTime(), wallTime() + fault.end - fault.begin + kStoragePause), void();
+    case Fault::ClockStep:
+      scheduler.wallClock += Nanoseconds{fault.amount} * 86400 * kSecond;
+      return;
+    case Fault::Silent:
+      if (const auto tasks = scheduler.periodicThreads(); !tasks.empty()) {
+        Scheduler::holdBack(tasks[fault.amount % tasks.size()], end);
+      }
+      return;
+    case Fault::NoMemory:
+      return scheduler.failAllocation(kHub, fault.amount);
+    default:
+      return;
+  }
+}
+
+/** Bring bus and service into the state that the active faults together mean. */
+void Course::apply() {
+  BusFaults bus;
+  bool busGone = false;
+  bool killed = false;
+  bool full = false;
+  for (const Fault* fault : m_active) {
+    const unsigned amount = fault->amount;
+    switch (fault->kind) {
+      case Fault::Late:
+        bus.delay = amount * kMillisecond;
+        break;
+      case Fault::SignalsLost:
+        bus.signalsLost = amount;
+        break;
+      case Fault::Limit:
+        bus.replyLimit = amount;
+        break;
+      case Fault::Refused:
+        bus.refused = amount;
+        break;
+      case Fault::Unanswered:
+        bus.unanswered = amount;
+        break;
+      case Fault::Unconfirmed:
+        bus.unconfirmed = amount;
+        break;
+      case Fault::Mute:
+        bus.mute = amount;
+        break;
+      default:
+        break;
+    }
+    busGone = busGone || fault->kind == Fault::BusGone;
+    full = full || fault->kind == Fault::DiskFull;
+    killed = killed || fault->kind == Fault::Killed || fault->kind == Fault::Emptied ||
+             fault->kind == Fault::Older;
+  }
+  m_broker.faults = bus;
+  Interposed::fillDisk(full);
+  if (busGone || killed) {
+    m_service.kill();
+  }
+  m_broker.setRunning(!busGone);
+  if (!busGone && !killed) {
+    m_service.start();
+  }
+}
+
+void Course::stopPrograms() {
+  for (PlcApplication& application : m_applications) {
+    application.stop();
+  }
+  m_hook.reset();
+}
+
+void Course::unload() {
+  m_applications.clear();
+  m_hook.reset();
+  Scheduler::instance().failAllocation(kHub, 0);
+  m_monitor.reset();
+  m_component.reset();
+}
+
+/** Note the program's first wish to end. */
+void Course::noteFinish(const std::string& program, int status) {
+  if (!m_finished.insert(program).second) {
+    return;
+  }
+  HostLog::write("note",
+                 program + " asks for the end with status " + std::to_string(status) + "; the run goes on");
+}
