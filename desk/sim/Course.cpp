@@ -76,13 +76,16 @@ Course::~Course() {
   Interposed::onConnect(nullptr);
 }
 
-void Course::run() {
+bool Course::run() {
   const Nanoseconds start = Scheduler::instance().now();
   m_end = start + static_cast<Nanoseconds>(m_options.seconds) * kSecond;
   if (m_options.faults != "none") {
-    runFaults(start);
+    const bool unloads = !runFaults(start);
     m_active.clear();
     apply();
+    if (unloads) {
+      return false;
+    }
     if (!m_options.recordFolder.empty()) {
       std::ofstream(m_options.recordFolder + "/returned");
     }
@@ -92,10 +95,11 @@ void Course::run() {
   if (m_shown != 0) {
     std::fputc('\n', stderr);
   }
+  return true;
 }
 
-/** Let the faults begin and end at their times. */
-void Course::runFaults(Nanoseconds start) {
+/** Let the faults begin and end at their times. @return false if one is the unloading */
+bool Course::runFaults(Nanoseconds start) {
   auto next = m_plan.begin();
   for (;;) {
     while (next != m_plan.end() && next->begin == kNever) {
@@ -107,7 +111,7 @@ void Course::runFaults(Nanoseconds start) {
     }
     waitUntil(std::min(time, m_end));
     if (time >= m_end || s_interrupted != 0) {
-      return;
+      return true;
     }
     const Nanoseconds past = time - start;
     m_active.erase(std::remove_if(m_active.begin(), m_active.end(),
@@ -115,7 +119,7 @@ void Course::runFaults(Nanoseconds start) {
                    m_active.end());
     if (next != m_plan.end() && next->begin <= past) {
       if (next->kind == Fault::Unload) {
-        return;
+        return false;
       }
       begin(*next);
       m_active.push_back(&*next++);

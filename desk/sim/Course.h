@@ -25,8 +25,8 @@ class Course {
   Course& operator=(const Course&) = delete;
 
   /** Run until the virtual time is over, a signal has come, or the library has to be unloaded. After faults
-   * everything is healthy for kHealthy at the end. */
-  void run();
+   * everything is healthy for kHealthy at the end. @return false if the library has to be unloaded at once */
+  bool run();
   static constexpr Nanoseconds kHealthy = 30 * kSecond;
 
   /** Stop the programs; their calls are then counted. */
@@ -42,7 +42,7 @@ class Course {
   const std::vector<std::pair<Nanoseconds, Nanoseconds>>& unable() const { return m_unable; }
 
  private:
-  void runFaults(Nanoseconds start);
+  bool runFaults(Nanoseconds start);
   void waitUntil(Nanoseconds time);
   void begin(const Fault& fault);
   void apply();

@@ -30,6 +30,14 @@ QJsonArray firstOf(const QJsonArray& entries) {
   return first;
 }
 
+QJsonArray inJson(const QJsonArray& entries) {
+  QJsonArray all;
+  for (const QJsonValue entry : entries) {
+    all.append(ListView::json(entry.toObject()));
+  }
+  return all;
+}
+
 void printTitle(const char* title, int entries) {
   std::printf("\n%s: %d entries%s\n", title, entries, entries > kShown ? ", the newest" : "");
   std::fflush(stdout);
@@ -54,11 +62,12 @@ void printRaised(const std::string& file) {
 }  // namespace
 
 void SimReport::keepRaised() {
+  Scheduler::instance().waitUntil(Scheduler::instance().now() + kSecond);  // the service may just have begun
   ListClient client;
   m_raised = entriesOf(client.alarms({}));
   m_raisedAt = Scheduler::instance().now() + Scheduler::instance().wallClock;
   const QJsonObject state = client.statistics();
-  for (const char* const flag : {"alarm", "active alarm", "fault", "active fault", "detector"}) {
+  for (const char* const flag : {"alarm", "activeAlarm", "fault", "activeFault", "detector"}) {
     m_flags += QLatin1Char(state.value(QLatin1String(flag)).toVariant().toBool() ? '1' : '0');
   }
 }
@@ -108,10 +117,14 @@ void SimReport::record(const std::string& folder) const {
   for (const auto& [begin, end] : m_course.unable()) {
     unable.append(QJsonArray{static_cast<double>(begin), static_cast<double>(end)});
   }
+  QJsonArray stores;
+  for (const QJsonValue store : m_stores) {
+    stores.append(QJsonArray{inJson(store.toArray().at(0).toArray()), store.toArray().at(1)});
+  }
   const QJsonObject all{
-      {QStringLiteral("raised"), m_raised}, {QStringLiteral("raised at"), static_cast<double>(m_raisedAt)},
-      {QStringLiteral("flags"), m_flags},   {QStringLiteral("cleared"), m_cleared},
-      {QStringLiteral("stores"), m_stores}, {QStringLiteral("unable"), unable}};
+      {QStringLiteral("raised"), inJson(m_raised)}, {QStringLiteral("raised at"), static_cast<double>(m_raisedAt)},
+      {QStringLiteral("flags"), m_flags},   {QStringLiteral("cleared"), inJson(m_cleared)},
+      {QStringLiteral("stores"), stores},   {QStringLiteral("unable"), unable}};
   QFile file(QString::fromStdString(folder) + QStringLiteral("/life.json"));
   file.open(QIODevice::WriteOnly);
   file.write(QJsonDocument(all).toJson(QJsonDocument::Compact));

@@ -45,13 +45,18 @@ void run(const SimOptions& options) {
     std::printf("fault %zu: %s\n", i + 1, course.plan()[i].text().c_str());
   }
   HostLog::countRepeated(options.recordFolder.empty());
-  course.run();
+  const bool complete = course.run();
   SimReport report(course);
-  report.keepRaised();
+  if (complete) {
+    report.keepRaised();
+  }
   course.stopPrograms();
   SimReport::printCalls(course.monitor());
   course.unload();
   HostLog::countRepeated(false);
+  if (!complete) {
+    report.keepRaised();
+  }
   report.keepLists();
   if (options.recordFolder.empty()) {
     report.printLists();

@@ -36,7 +36,9 @@ class Audit:
     @param cleared the same after it  @param unable pairs of times between which the service could not store
     @param false_lists whether it sent such. Times are in nanoseconds since 1970."""
 
-    def __init__(self, said, log, counters, stores, raised, cleared, unable, false_lists):
+    def __init__(self, said, log, counters, stores, raised, cleared, unable, false_lists,
+                 capacity=CAPACITY):
+        self.capacity = capacity
         self.problems = []  # pairs of a rule's name and a text
         rows = [line.split() for line in said if line.startswith("did ")]
         self.messages = sorted((Message(*row[1:4], *map(int, row[4:])) for row in rows), key=lambda m: m.begin)
@@ -56,7 +58,7 @@ class Audit:
         self.alarms(*raised, cleared)
         for _, begin, end, *seen in (line.split() for line in said if line.startswith("saw ")):
             overlaps = any(first < int(end) and int(begin) < last for first, last in unable)
-            if "?" not in seen and (seen or not false_lists) and not overlaps:
+            if (seen or not false_lists) and not overlaps:
                 self.load(int(begin), int(end), seen)
 
     def report(self, rule, *words):
@@ -98,7 +100,7 @@ class Audit:
         self.stored = {key for keys, _ in self.stores for key in keys}
         self.absent = {m for m in self.messages if m.key not in self.stored and m.kind not in TRACELESS}
         oldest = [(len(keys), self.by_key[keys[0]].end) for keys, _ in self.stores if keys]
-        hidden_until = max([end for count, end in oldest if count >= CAPACITY], default=0)
+        hidden_until = max([end for count, end in oldest if count >= self.capacity], default=0)
         for deletion in (m for m in self.messages if m.kind == "delete"):
             if any(end >= deletion.begin for _, end in oldest):  # carried out in one of the stores
                 hidden_until = max(hidden_until, deletion.end)
@@ -156,7 +158,9 @@ class Audit:
     def load(self, begin, end, seen):
         """A load shows all that was handed over before it began, down to the oldest entry copied or a deletion."""
         deleted = max([m.end for m in self.messages if m.kind == "delete" and m.begin < end], default=0)
-        oldest = self.by_key[seen[-1]].end if len(seen) == COPIED else deleted
+        full = len(seen) == COPIED
+        seen = [key for key in seen if not key.startswith("?")]  # without entries of the service itself
+        oldest = self.by_key[seen[-1]].end if full and seen else begin if full else deleted
         gone = self.absent.union(*(map(self.by_key.get, keys) for keys, lost in self.stores if lost and lost < end))
         first, last = (bisect(self.messages, time, key=lambda m: m.begin)
                        for bisect, time in ((bisect_right, oldest), (bisect_left, begin)))
