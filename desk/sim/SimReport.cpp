@@ -121,10 +121,12 @@ void SimReport::record(const std::string& folder) const {
   for (const QJsonValue store : m_stores) {
     stores.append(QJsonArray{inJson(store.toArray().at(0).toArray()), store.toArray().at(1)});
   }
-  const QJsonObject all{
-      {QStringLiteral("raised"), inJson(m_raised)}, {QStringLiteral("raised at"), static_cast<double>(m_raisedAt)},
-      {QStringLiteral("flags"), m_flags},   {QStringLiteral("cleared"), inJson(m_cleared)},
-      {QStringLiteral("stores"), stores},   {QStringLiteral("unable"), unable}};
+  const QJsonObject all{{QStringLiteral("raised"), inJson(m_raised)},
+                        {QStringLiteral("raised at"), static_cast<double>(m_raisedAt)},
+                        {QStringLiteral("flags"), m_flags},
+                        {QStringLiteral("cleared"), inJson(m_cleared)},
+                        {QStringLiteral("stores"), stores},
+                        {QStringLiteral("unable"), unable}};
   QFile file(QString::fromStdString(folder) + QStringLiteral("/life.json"));
   file.open(QIODevice::WriteOnly);
   file.write(QJsonDocument(all).toJson(QJsonDocument::Compact));
@@ -141,7 +143,7 @@ std::uint64_t SimReport::digest(const std::string& logFile) const {
   add(QJsonDocument(m_cleared).toJson(QJsonDocument::Compact));
   QFile log(QString::fromStdString(logFile));
   if (!logFile.empty() && log.open(QIODevice::ReadOnly)) {
-    add(log.readAll());
+    add(log.readAll().replace(m_course.broker().leftOut.c_str(), ""));
   }
   return digest;
 }

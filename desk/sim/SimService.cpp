@@ -37,6 +37,7 @@ SimService::SimService(Broker& broker, std::int64_t capacity) : m_broker(broker)
     throw std::runtime_error("no folder for the lists can be made: " + folder);
   }
   m_folder = folder;
+  m_broker.leftOut = folder;  // errors of the storage name it
   m_stores.push_back({m_folder + "/lists0", {}});
 }
 

@@ -2,7 +2,7 @@
 
 use: simulate [--lives N] [--twice] [--shrink] [SEED]
 
-Each life: eight PLC tasks call all functions for 60 virtual seconds while faults happen; then 30 seconds without faults
+Each life: eight PLC tasks call all functions for 60 virtual seconds while faults happen; then 45 seconds without faults
 follow, and the library is unloaded. Checked: every load ends in time, and with 0 after the faults; the flags agree then;
 the message counters balance in every record; the lists hold what was handed over and not named as lost
 (tests/hostile/Auditor.py). --twice runs each seed twice and compares the digests. --shrink leaves out the faults that a

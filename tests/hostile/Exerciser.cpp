@@ -138,6 +138,7 @@ struct Task : PlcCalls {
       use(readers[what], what % 2 == 0 ? kOfBothLists : kReaderFunctions.size());
       if (what >= kPermanent && below(8) == 0) {
         PlcCalls::close(readers[what].handle);
+        s_lists[what % 2].lastEnd = Clock::now().time_since_epoch().count();  // the next one asks again
         readers[what] = {open(s_lists[what % 2].kind)};
       }
     } else if (what - kReaders < alarms.size()) {
