@@ -129,6 +129,7 @@ void Broker::read(Id id, Connection& connection) {
   ssize_t size = 0;
   while ((size = recv(connection.descriptor, bytes, sizeof bytes, 0)) > 0) {
     connection.received.append(bytes, static_cast<std::size_t>(size));
+    Scheduler::instance().noteActivity();  // there is room for more
   }
   if (!connection.authenticated) {
     authenticate(connection);
