@@ -34,6 +34,17 @@ Nanoseconds wallTime() {
   return Scheduler::instance().now() + Scheduler::instance().wallClock;
 }
 
+/** What a fault that lasts makes the bus do. */
+void addTo(BusFaults& bus, const Fault& fault) {
+  bus.delay = fault.kind == Fault::Late ? fault.amount * kMillisecond : bus.delay;
+  bus.signalsLost = fault.kind == Fault::SignalsLost ? fault.amount : bus.signalsLost;
+  bus.replyLimit = fault.kind == Fault::Limit ? fault.amount : bus.replyLimit;
+  bus.refused = fault.kind == Fault::Refused ? fault.amount : bus.refused;
+  bus.unanswered = fault.kind == Fault::Unanswered ? fault.amount : bus.unanswered;
+  bus.unconfirmed = fault.kind == Fault::Unconfirmed ? fault.amount : bus.unconfirmed;
+  bus.mute = fault.kind == Fault::Mute ? fault.amount : bus.mute;
+}
+
 }  // namespace
 
 Course::Course(const SimOptions& options)
@@ -180,32 +191,7 @@ void Course::apply() {
   bool killed = false;
   bool full = false;
   for (const Fault* fault : m_active) {
-    const unsigned amount = fault->amount;
-    switch (fault->kind) {
-      case Fault::Late:
-        bus.delay = amount * kMillisecond;
-        break;
-      case Fault::SignalsLost:
-        bus.signalsLost = amount;
-        break;
-      case Fault::Limit:
-        bus.replyLimit = amount;
-        break;
-      case Fault::Refused:
-        bus.refused = amount;
-        break;
-      case Fault::Unanswered:
-        bus.unanswered = amount;
-        break;
-      case Fault::Unconfirmed:
-        bus.unconfirmed = amount;
-        break;
-      case Fault::Mute:
-        bus.mute = amount;
-        break;
-      default:
-        break;
-    }
+    addTo(bus, *fault);
     busGone = busGone || fault->kind == Fault::BusGone;
     full = full || fault->kind == Fault::DiskFull;
     killed = killed || fault->kind == Fault::Killed || fault->kind == Fault::Emptied ||
