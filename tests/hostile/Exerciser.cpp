@@ -32,6 +32,10 @@ using Clock = std::chrono::steady_clock;
 using WallClock = std::chrono::system_clock;
 // A request ends after 10 s; a reader that has stopped calling loses the interface after 5 s.
 constexpr std::chrono::seconds kProgress{17};
+// If the reader that requests is closed, another one requests at once, and its 10 s begin. With this period a
+// reader that can be closed lives a fraction of a second, and the 2 s that are left suffice. With a longer
+// one it may have waited for its answer for long: its closing begins the 17 s anew.
+constexpr std::uint32_t kShortPeriod = 5;  // milliseconds
 constexpr RTS_IEC_DINT kEntries = 50;
 constexpr std::size_t kTasks = 8;
 
@@ -42,7 +46,7 @@ Clock::time_point s_start;
 unsigned s_seed = 1;
 double s_seconds = 3;
 unsigned s_burst = 1;
-std::uint32_t s_period = 5;
+std::uint32_t s_period = kShortPeriod;
 std::string s_file;
 std::atomic<Phase> s_phase;
 std::atomic<std::size_t> s_loaded;  ///< readers, since the service's return
@@ -69,8 +73,9 @@ constexpr std::size_t kOfBothLists = 9;
 
 struct Reader {
   TavrolineHandle handle = nullptr;
-  bool loaded = false;                     ///< with result 0 since the service's return
-  Clock::time_point since = Clock::now();  ///< begin of the load, or end of the one before
+  bool loaded = false;                             ///< with result 0 since the service's return
+  Clock::time_point since = Clock::now();          ///< begin of the load, or end of the one before
+  WallClock::time_point begun = WallClock::now();  ///< the same
   bool loading = false;
 };
 struct Alarm {
@@ -138,7 +143,9 @@ struct Task : PlcCalls {
       use(readers[what], what % 2 == 0 ? kOfBothLists : kReaderFunctions.size());
       if (what >= kPermanent && below(8) == 0) {
         PlcCalls::close(readers[what].handle);
-        s_lists[what % 2].lastEnd = Clock::now().time_since_epoch().count();  // the next one asks again
+        if (readers[what].loading && s_period > kShortPeriod) {
+          s_lists[what % 2].lastEnd = Clock::now().time_since_epoch().count();
+        }
         readers[what] = {open(s_lists[what % 2].kind)};
       }
     } else if (what - kReaders < alarms.size()) {
@@ -168,7 +175,11 @@ struct Task : PlcCalls {
   void load(Reader& reader, ListClass& list, Phase phase) {
     const auto now = Clock::now();
     const bool audited = &reader == readers.data();
-    reader.since = std::exchange(reader.loading, true) ? reader.since : now;
+    const auto wallNow = WallClock::now();
+    if (!std::exchange(reader.loading, true)) {
+      reader.since = now;
+      reader.begun = wallNow;
+    }
     loadcompleteeventlist_struct step{reader.handle, -1};
     call(list.load, step);
     if (step.iResult == TAVROLINE_BUSY) {
@@ -179,7 +190,8 @@ struct Task : PlcCalls {
       return;
     }
     reader.loading = false;
-    const auto begin = std::exchange(reader.since, now);  // the next cycle begins the next load
+    reader.since = now;  // the next cycle begins the next load
+    const auto begin = std::exchange(reader.begun, wallNow);
     list.lastEnd = now.time_since_epoch().count();
     if (phase == Phase::Returned && step.iResult == TAVROLINE_DONE) {
       reader.loaded = true;
@@ -197,7 +209,7 @@ struct Task : PlcCalls {
       std::puts("problem a copy failed");
     } else if (audited && !s_file.empty()) {
       array.resize(static_cast<std::size_t>(request.diNumberOfEntries));
-      said << "saw " << begin.time_since_epoch().count() << ' ' << now.time_since_epoch().count();
+      said << "saw " << begin.time_since_epoch().count() << ' ' << wallNow.time_since_epoch().count();
       for (const stEventlistEntryType& entry : array) {
         const std::string user(entry.wsUser, std::find(entry.wsUser, std::end(entry.wsUser), 0));
         said << ' ' << (user.empty() ? "?" : user) << (user == entry.sIconType ? "" : "'");
