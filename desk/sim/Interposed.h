@@ -1,6 +1,7 @@
 #pragma once
 
 #include <poll.h>
+#include <time.h>
 
 #include <cstdint>
 #include <functional>
@@ -28,5 +29,12 @@ void fillDisk(bool full);
 
 /** Nanoseconds of the machine's own clock. */
 std::int64_t machineTime();
+
+std::int64_t nanoseconds(const timespec& time);
+/** When a time from now is over on the virtual clock; never without one. */
+std::int64_t dueIn(const timespec* time);
+
+/** A closed descriptor may have been a timer. */
+void forgetTimer(int descriptor);
 
 }  // namespace Interposed

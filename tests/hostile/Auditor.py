@@ -58,7 +58,7 @@ class Audit:
         self.alarms(*raised, cleared)
         for _, begin, end, *seen in (line.split() for line in said if line.startswith("saw ")):
             overlaps = any(first < int(end) and int(begin) < last for first, last in unable)
-            if (seen or not false_lists) and not overlaps:
+            if (seen and "?" not in seen or not false_lists) and not overlaps:
                 self.load(int(begin), int(end), seen)
 
     def report(self, rule, *words):
