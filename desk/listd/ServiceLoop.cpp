@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 
 #include "ListObjects.h"
 #include "MessagesObject.h"
@@ -42,7 +43,7 @@ void serve(sd_event* event, ListService& service, MessagesObject& messages, List
   while (sd_event_get_state(event) != SD_EVENT_FINISHED) {
     const auto untilTrim = static_cast<int>(qMax<qint64>(0, kTrimInterval - trimmed.elapsed()));
     const int timeout = std::min({untilTrim, messages.timeout(), lists.timeout()});
-    int handled = sd_event_run(event, std::chrono::microseconds(std::chrono::milliseconds(timeout)).count());
+    int handled = sd_event_run(event, 1000 * static_cast<std::uint64_t>(timeout));
     for (int i = 1; i < kMaxMessages && handled > 0; ++i) {
       handled = sd_event_run(event, 0);
     }
