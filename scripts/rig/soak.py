@@ -36,8 +36,9 @@ class Host:
     """The runtime with the program of eight tasks. Of its output only counters, operations and problems are kept."""
 
     def __init__(self, rig, seconds, *arguments):
+        # With one arena of the allocator, memory does not depend on how many threads have allocated at once.
         environment = dict(os.environ, DBUS_SYSTEM_BUS_ADDRESS=rig.address, LD_PRELOAD="libQt5Core.so.5",
-                           TAVROLINE_EXERCISE=f"1 {seconds} 1")
+                           MALLOC_ARENA_MAX="1", TAVROLINE_EXERCISE=f"1 {seconds} 1")
         self.process = subprocess.Popen(
             [f"{BUILD}/tavroline-host", "--report", *arguments, f"{BUILD}/libTavroline.so",
              f"{BUILD}/libtavroline-exerciser.so"],
