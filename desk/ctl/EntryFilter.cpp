@@ -27,7 +27,7 @@ QDateTime countedTime(const QString& text) {
   return QDateTime::currentDateTime().addSecs(-number * kSeconds[unit]);
 }
 
-/** A date, today or yesterday; invalid if the text is none of them. */
+/** The day that a text names: a date, "today" or "yesterday". Invalid for any other text. */
 QDate dayOf(const QString& text, int ahead) {
   const QDate today = QDateTime::currentDateTime().addSecs(ahead).date();
   return text == QLatin1String("today")       ? today

@@ -3,96 +3,22 @@
 #include <QJsonDocument>
 #include <QUuid>
 
-#include <cerrno>
-#include <cstring>
-#include <string>
-
+#include "BusCalls.h"
 #include "BusText.h"
 #include "EntryFilter.h"
 #include "EventlistHandlerDefinitions.h"
 #include "Terminal.h"
 
 using namespace Tavroline::ListServiceNames;
-using Tavroline::BusMessage;
+using namespace BusCalls;
 using Keys = EventlistHandlerDefinitions;
-using Bus = Tavroline::BusPointer<sd_bus>;
 
 namespace {
 
 constexpr BusInterface kBus{"/org/freedesktop/DBus", "org.freedesktop.DBus", "org.freedesktop.DBus"};
 
-/** Throws if `result` is the error of a connection that has ended. */
-void checkConnection(int result) {
-  if (result == -ECONNRESET || result == -ENOTCONN || result == -EPIPE) {
-    throw NoBus("the connection to the bus is lost");
-  }
-}
-
-void check(int result) {
-  checkConnection(result);
-  if (result < 0) {
-    throw ClientError(std::string("the bus failed: ") + std::strerror(-result));
-  }
-}
-
 QByteArray bytes(const QString& text) {
   return Tavroline::busText(text).toUtf8();
-}
-
-/** The service answered a call with an error. */
-struct Refused : ClientError {
-  using ClientError::ClientError;
-};
-
-/** Throws what the error of a call means. */
-[[noreturn]] void raise(int result, const sd_bus_error& error) {
-  checkConnection(result);
-  const auto is = [&error](const char* name) { return sd_bus_error_has_name(&error, name) > 0; };
-  if (is(SD_BUS_ERROR_SERVICE_UNKNOWN) || is(SD_BUS_ERROR_NAME_HAS_NO_OWNER) || is(SD_BUS_ERROR_NO_REPLY)) {
-    throw NoService("no list service runs on this bus; start tavroline-listd");
-  }
-  if (is(SD_BUS_ERROR_ACCESS_DENIED)) {
-    throw Forbidden("the bus forbids this call to this user; tavroline-ctl doctor says more");
-  }
-  if (result == -ETIMEDOUT) {
-    throw ClientError("the service did not answer in time");
-  }
-  throw Refused(std::string("the service refused: ") +
-                (error.message != nullptr ? error.message : std::strerror(-result)));
-}
-
-/** A call with these arguments of the basic `types`. */
-template <class... Values>
-BusMessage newCall(const Bus& bus, const BusInterface& interface, const char* method, const char* types = "",
-                   Values... values) {
-  sd_bus_message* request = nullptr;
-  check(sd_bus_message_new_method_call(bus.get(), &request, interface.service, interface.path, interface.name,
-                                       method));
-  BusMessage owned(request);
-  check(sd_bus_message_append(request, types, values...));
-  return owned;
-}
-
-BusMessage replyTo(const BusMessage& request) {
-  sd_bus_error error = SD_BUS_ERROR_NULL;
-  const std::unique_ptr<sd_bus_error, decltype(&sd_bus_error_free)> owned(&error, sd_bus_error_free);
-  sd_bus_message* reply = nullptr;
-  const int result = sd_bus_call(nullptr, request.get(), 0, &error, &reply);
-  if (result < 0) {
-    raise(result, error);
-  }
-  return BusMessage(reply);
-}
-
-template <class... Arguments>
-BusMessage call(const Bus& bus, const Arguments&... arguments) {
-  return replyTo(newCall(bus, arguments...));
-}
-
-QByteArray readText(const BusMessage& reply) {
-  const char* text = nullptr;
-  check(sd_bus_message_read_basic(reply.get(), SD_BUS_TYPE_STRING, &text));
-  return text;
 }
 
 QJsonObject readList(const BusMessage& reply, int ahead) {
