@@ -200,7 +200,7 @@ bool Broker::matches(const Rule& rule, const WireMessage& signal) const {
   });
 }
 
-/** The connection of a unique name or an owned one, 0 if there is none. */
+/** The connection that has or owns the name; 0 if no connection does. */
 Broker::Id Broker::find(const std::string& name) const {
   if (const auto owner = m_owners.find(name); owner != m_owners.end()) {
     return owner->second;

@@ -15,7 +15,8 @@ namespace Interposed {
 /** The library's own poll(), which does not wait. */
 int realPoll(pollfd* files, nfds_t count);
 
-/** Takes the other end of a connection to the bus, or returns false: there is none. */
+/** Takes the other end of a connection to the bus. Returns false if no bus
+ * runs. */
 using Accept = std::function<bool(int descriptor)>;
 
 /** From now on `accept` gets each connection to a Unix socket; null: they go where they lead. */

@@ -66,7 +66,7 @@ class Writer:
         self.bus, self.sent, self.name = None, 0, f"writer {random.random()}".encode()
 
     def call(self, method, types, values, data=None):
-        """@return the reply's first number, or None if there is none now"""
+        """@return the reply's first number; None if the call failed"""
         request, reply, number = ctypes.c_void_p(), ctypes.c_void_p(), ctypes.c_uint64()
         names = [name.encode() for name in [*ADDRESS, method]]
         failed = SYSTEMD.sd_bus_message_new_method_call(self.bus, ctypes.byref(request), *names) < 0

@@ -64,7 +64,7 @@ inline const std::vector<Row> kRows = {
     {{"deleteeventlist"}, "", "", {Any, Any}}};
 // clang-format on
 
-/** The row of a function; of a name that is none, the last. */
+/** The row of a function; the last row if no function has this name. */
 inline const Row& rowOf(const std::string& function) {
   return *std::find_if(kRows.begin(), kRows.end() - 1, [&](const Row& row) {
     return std::count(row.names.begin(), row.names.end(), function.substr(0, function.rfind('_'))) != 0;
