@@ -44,6 +44,15 @@ void Broker::cut(const std::string& name) {
   }
 }
 
+void Broker::cutAllBut(const std::string& name) {
+  for (auto& [id, connection] : m_connections) {
+    if (id != find(name)) {
+      hangUp(id, connection);
+    }
+  }
+  Scheduler::instance().wake(this, true);
+}
+
 void Broker::stop() {
   m_stop = true;
   Scheduler::instance().wake(this, true);
@@ -96,9 +105,12 @@ Nanoseconds Broker::turn() {
       due = queue->empty() || queue->front().due <= 0 ? due : std::min(due, queue->front().due);
     }
   }
-  for (const Id id : std::exchange(m_broken, {})) {
-    end(id);
-    due = 0;
+  for (const Id id : std::set<Id>(m_broken)) {
+    if (m_connections.count(id) == 0 || m_connections[id].in.empty()) {
+      m_broken.erase(id);
+      end(id);
+      due = 0;
+    }
   }
   return due;
 }
@@ -125,8 +137,15 @@ void Broker::read(Id id, Connection& connection) {
   }
   connection.received.erase(0, at);
   if (size == 0 || (size < 0 && errno != EAGAIN)) {
-    m_broken.insert(id);
+    hangUp(id, connection);
   }
+}
+
+/** End the connection once its messages that have arrived here are passed on. */
+void Broker::hangUp(Id id, Connection& connection) {
+  close(connection.descriptor);
+  connection.descriptor = -1;
+  m_broken.insert(id);
 }
 
 /** The lines before the first message. */
@@ -153,6 +172,9 @@ void Broker::write(Connection& connection) {
   const Nanoseconds now = Scheduler::instance().now();
   while (!connection.out.empty() && connection.out.front().due <= now) {
     Delayed& first = connection.out.front();
+    if (connection.descriptor < 0) {
+      return connection.out.clear();
+    }
     const ssize_t size = send(connection.descriptor, first.bytes.data(), first.bytes.size(), MSG_NOSIGNAL);
     Scheduler::instance().noteActivity();
     if (size < static_cast<ssize_t>(first.bytes.size())) {

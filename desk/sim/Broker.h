@@ -17,8 +17,10 @@ struct BusFaults {
   unsigned refused = 0;      ///< calls of the service that get an error
   unsigned unanswered = 0;   ///< calls of the service that get no reply: lost on the way there or back
   unsigned unconfirmed = 0;  ///< replies to writing calls that are lost
+  unsigned failed = 0;       ///< replies that become errors
   unsigned mute = 0;         ///< replies to queries that are lost
   unsigned signalsLost = 0;
+  bool nameIsTaken = false;      ///< a connection that requests a name gets it from its owner
   std::size_t replyLimit = 128;  ///< outstanding replies of one connection
 };
 
@@ -39,6 +41,8 @@ class Broker {
   void setRunning(bool running);
   /** End the connection that owns the name, and lose what is under way from and to it. */
   void cut(const std::string& name);
+  /** End all connections but the one that owns the name. What they have sent is still passed on. */
+  void cutAllBut(const std::string& name);
 
   bool isOwned(const std::string& name) const { return m_owners.count(name) > 0; }
   /** The fibre's function: until stop(). */
@@ -77,6 +81,7 @@ class Broker {
   void read(Id id, Connection& connection);
   void authenticate(Connection& connection);
   void write(Connection& connection);
+  void hangUp(Id id, Connection& connection);
   void end(Id id);
   void enqueue(std::deque<Delayed>& queue, std::string bytes);
 

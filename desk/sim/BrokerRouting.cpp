@@ -8,6 +8,7 @@ namespace {
 
 constexpr char kBus[] = "org.freedesktop.DBus";
 constexpr char kErrors[] = "org.freedesktop.DBus.Error.";
+constexpr char kStorm[] = "org.tavroline.Error.Storm";
 constexpr std::uint32_t kUser = 1000;  // of every connection
 
 /** The keys and values of a match rule: key='value',... */
@@ -54,7 +55,7 @@ void Broker::routeCall(Id id, const WireMessage& message) {
     return refuse(id, message, std::string(kErrors) + "LimitsExceeded");
   }
   if (strikes(faults.refused)) {
-    return refuse(id, message, "org.tavroline.Error.Storm");
+    return refuse(id, message, kStorm);
   }
   if (wantsReply) {
     caller.awaited[message.serial] = target;
@@ -74,6 +75,11 @@ void Broker::routeReply(const WireMessage& message) {
   if (strikes(faults.unanswered) || (confirms && strikes(faults.unconfirmed))) {
     m_connections[target].awaited[message.replySerial] = find(message.sender);
     return;
+  }
+  if (confirms && strikes(faults.failed)) {
+    WireMessage call;
+    call.serial = message.replySerial;
+    return refuse(target, call, kStorm);
   }
   deliver(target, message);
 }
@@ -140,7 +146,7 @@ std::string Broker::own(Id id, const WireMessage& call, WireMessage& reply) {
     caller.name = ":1." + std::to_string(id);
     reply.append(caller.name);
   } else if (call.member == "RequestName") {
-    const bool given = !isOwned(text);
+    const bool given = !isOwned(text) || faults.nameIsTaken;
     if (given) {
       giveName(text, id);
     }
@@ -169,8 +175,9 @@ std::string Broker::own(Id id, const WireMessage& call, WireMessage& reply) {
 }
 
 void Broker::giveName(const std::string& name, Id id) {
+  const std::string before = isOwned(name) ? m_connections[m_owners[name]].name : "";
   m_owners[name] = id;
-  announce(name, "", m_connections[id].name);
+  announce(name, before, m_connections[id].name);
 }
 
 void Broker::announce(const std::string& name, const std::string& before, const std::string& after) {

@@ -16,7 +16,10 @@ namespace {
 
 constexpr char kHub[] = "tavroline-hub";  // the client's thread
 constexpr Nanoseconds kStep = kSecond;    // between two looks at signals and progress
+constexpr Nanoseconds kDay = 86400 * kSecond;
 constexpr std::int64_t kShowEvery = kSecond / 5;
+// The service's grace time for alarms, and the longest stop of the service before it.
+constexpr Nanoseconds kOrphaned = 100 * kSecond;
 // After a failed batch the client pauses before the next one.
 constexpr Nanoseconds kStoragePause = 5 * kSecond / 2;
 
@@ -42,6 +45,7 @@ void addTo(BusFaults& bus, const Fault& fault) {
   bus.refused = fault.kind == Fault::Refused ? fault.amount : bus.refused;
   bus.unanswered = fault.kind == Fault::Unanswered ? fault.amount : bus.unanswered;
   bus.unconfirmed = fault.kind == Fault::Unconfirmed ? fault.amount : bus.unconfirmed;
+  bus.failed = fault.kind == Fault::Failed ? fault.amount : bus.failed;
   bus.mute = fault.kind == Fault::Mute ? fault.amount : bus.mute;
 }
 
@@ -91,12 +95,10 @@ bool Course::run() {
   const Nanoseconds start = Scheduler::instance().now();
   m_end = start + static_cast<Nanoseconds>(m_options.seconds) * kSecond;
   if (m_options.faults != "none") {
-    const bool unloads = !runFaults(start);
-    m_active.clear();
-    apply();
-    if (unloads) {
+    if (!runFaults(start)) {
       return false;
     }
+    endFaults();
     if (!m_options.recordFolder.empty()) {
       std::ofstream(m_options.recordFolder + "/returned");
     }
@@ -107,6 +109,11 @@ bool Course::run() {
     std::fputc('\n', stderr);
   }
   return true;
+}
+
+void Course::endFaults() {
+  m_active.clear();
+  apply();
 }
 
 /** Let the faults begin and end at their times. @return false if one is the unloading */
@@ -167,10 +174,15 @@ void Course::begin(const Fault& fault) {
     case Fault::Older:
       m_service.kill();
       return m_service.loseStore(fault.kind == Fault::Older);
+    case Fault::Replaced:
+      return m_service.replace();
+    case Fault::Cut:
+      return m_broker.cutAllBut(Tavroline::ListServiceNames::kService);
     case Fault::DiskFull:
       return m_unable.emplace_back(wallTime(), wallTime() + fault.end - fault.begin + kStoragePause), void();
     case Fault::ClockStep:
-      scheduler.wallClock += Nanoseconds{fault.amount} * 86400 * kSecond;
+    case Fault::ClockBack:
+      scheduler.wallClock += Nanoseconds{fault.amount} * (fault.kind == Fault::ClockStep ? kDay : -kDay);
       return;
     case Fault::Silent:
       if (const auto tasks = scheduler.periodicThreads(); !tasks.empty()) {
@@ -193,6 +205,7 @@ void Course::apply() {
   for (const Fault* fault : m_active) {
     addTo(bus, *fault);
     busGone = busGone || fault->kind == Fault::BusGone;
+    bus.nameIsTaken = bus.nameIsTaken || fault->kind == Fault::Replaced;
     full = full || fault->kind == Fault::DiskFull;
     killed = killed || fault->kind == Fault::Killed || fault->kind == Fault::Emptied ||
              fault->kind == Fault::Older;
@@ -202,10 +215,18 @@ void Course::apply() {
   if (busGone || killed) {
     m_service.kill();
   }
+  if (!bus.nameIsTaken) {
+    m_service.endReplaced();
+  }
   m_broker.setRunning(!busGone);
   if (!busGone && !killed) {
     m_service.start();
   }
+}
+
+void Course::outliveUnload() {
+  endFaults();
+  waitUntil(Scheduler::instance().now() + kOrphaned);
 }
 
 void Course::stopPrograms() {

@@ -29,6 +29,10 @@ class Course {
   bool run();
   static constexpr Nanoseconds kHealthy = 45 * kSecond;  // a lost call is given up after 30
 
+  /** End the faults that were active when the library had to be unloaded, and wait until the service has
+   * turned its alarms off. */
+  void outliveUnload();
+
   /** Stop the programs; their calls are then counted. */
   void stopPrograms();
   const CallMonitor& monitor() const { return *m_monitor; }
@@ -43,6 +47,7 @@ class Course {
 
  private:
   bool runFaults(Nanoseconds start);
+  void endFaults();
   void waitUntil(Nanoseconds time);
   void begin(const Fault& fault);
   void apply();

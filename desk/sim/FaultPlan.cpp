@@ -20,13 +20,17 @@ constexpr std::array<KindRow, Fault::Kinds> kRows{{
     {"refused", 1, 6, kSecond, 10 * kSecond},
     {"unanswered", 1, 20, kSecond, 35 * kSecond},
     {"unconfirmed", 1, 4, kSecond, 10 * kSecond},
+    {"failed answers", 1, 4, kSecond, 10 * kSecond},
     {"mute", 1, 1, kSecond, 40 * kSecond},
     {"service stopped", 0, 0, kMillisecond, 35 * kSecond},
     {"service killed", 0, 0, kMillisecond, 4 * kSecond},
     {"store emptied", 0, 0, kMillisecond, 4 * kSecond},
     {"store older", 0, 0, kMillisecond, 4 * kSecond},
+    {"service replaced", 0, 0, kMillisecond, 10 * kSecond},
+    {"client cut", 0, 0, 0, 0},
     {"disk full", 0, 0, kMillisecond, 10 * kSecond},
     {"clock step", 1, 3650, 0, 0},
+    {"clock back", 1, 3650, 0, 0},
     {"task silent", 0, 31, 5 * kSecond, 9 * kSecond},
     {"no memory", 1, 200, kSecond, kSecond},
     {"unload", 0, 0, 0, 0},
@@ -40,15 +44,18 @@ const std::vector<Profile>& rows() {
   static const std::vector<Profile> kProfiles{
       {"none", {}},
       {"bus", {Fault::Late, Fault::SignalsLost, Fault::Limit, Fault::BusStopped, Fault::BusGone}},
-      {"service", {Fault::Stopped, Fault::Killed, Fault::Killed, Fault::Late, Fault::BusGone}},
-      {"answers", {Fault::Refused, Fault::Unanswered, Fault::Unconfirmed, Fault::Mute, Fault::Killed}},
+      {"service", {Fault::Stopped, Fault::Killed, Fault::Replaced, Fault::Late, Fault::BusGone, Fault::Cut}},
+      {"answers",
+       {Fault::Refused, Fault::Unanswered, Fault::Unconfirmed, Fault::Failed, Fault::Mute, Fault::Killed,
+        Fault::Unload}},
       {"store", {Fault::Emptied, Fault::Older, Fault::DiskFull, Fault::Killed, Fault::Unconfirmed}},
-      {"plc", {Fault::ClockStep, Fault::Silent, Fault::Late, Fault::Unload, Fault::Killed}},
+      {"plc", {Fault::ClockStep, Fault::ClockBack, Fault::Silent, Fault::Late, Fault::Unload, Fault::Killed}},
       {"memory", {Fault::NoMemory, Fault::NoMemory, Fault::Killed, Fault::BusGone}},
-      {"all",
-       {Fault::Late, Fault::SignalsLost, Fault::Limit, Fault::BusStopped, Fault::BusGone, Fault::Refused,
-        Fault::Unanswered, Fault::Unconfirmed, Fault::Mute, Fault::Stopped, Fault::Killed, Fault::Emptied,
-        Fault::Older, Fault::DiskFull, Fault::ClockStep, Fault::Silent, Fault::NoMemory, Fault::Unload}}};
+      {"all", {Fault::Late,     Fault::SignalsLost, Fault::Limit,       Fault::BusStopped, Fault::BusGone,
+               Fault::Refused,  Fault::Unanswered,  Fault::Unconfirmed, Fault::Failed,     Fault::Mute,
+               Fault::Stopped,  Fault::Killed,      Fault::Emptied,     Fault::Older,      Fault::Replaced,
+               Fault::Cut,      Fault::DiskFull,    Fault::ClockStep,   Fault::ClockBack,  Fault::Silent,
+               Fault::NoMemory, Fault::Unload}}};
   return kProfiles;
 }
 

@@ -17,13 +17,17 @@ struct Fault {
     Refused,     ///< one call of the service in `amount` gets an error
     Unanswered,  ///< one call in `amount` gets no reply
     Unconfirmed,
+    Failed,   ///< one answer of the service in `amount` becomes an error
     Mute,     ///< no query is answered
     Stopped,  ///< the service
     Killed,
-    Emptied,  ///< killed, and its store is lost
-    Older,    ///< killed, and its store is an older copy
+    Emptied,   ///< killed, and its store is lost
+    Older,     ///< killed, and its store is an older copy
+    Replaced,  ///< another service takes the name, with an empty store, and the first ends later
+    Cut,       ///< the bus ends the client's connection
     DiskFull,
     ClockStep,  ///< `amount` days forward
+    ClockBack,  ///< `amount` days
     Silent,     ///< a task or the hook stops
     NoMemory,   ///< the hub's allocation number `amount` fails
     Unload,     ///< the library, before the end

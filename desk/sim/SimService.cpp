@@ -42,26 +42,28 @@ SimService::SimService(Broker& broker, std::int64_t capacity) : m_broker(broker)
 }
 
 SimService::~SimService() {
+  endReplaced();
   kill();
   fs::remove_all(m_folder);
 }
 
 void SimService::start(const std::string& file) {
-  if (m_ended) {
-    join();
+  if (m_process != nullptr && m_process->ended) {
+    end(m_process);
   }
-  if (m_fibre == nullptr) {
-    m_stop = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+  if (m_process == nullptr) {
+    m_process = std::make_unique<Process>();
+    m_process->stop = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     const std::string store = file.empty() ? m_stores.back().file : file;
-    m_fibre = Scheduler::instance().start(
-        "service", [this, store] { run(store); }, false);
+    m_process->fibre = Scheduler::instance().start(
+        "service", [this, store, process = m_process.get()] { run(store, *process); }, false);
   }
 }
 
-void SimService::run(const std::string& file) {
+void SimService::run(const std::string& file, Process& process) {
   sd_event* event = nullptr;
   sd_event_new(&event);
-  sd_event_add_io(event, nullptr, m_stop, POLLIN, nullptr, nullptr);  // leaves the loop with code 0
+  sd_event_add_io(event, nullptr, process.stop, POLLIN, nullptr, nullptr);  // leaves the loop with code 0
   try {
     Options options;
     options.databaseFile = file;
@@ -70,36 +72,45 @@ void SimService::run(const std::string& file) {
   } catch (const std::exception&) {  // NOLINT(bugprone-empty-catch): it was killed, or the bus is gone
   }
   sd_event_unref(event);
-  m_ended = true;
+  process.ended = true;
 }
 
-void SimService::join() {
-  Scheduler::holdBack(m_fibre, 0);
-  Scheduler::instance().join(m_fibre);
-  m_fibre = nullptr;
-  m_ended = false;
-  close(m_stop);
+void SimService::end(std::unique_ptr<Process>& process) {
+  if (process != nullptr) {
+    eventfd_write(process->stop, 1);
+    Scheduler::holdBack(process->fibre, 0);
+    Scheduler::instance().join(process->fibre);
+    close(process->stop);
+    process.reset();
+  }
 }
 
 void SimService::kill() {
-  if (m_fibre != nullptr) {
+  if (m_process != nullptr) {
     m_broker.cut(Tavroline::ListServiceNames::kService);
-    eventfd_write(m_stop, 1);  // it may not have had its name yet
-    join();
+    end(m_process);  // it may not have had its name yet
   }
 }
 
 void SimService::stop() {
-  if (m_fibre != nullptr) {
-    eventfd_write(m_stop, 1);
-    join();
-  }
+  end(m_process);
 }
 
 void SimService::hold(Nanoseconds until) {
-  if (m_fibre != nullptr) {
-    Scheduler::holdBack(m_fibre, until);
+  if (m_process != nullptr) {
+    Scheduler::holdBack(m_process->fibre, until);
   }
+}
+
+void SimService::replace() {
+  endReplaced();
+  m_replaced = std::move(m_process);
+  loseStore(false);
+  start();
+}
+
+void SimService::endReplaced() {
+  end(m_replaced);
 }
 
 void SimService::loseStore(bool copy) {

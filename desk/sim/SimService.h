@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -33,6 +34,10 @@ class SimService {
   /** Let it not run before that time. */
   void hold(Nanoseconds until);
 
+  /** Let another one with an empty store take the name; this one goes on until endReplaced(). */
+  void replace();
+  void endReplaced();
+
   /** Lose the present store, while the service does not run. @param copy go on with a copy of an older state
    */
   void loseStore(bool copy);
@@ -41,14 +46,20 @@ class SimService {
   const std::vector<Store>& stores() const { return m_stores; }
 
  private:
-  void run(const std::string& file);
-  void join();
+  /** What runs a service. */
+  struct Process {
+    Scheduler::Fibre* fibre = nullptr;
+    bool ended = false;
+    int stop = -1;  ///< an eventfd
+  };
+
+  void run(const std::string& file, Process& process);
+  static void end(std::unique_ptr<Process>& process);
 
   Broker& m_broker;
   std::int64_t m_capacity;
   std::string m_folder;
   std::vector<Store> m_stores;
-  Scheduler::Fibre* m_fibre = nullptr;
-  bool m_ended = false;
-  int m_stop = -1;  ///< an eventfd
+  std::unique_ptr<Process> m_process;
+  std::unique_ptr<Process> m_replaced;
 };

@@ -55,6 +55,7 @@ void run(const SimOptions& options) {
   course.unload();
   HostLog::countRepeated(false);
   if (!complete) {
+    course.outliveUnload();
     report.keepRaised();
   }
   report.keepLists();

@@ -26,7 +26,7 @@ import time
 from collections import Counter
 
 sys.path.insert(1, os.path.join(os.path.dirname(__file__), "..", "..", "tests", "hostile"))
-from Auditor import CAPACITY, Audit
+from Auditor import CAPACITY, PROGRAM_ENDED, Audit
 from rig import BUILD, CALLS, ROOT, STOPPED, CheckFailed, Rig, check_counters, end, pause, wait
 
 WATCHDOG = 1000000  # microseconds
@@ -34,7 +34,6 @@ FLAGS_RIGHT = 2  # seconds
 FULL, RLIM_INFINITY = 4096, resource.RLIM_INFINITY  # bytes that a file may have
 FLAGS = ["alarm", "activeAlarm", "fault", "activeFault", "detector"]  # in the exerciser's order
 HANG = 31  # seconds; a client gives a call up after 30
-PROGRAM_ENDED = "Off, its program has ended"
 # Calls for the session of another, as arguments of dbus-send, and how often they are made.
 FOREIGN, TRIES = [["Resume", "string:x"], ["Send", "uint64:1", f"uint64:{1 << 62}", "array:byte:0"],
                   ["ReportAlarms", "array:string:x"], ["RaiseAlarms", "array:byte:0"]], 10

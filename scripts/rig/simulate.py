@@ -26,7 +26,7 @@ from rig import BUILD, ROOT, STOPPED, CheckFailed, check_counters
 
 PROFILES = ["bus", "service", "answers", "store", "plc", "memory", "all"]
 SECONDS, CAPACITY, PERIOD, BURST = 60, 300, 100, 3
-LEFT_ON = ("alarm still active", "alarm active after the unload")
+DAY = 86400 * 10**9  # nanoseconds; the clock is set by whole days
 LIMIT = 60  # real seconds of a life
 
 
@@ -90,11 +90,10 @@ class Life:
             return f"flags {flags[-1]} where the service says {life['flags']}"
         raised = life["raised"], life["raised at"]
         audit = Audit(said, log, counters, [(entries, lost) for entries, lost in life["stores"]], raised, life["cleared"],
-                      life["unable"], False, CAPACITY)
+                      life["unable"], False, CAPACITY, DAY)
         with open(f"{self.folder}/audit", "w") as file:
             file.writelines(f"{rule}: {words}\n" for rule, words in audit.problems)
-        # What the library could not send before its unloading may have been an "off".
-        rules = Counter(rule for rule, _ in audit.problems if not (unloaded and counters["unload"] and rule in LEFT_ON))
+        rules = Counter(rule for rule, _ in audit.problems)
         return ", ".join(f"{number} x {rule}" for rule, number in rules.items()) or None
 
 

@@ -11,7 +11,7 @@ from datetime import datetime
 CAPACITY, COPIED = 40000, 50  # of the service's event list; entries at most after a load
 TRACELESS = ("acknowledge", "delete")  # messages without an entry
 MAYBE_STORED = ("the service ended each time it was sent", "not confirmed before unload")
-NOT_REPORTED = "Off, no longer reported by its program"  # an entry of the service itself
+NOT_REPORTED, PROGRAM_ENDED = "Off, no longer reported by its program", "Off, its program has ended"
 GAP = re.compile(r"(\d+) message\(s\) lost, ([a-z ]+): (?:numbers (\d+) to (\d+), )?handed over (\S+) to ([^\s,]+)")
 Message = namedtuple("Message", "key kind alarm begin end")
 
@@ -19,12 +19,12 @@ Message = namedtuple("Message", "key kind alarm begin end")
 class Gap:
     """Messages that one record names as lost: how many, handed over from when to when."""
 
-    def __init__(self, match):
+    def __init__(self, match, step):
         count, self.cause, first, last, *times = match.groups()
         self.count = self.left = int(count)
         self.numbers = first and (int(first), int(last))
         begin, end = (datetime.fromisoformat(time.replace("Z", "+00:00")).timestamp() for time in times)
-        self.begin, self.end = begin * 1e9, end * 1e9 + 1e6  # the record cuts them to milliseconds
+        self.begin, self.end = begin * 1e9 % step, end * 1e9 % step + 1e6  # the record cuts them to milliseconds
 
     def covers(self, message):
         return message.begin < self.end and message.end >= self.begin
@@ -34,42 +34,49 @@ class Audit:
     """@param said lines of the host  @param log lines of the runtime log  @param counters the last message counters
     @param stores event lists and when each was lost (None: it is kept)  @param raised the alarm list before the unload
     @param cleared the same after it  @param unable pairs of times between which the service could not store
-    @param false_lists whether it sent such. Times are in nanoseconds since 1970."""
+    @param false_lists whether it sent such  @param step the clock may have been set by multiples of it. Times are in
+    nanoseconds since 1970."""
 
     def __init__(self, said, log, counters, stores, raised, cleared, unable, false_lists,
-                 capacity=CAPACITY):
+                 capacity=CAPACITY, step=1 << 63):
         self.capacity = capacity
+        # Entries of the service itself: where a store was lost, the next one may have an alarm whose "off" was in the lost
+        # one; and an unloaded library may have been unable to send an "off".
+        self.ends = (NOT_REPORTED,) * (len(stores) > 1) + (PROGRAM_ENDED,) * ("quiet" not in said)
         self.problems = []  # pairs of a rule's name and a text
         rows = [line.split() for line in said if line.startswith("did ")]
-        self.messages = sorted((Message(*row[1:4], *map(int, row[4:])) for row in rows), key=lambda m: m.begin)
+        self.messages = sorted((Message(*row[1:4], *(int(time) % step for time in row[4:])) for row in rows),
+                               key=lambda m: m.begin)
         self.edges = [m for m in self.messages if m.kind in ("on", "off")]
         self.by_key = {m.key: m for m in self.messages}
-        self.gaps = [Gap(match) for match in map(GAP.search, log) if match]
+        self.gaps = [Gap(match, step) for match in map(GAP.search, log) if match]
         self.counters = counters
-        self.stores, confirmed = [], set()
+        self.stores, confirmed, self.sizes = [], set(), [len(entries) for entries, _ in stores]
         for entries, lost in stores:
-            keys = self.keys_of(entries)
+            lost = lost and lost % step
+            keys = self.keys_of(entries, stores[-1][0])
             self.order(keys, confirmed)
             # Of what this store had before its oldest entry, a deletion may have removed the entries.
             oldest = self.by_key[keys[0]].end if keys else lost
             confirmed.update(keys, (m.key for m in self.edges if lost and m.begin < oldest))
             self.stores.append((keys, lost))
         self.losses()
-        self.alarms(*raised, cleared)
+        self.alarms(raised[0], raised[1] % step, cleared)
         for _, begin, end, *seen in (line.split() for line in said if line.startswith("saw ")):
-            overlaps = any(first < int(end) and int(begin) < last for first, last in unable)
+            begin, end = int(begin) % step, int(end) % step
+            overlaps = any(first % step < end and begin < last % step for first, last in unable)
             if (seen and "?" not in seen or not false_lists) and not overlaps:
-                self.load(int(begin), int(end), seen)
+                self.load(begin, end, seen)
 
     def report(self, rule, *words):
         self.problems.append((rule, " ".join(map(str, words))))
 
-    def keys_of(self, entries):
+    def keys_of(self, entries, final):
         """The keys of a list, oldest first; compares the entries' contents."""
-        keys = [entry["user"] + "'" * (entry["user"] != entry["icon"]) for entry in entries]
+        keys, ended = [entry["user"] + "'" * (entry["user"] != entry["icon"]) for entry in entries], 0
         for key, entry in zip(keys, entries):
-            # Where a store was lost, the next one may have an alarm whose "off" was in the lost one.
-            if self.stores and not entry["user"] and entry["description"].startswith(NOT_REPORTED):
+            if not entry["user"] and entry["description"].startswith(self.ends):
+                ended += 1
                 continue
             if key not in self.by_key:
                 self.report("unknown entry", entry)
@@ -79,7 +86,12 @@ class Audit:
             type_name = ["alarm", "audit", "fault", "event"][event_type]
             if type_name != entry["type"] or description != entry["description"] and event_type != 1:
                 self.report("changed entry", key, entry)
-        return [key for key in reversed(keys) if key in self.by_key]
+        known = [key for key in reversed(keys) if key in self.by_key]
+        last = {self.by_key[key].alarm: key for key in known if self.by_key[key].kind in ("on", "off")}
+        left_on = sum(self.by_key[key].kind == "on" for key in last.values())
+        if entries is final and left_on > ended:
+            self.report("off without an entry", left_on, "alarms,", ended, "entries")
+        return known
 
     def order(self, keys, confirmed):
         """Each entry once, none after an entry whose call began when its own had ended. An alarm that an earlier store had
@@ -99,7 +111,7 @@ class Audit:
         """The messages without an entry are those that the gaps name, and the superseded edges."""
         self.stored = {key for keys, _ in self.stores for key in keys}
         self.absent = {m for m in self.messages if m.key not in self.stored and m.kind not in TRACELESS}
-        oldest = [(len(keys), self.by_key[keys[0]].end) for keys, _ in self.stores if keys]
+        oldest = [(size, self.by_key[keys[0]].end) for (keys, _), size in zip(self.stores, self.sizes) if keys]
         hidden_until = max([end for count, end in oldest if count >= self.capacity], default=0)
         for deletion in (m for m in self.messages if m.kind == "delete"):
             if any(end >= deletion.begin for _, end in oldest):  # carried out in one of the stores
@@ -141,7 +153,9 @@ class Audit:
         lowest = sum(m.end < gap.begin for m in self.messages) + 1 - unnumbered
         highest = sum(m.begin < gap.end for m in self.messages)
         first, last = gap.numbers or (highest - gap.count + 1, highest)
-        if not lowest <= first <= last - gap.count + 1 <= highest - gap.count + 1:
+        # At the unload, edges that turn an alarm off get the numbers of dropped messages.
+        count = gap.count if gap.cause != MAYBE_STORED[1] else 1
+        if not lowest <= first <= last - count + 1 <= highest - count + 1:
             self.report("numbers of a gap", first, last, "where", lowest, "to", highest, "were handed over")
 
     def alarms(self, entries, time, cleared):
