@@ -117,8 +117,8 @@ Nanoseconds Broker::turn() {
 
 void Broker::read(Id id, Connection& connection) {
   char bytes[65536];
-  ssize_t size = 0;
-  while ((size = recv(connection.descriptor, bytes, sizeof bytes, 0)) > 0) {
+  const ssize_t size = recv(connection.descriptor, bytes, sizeof bytes, 0);
+  if (size > 0) {
     connection.received.append(bytes, static_cast<std::size_t>(size));
     Scheduler::instance().noteActivity();  // there is room for more
   }

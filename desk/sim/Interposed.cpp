@@ -23,9 +23,12 @@ Interposed::Accept s_accept;
 std::mt19937_64 s_identifiers;
 bool s_diskFull = false;
 
+/** @param result of a function that changes what poll() finds unless it fails */
 template <typename Result>
 Result active(Result result) {
-  Scheduler::instance().noteActivity();
+  if (result >= 0) {
+    Scheduler::instance().noteActivity();
+  }
   return result;
 }
 

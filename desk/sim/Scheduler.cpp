@@ -173,7 +173,8 @@ int Scheduler::pollUntil(pollfd* files, nfds_t count, Nanoseconds due, const voi
   m_current->ready = 0;
   waitUntil(due, event);
   m_current->files = nullptr;
-  return m_current->ready > 0 ? m_current->ready : Interposed::realPoll(files, count);
+  // The last look holds unless something has happened since.
+  return m_current->activity == m_activity ? m_current->ready : Interposed::realPoll(files, count);
 }
 
 bool Scheduler::canRun(Fibre& fibre) {

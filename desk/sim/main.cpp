@@ -16,6 +16,7 @@
 #include "QtMessages.h"
 #include "SimOptions.h"
 #include "SimReport.h"
+#include "Terminal.h"
 
 namespace {
 
@@ -78,6 +79,8 @@ int main(int argc, char** argv) {
     if (options) {
       run(*options);
     }
+  } catch (const ReaderGone&) {
+    return exitCode;
   } catch (const std::exception& error) {
     std::fprintf(stderr, "tavroline-sim: %s\n", error.what());
     return SimOptions::ExitUsage;

@@ -11,6 +11,7 @@ failing seed does not need. Without SEED the first N (200) run. Records stay in 
 
 import argparse
 import concurrent.futures
+import functools
 import json
 import os
 import re
@@ -111,10 +112,11 @@ def shrink(seed):
     return f"faults {needed}: {failure}\n  " + " ".join(last.command())
 
 
-def run_seed(seed, twice):
+def run_seed(twice, seed):
+    """@param twice run the seed a second time if it is below this one"""
     life = Life(seed)
     failure = life.run()
-    if twice and not failure:
+    if seed < twice and not failure:
         again = Life(seed)
         again.run()
         failure = None if again.digest == life.digest else f"digest {life.digest}, then {again.digest}"
@@ -132,9 +134,10 @@ def main():
     first = options.seed or 1
     count = options.lives or (1 if options.seed else 200)
     failed, faults, began = [], Counter(), time.monotonic()
-    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        for seed, life, failure in pool.map(lambda s: run_seed(s, s < first + options.twice), range(first, first + count)):
+    with concurrent.futures.ProcessPoolExecutor() as pool:  # auditing takes a share of the processor, too
+        for seed, life, failure in pool.map(functools.partial(run_seed, first + options.twice), range(first, first + count)):
             if STOPPED.is_set():
+                pool.shutdown(cancel_futures=True)
                 return 1
             faults.update(life.faults)
             if failure or count < 10:
