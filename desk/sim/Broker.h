@@ -58,6 +58,8 @@ class Broker {
   /** A text that differs from run to run and is therefore no part of the digest. */
   std::string leftOut;
   std::uint64_t delivered() const { return m_delivered; }
+  /** By method: the most calls within a second. */
+  std::map<std::string, std::size_t> busiest() const;
 
  private:
   using Rule = std::map<std::string, std::string>;
@@ -87,6 +89,7 @@ class Broker {
 
   void route(Id id, WireMessage message);
   void routeCall(Id id, const WireMessage& message);
+  void count(const std::string& method);
   void routeReply(const WireMessage& message);
   void broadcast(const WireMessage& message);
   void deliver(Id id, const WireMessage& message);
@@ -109,4 +112,9 @@ class Broker {
   std::mt19937_64 m_random;
   std::uint64_t m_digest = 14695981039346656037U;
   std::uint64_t m_delivered = 0;
+  struct Rate {
+    std::deque<Nanoseconds> last;  ///< the calls of the last second
+    std::size_t most = 0;
+  };
+  std::map<std::string, Rate> m_rates;
 };

@@ -31,6 +31,7 @@ std::map<std::string, std::string> ruleOf(const std::string& text) {
 void Broker::route(Id id, WireMessage message) {
   message.sender = m_connections[id].name;
   if (message.type == WireMessage::Call) {
+    count(message.member);
     routeCall(id, message);
   } else if (message.type == WireMessage::Signal) {
     if (!strikes(faults.signalsLost)) {
@@ -63,6 +64,24 @@ void Broker::routeCall(Id id, const WireMessage& message) {
   if (!strikes(faults.unanswered) && !(message.member.rfind("Get", 0) == 0 && strikes(faults.mute))) {
     deliver(target, message);
   }
+}
+
+void Broker::count(const std::string& method) {
+  const Nanoseconds now = Scheduler::instance().now();
+  Rate& rate = m_rates[method];
+  rate.last.push_back(now);
+  while (rate.last.front() <= now - kSecond) {
+    rate.last.pop_front();
+  }
+  rate.most = std::max(rate.most, rate.last.size());
+}
+
+std::map<std::string, std::size_t> Broker::busiest() const {
+  std::map<std::string, std::size_t> most;
+  for (const auto& [method, rate] : m_rates) {
+    most[method] = rate.most;
+  }
+  return most;
 }
 
 /** A reply that nobody waits for is dropped. */

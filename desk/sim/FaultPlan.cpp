@@ -31,7 +31,7 @@ constexpr std::array<KindRow, Fault::Kinds> kRows{{
     {"disk full", 0, 0, kMillisecond, 10 * kSecond},
     {"clock step", 1, 3650, 0, 0},
     {"clock back", 1, 3650, 0, 0},
-    {"task silent", 0, 31, 5 * kSecond, 9 * kSecond},
+    {"task silent", 0, 31, 5 * kSecond, 30 * kSecond},
     {"no memory", 1, 200, kSecond, kSecond},
     {"unload", 0, 0, 0, 0},
 }};
@@ -50,7 +50,7 @@ const std::vector<Profile>& rows() {
         Fault::Unload}},
       {"store", {Fault::Emptied, Fault::Older, Fault::DiskFull, Fault::Killed, Fault::Unconfirmed}},
       {"plc", {Fault::ClockStep, Fault::ClockBack, Fault::Silent, Fault::Late, Fault::Unload, Fault::Killed}},
-      {"memory", {Fault::NoMemory, Fault::NoMemory, Fault::Killed, Fault::BusGone}},
+      {"memory", {Fault::NoMemory, Fault::NoMemory, Fault::DiskFull, Fault::Killed, Fault::BusGone}},
       {"all", {Fault::Late,     Fault::SignalsLost, Fault::Limit,       Fault::BusStopped, Fault::BusGone,
                Fault::Refused,  Fault::Unanswered,  Fault::Unconfirmed, Fault::Failed,     Fault::Mute,
                Fault::Stopped,  Fault::Killed,      Fault::Emptied,     Fault::Older,      Fault::Replaced,

@@ -72,6 +72,12 @@ void SimReport::keepRaised() {
   }
 }
 
+void SimReport::unload() {
+  const Nanoseconds begin = Scheduler::instance().now();
+  m_course.unload();
+  m_unloading = Scheduler::instance().now() - begin;
+}
+
 void SimReport::keepLists() {
   SimService& service = m_course.service();
   {
@@ -121,9 +127,15 @@ void SimReport::record(const std::string& folder) const {
   for (const QJsonValue store : m_stores) {
     stores.append(QJsonArray{inJson(store.toArray().at(0).toArray()), store.toArray().at(1)});
   }
+  QJsonObject busiest;
+  for (const auto& [method, most] : m_course.broker().busiest()) {
+    busiest.insert(QString::fromStdString(method), static_cast<double>(most));
+  }
   const QJsonObject all{{QStringLiteral("raised"), inJson(m_raised)},
                         {QStringLiteral("raised at"), static_cast<double>(m_raisedAt)},
                         {QStringLiteral("flags"), m_flags},
+                        {QStringLiteral("unloading"), static_cast<double>(m_unloading)},
+                        {QStringLiteral("busiest"), busiest},
                         {QStringLiteral("cleared"), inJson(m_cleared)},
                         {QStringLiteral("stores"), stores},
                         {QStringLiteral("unable"), unable}};

@@ -16,6 +16,8 @@ class SimReport {
 
   /** Keep the alarm list and the flags of now; the library is still loaded. */
   void keepRaised();
+  /** Unload the library, and keep how long it takes. */
+  void unload();
   /** Keep both lists of now; the library is unloaded. The present service ends, and those of lost stores run
    * one after the other. */
   void keepLists();
@@ -32,6 +34,7 @@ class SimReport {
   QJsonArray m_raised;
   std::int64_t m_raisedAt = 0;
   QString m_flags;
+  Nanoseconds m_unloading = 0;
   QJsonArray m_cleared;
   QJsonArray m_stores;  ///< pairs of a list and the time at which it was lost
 };

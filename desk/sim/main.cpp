@@ -53,7 +53,7 @@ void run(const SimOptions& options) {
   }
   course.stopPrograms();
   SimReport::printCalls(course.monitor());
-  course.unload();
+  report.unload();
   HostLog::countRepeated(false);
   if (!complete) {
     course.outliveUnload();

@@ -3,10 +3,12 @@
 use: simulate [--lives N] [--twice N] [--shrink] [SEED]
 
 Each life: eight PLC tasks call all functions for 60 virtual seconds while faults happen; then 45 seconds without faults
-follow, and the library is unloaded. Checked: every load ends in time, and with 0 after the faults; the flags agree then;
-the message counters balance in every record; the lists hold what was handed over and not named as lost
-(tests/hostile/Auditor.py). --twice runs the first N seeds twice and compares the digests. --shrink leaves out the faults that a
-failing seed does not need. Without SEED the first N (200) run. Records stay in build/simulate/SEED.
+follow, and the library is unloaded. Checked: every load ends in time, and with 0 after the faults or while only the
+disk is full; a failed load changes nothing; the flags agree after the faults; calls are repeated with pauses, and the
+library is unloaded within 0.6 s; the message counters balance in every record; the lists hold what was handed over and
+not named as lost (tests/hostile/Auditor.py). In every 15th life the client's queue is full for a while. --twice runs
+the first N seeds twice and compares the digests. --shrink leaves out the faults that a failing seed does not need.
+Without SEED the first N (200) run. Records stay in build/simulate/SEED.
 """
 
 import argparse
@@ -28,6 +30,12 @@ from rig import BUILD, ROOT, STOPPED, CheckFailed, check_counters
 PROFILES = ["bus", "service", "answers", "store", "plc", "memory", "all"]
 SECONDS, CAPACITY, PERIOD, BURST = 60, 300, 100, 3
 DAY = 86400 * 10**9  # nanoseconds; the clock is set by whole days
+FULL, FULL_SECONDS, FULL_BURST = 15, 10, 150  # in every 15th life more is logged than the client's queue holds
+FAULT = re.compile(r"fault (\d+): (.+) from (\d+) ms to (\d+) ms")
+NEW_OWNER = ("service killed", "store emptied", "store older", "service replaced", "bus gone", "client cut")
+ENDS_TO_BLAME = 3  # ends of the service, until the client drops a message that was sent alone
+MOST = {"Resume": 12, "Hello": 8, "StartServiceByName": 6, "GetState": 10}  # calls within a second: there are pauses
+UNLOADING = 6 * 10**8  # nanoseconds
 LIMIT = 60  # real seconds of a life
 
 
@@ -36,12 +44,14 @@ class Life:
 
     def __init__(self, seed, only=()):
         self.seed, self.only = seed, list(only)
-        self.profile = PROFILES[seed % len(PROFILES)]
+        full = seed % FULL == 0
+        self.profile = "service" if full else PROFILES[seed % len(PROFILES)]
+        self.seconds, self.burst = (FULL_SECONDS, FULL_BURST) if full else (SECONDS, BURST)
         self.folder = os.path.join(ROOT, "build", "simulate", str(seed))
-        self.faults, self.digest = [], None
+        self.faults, self.digest = [], None  # triples of a kind, begin and end in ms since the begin of the life
 
     def command(self):
-        words = [f"{BUILD}/tavroline-sim", "--for", f"{SECONDS}s", "--seed", str(self.seed), "--faults", self.profile,
+        words = [f"{BUILD}/tavroline-sim", "--for", f"{self.seconds}s", "--seed", str(self.seed), "--faults", self.profile,
                  "--show-faults", "--capacity", str(CAPACITY), "--log", f"{self.folder}/log", "--record", self.folder]
         if self.only:
             words += ["--only", ",".join(map(str, self.only))]
@@ -60,11 +70,13 @@ class Life:
                 status = subprocess.run(
                     self.command(), stdin=subprocess.DEVNULL, stdout=out, stderr=subprocess.STDOUT, timeout=LIMIT,
                     check=False, env=dict(os.environ, TZ="UTC", TAVROLINE_EXERCISE=(
-                        f"{self.seed} {SECONDS} {BURST} {self.folder}/returned {PERIOD}"))).returncode
+                        f"{self.seed} {self.seconds} {self.burst} {self.folder}/returned {PERIOD}"))).returncode
             except subprocess.TimeoutExpired:
                 return f"no end within {LIMIT} s"
         said = self.lines("out")
-        self.faults = [line.split(" from ")[0].split(": ")[1] for line in said if line.startswith("fault ")]
+        planned = [match.groups() for match in map(FAULT.match, said) if match]
+        self.faults = [(kind, int(begin), int(end)) for number, kind, begin, end in planned
+                       if not self.only or int(number) in self.only]
         if status:
             return f"ended with {status}: {said[-1] if said else ''}"
         self.digest = said[-1].split()[-1]
@@ -87,8 +99,16 @@ class Life:
         flags = [line.split()[1] for line in said if line.startswith("flags ")]
         if not unloaded and "loaded" not in said:
             return "not every reader has loaded its list since the faults are over"
-        if not unloaded and flags and flags[-1][:5] != life["flags"]:
-            return f"flags {flags[-1]} where the service says {life['flags']}"
+        if not unloaded and self.signals_arrive() and flags and flags[-1] != life["flags"] + "1":
+            return f"flags {flags[-1]} where the service says {life['flags']}, and that the list has changed"
+        if counters["rejected"] or counters["ends service"] and self.count(NEW_OWNER) < ENDS_TO_BLAME:
+            return f"messages were dropped: {dict(counters)}"
+        if not self.loads_while_full(said, life["unable"]):
+            return "no load ends while the disk is full"
+        if often := {method: most for method, most in life["busiest"].items() if most > MOST.get(method, most)}:
+            return f"calls without a pause: {often}"
+        if life["unloading"] > UNLOADING:
+            return f"the unload took {life['unloading'] / 1e9:.1f} s"
         raised = life["raised"], life["raised at"]
         audit = Audit(said, log, counters, [(entries, lost) for entries, lost in life["stores"]], raised, life["cleared"],
                       life["unable"], False, CAPACITY, DAY)
@@ -96,6 +116,25 @@ class Life:
             file.writelines(f"{rule}: {words}\n" for rule, words in audit.problems)
         rules = Counter(rule for rule, _ in audit.problems)
         return ", ".join(f"{number} x {rule}" for rule, number in rules.items()) or None
+
+
+    def count(self, kinds, since=0):
+        return sum(kind in kinds and end > since for kind, _, end in self.faults)
+
+    def signals_arrive(self):
+        """Whether the client has heard of the service's last state. A bus loses no signal, so the client asks for the
+        state only when the service is new."""
+        last = max([end for kind, _, end in self.faults if kind == "signals lost"], default=-1)
+        return last < 0 or self.count(NEW_OWNER, min(last, self.seconds * 1000)) > 0
+
+    def loads_while_full(self, said, unable):
+        """Where nothing else failed: requests do not wait for messages that the service cannot store."""
+        full = [(begin, end) for kind, begin, end in self.faults if kind == "disk full"]
+        ends = [int(line.split()[2]) for line in said if line.startswith("saw ")]
+        return self.profile != "memory" or all(
+            end < begin + 4000 or any(since + 1e9 < at < since + 4e9 for at in ends)
+            or sum(b < begin + 4000 and e > begin - 3000 for _, b, e in self.faults) > 1
+            for (begin, end), (since, _) in zip(full, unable))
 
 
 def shrink(seed):
@@ -139,7 +178,7 @@ def main():
             if STOPPED.is_set():
                 pool.shutdown(cancel_futures=True)
                 return 1
-            faults.update(life.faults)
+            faults.update(kind for kind, *_ in life.faults)
             if failure or count < 10:
                 print(f"seed {seed:5} {life.profile:8} {failure or 'good, digest ' + life.digest}", flush=True)
             if failure:

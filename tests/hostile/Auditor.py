@@ -170,12 +170,16 @@ class Audit:
             self.report("alarm active after the unload", entry)
 
     def load(self, begin, end, seen):
-        """A load shows all that was handed over before it began, down to the oldest entry copied or a deletion."""
+        """A load shows all that was handed over before it began, down to the oldest entry copied or a deletion, each once
+        and in order."""
         deleted = max([m.end for m in self.messages if m.kind == "delete" and m.begin < end], default=0)
         full = len(seen) == COPIED
         seen = [key for key in seen if not key.startswith("?")]  # without entries of the service itself
         oldest = self.by_key[seen[-1]].end if full and seen else begin if full else deleted
         gone = self.absent.union(*(map(self.by_key.get, keys) for keys, lost in self.stores if lost and lost < end))
+        lost = any(lost and lost < end for _, lost in self.stores)
+        self.order([key for key in reversed(seen) if key in self.by_key],
+                   {m.key for m in self.edges if lost})
         first, last = (bisect(self.messages, time, key=lambda m: m.begin)
                        for bisect, time in ((bisect_right, oldest), (bisect_left, begin)))
         for m in self.messages[first:last]:

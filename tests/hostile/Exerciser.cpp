@@ -97,6 +97,7 @@ struct Task : PlcCalls {
   std::array<Reader, kReaders> readers;
   std::array<Alarm, 3> alarms;
   std::string flags;
+  std::string shown;  ///< the newest entries at the last load of the first reader
 
   Task()
       : PlcCalls([](const std::string& name) {
@@ -197,7 +198,7 @@ struct Task : PlcCalls {
       reader.loaded = true;
       ++s_loaded;
     }
-    if (step.iResult == TAVROLINE_ERROR || (!audited && below(4) != 0)) {
+    if (!audited && (step.iResult == TAVROLINE_ERROR || below(4) != 0)) {
       return;
     }
     std::vector<stEventlistEntryType> array(kEntries);  // the larger entries of the two kinds
@@ -208,13 +209,17 @@ struct Task : PlcCalls {
         request.diNumberOfEntries > kEntries) {
       std::puts("problem a copy failed");
     } else if (audited && !s_file.empty()) {
-      array.resize(static_cast<std::size_t>(request.diNumberOfEntries));
-      said << "saw " << begin.time_since_epoch().count() << ' ' << wallNow.time_since_epoch().count();
-      for (const stEventlistEntryType& entry : array) {
-        const std::string user(entry.wsUser, std::find(entry.wsUser, std::end(entry.wsUser), 0));
-        said << ' ' << (user.empty() ? "?" : user) << (user == entry.sIconType ? "" : "'");
+      std::ostringstream entries;
+      for (auto entry = array.begin(); entry != array.begin() + request.diNumberOfEntries; ++entry) {
+        const std::string user(entry->wsUser, std::find(entry->wsUser, std::end(entry->wsUser), 0));
+        entries << ' ' << (user.empty() ? "?" : user) << (user == entry->sIconType ? "" : "'");
       }
-      said << '\n';
+      if (const auto before = std::exchange(shown, entries.str()); step.iResult == TAVROLINE_DONE) {
+        said << "saw " << begin.time_since_epoch().count() << ' ' << wallNow.time_since_epoch().count()
+             << shown << '\n';
+      } else if (shown != before) {
+        std::puts("problem a failed load changed the list");
+      }
     }
   }
 
