@@ -152,5 +152,25 @@ void operator delete(void* memory) noexcept {
 void operator delete(void* memory, std::size_t /*size*/) noexcept {
   std::free(memory);
 }
+
+#ifdef __SANITIZE_ADDRESS__
+// The C++ library's own forms call those above, the sanitizer's do not.
+void* operator new(std::size_t size, const std::nothrow_t& /*form*/) noexcept {
+  Scheduler::switchMaybe();
+  return std::malloc(size);
+}
+void* operator new[](std::size_t size) {
+  return operator new(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t& form) noexcept {
+  return operator new(size, form);
+}
+void operator delete[](void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete[](void* memory, std::size_t /*size*/) noexcept {
+  std::free(memory);
+}
+#endif
 // NOLINTEND(readability-identifier-naming)
 #pragma GCC visibility pop
