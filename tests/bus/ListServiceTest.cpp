@@ -38,15 +38,23 @@ TEST_F(ListServiceTest, LetsNobodyElseUseASession) {
   startAgain();
   auto owner = std::make_unique<Peer>();
   Peer other;
-  EXPECT_EQ(owner->begin("s", 1, "a"), "0, 1");
-  EXPECT_EQ(other.begin("s", 2, "x"), "NotNow, NotNow");
-  EXPECT_EQ(other.report("s") + other.raise("s", "+x"), "NotNowNotNow");
+  EXPECT_EQ(owner->begin("s", 1, "+a"), "0, 1");
+  const std::uint64_t last = INT64_MAX - 256;  // of a batch's first message
+  EXPECT_EQ(other.call({"Send"}, message("x"), "stt", "s", last + 1, last), "Invalid");
+  for (int i = 2; i <= 1001; ++i) {
+    EXPECT_EQ(other.resume("s") + other.report("s") + other.raise("s", "+x"), "NotNowNotNowNotNow");
+    const std::uint64_t number = i % 2 == 0 ? std::uint64_t(i) : last >> (i % 63);
+    EXPECT_EQ(other.call({"Send"}, messages("x -a !a ! delete"), "stt", "s", number, number - 1), "NotNow");
+    EXPECT_EQ(owner->send("s", i, i - 1, message("b")), std::to_string(i));
+  }
+  EXPECT_EQ(alarms("--active"), "a");
+  EXPECT_EQ(column("user"), QString("b ").repeated(1000).toStdString() + "+a");
   end(owner);
-  EXPECT_EQ(other.begin("s", 2, "b"), "1, 2") << "the same user";
+  EXPECT_EQ(other.begin("s", 1002, "c"), "1001, 1002") << "the same user";
   sql("UPDATE sessions SET user = user + 1");
   EXPECT_EQ(other.resume("s"), "NotNow") << "another user's";
   sql("UPDATE sessions SET user = 4294967295");
-  EXPECT_EQ(other.resume("s"), "2") << "of an unknown user";
+  EXPECT_EQ(other.resume("s"), "1002") << "of an unknown user";
 }
 
 TEST_F(ListServiceTest, TakesTheStateOfASessionsAlarms) {
