@@ -9,19 +9,15 @@
 
 namespace {
 
-// Command lines and output are UTF-8.
-using Texts = std::vector<std::string>;
+using Texts = EntryFilter::Texts;
 
-constexpr char kTime[] = "TIME";
+constexpr char kLanguage[] = "language of the descriptions, for example de";
 
 /** The login name, or without a login the name of the process's user. */
-QString loginName() {
-  char name[256];
-  if (getlogin_r(name, sizeof name) == 0) {
-    return QString::fromUtf8(name);
-  }
+std::string loginName() {
+  const char* const login = getlogin();
   const passwd* const entry = getpwuid(getuid());
-  return entry != nullptr ? QString::fromUtf8(entry->pw_name) : QString::number(getuid());
+  return login != nullptr ? login : entry != nullptr ? entry->pw_name : std::to_string(getuid());
 }
 
 std::string complaintAboutTime(const std::string& text) {
@@ -37,58 +33,40 @@ std::string complaintAboutEmpty(const std::string& text) {
   return text.empty() ? "must not be empty" : std::string();
 }
 
-CLI::Option* addText(CLI::App* command, const char* name, QString& text, const char* help) {
-  const auto store = [&text](const std::string& given) { text = QString::fromStdString(given); };
-  return command->add_option_function<std::string>(name, store, help)->type_name("TEXT");
+/** An option whose value is one of a few words. */
+template <class Value>
+CLI::Option* addChoice(CLI::App* command, const char* name, Value& value, const Texts& words,
+                       const char* help) {
+  return command->add_option(name, value, help)->check(CLI::IsMember(words).description(""));
 }
 
-CLI::Option* addTexts(CLI::App* command, const char* name, QStringList& texts, const char* help) {
-  const auto store = [&texts](const Texts& given) {
-    for (const std::string& text : given) {
-      texts += QString::fromStdString(text);
-    }
-  };
-  return command->add_option_function<Texts>(name, store, help)->type_name("WORD")->allow_extra_args(false);
-}
-
-CLI::Option* addTypes(CLI::App* command, QVector<int>& types, const Texts& names, const char* help) {
-  const auto store = [&types](const Texts& given) {
-    for (const std::string& name : given) {
-      types += EntryFilter::typeNames().indexOf(QString::fromStdString(name));
-    }
-  };
-  return command->add_option_function<Texts>("-t,--type", store, help)
-      ->type_name("TYPE")
-      ->allow_extra_args(false)
-      ->check(CLI::IsMember(names).description(""));
+/** An option that may be given again and takes one text each time. */
+CLI::Option* addTexts(CLI::App* command, const char* name, Texts& texts, const char* help) {
+  return command->add_option(name, texts, help)->type_name("WORD")->allow_extra_args(false);
 }
 
 /** Options that both lists have. */
 void addListOptions(CLI::App* command, Arguments& arguments) {
   EntryFilter& filter = arguments.filter;
-  addText(command, "-l,--language", arguments.language, "language of the descriptions, for example de");
-  addTypes(command, filter.types, {"alarm", "audit", "fault", "event"},
-           "these types only, separated by commas: alarm, audit, fault, event")
+  command->add_option("-l,--language", arguments.language, kLanguage);
+  addChoice(command, "-t,--type", filter.types, {"alarm", "audit", "fault", "event"},
+            "these types only, separated by commas: alarm, audit, fault, event")
+      ->type_name("TYPE")
+      ->allow_extra_args(false)
       ->delimiter(',');
-  command
-      ->add_option(
-          "-s,--since", arguments.since,
-          "from this time on: a date, a time, both with T between, today, yesterday, @SECONDS or 15m")
-      ->type_name(kTime)
-      ->check(complaintAboutTime);
-  command->add_option("--until", arguments.until, "up to this time; a date alone is its whole day")
-      ->type_name(kTime)
-      ->check(complaintAboutTime);
+  const auto addTime = [&](const char* name, std::string& time, const char* help) {
+    command->add_option(name, time, help)->type_name("TIME")->check(complaintAboutTime);
+  };
+  addTime("-s,--since", arguments.since,
+          "from this time on: a date, a time, both with T between, today, yesterday, @SECONDS or 15m");
+  addTime("--until", arguments.until, "up to this time; a date alone is its whole day");
   addTexts(command, "-k,--keyword", filter.keywords, "entries with this keyword; given again, with either");
   addTexts(command, "--without", filter.excludedKeywords, "entries without this keyword; may be given again");
   command->add_option("-n,--count", arguments.count, "the newest of these only; 0 for all")->type_name("N");
   command->add_flag("-f,--follow", arguments.follow, "show every change, until SIGINT or the reader ends");
 }
 
-void addLists(CLI::App* events, CLI::App* alarms, Arguments& arguments) {
-  EntryFilter& filter = arguments.filter;
-  addListOptions(events, arguments);
-  addListOptions(alarms, arguments);
+void addAlarmStates(CLI::App* alarms, EntryFilter& filter) {
   const auto add = [&](const char* name, std::optional<bool>& state, bool value, const char* help) {
     return alarms->add_flag_callback(
         name, [&state, value] { state = value; }, help);
@@ -99,11 +77,12 @@ void addLists(CLI::App* events, CLI::App* alarms, Arguments& arguments) {
   add("--unacknowledged", filter.acknowledged, false, "others only")->excludes(done);
 }
 
-void addEntryOptions(CLI::App* command, Arguments::Entry& entry) {
-  addText(command, "-m,--module", entry.module, "name of the module");
-  addText(command, "-i,--icon", entry.icon, "icon, instead of that of the type");
+void addEntryOptions(CLI::App* command, Arguments::Entry& entry, const Texts& types, const char* help) {
+  addChoice(command, "-t,--type", entry.type, types, help)->type_name("TYPE");
+  command->add_option("-m,--module", entry.module, "name of the module");
+  command->add_option("-i,--icon", entry.icon, "icon, instead of that of the type");
   addTexts(command, "-k,--keyword", entry.keywords, "keyword; may be given again");
-  addText(command, "TEXT", entry.text, "what the entry says")->required()->check(complaintAboutEmpty);
+  command->add_option("TEXT", entry.text, "what the entry says")->required()->check(complaintAboutEmpty);
 }
 
 /** Who adds a command with its help. */
@@ -111,51 +90,40 @@ using Add = std::function<CLI::App*(const char* name, Arguments::Command value, 
 
 void addChanges(const Add& add, Arguments& arguments) {
   CLI::App* log = add("log", Commands::log, "Log an entry");
-  addTypes(log, arguments.entry.types, {"audit", "event"}, "audit (the default) or event")->expected(1);
+  addEntryOptions(log, arguments.entry, {"audit", "event"}, "audit (the default) or event");
   CLI::App* raise =
       add("raise", Commands::raise, "Raise an alarm that no program owns; prints its identifier");
-  addTypes(raise, arguments.entry.types, {"alarm", "fault"}, "alarm (the default) or fault")->expected(1);
-  addTexts(raise, "--id", arguments.alarmIds, "identifier, instead of a new one")
+  addEntryOptions(raise, arguments.entry, {"alarm", "fault"}, "alarm (the default) or fault");
+  raise->add_option("--id", arguments.alarmIds, "identifier, instead of a new one")
       ->type_name("ID")
       ->expected(1);
-  addEntryOptions(log, arguments.entry);
-  addEntryOptions(raise, arguments.entry);
   CLI::App* clear = add("clear", Commands::clear, "Turn alarms off");
   CLI::App* ack = add("ack", Commands::acknowledge, "Acknowledge alarms");
   for (CLI::App* command : {clear, ack}) {
-    addTexts(command, "ID", arguments.alarmIds,
-             "identifiers as the alarm list shows them, or their first 9 characters")
+    command
+        ->add_option("ID", arguments.alarmIds,
+                     "identifiers as the alarm list shows them, or their first 9 characters")
         ->type_name("")
-        ->allow_extra_args()
         ->required();
   }
   CLI::App* detector = add("ack-detector", Commands::acknowledgeDetector, "Acknowledge the central detector");
   CLI::App* deletion = add("delete-events", Commands::deleteEvents, "Delete the event list");
   deletion->add_flag("-y,--yes", arguments.yes, "do not ask, on a terminal");
   for (CLI::App* command : {log, raise, clear, ack, detector, deletion}) {
-    addText(command, "-u,--user", arguments.user, "who does it; the login name by default")
+    command->add_option("-u,--user", arguments.user, "who does it; the login name by default")
         ->type_name("NAME")
         ->check(complaintAboutEmpty);
   }
 }
 
 void addExport(CLI::App* command, Arguments& arguments) {
-  addText(command, "--format", arguments.format, "jsonl, csv, or journal for systemd-journal-remote")
+  addChoice(command, "--format", arguments.format, {"jsonl", "csv", "journal"},
+            "jsonl, csv, or journal for systemd-journal-remote")
       ->type_name("FORMAT")
-      ->check(CLI::IsMember(Texts{"jsonl", "csv", "journal"}).description(""))
       ->required();
-  const auto readCursor = [&arguments](const std::string& text) {
-    char rest = 0;
-    if (std::sscanf(text.c_str(), "%llu:%lld%c", &arguments.after.epoch, &arguments.after.number, &rest) !=
-        2) {
-      throw CLI::ValidationError("--after", "'" + text + "' is no cursor of an exported entry");
-    }
-  };
-  command
-      ->add_option_function<std::string>("--after", readCursor,
-                                         "only what is behind the entry with this cursor")
+  command->add_option("--after", arguments.after, "only what is behind the entry with this cursor")
       ->type_name("CURSOR");
-  addText(command, "-l,--language", arguments.language, "language of the descriptions, for example de");
+  command->add_option("-l,--language", arguments.language, kLanguage);
   command->add_flag("-f,--follow", arguments.follow, "go on with new entries, until the reader ends");
 }
 
@@ -168,9 +136,10 @@ void addCommands(CLI::App& app, Arguments& arguments) {
     }
     return command;
   };
-  CLI::App* events = add("events", Commands::showEvents, "Show the event list, the newest first");
+  addListOptions(add("events", Commands::showEvents, "Show the event list, the newest first"), arguments);
   CLI::App* alarms = add("alarms", Commands::showAlarms, "Show the alarm list, the newest change first");
-  addLists(events, alarms, arguments);
+  addListOptions(alarms, arguments);
+  addAlarmStates(alarms, arguments.filter);
   addExport(add("export", Commands::exportEvents,
                 "Write the event list for other programs, the oldest entry first"),
             arguments);

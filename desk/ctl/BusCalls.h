@@ -15,40 +15,36 @@ namespace BusCalls {
 using Tavroline::BusMessage;
 using Bus = Tavroline::BusPointer<sd_bus>;
 
-/** Throws if `result` is the error of a connection that has ended. */
-inline void checkConnection(int result) {
+/** Throws what a negative `result` means. @param error reply to the call, unset if there was none */
+[[noreturn]] inline void raise(int result, const sd_bus_error& error = {}) {
+  const auto is = [&error](const char* name) { return sd_bus_error_has_name(&error, name) > 0; };
   if (result == -ECONNRESET || result == -ENOTCONN || result == -EPIPE) {
     throw NoBus("the connection to the bus is lost");
   }
-}
-
-inline void check(int result) {
-  checkConnection(result);
-  if (result < 0) {
-    throw ClientError(std::string("the bus failed: ") + std::strerror(-result));
-  }
-}
-
-/** The service answered a call with an error. */
-struct Refused : ClientError {
-  using ClientError::ClientError;
-};
-
-/** Throws what the error of a call means. */
-[[noreturn]] inline void raise(int result, const sd_bus_error& error) {
-  checkConnection(result);
-  const auto is = [&error](const char* name) { return sd_bus_error_has_name(&error, name) > 0; };
   if (is(SD_BUS_ERROR_SERVICE_UNKNOWN) || is(SD_BUS_ERROR_NAME_HAS_NO_OWNER) || is(SD_BUS_ERROR_NO_REPLY)) {
     throw NoService("no list service runs on this bus; start tavroline-listd");
   }
   if (is(SD_BUS_ERROR_ACCESS_DENIED)) {
-    throw Forbidden("the bus forbids this call to this user; tavroline-ctl doctor says more");
+    throw Forbidden(
+        "the bus forbids this call to this user: join the group that its policy allows; with the packages "
+        "that"
+        " is tavroline-readers, and to change the lists tavroline");
   }
   if (result == -ETIMEDOUT) {
     throw ClientError("the service did not answer in time");
   }
-  throw Refused(std::string("the service refused: ") +
-                (error.message != nullptr ? error.message : std::strerror(-result)));
+  const std::string cause = error.message != nullptr ? error.message : std::strerror(-result);
+  if (is(SD_BUS_ERROR_UNKNOWN_OBJECT) || is(SD_BUS_ERROR_UNKNOWN_INTERFACE) ||
+      is(SD_BUS_ERROR_UNKNOWN_METHOD)) {
+    throw NotOffered("use programs of the same version: " + cause);
+  }
+  throw ClientError((error.name == nullptr ? "the bus failed: " : "the service refused: ") + cause);
+}
+
+inline void check(int result) {
+  if (result < 0) {
+    raise(result);
+  }
 }
 
 /** A call with these arguments of the basic `types`. */

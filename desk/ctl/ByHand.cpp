@@ -1,8 +1,10 @@
 #include <unistd.h>
 
 #include <QDateTime>
+#include <QRegularExpression>
 #include <QUuid>
 
+#include <algorithm>
 #include <iostream>
 #include <string>
 
@@ -19,19 +21,26 @@ using Enums = EventlistHandlerEnums;
 using Keys = EventsDBusDefinitions;
 using Message = Tavroline::MessageWriter;
 
-/** Send an entry as a program would log it, with the present time. @param type unless the user says another
- */
-void send(ListClient& client, const Arguments& arguments, int type, const QString& alarmId, int state) {
+QString text(const std::string& utf8) {
+  return QString::fromStdString(utf8);
+}
+
+/** Send an entry as a program would log it, with the present time. @param usual type unless the user says
+ * another */
+void send(ListClient& client, const Arguments& arguments, const char* usual, const QString& alarmId,
+          int state) {
   const Arguments::Entry& entry = arguments.entry;
-  type = entry.types.value(0, type);
+  const int type = ListClient::typeNames().indexOf(text(entry.type.empty() ? usual : entry.type));
   const QString icons[] = {Names::getIconNameAlarmOn(), Names::getIconNameAuditTrail(),
                            Names::getIconNameFaultOn(), Names::getIconNameEvent()};
-  const QVariantMap description{{Keys::getEventDBusKeyModuleName(), entry.module},
-                                {Keys::getEventDBusKeyObjectName(), entry.text}};
+  const QVariantMap description{{Keys::getEventDBusKeyModuleName(), text(entry.module)},
+                                {Keys::getEventDBusKeyObjectName(), text(entry.text)}};
+  QStringList keywords;
+  std::transform(entry.keywords.begin(), entry.keywords.end(), std::back_inserter(keywords), text);
   Message message;
   message.entry(alarmId, state, type, QDateTime::currentMSecsSinceEpoch(),
-                entry.icon.isEmpty() ? icons[type] : entry.icon, entry.module, arguments.user, entry.text,
-                entry.keywords, description, Tavroline::MessageFormat::Kind::EntryByHand);
+                entry.icon.empty() ? icons[type] : text(entry.icon), text(entry.module), text(arguments.user),
+                text(entry.text), keywords, description, Tavroline::MessageFormat::Kind::EntryByHand);
   client.send(message);
 }
 
@@ -42,28 +51,26 @@ void confirm(const Arguments& arguments, const char* done, const QJsonValue& wha
   }
 }
 
-QString idOf(const QJsonValue& alarm) {
-  return alarm.toObject().value(Names::getListColumnNameAlarmID()).toString();
-}
-
-bool isActive(const QJsonValue& alarm) {
-  return alarm.toObject().value(Names::getListColumnNameAlarmActive()).toBool();
+/** The identifiers in the alarm list. */
+QStringList listed(ListClient& client, bool activeOnly) {
+  EntryFilter filter;
+  filter.active = activeOnly ? std::optional<bool>(true) : std::nullopt;
+  QStringList ids;
+  for (const QJsonValue alarm : filter.passing(client.alarms({}))) {
+    ids += alarm[QStringLiteral("id")].toString();
+  }
+  return ids;
 }
 
 /** The identifier in the list that equals `given`, or else the only one that begins with it, if `given` has
  * at least kShortest characters. Throws ClientError if no identifier begins with it, or several do. */
-QString identifierOf(const QJsonArray& list, const QString& given) {
+QString identifierOf(const QStringList& ids, const QString& given) {
   constexpr int kShortest = 9;
-  QStringList beginning;
-  for (const QJsonValue& alarm : list) {
-    QString id = idOf(alarm);
-    if (id == given) {
-      return id;
-    }
-    if (given.size() >= kShortest && id.startsWith(given)) {
-      beginning += id;
-    }
+  if (ids.contains(given)) {
+    return given;
   }
+  const QRegularExpression start(QLatin1Char('^') + QRegularExpression::escape(given));
+  const QStringList beginning = given.size() < kShortest ? QStringList() : ids.filter(start);
   if (beginning.size() == 1) {
     return beginning.first();
   }
@@ -71,23 +78,12 @@ QString identifierOf(const QJsonArray& list, const QString& given) {
                     given.toStdString() + "; nothing changed");
 }
 
-/** The alarm list, only the active ones if asked. */
-QJsonArray alarmList(ListClient& client, bool activeOnly) {
-  QJsonArray alarms;
-  for (const QJsonValue alarm : Commands::entriesOf(client.alarms(QString()))) {
-    if (!activeOnly || isActive(alarm)) {
-      alarms.append(alarm);
-    }
-  }
-  return alarms;
-}
-
 /** The identifiers that the user named. All are checked first: the service ignores unknown ones. */
 QStringList identifiers(ListClient& client, const Arguments& arguments, bool activeOnly) {
-  const QJsonArray alarms = alarmList(client, activeOnly);
+  const QStringList all = listed(client, activeOnly);
   QStringList ids;
-  for (const QString& given : arguments.alarmIds) {
-    ids += identifierOf(alarms, given);
+  for (const std::string& given : arguments.alarmIds) {
+    ids += identifierOf(all, text(given));
   }
   return ids;
 }
@@ -96,15 +92,15 @@ QStringList identifiers(ListClient& client, const Arguments& arguments, bool act
 
 void Commands::log(const Arguments& arguments) {
   ListClient client;
-  send(client, arguments, Enums::EventTypeAuditTrail, {}, Enums::StateNeutral);
-  confirm(arguments, "logged", arguments.entry.text);
+  send(client, arguments, "audit", {}, Enums::StateNeutral);
+  confirm(arguments, "logged", text(arguments.entry.text));
 }
 
 void Commands::acknowledge(const Arguments& arguments) {
   ListClient client;
   const QStringList ids = identifiers(client, arguments, false);
   Message message;
-  message.acknowledgeAlarms(arguments.user, ids);
+  message.acknowledgeAlarms(text(arguments.user), ids);
   client.send(message);
   confirm(arguments, "acknowledged", QJsonArray::fromStringList(ids));
 }
@@ -112,20 +108,19 @@ void Commands::acknowledge(const Arguments& arguments) {
 void Commands::acknowledgeDetector(const Arguments& arguments) {
   ListClient client;
   Message message;
-  message.acknowledgeDetector(arguments.user);
+  message.acknowledgeDetector(text(arguments.user));
   client.send(message);
   confirm(arguments, "acknowledged", QStringLiteral("detector"));
 }
 
 void Commands::raise(const Arguments& arguments) {
   ListClient client;
-  const QString id = arguments.alarmIds.value(0, QUuid::createUuid().toString());
-  for (const QJsonValue alarm : alarmList(client, true)) {
-    if (idOf(alarm) == id) {
-      throw ClientError("the alarm " + id.toStdString() + " is on already");
-    }
+  const QString id =
+      arguments.alarmIds.empty() ? QUuid::createUuid().toString() : text(arguments.alarmIds[0]);
+  if (listed(client, true).contains(id)) {
+    throw ClientError("the alarm " + id.toStdString() + " is on already");
   }
-  send(client, arguments, Enums::EventTypeAlarm, id, Enums::StateOn);
+  send(client, arguments, "alarm", id, Enums::StateOn);
   if (!arguments.json) {
     Terminal::print(id.toUtf8() + '\n');
   }
@@ -136,7 +131,7 @@ void Commands::clear(const Arguments& arguments) {
   ListClient client;
   const QStringList ids = identifiers(client, arguments, true);
   for (const QString& id : ids) {
-    send(client, arguments, Enums::EventTypeAlarm, id, Enums::StateOff);
+    send(client, arguments, "alarm", id, Enums::StateOff);
   }
   confirm(arguments, "cleared", QJsonArray::fromStringList(ids));
 }
@@ -153,7 +148,7 @@ void Commands::deleteEvents(const Arguments& arguments) {
     }
   }
   Message message;
-  message.deleteEvents(arguments.user);
+  message.deleteEvents(text(arguments.user));
   client.send(message);
   confirm(arguments, "deleted", QStringLiteral("events"));
 }

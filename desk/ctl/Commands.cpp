@@ -1,16 +1,10 @@
 #include "Commands.h"
 
-#include <cstdio>
-#include <utility>
-
 #include "EventPages.h"
-#include "EventlistHandlerDefinitions.h"
 #include "Follow.h"
 #include "ListView.h"
 
 namespace {
-
-using Keys = EventlistHandlerDefinitions;
 
 /** The filter with its times. Throws std::invalid_argument if they exclude each other. */
 EntryFilter filterOf(ListClient& client, const Arguments& arguments) {
@@ -37,21 +31,13 @@ void followEvents(ListView& view, const Arguments& arguments) {
     while (first && arguments.count != 0 && static_cast<quint32>(added.size()) > arguments.count) {
       added.removeFirst();
     }
-    first ? view.showAll(added) : view.showMore(added);
+    view.showMore(added);
     first = false;
     added = {};
   });
 }
 
 }  // namespace
-
-QJsonArray Commands::entriesOf(const QJsonObject& reply) {
-  const int omitted = reply.value(QStringLiteral("Omitted")).toInt();
-  if (omitted > 0) {
-    std::fprintf(stderr, "tavroline-ctl: %d older entries did not fit into the service's reply\n", omitted);
-  }
-  return reply.value(Keys::getListDataName()).toArray();
-}
 
 void Commands::showEvents(const Arguments& arguments) {
   ListView view(ListClient::List::Events, arguments.json);
@@ -61,15 +47,14 @@ void Commands::showEvents(const Arguments& arguments) {
   ListClient client;
   const EntryFilter filter = filterOf(client, arguments);
   const quint32 asked = filter.isEmpty() ? arguments.count : 0;
-  const QJsonArray list = entriesOf(client.events(arguments.language, asked));
-  view.showAll(filter.passing(list, arguments.count));
+  view.showAll(filter.passing(client.events(arguments.language, asked), arguments.count));
 }
 
 void Commands::showAlarms(const Arguments& arguments) {
   ListView view(ListClient::List::Alarms, arguments.json);
   const auto update = [&](ListClient& client) {
     const EntryFilter filter = filterOf(client, arguments);
-    view.showAll(filter.passing(entriesOf(client.alarms(arguments.language)), arguments.count));
+    view.showAll(filter.passing(client.alarms(arguments.language), arguments.count));
   };
   if (arguments.follow) {
     Follow::changes(ListClient::List::Alarms, update);

@@ -25,11 +25,8 @@ void deleteEvents(const Arguments& arguments);
  * rates after each interval. */
 void showStatistics(const Arguments& arguments);
 
-/** Check bus, service, policy, interface version and clock, in this order, and print one line for each: OK,
- * or the fault and its remedy. Changes nothing. Throws ClientError if a check finds a fault. */
+/** Print one line for each check: OK, or the fault and its remedy. Changes nothing. Throws ClientError if a
+ * check finds a fault. */
 void diagnose(const Arguments& arguments);
-
-/** The entries of a list reply; reports on stderr if the service had to leave out older ones. */
-QJsonArray entriesOf(const QJsonObject& reply);
 
 }  // namespace Commands

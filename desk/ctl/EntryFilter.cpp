@@ -4,11 +4,7 @@
 
 #include <algorithm>
 
-#include "EventlistHandlerDefinitions.h"
-
 namespace {
-
-using Keys = EventlistHandlerDefinitions;
 
 /** An age like 15m, or @ and seconds since 1970-01-01 00:00:00 UTC; invalid if the text is neither. */
 QDateTime countedTime(const QString& text) {
@@ -35,30 +31,32 @@ QDate dayOf(const QString& text, int ahead) {
                                               : QDate::fromString(text, Qt::ISODate);
 }
 
-bool sharesOne(const QJsonArray& carried, const QStringList& wanted) {
-  return std::any_of(wanted.begin(), wanted.end(),
-                     [&carried](const QString& keyword) { return carried.contains(keyword); });
+/** Whether the entry has one of the words. */
+bool sharesOne(const QJsonArray& carried, const EntryFilter::Texts& words) {
+  return std::any_of(words.begin(), words.end(), [&carried](const std::string& word) {
+    return carried.contains(QString::fromStdString(word));
+  });
 }
 
-bool agrees(const QJsonObject& entry, const std::optional<bool>& wanted, const QString& column) {
-  return !wanted || entry.value(column).toBool() == *wanted;
+bool agrees(const QJsonValue& state, const std::optional<bool>& wanted) {
+  return !wanted || state.toBool() == *wanted;
 }
 
 }  // namespace
 
 bool EntryFilter::isEmpty() const {
-  return types.isEmpty() && keywords.isEmpty() && excludedKeywords.isEmpty() && !since.isValid() &&
+  return types.empty() && keywords.empty() && excludedKeywords.empty() && !since.isValid() &&
          !until.isValid() && !active && !acknowledged;
 }
 
 bool EntryFilter::passes(const QJsonObject& entry) const {
-  const QDateTime time = timeOf(entry);
-  const QJsonArray carried = entry.value(Keys::getListColumnNameKeywords()).toArray();
-  return (types.isEmpty() || types.contains(entry.value(Keys::getListColumnNameEventType()).toInt())) &&
-         (keywords.isEmpty() || sharesOne(carried, keywords)) && !sharesOne(carried, excludedKeywords) &&
+  const auto time = QDateTime::fromString(entry.value(QStringLiteral("time")).toString(), Qt::ISODateWithMs);
+  const QJsonArray carried = entry.value(QStringLiteral("keywords")).toArray();
+  return (types.empty() || sharesOne({entry.value(QStringLiteral("type"))}, types)) &&
+         (keywords.empty() || sharesOne(carried, keywords)) && !sharesOne(carried, excludedKeywords) &&
          (!since.isValid() || time >= since) && (!until.isValid() || time <= until) &&
-         agrees(entry, active, Keys::getListColumnNameAlarmActive()) &&
-         agrees(entry, acknowledged, Keys::getListColumnNameAlarmAcknowledgment());
+         agrees(entry.value(QStringLiteral("active")), active) &&
+         agrees(entry.value(QStringLiteral("acknowledged")), acknowledged);
 }
 
 QJsonArray EntryFilter::passing(const QJsonArray& entries, quint32 count) const {
@@ -74,21 +72,11 @@ QJsonArray EntryFilter::passing(const QJsonArray& entries, quint32 count) const 
   return result;
 }
 
-QDateTime EntryFilter::timeOf(const QJsonObject& entry) {
-  return QDateTime::fromString(entry.value(Keys::getListColumnNameLocalTime()).toString(), Qt::ISODateWithMs);
-}
-
 // Only the difference of the clocks is known, so both zones are taken to change on the same days.
 QDateTime EntryFilter::clockTime(QDate date, QTime time, int ahead) {
   const QDateTime ours = QDateTime(date, time, Qt::UTC).addSecs(-ahead);
   const QDateTime local(ours.date(), ours.time());
   return local.toOffsetFromUtc(local.offsetFromUtc() + ahead);
-}
-
-const QStringList& EntryFilter::typeNames() {
-  static const QStringList kNames{QStringLiteral("alarm"), QStringLiteral("audit"), QStringLiteral("fault"),
-                                  QStringLiteral("event")};
-  return kNames;
 }
 
 QDateTime EntryFilter::time(const std::string& text, bool atEnd, int ahead) {

@@ -2,8 +2,6 @@
 
 #include <cstdio>
 
-#include "EventlistHandlerDefinitions.h"
-
 namespace {
 
 void sayMissing(qint64 first, qint64 last, const char* why) {
@@ -24,8 +22,7 @@ void EventPages::read(ListClient& client, const Use& use) {
     constexpr char kDamaged[] = "damaged in the service's database";
     qint64 next = m_at.number + 1;
     for (const QJsonValue entry : page.entries) {
-      const auto number =
-          static_cast<qint64>(entry[EventlistHandlerDefinitions::getListColumnNameEventlistId()].toDouble());
+      const auto number = static_cast<qint64>(entry[QStringLiteral("id")].toDouble());
       sayMissing(next, number - 1, kDamaged);
       next = number + 1;
     }

@@ -16,7 +16,7 @@ class EventPages {
  public:
   using Use = std::function<void(quint64 epoch, const QJsonArray& entries)>;
 
-  EventPages(const QString& language, Cursor after) : m_language(language), m_at(after) {}
+  EventPages(const std::string& language, Cursor after) : m_language(language), m_at(after) {}
 
   /** Hand over all entries that were not handed over before, the oldest first. */
   void read(ListClient& client, const Use& use);
@@ -24,6 +24,6 @@ class EventPages {
  private:
   void moveTo(const ListClient::Page& page);
 
-  QString m_language;
+  std::string m_language;
   Cursor m_at;  ///< of the last entry that was handed over or said to be missing
 };

@@ -5,8 +5,9 @@
 #include <algorithm>
 
 #include "Commands.h"
+#include "EventPages.h"
 #include "Follow.h"
-#include "ListView.h"
+#include "Terminal.h"
 
 namespace {
 
@@ -38,15 +39,14 @@ QByteArray journalField(const QByteArray& name, const QByteArray& value) {
 
 /** Each text as a field and each keyword as one of its own. A journal drops names that begin with "__". */
 QByteArray journalEntry(const QJsonObject& entry) {
-  static const QStringList kPriorities{QStringLiteral("alarm"), QStringLiteral("fault"),
-                                       QStringLiteral("audit"), QStringLiteral("event")};  // 3 to 6
-  const int priority = kPriorities.indexOf(entry.value(QStringLiteral("type")).toString());
+  constexpr int kPriorities[] = {3, 5, 4, 6};  // by the type's number
+  const int type = ListClient::typeNames().indexOf(entry.value(QStringLiteral("type")).toString());
   const auto time = QDateTime::fromString(entry.value(QStringLiteral("time")).toString(), Qt::ISODateWithMs);
   const qint64 microseconds = qMax<qint64>(1, 1000 * time.toMSecsSinceEpoch());  // a journal refuses 0
   QByteArray fields = journalField("__REALTIME_TIMESTAMP", QByteArray::number(microseconds)) +
                       journalField("_HOSTNAME", QSysInfo::machineHostName().toUtf8()) +
                       journalField("SYSLOG_IDENTIFIER", "tavroline") +
-                      journalField("PRIORITY", QByteArray::number(priority < 0 ? 6 : 3 + priority));
+                      journalField("PRIORITY", QByteArray::number(type < 0 ? 6 : kPriorities[type]));
   for (const QString& name : kNames) {
     const QJsonValue value = entry.value(name);
     const bool message = name == QLatin1String("description");
@@ -58,16 +58,27 @@ QByteArray journalEntry(const QJsonObject& entry) {
   return fields + '\n';
 }
 
+/** Throws std::invalid_argument. */
+Cursor cursorOf(const std::string& text) {
+  Cursor cursor;
+  char rest = 0;
+  if (!text.empty() && std::sscanf(text.c_str(), "%llu:%lld%c", &cursor.epoch, &cursor.number, &rest) != 2) {
+    throw std::invalid_argument("--after: '" + text + "' is no cursor of an exported entry");
+  }
+  return cursor;
+}
+
 }  // namespace
 
 void Commands::exportEvents(const Arguments& arguments) {
-  const bool csv = arguments.format == QLatin1String("csv");
-  const bool journal = arguments.format == QLatin1String("journal");
-  EventPages pages(arguments.language, arguments.after);
+  const bool csv = arguments.format == "csv";
+  const bool journal = arguments.format == "journal";
+  const Cursor after = cursorOf(arguments.after);
+  EventPages pages(arguments.language, after);
   const auto write = [&](quint64 epoch, const QJsonArray& entries) {
     QByteArray text;
     for (const QJsonValue value : entries) {
-      QJsonObject entry = ListView::json(value.toObject());
+      QJsonObject entry = value.toObject();
       const auto number = static_cast<qint64>(entry.take(QStringLiteral("id")).toDouble());
       entry.insert(kNames.first(), QStringLiteral("%1:%2").arg(epoch).arg(number));
       text += csv       ? csvLine(entry)
@@ -77,7 +88,7 @@ void Commands::exportEvents(const Arguments& arguments) {
     Terminal::print(text);
   };
   const auto read = [&](ListClient& client) { pages.read(client, write); };
-  if (csv && arguments.after.epoch == 0) {
+  if (csv && after.epoch == 0) {
     Terminal::print(kNames.join(QLatin1Char(',')).toUtf8() + '\n');
   }
   if (arguments.follow) {

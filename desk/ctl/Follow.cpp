@@ -9,18 +9,7 @@ namespace {
 
 constexpr int kRetry = 1000;  // ms
 
-}  // namespace
-
-void Follow::changes(ListClient::List list, const Call& read) {
-  run([list](ListClient& client) { client.subscribe(list); }, read,
-      [](ListClient& client) { client.waitForChange(); });
-}
-
-void Follow::interval(quint32 seconds, const Call& read) {
-  run([](ListClient&) {}, read, [seconds](ListClient&) { Terminal::wait(static_cast<int>(seconds) * 1000); });
-}
-
-void Follow::run(const Call& prepare, const Call& read, const Call& wait) {
+[[noreturn]] void run(const Follow::Call& prepare, const Follow::Call& read, const Follow::Call& wait) {
   std::optional<ListClient> client(std::in_place);
   prepare(*client);
   read(*client);
@@ -45,4 +34,15 @@ void Follow::run(const Call& prepare, const Call& read, const Call& wait) {
       }
     }
   }
+}
+
+}  // namespace
+
+void Follow::changes(ListClient::List list, const Call& read) {
+  run([list](ListClient& client) { client.subscribe(list); }, read,
+      [](ListClient& client) { client.waitForChange(); });
+}
+
+void Follow::interval(quint32 seconds, const Call& read) {
+  run([](ListClient&) {}, read, [seconds](ListClient&) { Terminal::wait(static_cast<int>(seconds) * 1000); });
 }

@@ -9,15 +9,13 @@
  * bus is said once on standard error, and reading goes on when they are back. Ends by throwing ReaderGone
  * when nobody reads standard output any more.
  */
-class Follow {
- public:
-  using Call = std::function<void(ListClient& client)>;
+namespace Follow {
 
-  /** Read now and after each change of the list. */
-  [[noreturn]] static void changes(ListClient::List list, const Call& read);
-  /** Read now and after each interval, in seconds. */
-  [[noreturn]] static void interval(quint32 seconds, const Call& read);
+using Call = std::function<void(ListClient& client)>;
 
- private:
-  [[noreturn]] static void run(const Call& prepare, const Call& read, const Call& wait);
-};
+/** Read now and after each change of the list. */
+[[noreturn]] void changes(ListClient::List list, const Call& read);
+/** Read now and after each interval, in seconds. */
+[[noreturn]] void interval(quint32 seconds, const Call& read);
+
+}  // namespace Follow

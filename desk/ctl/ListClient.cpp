@@ -17,33 +17,60 @@ namespace {
 
 constexpr BusInterface kBus{"/org/freedesktop/DBus", "org.freedesktop.DBus", "org.freedesktop.DBus"};
 
-QByteArray bytes(const QString& text) {
-  return Tavroline::busText(text).toUtf8();
+QByteArray bytes(const std::string& text) {
+  return Tavroline::busText(QString::fromStdString(text)).toUtf8();
 }
 
-QJsonObject readList(const BusMessage& reply, int ahead) {
+/** The time of an entry of the service, with its offset from UTC. @param ahead see ListClient::ahead() */
+QDateTime timeOf(const QJsonObject& entry, int ahead) {
+  const QString clock = entry.value(Keys::getListColumnNameLocalTime()).toString();
+  const QDateTime shown = QDateTime::fromString(clock + QLatin1Char('Z'), Qt::ISODateWithMs);
+  const QJsonValue exact = entry.value(QStringLiteral("Time"));
+  if (!exact.isDouble()) {
+    return EntryFilter::clockTime(shown.date(), shown.time(), ahead);
+  }
+  const auto instant = static_cast<qint64>(exact.toDouble());  // a page
+  return QDateTime::fromMSecsSinceEpoch(instant, Qt::OffsetFromUTC,
+                                        static_cast<int>((shown.toMSecsSinceEpoch() - instant) / 1000));
+}
+
+/** An entry of the service as users see it. */
+QJsonObject entryOf(const QJsonObject& entry, int ahead) {
+  static const std::pair<QString, QString> kMembers[] = {
+      {QStringLiteral("id"), Keys::getListColumnNameEventlistId()},
+      {QStringLiteral("id"), Keys::getListColumnNameAlarmID()},
+      {QStringLiteral("active"), Keys::getListColumnNameAlarmActive()},
+      {QStringLiteral("acknowledged"), Keys::getListColumnNameAlarmAcknowledgment()},
+      {QStringLiteral("icon"), Keys::getListColumnNameIconType()},
+      {QStringLiteral("module"), Keys::getListColumnNameModuleName()},
+      {QStringLiteral("description"), Keys::getListColumnNameDescription()},
+      {QStringLiteral("user"), Keys::getListColumnNameUser()},
+      {QStringLiteral("keywords"), Keys::getListColumnNameKeywords()}};
+  const int type = entry.value(Keys::getListColumnNameEventType()).toInt();
+  QJsonObject result{{QStringLiteral("time"), timeOf(entry, ahead).toString(Qt::ISODateWithMs)},
+                     {QStringLiteral("type"), ListClient::typeNames().value(type, QString::number(type))}};
+  for (const auto& [name, column] : kMembers) {
+    if (entry.contains(column)) {
+      result.insert(name, entry.value(column));
+    }
+  }
+  return result;
+}
+
+QJsonArray readList(const BusMessage& reply, int ahead) {
   const auto list = QJsonDocument::fromJson(readText(reply));
   if (!list.isObject()) {
     throw ClientError("the service's reply is not a list");
   }
-  QJsonObject object = list.object();
-  QJsonArray entries = object.value(Keys::getListDataName()).toArray();
-  for (QJsonValueRef value : entries) {
-    QJsonObject entry = value.toObject();
-    const QString clock = entry.value(Keys::getListColumnNameLocalTime()).toString();
-    const QDateTime shown = QDateTime::fromString(clock + QLatin1Char('Z'), Qt::ISODateWithMs);
-    QDateTime time = EntryFilter::clockTime(shown.date(), shown.time(), ahead);
-    const QJsonValue exact = entry.value(QStringLiteral("Time"));
-    if (exact.isDouble()) {  // a page
-      const auto instant = static_cast<qint64>(exact.toDouble());
-      time = QDateTime::fromMSecsSinceEpoch(instant, Qt::OffsetFromUTC,
-                                            static_cast<int>((shown.toMSecsSinceEpoch() - instant) / 1000));
-    }
-    entry.insert(Keys::getListColumnNameLocalTime(), time.toString(Qt::ISODateWithMs));
-    value = entry;
+  const int omitted = list[QStringLiteral("Omitted")].toInt();
+  if (omitted > 0) {
+    std::fprintf(stderr, "tavroline-ctl: %d older entries did not fit into the service's reply\n", omitted);
   }
-  object.insert(Keys::getListDataName(), entries);
-  return object;
+  QJsonArray entries;
+  for (const QJsonValue entry : list[Keys::getListDataName()].toArray()) {
+    entries.append(entryOf(entry.toObject(), ahead));
+  }
+  return entries;
 }
 
 /** Reads a dictionary of counters (a{st}). */
@@ -81,16 +108,8 @@ QString ListClient::address() {
                               QStringLiteral("unix:path=/run/dbus/system_bus_socket"));
 }
 
-QString ListClient::owner() {
-  try {
-    return QString::fromUtf8(readText(call(m_bus, kBus, "GetNameOwner", "s", &kService[0])));
-  } catch (const NoService&) {
-    return {};
-  }
-}
-
-bool ListClient::isActivatable() {
-  const BusMessage reply = call(m_bus, kBus, "ListActivatableNames");
+bool ListClient::isListed(const char* names) {
+  const BusMessage reply = call(m_bus, kBus, names);
   const char* name = nullptr;
   check(sd_bus_message_enter_container(reply.get(), SD_BUS_TYPE_ARRAY, "s"));
   while (sd_bus_message_read(reply.get(), "s", &name) > 0) {
@@ -101,21 +120,14 @@ bool ListClient::isActivatable() {
   return false;
 }
 
-QString ListClient::introspect(const char* path) {
-  try {
-    const BusInterface object{path, "org.freedesktop.DBus.Introspectable"};
-    return QString::fromUtf8(readText(call(m_bus, object, "Introspect")));
-  } catch (const Refused&) {
-    return {};
-  }
-}
-
 bool ListClient::mayCall(const BusInterface& interface, const char* method) {
   try {
     // No method has a single byte as its argument: the service refuses the call without carrying it out.
     call(m_bus, interface, method, "y", 0);
   } catch (const Forbidden&) {
     return false;
+  } catch (const NotOffered&) {
+    throw;
   } catch (const ClientError&) {
   }
   return true;
@@ -130,15 +142,8 @@ void ListClient::send(const Tavroline::MessageWriter& message) {
   const BusMessage request =
       newCall(m_bus, kMessageInterface, "Send", "stt", session.constData(), quint64{1}, quint64{0});
   check(sd_bus_message_append_array(request.get(), SD_BUS_TYPE_BYTE, bytes.data(), bytes.size()));
-  BusMessage reply;
-  try {
-    call(m_bus, kMessageInterface, "Resume", "ss", session.constData(), "tavroline-ctl");
-    reply = replyTo(request);
-  } catch (const Forbidden&) {
-    throw Forbidden(
-        "the bus does not let this user change the lists: join the group that its policy allows, with the"
-        " packages tavroline");
-  }
+  call(m_bus, kMessageInterface, "Resume", "ss", session.constData(), "tavroline-ctl");
+  const BusMessage reply = replyTo(request);
   quint64 number = 0;
   quint32 reason = 0;
   check(sd_bus_message_skip(reply.get(), "t"));
@@ -150,22 +155,28 @@ void ListClient::send(const Tavroline::MessageWriter& message) {
   }
 }
 
-QJsonObject ListClient::events(const QString& language, quint32 count) {
+const QStringList& ListClient::typeNames() {
+  static const QStringList kNames{QStringLiteral("alarm"), QStringLiteral("audit"), QStringLiteral("fault"),
+                                  QStringLiteral("event")};
+  return kNames;
+}
+
+QJsonArray ListClient::events(const std::string& language, quint32 count) {
   return readList(call(m_bus, kEventInterface, "GetList", "su", bytes(language).constData(), count), ahead());
 }
 
-ListClient::Page ListClient::eventsAfter(quint64 epoch, qint64 number, const QString& language) {
+QJsonArray ListClient::alarms(const std::string& language) {
+  return readList(call(m_bus, kAlarmInterface, "GetList", "s", bytes(language).constData()), ahead());
+}
+
+ListClient::Page ListClient::eventsAfter(quint64 epoch, qint64 number, const std::string& language) {
   constexpr quint32 kMost = 1000;
   const BusMessage reply =
       call(m_bus, kEventInterface, "GetEntries", "txus", epoch, number, kMost, bytes(language).constData());
   int64_t oldest = 0;
   int64_t last = 0;
   check(sd_bus_message_read(reply.get(), "txx", &epoch, &oldest, &last));
-  return {epoch, oldest, last, readList(reply, ahead()).value(Keys::getListDataName()).toArray()};
-}
-
-QJsonObject ListClient::alarms(const QString& language) {
-  return readList(call(m_bus, kAlarmInterface, "GetList", "s", bytes(language).constData()), ahead());
+  return {epoch, oldest, last, readList(reply, ahead())};
 }
 
 QJsonObject ListClient::statistics() {
@@ -202,16 +213,12 @@ QJsonArray ListClient::clientCounters() {
   return clients;
 }
 
-int ListClient::timeZone() {
-  const BusMessage reply = call(m_bus, kEventInterface, "GetTimeZone");
-  int offset = 0;
-  check(sd_bus_message_read_basic(reply.get(), SD_BUS_TYPE_INT32, &offset));
-  return offset;
-}
-
 int ListClient::ahead() {
   if (!m_ahead) {
-    m_ahead = timeZone() - QDateTime::currentDateTime().offsetFromUtc();
+    const BusMessage reply = call(m_bus, kEventInterface, "GetTimeZone");
+    int offset = 0;
+    check(sd_bus_message_read_basic(reply.get(), SD_BUS_TYPE_INT32, &offset));
+    m_ahead = offset - QDateTime::currentDateTime().offsetFromUtc();
   }
   return *m_ahead;
 }

@@ -2,10 +2,11 @@
 
 #include <QJsonArray>
 #include <QJsonObject>
-#include <QString>
+#include <QStringList>
 
 #include <optional>
 #include <stdexcept>
+#include <string>
 
 #include "BusPointer.h"
 #include "ListServiceNames.h"
@@ -32,6 +33,11 @@ struct NoService : ClientError {
   using ClientError::ClientError;
 };
 
+/** The service has no such object, interface or method: it is of another version. */
+struct NotOffered : ClientError {
+  using ClientError::ClientError;
+};
+
 /** One interface of an object on the bus. */
 struct BusInterface {
   const char* path;
@@ -47,7 +53,11 @@ constexpr BusInterface kMessageInterface{Tavroline::ListServiceNames::kMessagesP
                                          Tavroline::ListServiceNames::kMessagesInterface};
 
 /**
- * Calls the list services and waits for each reply. It formats nothing. Every operation throws ClientError.
+ * Calls the list services and waits for each reply. Every operation throws ClientError.
+ *
+ * Entries of the lists are JSON objects as users see them: time (ISO 8601, with its offset from UTC), type,
+ * icon, module, user, description, keywords; an event's id is its number; an alarm has an id, active and
+ * acknowledged. Texts of callers are UTF-8.
  */
 class ListClient {
  public:
@@ -58,24 +68,22 @@ class ListClient {
 
   /** The address of the bus to which the constructor connects. */
   static QString address();
-  /** The unique name of the connection that owns the service's name; empty if no connection owns it. The call
-   * does not start the service. */
-  QString owner();
+  /** Whether the service runs. The call does not start it. */
+  bool isRunning() { return isListed("ListNames"); }
   /** Whether the bus starts the service with a call if it does not run. */
-  bool isActivatable();
-  /** The service's introspection of an object, XML; empty if it has no such object. */
-  QString introspect(const char* path);
+  bool isActivatable() { return isListed("ListActivatableNames"); }
   /** Whether the bus permits this user to call the method. Sends a malformed call, which changes nothing. */
   bool mayCall(const BusInterface& interface, const char* method);
-  /** Offset of the service's local time from UTC, in seconds. */
-  int timeZone();
   /** Seconds by which the service's clock is ahead of this program's, because of their time zones. */
   int ahead();
 
-  /** A list reply, a JSON object as ListService1 describes it, but times have their offset from UTC; `count`
-   * 0 for all. */
-  QJsonObject events(const QString& language, quint32 count);
-  QJsonObject alarms(const QString& language);
+  /** The event types' names, in the order of their numbers. */
+  static const QStringList& typeNames();
+
+  /** The newest entries, `count` 0 for all. Reports on stderr if the service had to leave out older ones. */
+  QJsonArray events(const std::string& language, quint32 count);
+  /** As events(), the alarm list. */
+  QJsonArray alarms(const std::string& language);
   /** A page of the event list, the oldest entry first, as GetEntries of ListService1 describes it. */
   struct Page {
     quint64 epoch = 0;  ///< identifies the list
@@ -83,7 +91,7 @@ class ListClient {
     qint64 last = 0;  ///< the next page begins after it
     QJsonArray entries;
   };
-  Page eventsAfter(quint64 epoch, qint64 number, const QString& language);
+  Page eventsAfter(quint64 epoch, qint64 number, const std::string& language);
 
   /** Counters and flags by name. */
   QJsonObject statistics();
@@ -101,6 +109,8 @@ class ListClient {
   void waitForChange();
 
  private:
+  bool isListed(const char* names);
+
   Tavroline::BusPointer<sd_bus> m_bus;
   std::optional<int> m_ahead;
   bool m_changed = false;

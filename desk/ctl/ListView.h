@@ -15,17 +15,10 @@ class ListView {
   void showAll(const QJsonArray& entries);
 
   /** More entries: further rows of the same table, or an object as showAll() prints it; nothing if there are
-   * none. */
+   * none. At first as showAll(). */
   void showMore(const QJsonArray& entries);
 
-  /** An entry of either list in JSON: names in camelCase, the type in words, the time with its offset from
-   * UTC. */
-  static QJsonObject json(const QJsonObject& entry);
-
  private:
-  void show(const QJsonArray& entries);
-  void addRows(const QJsonArray& entries);
-
   bool m_json;
   bool m_shown = false;
   ListClient::List m_list;

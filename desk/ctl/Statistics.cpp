@@ -2,22 +2,18 @@
 
 #include <pwd.h>
 
-#include <QDateTime>
+#include <QElapsedTimer>
 
-#include <chrono>
-#include <optional>
+#include <algorithm>
 
 #include "Follow.h"
 #include "Terminal.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 const QString kClients = QStringLiteral("books");  // scripts of users read this name
 const QString kProgram = QStringLiteral("program");
 const QString kUser = QStringLiteral("user");
-const QString kReported = QStringLiteral("time");
 const QString kRates = QStringLiteral("rates");
 
 // Counts, which have a rate; the other figures are levels.
@@ -25,16 +21,11 @@ const QStringList kCounts{QStringLiteral("stored"),     QStringLiteral("overwrit
                           QStringLiteral("duplicates"), QStringLiteral("rejected"),
                           QStringLiteral("accepted"),   QStringLiteral("delivered")};
 
-/** One reading of the service's counters, and the array of its clients' message counters among them. */
-struct Reading {
-  QJsonObject figures;
-  Clock::time_point at;
-};
-
-Reading read(ListClient& client) {
-  Reading reading{client.statistics(), Clock::now()};
-  reading.figures.insert(kClients, client.clientCounters());
-  return reading;
+/** The service's counters, and the array of its clients' message counters among them. */
+QJsonObject read(ListClient& client) {
+  QJsonObject figures = client.statistics();
+  figures.insert(kClients, client.clientCounters());
+  return figures;
 }
 
 /** Add to `now` the growth of its counts per second since `before`. */
@@ -49,23 +40,23 @@ void addRates(QJsonObject& now, const QJsonObject& before, double seconds) {
   now.insert(kRates, rates);
 }
 
-void addRates(Reading& now, const Reading& before) {
-  const double seconds = std::chrono::duration<double>(now.at - before.at).count();
+/** Add the rates of the service and of each client that was there before. */
+QJsonObject withRates(QJsonObject now, const QJsonObject& before, double seconds) {
+  const QJsonArray past = before.value(kClients).toArray();
   QJsonArray clients;
-  const QJsonArray present = now.figures.value(kClients).toArray();
-  const QJsonArray past = before.figures.value(kClients).toArray();
-  for (const QJsonValue value : present) {
+  for (const QJsonValue value : now.value(kClients).toArray()) {
     QJsonObject client = value.toObject();
-    for (const QJsonValue earlier : past) {
-      const QJsonObject other = earlier.toObject();
-      if (other.value(kProgram) == client.value(kProgram) && other.value(kUser) == client.value(kUser)) {
-        addRates(client, earlier.toObject(), seconds);
-      }
+    const auto earlier = std::find_if(past.begin(), past.end(), [&client](const QJsonValue& other) {
+      return other[kProgram] == client.value(kProgram) && other[kUser] == client.value(kUser);
+    });
+    if (earlier != past.end()) {
+      addRates(client, (*earlier).toObject(), seconds);
     }
     clients.append(client);
   }
-  addRates(now.figures, before.figures, seconds);
-  now.figures.insert(kClients, clients);
+  addRates(now, before, seconds);
+  now.insert(kClients, clients);
+  return now;
 }
 
 QString figure(const QJsonValue& value) {
@@ -81,8 +72,7 @@ QString rate(const QJsonObject& figures, const QString& name) {
 }
 
 QByteArray counterTable(const QJsonObject& figures) {
-  TextTable table({{QStringLiteral("COUNTER")}, {QStringLiteral("VALUE")}, {QStringLiteral("PER SECOND")}},
-                  Terminal::ofStandardOutput());
+  TextTable table({{QStringLiteral("COUNTER")}, {QStringLiteral("VALUE")}, {QStringLiteral("PER SECOND")}});
   for (auto row = figures.begin(); row != figures.end(); ++row) {
     if (!row->isArray() && !row->isObject()) {
       table.addRow({row.key(), figure(*row), rate(figures, row.key())});
@@ -103,32 +93,32 @@ QByteArray clientTable(const QJsonArray& clients, bool rates) {
                                   QStringLiteral("dropped"),  QStringLiteral("refused")};
   // Either of the two tables fits into 80 characters.
   QVector<TextTable::Column> columns{{QStringLiteral("PROGRAM"), 10},
-                                     {rates ? QStringLiteral("DELIV./S") : QStringLiteral("REPORTED"), 0}};
+                                     {rates ? QStringLiteral("DELIV./S") : QStringLiteral("REPORTED")}};
   for (const QString& name : kShown) {
-    columns.append({name.toUpper(), 0});
+    columns.append({name.toUpper()});
   }
-  TextTable table(columns, Terminal::ofStandardOutput());
-  for (const QJsonValue value : clients) {
-    const QJsonObject client = value.toObject();
-    const auto reported = QDateTime::fromString(client.value(kReported).toString(), Qt::ISODateWithMs);
-    QStringList row{client.value(kProgram).toString() + QStringLiteral(" (") + userName(client.value(kUser)) +
-                        QLatin1Char(')'),
-                    rates ? rate(client, kShown.at(1)) : reported.toString(QStringLiteral("HH:mm:ss"))};
+  TextTable table(columns);
+  for (const QJsonValue client : clients) {
+    const QString program = client[kProgram].toString();
+    const QString clock = client[QStringLiteral("time")].toString().mid(11, 8);
+    QStringList row{program + QStringLiteral(" (") + userName(client[kUser]) + QLatin1Char(')'),
+                    rates ? rate(client.toObject(), QStringLiteral("delivered")) : clock};
     for (const QString& name : kShown) {
-      row += figure(client.value(name));
+      row += figure(client[name]);
     }
-    const bool lost = client.value(kShown.at(4)).toDouble() + client.value(kShown.at(5)).toDouble() > 0;
+    const bool lost =
+        client[QStringLiteral("dropped")].toDouble() + client[QStringLiteral("refused")].toDouble() > 0;
     table.addRow(row, lost ? Terminal::Colour::Yellow : Terminal::Colour::None);
   }
   return table.takeUtf8();
 }
 
-void show(const Reading& reading, const Arguments& arguments) {
+void show(const QJsonObject& figures, const Arguments& arguments) {
   if (arguments.json) {
-    return Terminal::printJson(QJsonDocument(reading.figures));
+    return Terminal::printJson(QJsonDocument(figures));
   }
-  const QJsonArray clients = reading.figures.value(kClients).toArray();
-  Terminal::print(counterTable(reading.figures) +
+  const QJsonArray clients = figures.value(kClients).toArray();
+  Terminal::print(counterTable(figures) +
                   (clients.isEmpty() ? QByteArray() : '\n' + clientTable(clients, arguments.interval != 0)) +
                   (arguments.follow ? "\n" : ""));
 }
@@ -136,17 +126,18 @@ void show(const Reading& reading, const Arguments& arguments) {
 }  // namespace
 
 void Commands::showStatistics(const Arguments& arguments) {
-  std::optional<Reading> before;
+  QJsonObject before;
+  QElapsedTimer timer;
+  timer.start();
   const auto update = [&](ListClient& client) {
-    Reading now = read(client);
-    const Reading plain = now;
-    if (before) {
-      addRates(now, *before);
-    }
-    if (before || arguments.interval == 0) {
+    const QJsonObject now = read(client);
+    const double seconds = static_cast<double>(timer.restart()) / 1000;
+    if (arguments.interval == 0) {
       show(now, arguments);
+    } else if (!before.isEmpty()) {
+      show(withRates(now, before, seconds), arguments);
     }
-    before = plain;
+    before = now;
   };
   if (arguments.follow) {
     Follow::interval(arguments.interval, update);

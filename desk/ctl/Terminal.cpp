@@ -96,8 +96,7 @@ void Terminal::wait(int milliseconds, int input) {
   }
 }
 
-TextTable::TextTable(const QVector<Column>& columns, const Terminal& terminal)
-    : m_columns(columns), m_terminal(terminal), m_widths(columns.size()) {
+TextTable::TextTable(const QVector<Column>& columns) : m_columns(columns), m_widths(columns.size()) {
   QStringList titles;
   for (const Column& column : columns) {
     titles += column.title;

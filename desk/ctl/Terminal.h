@@ -34,8 +34,8 @@ struct Terminal {
 };
 
 /**
- * Rows of texts as plain text with aligned columns, cut to the width of a terminal. Control characters are
- * shown as blanks. Without a terminal no cell is cut, but a very long one makes only its own line longer.
+ * Rows of texts for standard output, with aligned columns, cut to the width of a terminal. Control characters
+ * are shown as blanks. Without a terminal no cell is cut, but a very long one makes only its own line longer.
  */
 class TextTable {
  public:
@@ -46,7 +46,7 @@ class TextTable {
   };
 
   /** If the table is too wide, columns shrink down to `least`, those with the smallest `least` first. */
-  TextTable(const QVector<Column>& columns, const Terminal& terminal);
+  explicit TextTable(const QVector<Column>& columns);
 
   /** @param cells one for each column */
   void addRow(const QStringList& cells, Terminal::Colour colour = Terminal::Colour::None);
@@ -64,7 +64,7 @@ class TextTable {
   QVector<int> fittingWidths() const;
 
   QVector<Column> m_columns;
-  Terminal m_terminal;
+  Terminal m_terminal = Terminal::ofStandardOutput();
   QVector<int> m_widths;  ///< of the widest cell so far
   QVector<Row> m_rows;
 };

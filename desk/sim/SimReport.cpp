@@ -10,7 +10,6 @@
 
 #include "Database.h"
 #include "DescriptionText.h"
-#include "EventlistHandlerDefinitions.h"
 #include "ListClient.h"
 #include "ListView.h"
 
@@ -18,24 +17,12 @@ namespace {
 
 constexpr int kShown = 20;  // newest entries of a list
 
-QJsonArray entriesOf(const QJsonObject& reply) {
-  return reply.value(EventlistHandlerDefinitions::getListDataName()).toArray();
-}
-
 QJsonArray firstOf(const QJsonArray& entries) {
   QJsonArray first;
   for (int i = 0; i < entries.size() && i < kShown; ++i) {
     first.append(entries.at(i));
   }
   return first;
-}
-
-QJsonArray inJson(const QJsonArray& entries) {
-  QJsonArray all;
-  for (const QJsonValue entry : entries) {
-    all.append(ListView::json(entry.toObject()));
-  }
-  return all;
 }
 
 void printTitle(const char* title, int entries) {
@@ -64,7 +51,7 @@ void printRaised(const std::string& file) {
 void SimReport::keepRaised() {
   Scheduler::instance().waitUntil(Scheduler::instance().now() + kSecond);  // the service may just have begun
   ListClient client;
-  m_raised = entriesOf(client.alarms({}));
+  m_raised = client.alarms({});
   m_raisedAt = Scheduler::instance().now() + Scheduler::instance().wallClock;
   const QJsonObject state = client.statistics();
   for (const char* const flag : {"alarm", "activeAlarm", "fault", "activeFault", "detector"}) {
@@ -82,15 +69,15 @@ void SimReport::keepLists() {
   SimService& service = m_course.service();
   {
     ListClient client;
-    m_cleared = entriesOf(client.alarms({}));
-    m_stores.append(QJsonArray{entriesOf(client.events({}, 0)), QJsonValue()});
+    m_cleared = client.alarms({});
+    m_stores.append(QJsonArray{client.events({}, 0), QJsonValue()});
   }
   service.stop();
   for (const SimService::Store& store : service.stores()) {
     if (store.lost) {
       service.start(store.file);
       Scheduler::instance().waitUntil(Scheduler::instance().now() + kSecond);
-      QJsonArray entries = entriesOf(ListClient().events({}, 0));
+      QJsonArray entries = ListClient().events({}, 0);
       m_stores.insert(m_stores.size() - 1, QJsonArray{entries, static_cast<double>(*store.lost)});
       service.stop();
     }
@@ -123,22 +110,15 @@ void SimReport::record(const std::string& folder) const {
   for (const auto& [begin, end] : m_course.unable()) {
     unable.append(QJsonArray{static_cast<double>(begin), static_cast<double>(end)});
   }
-  QJsonArray stores;
-  for (const QJsonValue store : m_stores) {
-    stores.append(QJsonArray{inJson(store.toArray().at(0).toArray()), store.toArray().at(1)});
-  }
   QJsonObject busiest;
   for (const auto& [method, most] : m_course.broker().busiest()) {
     busiest.insert(QString::fromStdString(method), static_cast<double>(most));
   }
-  const QJsonObject all{{QStringLiteral("raised"), inJson(m_raised)},
-                        {QStringLiteral("raised at"), static_cast<double>(m_raisedAt)},
-                        {QStringLiteral("flags"), m_flags},
-                        {QStringLiteral("unloading"), static_cast<double>(m_unloading)},
-                        {QStringLiteral("busiest"), busiest},
-                        {QStringLiteral("cleared"), inJson(m_cleared)},
-                        {QStringLiteral("stores"), stores},
-                        {QStringLiteral("unable"), unable}};
+  const QJsonObject all{
+      {QStringLiteral("raised"), m_raised}, {QStringLiteral("raised at"), static_cast<double>(m_raisedAt)},
+      {QStringLiteral("flags"), m_flags},   {QStringLiteral("unloading"), static_cast<double>(m_unloading)},
+      {QStringLiteral("busiest"), busiest}, {QStringLiteral("cleared"), m_cleared},
+      {QStringLiteral("stores"), m_stores}, {QStringLiteral("unable"), unable}};
   QFile file(QString::fromStdString(folder) + QStringLiteral("/life.json"));
   file.open(QIODevice::WriteOnly);
   file.write(QJsonDocument(all).toJson(QJsonDocument::Compact));
