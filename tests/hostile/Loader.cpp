@@ -50,18 +50,24 @@ void useLists() {
   s_loads.at(static_cast<std::size_t>(load.iResult)) += s_cycle > kMemoryFreed ? 1 : 0;
 }
 
+bool hasLoaded() {
+  return s_loads[TAVROLINE_DONE] + s_loads[TAVROLINE_ERROR] == 3;
+}
+
 void cycle(void*) {
+  if (hasLoaded()) {
+    return;
+  }
   ++s_cycle;
   takeOrFreeMemory();
   try {
     useLists();
   } catch (const std::bad_alloc&) {  // of the program itself
   }
-  if (s_loads[TAVROLINE_DONE] + s_loads[TAVROLINE_ERROR] == 3) {
+  if (hasLoaded()) {
     std::printf("%d messages, %d loads, %d failed\n", s_messages, s_loads[TAVROLINE_DONE],
                 s_loads[TAVROLINE_ERROR]);
     s_plc->finish(s_plc->context, 0);
-    s_loads = {};
   }
 }
 
