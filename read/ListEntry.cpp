@@ -51,12 +51,9 @@ std::optional<qint64> ListEntry::wholeNumber(ListColumns::Column column) {
   return static_cast<qint64>(inexact);
 }
 
-int ListEntry::eventType() {
-  if (!m_eventType) {
-    const qint64 type = wholeNumber(ListColumns::EventType).value_or(0);
-    m_eventType = type == static_cast<int>(type) ? static_cast<int>(type) : 0;
-  }
-  return *m_eventType;
+int ListEntry::readEventType() {
+  const qint64 type = wholeNumber(ListColumns::EventType).value_or(0);
+  return type == static_cast<int>(type) ? static_cast<int>(type) : 0;
 }
 
 RTS_IEC_ULINT ListEntry::eventlistId() {
