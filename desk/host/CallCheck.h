@@ -12,6 +12,11 @@
  * ParameterCheck finds, and handles that a program has not closed. */
 class CallCheck {
  public:
+  /** From now on a call whose misuse lets the process read or write outside its memory ends it with this
+   * status, and with a sentence on standard error that names task, function and field. Other faults kill the
+   * process by their signal. [init] */
+  static void endOnFault(int status);
+
   /** Check a call's structure; the calling thread is in its CallScope. [any-thread] */
   void before(const std::string& function, const void* parameters);
   /** Remember the handle that the call has opened. [any-thread] */

@@ -87,6 +87,9 @@ int run(const Options& options) {
   if (!options.logFile.empty()) {
     HostLog::toFile(options.logFile);
   }
+  if (options.monitor.checking) {
+    CallCheck::endOnFault(kMisuse);
+  }
   const QtMessages qtMessages;
   if (options.stats) {
     HostLog::keepRecord(Report::kCountersMark);

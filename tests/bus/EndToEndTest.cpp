@@ -99,6 +99,14 @@ TEST_F(EndToEndTest, TheHostNamesTaskFunctionAndFieldOfMisuseAndCountsRepeatedLi
   EXPECT_EQ(lines.find("check: hWriteHandle"), std::string::npos) << lines;
   EXPECT_TRUE(std::regex_search(contentOf(file("host.trace")),
                                 std::regex("dtEarliest, .*\n.*Z Careless: setfiltertime_ext \\{")));
+  setenv("TAVROLINE_FAULT", "1", 1);
+  ChildProcess faulty(TAVROLINE_HOST, {"--check", "--log", "/dev/null", TAVROLINE_LIBRARY, TAVROLINE_MISUSE});
+  unsetenv("TAVROLINE_FAULT");
+  EXPECT_EQ(faulty.wait(), 6);
+  EXPECT_NE(faulty.output().find("tavroline-host: Careless: logevent_ext: stKeywordsDimInfo is 1..2000000000:"
+                                 " huge, 2000000000 elements; the call left the program's memory"),
+            std::string::npos)
+      << faulty.output();
   for (const Strings& swapped :
        {Strings{TAVROLINE_MISUSE, TAVROLINE_LIBRARY}, {TAVROLINE_LIBRARY, TAVROLINE_LIBRARY}}) {
     ChildProcess wrong(TAVROLINE_HOST, swapped);

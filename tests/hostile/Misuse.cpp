@@ -1,4 +1,9 @@
-// A PLC program whose one task misuses the interface in ways that it accepts, then ends with status 0.
+// A PLC program whose one task misuses the interface in ways that it accepts, then ends with status 0. With
+// TAVROLINE_FAULT in the environment the call before reads beyond the program's memory.
+#include <sys/mman.h>
+
+#include <cstdlib>
+
 #include "PlcCalls.h"
 #include "PlcProgram.h"
 
@@ -47,6 +52,13 @@ void cycle(void*) {
   for (logevent_struct alarm = good; alarm.dtDateTime < 313; ++alarm.dtDateTime) {
     alarm.iEventType = TAVROLINE_ALARM;
     calls.call("logevent", alarm);
+  }
+  if (std::getenv("TAVROLINE_FAULT") != nullptr) {
+    logevent_struct endless = good;
+    void* const nobodys = mmap(nullptr, 4096, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    endless.pasKeywords = static_cast<const RTS_IEC_STRING*>(nobodys);
+    endless.stKeywordsDimInfo = {1, 2000000000};
+    calls.call("logevent", endless);
   }
   calls.close(calls.open(PlcCalls::kAlarmHandler));
   s_plc->finish(s_plc->context, 0);
