@@ -1,10 +1,5 @@
 #include "TavrolineReadBaseClass.h"
 
-#include <sys/resource.h>
-#include <unistd.h>
-
-#include <fstream>
-
 #include "UnitSupport.h"
 
 namespace {
@@ -95,28 +90,5 @@ TEST_P(TavrolineReadBaseClassTest, LetsAWaitingReaderTakeOverAfterMoreThanFiveSe
             Lines{"qDebug: TavrolineReadBaseClass: int16_t TavrolineReadBaseClass::loadCompleteList("
                   "bool&, QElapsedTimer&, uint16_t): Load list timeout (5 sec timeout time)"});
 }
-
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-TEST_P(TavrolineReadBaseClassTest, EndsWith2WhereTheParsedListHasNoRoom) {
-  const Reader reader(kind);
-  reader.load("[{},{}]");
-  const QByteArray large = "{\"ListData\":[{}" + QByteArray(R"(,{"a":[1]})").repeated(1 << 19) + "]}";
-  fake::answer(kind.request(), {{0, large}});
-  EXPECT_EQ(reader.load(), TAVROLINE_BUSY);
-  std::size_t pages = 0;
-  std::ifstream("/proc/self/statm") >> pages;
-  rlimit before{};
-  getrlimit(RLIMIT_AS, &before);
-  const rlimit tight{pages * sysconf(_SC_PAGESIZE) + (8 << 20), before.rlim_max};
-  setrlimit(RLIMIT_AS, &tight);
-  void* const probe = std::malloc(64 << 20);
-  const bool enforced = probe == nullptr;  // not by an emulator
-  const int result = reader.load();
-  setrlimit(RLIMIT_AS, &before);
-  std::free(probe);
-  EXPECT_EQ(result, enforced ? TAVROLINE_ERROR : TAVROLINE_DONE);
-  EXPECT_EQ(items(), enforced ? Lines{"exception:|std::bad_alloc"} : Lines{});
-}
-#endif
 
 }  // namespace
