@@ -55,9 +55,6 @@ class MessageQueue {
   /** Number of the last message that was confirmed or dropped. [hub] */
   quint64 confirmed() const { return m_confirmed; }
 
-  /** Number of the message after which the next read() starts; at least confirmed(). [hub] */
-  quint64 sent() const { return m_sent; }
-
   /** Whether the ring or the overflow holds a message. [hub] */
   bool hasPending() const;
 
@@ -68,9 +65,10 @@ class MessageQueue {
   };
 
   /**
-   * Copy the messages after sent(), at most `maxMessages` and at most one batch (MessageFormat.h).
+   * Copy the next messages, at most `maxMessages` and at most one batch (MessageFormat.h). They follow the
+   * last message that was copied, confirmed or dropped; see also goBack().
    * @param bytes receives the messages; earlier contents are removed
-   * @return the copied messages; Batch::count is 0 if the ring has no message after sent(). [hub]
+   * @return the copied messages; Batch::count is 0 if the ring has no further message. [hub]
    */
   Batch read(std::vector<char>& bytes, std::size_t maxMessages);
 
@@ -129,7 +127,7 @@ class MessageQueue {
   std::atomic<quint64> m_delivered{0};   ///< written by the hub's thread
   // The hub's thread alone uses the members from here to m_copy.
   quint64 m_confirmed = 0;
-  quint64 m_sent = 0;
+  quint64 m_sent = 0;        ///< number of the message after which the next read() starts
   std::size_t m_unsent = 0;  ///< position in the ring of the message after m_sent
   quint64 m_given = 0;       ///< number of the last message that read() has ever returned
   std::size_t m_fresh = 0;   ///< position in the ring of the message after m_given

@@ -39,6 +39,6 @@ bool make(std::string_view description, const QByteArray& language, std::string&
 
 /** A description for an entry of the service itself: its text is the row `key` of the text table, followed by
  * the text of the description `subject` if that is not empty. */
-QByteArray ofTable(const char* key, const QByteArray& subject = {});
+QByteArray ofTable(const char* key, const QByteArray& subject);
 
 }  // namespace DescriptionText

@@ -43,12 +43,11 @@ std::string deliver(MessageQueue& queue) {
   std::string sent;
   std::vector<char> bytes;
   while (queue.hasPending()) {
-    bytes.clear();
-    queue.read(bytes, MessageFormat::kMaxBatchMessages);
+    const auto batch = queue.read(bytes, MessageFormat::kMaxBatchMessages);
     for (const std::string& word : words(bytes)) {
       sent += " " + word;
     }
-    queue.confirm(queue.sent(), {}, [](const AlarmEdge&, bool) {});
+    queue.confirm(batch.first + quint64(batch.count) - 1, {}, [](const AlarmEdge&, bool) {});
   }
   return sent;
 }
