@@ -107,7 +107,6 @@ struct FunctionRules {
   HandleUse::Kind kind;
   const char* handleField;
   TavrolineHandle (*handle)(const void*);  ///< null if it neither opens nor closes
-  bool ignoresNullSilently;
 };
 
 /** The rules of a function, null if there is no external function of that name. */
@@ -124,7 +123,7 @@ const FunctionRules* rulesOf(const std::string& function) {
 std::vector<std::string> ParameterCheck::misuses(const std::string& function, const void* parameters) {
   const FunctionRules* rules = rulesOf(function);
   Texts found;
-  if (rules != nullptr && parameters == nullptr && rules->ignoresNullSilently) {
+  if (rules != nullptr && parameters == nullptr) {
     found.emplace_back("the structure is null, so that nothing happens");
   } else if (rules != nullptr && parameters != nullptr && rules->check != nullptr) {
     rules->check(found, parameters);

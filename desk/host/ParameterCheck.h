@@ -12,9 +12,10 @@
 namespace ParameterCheck {
 
 /**
- * Misuse that the function accepts: bounds that are inverted or huge, elements without a size, arrays without
- * room, codes without a meaning, a range of times that ends before it begins. Structures that a field points
- * to are checked too, those of an array within its bounds.
+ * Misuse that the function accepts, or refuses without the field's name: null structures, handles and
+ * addresses, bounds that are inverted or huge, elements without a size, arrays without room, codes without a
+ * meaning, a range of times that ends before it begins. Structures that a field points to are checked too,
+ * those of an array within its bounds.
  *
  * @param function name of an external function
  * @param parameters its structure before the call, which may be null

@@ -31,7 +31,7 @@ def row(structure, member, bounds, checked):
     if member["pointer"] and "null: not wanted" in member["meaning"]:
         return None
     if member["type"] not in checked:
-        needed = unit == "address" or name in bounds
+        needed = unit in ("address", "handle") or name in bounds
         return f"checkNotNull(found, {place}, {value});" if needed else None
     if name in bounds:
         return f"checkArray(found, {place}, {value}, s.{bounds[name]});"
@@ -77,8 +77,7 @@ def function_row(function, structure, checked):
     kind = {"open": "Opens", "clos": "Closes"}.get(name[:4], "None")
     handle = [m["name"] for m in structure["members"] if m["unit"] == "handle" and kind != "None"]
     read = f'"{handle[0]}", handleOf<{type_}, &{type_}::{handle[0]}>' if handle else '"", nullptr'
-    silent = bool(re.match("structure (or handle )?null: ignored silently", function["failure"]))
-    return f'{{"{name}", {{{check}, HandleUse::Kind::{kind}, {read}, {str(silent).lower()}}}}},\n'
+    return f'{{"{name}", {{{check}, HandleUse::Kind::{kind}, {read}}}}},\n'
 
 
 def function_rules(description):

@@ -82,6 +82,7 @@ TEST_F(EndToEndTest, TheHostNamesTaskFunctionAndFieldOfMisuseAndCountsRepeatedLi
   std::string lines = contentOf(file("host.log"));
   for (const char* expected :
        {"openeventlistreadhandle_ext: check: the structure is null",
+        "closealarmlistreadhandle_ext: check: hReadHandle is null",
         "setfiltertime_ext: check: dtLatest is before dtEarliest",
         "geteventlistentries_ext: check: pstRequest.diMaxEntries is 0",
         "geteventlistentries_ext: component 1b4e", "logevent_ext: check: iState is 7",

@@ -34,6 +34,8 @@ void cycle(void*) {
   const TavrolineHandle reader = calls.open(PlcCalls::kEventReader);
   closealarmlistreadhandle_struct wrongKind{reader};  // so it is never closed
   calls.call("closealarmlistreadhandle", wrongKind);
+  closealarmlistreadhandle_struct noHandle{nullptr};
+  calls.call("closealarmlistreadhandle", noHandle);
   setfiltertime_struct range{reader, 1, 2};
   calls.call("setfiltertime", range);
   stGetEventlistEntriesType request{reader, nullptr, 0, 0, 0};
