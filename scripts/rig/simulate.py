@@ -101,7 +101,8 @@ class Life:
             return "not every reader has loaded its list since the faults are over"
         if not unloaded and self.signals_arrive() and flags and flags[-1] != life["flags"] + "1":
             return f"flags {flags[-1]} where the service says {life['flags']}, and that the list has changed"
-        if counters["rejected"] or counters["ends service"] and self.count(NEW_OWNER) < ENDS_TO_BLAME:
+        refused = sum(line.split()[2] == "refused" for line in said if line.startswith("did "))
+        if counters["rejected"] > refused or counters["ends service"] and self.count(NEW_OWNER) < ENDS_TO_BLAME:
             return f"messages were dropped: {dict(counters)}"
         if not self.loads_while_full(said, life["unable"]):
             return "no load ends while the disk is full"

@@ -24,7 +24,8 @@ class Gap:
         self.count = self.left = int(count)
         self.numbers = first and (int(first), int(last))
         begin, end = (datetime.fromisoformat(time.replace("Z", "+00:00")).timestamp() for time in times)
-        self.begin, self.end = begin * 1e9 % step, end * 1e9 % step + 1e6  # the record cuts them to milliseconds
+        self.begin, end = sorted((begin * 1e9 % step, end * 1e9 % step))
+        self.end = end + 1e6  # the record cuts them to milliseconds
 
     def covers(self, message):
         return message.begin < self.end and message.end >= self.begin
@@ -43,6 +44,7 @@ class Audit:
         # Entries of the service itself: where a store was lost, the next one may have an alarm whose "off" was in the lost
         # one; and an unloaded library may have been unable to send an "off".
         self.ends = (NOT_REPORTED,) * (len(stores) > 1) + (PROGRAM_ENDED,) * ("quiet" not in said)
+        self.memory_fails = any(line.startswith("fault ") and "no memory" in line for line in said)
         self.problems = []  # pairs of a rule's name and a text
         rows = [line.split() for line in said if line.startswith("did ")]
         self.messages = sorted((Message(*row[1:4], *(int(time) % step for time in row[4:])) for row in rows),
@@ -120,14 +122,21 @@ class Audit:
                 self.absent.add(deletion)
         absent = {m for m in self.absent if m.begin > hidden_until}
         superseded = self.superseded(absent)
+        # Where memory failed, so may the record of a gap.
+        unrecorded = self.counters["dropped"] + self.counters["refused"] - sum(gap.count for gap in self.gaps)
+        unrecorded *= self.memory_fails
         for message in sorted(absent - superseded, key=lambda m: m.end):
             if gaps := [gap for gap in self.gaps if gap.left and gap.covers(message)]:
                 min(gaps, key=lambda gap: gap.end).left -= 1
+            elif unrecorded > 0:
+                unrecorded -= 1
             else:
                 self.report("missing", message)
+        for message in (m for m in self.messages if m.kind == "refused" and m.key in self.stored):
+            self.report("stored although invalid", message)
         figures = self.counters["superseded"], self.counters["dropped"] + self.counters["refused"]
         found = figures[0] if hidden_until else len(superseded), sum(gap.count for gap in self.gaps)
-        if figures != found:
+        if figures[0] != found[0] or figures[1] < found[1] or figures[1] > found[1] and not self.memory_fails:
             self.report("counters", "superseded and lost:", figures, "found:", found)
         unknown = [m for m in self.messages if m.kind in TRACELESS or m.begin <= hidden_until]
         for gap in self.gaps:
@@ -168,6 +177,27 @@ class Audit:
                         "" if last[alarm].key in self.stored else "its entry was lost")
         for entry in (entry for entry in cleared if entry["active"]):
             self.report("alarm active after the unload", entry)
+        self.acknowledged(entries)
+
+    def acknowledged(self, entries):
+        """An alarm is acknowledged if it was acknowledged after it was raised last. One that is off stays until then."""
+        acknowledged = {m.alarm: m for m in self.messages if m.kind == "acknowledge"}
+        raised = {edge.alarm: edge for edge in self.edges if edge.kind == "on" and self.is_kept(edge)}
+        for entry in (entry for entry in entries if entry["icon"] in self.by_key):
+            on, message = raised.pop(self.by_key[entry["icon"]].alarm, None), acknowledged.get(entry["id"])
+            if on and message and on.end < message.begin and self.is_kept(message) and not entry["acknowledged"]:
+                self.report("acknowledgement lost", message, on)
+            if entry["acknowledged"] and (not message or on and message.end < on.begin or not entry["active"]):
+                self.report("acknowledged alarm in the list", entry)
+        # Where the component or the service chose the icon, it does not tell which alarm it is.
+        raised = raised.keys() - {edge.alarm for edge in self.edges if edge.key.endswith("'")}
+        if len(raised) > len(acknowledged) and PROGRAM_ENDED not in self.ends:
+            self.report("alarms not in the list", len(raised), "with", len(acknowledged), "acknowledged")
+
+    def is_kept(self, message):
+        """Whether no gap may name it, and no store was lost since."""
+        return not any(gap.covers(message) for gap in self.gaps) and all(
+            lost < message.begin for _, lost in self.stores if lost)
 
     def load(self, begin, end, seen):
         """A load shows all that was handed over before it began, down to the oldest entry copied or a deletion, each once
@@ -176,10 +206,12 @@ class Audit:
         full = len(seen) == COPIED
         seen = [key for key in seen if not key.startswith("?")]  # without entries of the service itself
         oldest = self.by_key[seen[-1]].end if full and seen else begin if full else deleted
-        gone = self.absent.union(*(map(self.by_key.get, keys) for keys, lost in self.stores if lost and lost < end))
-        lost = any(lost and lost < end for _, lost in self.stores)
+        lost_keys = [keys for keys, lost in self.stores if lost and lost < end]
+        gone = self.absent.union(*(map(self.by_key.get, keys) for keys in lost_keys))
+        # Older ones may have been turned over in a store before that was lost.
+        oldest = max([oldest, *(self.by_key[keys[0]].end for keys in lost_keys if keys)])
         self.order([key for key in reversed(seen) if key in self.by_key],
-                   {m.key for m in self.edges if lost})
+                   {m.key for m in self.edges if lost_keys})
         first, last = (bisect(self.messages, time, key=lambda m: m.begin)
                        for bisect, time in ((bisect_right, oldest), (bisect_left, begin)))
         for m in self.messages[first:last]:

@@ -38,6 +38,9 @@ constexpr std::chrono::seconds kProgress{17};
 constexpr std::uint32_t kShortPeriod = 5;  // milliseconds
 constexpr RTS_IEC_DINT kEntries = 50;
 constexpr std::size_t kTasks = 8;
+// With a longer period one event in kRefused has so many arguments that the service refuses it.
+constexpr std::size_t kRefused = 400;
+constexpr RTS_IEC_DINT kTooMany = 800;
 
 enum class Phase { Work, Quiet, Returned };
 
@@ -97,7 +100,8 @@ struct Task : PlcCalls {
   std::array<Reader, kReaders> readers;
   std::array<Alarm, 3> alarms;
   std::string flags;
-  std::string shown;  ///< the newest entries at the last load of the first reader
+  std::string shown;               ///< the newest entries at the last load of the first reader
+  std::string seenAlarm = "none";  ///< identifier of an alarm of the list
 
   Task()
       : PlcCalls([](const std::string& name) {
@@ -112,8 +116,8 @@ struct Task : PlcCalls {
   }
 
   /** Hands a message over and records it. */
-  template <typename HandOver>
-  void record(const std::string& key, const char* kind, unsigned alarm, HandOver handOver) {
+  template <typename Subject, typename HandOver>
+  void record(const std::string& key, const char* kind, const Subject& alarm, HandOver handOver) {
     ++handed;
     const auto begin = WallClock::now();
     handOver();
@@ -208,6 +212,10 @@ struct Task : PlcCalls {
     if (request.iResult != TAVROLINE_DONE || request.diNumberOfEntries < 0 ||
         request.diNumberOfEntries > kEntries) {
       std::puts("problem a copy failed");
+    } else if (&reader == &readers[1] && request.diNumberOfEntries > 0) {
+      const auto* const entries = reinterpret_cast<const stAlarmlistEntryType*>(array.data());
+      const char* const id = entries[below(static_cast<std::size_t>(request.diNumberOfEntries))].sAlarmID;
+      seenAlarm = *id != 0 ? id : seenAlarm;
     } else if (audited && !s_file.empty()) {
       std::ostringstream entries;
       for (auto entry = array.begin(); entry != array.begin() + request.diNumberOfEntries; ++entry) {
@@ -259,8 +267,10 @@ struct Task : PlcCalls {
   void logEvent() {
     logevent_struct parameters{};
     parameters.iEventType = below(2) == 0 ? TAVROLINE_AUDIT_TRAIL : TAVROLINE_EVENT;
+    const bool isRefused = s_period > kShortPeriod && below(kRefused) == 0;
+    parameters.stArgumentsDimInfo.upper = isRefused ? kTooMany : 0;
     const std::string text = key(parameters.iEventType);
-    record(text, "event", 0, [&] { logAnything("logevent", parameters, text); });
+    record(text, isRefused ? "refused" : "event", 0, [&] { logAnything("logevent", parameters, text); });
   }
 
   template <typename Structure>
@@ -272,10 +282,13 @@ struct Task : PlcCalls {
     for (RTS_IEC_WSTRING& unit : argument.wsArgument) {  // any text, without a terminator
       unit = static_cast<RTS_IEC_WSTRING>(random());
     }
+    std::copy(std::begin(argument.wsArgument), std::end(argument.wsArgument), argument.wsPlaceholder);
+    const std::vector<stDescriptionArgumentType> arguments(
+        static_cast<std::size_t>(parameters.stArgumentsDimInfo.upper + 1), argument);
     const std::u16string user(key.begin(), key.end());
     parameters.psIconType = key.c_str();
     parameters.pwsUser = reinterpret_cast<const RTS_IEC_WSTRING*>(user.c_str());
-    log(name, parameters, data, argument);
+    log(name, parameters, data, arguments.front());
   }
 
   void acknowledge() {
@@ -283,8 +296,13 @@ struct Task : PlcCalls {
     const std::u16string name(text.begin(), text.end());
     acknowledgecentraldetector_struct detector{reinterpret_cast<const RTS_IEC_WSTRING*>(name.c_str())};
     record(text + '\'', "detector", 0, [&] { call("acknowledgecentraldetector", detector); });
-    acknowledgevisualalarm_struct alarm{4, detector.pwsUser, "all", {0, 0}};
-    record("-", "acknowledge", 0, [&] { call("acknowledgevisualalarm", alarm); });
+    const std::string alarmKey = key(TAVROLINE_AUDIT_TRAIL);
+    const std::u16string alarmUser(alarmKey.begin(), alarmKey.end());
+    acknowledgevisualalarm_struct alarm{static_cast<RTS_IEC_INT>(seenAlarm.size() + 1),
+                                        reinterpret_cast<const RTS_IEC_WSTRING*>(alarmUser.c_str()),
+                                        seenAlarm.c_str(),
+                                        {0, 0}};
+    record(alarmKey + '\'', "acknowledge", seenAlarm, [&] { call("acknowledgevisualalarm", alarm); });
     // A deletion hides what was lost before it: only in every second run, at its begin.
     const bool begin = Clock::now() - s_start < std::chrono::duration<double>(s_seconds / 3);
     if (s_seed % 2 == 0 && begin && below(8) == 0) {
