@@ -58,6 +58,12 @@ class Broker {
   /** A text that differs from run to run and is therefore no part of the digest. */
   std::string leftOut;
   std::uint64_t delivered() const { return m_delivered; }
+  /** A signal that told the state of flags, and when it was delivered, on the wall clock. */
+  struct FlagSignal {
+    Nanoseconds time;
+    std::string flags;  ///< a digit each
+  };
+  const std::vector<FlagSignal>& flagSignals() const { return m_flagSignals; }
   /** By method: the most calls within a second. */
   std::map<std::string, std::size_t> busiest() const;
 
@@ -92,6 +98,7 @@ class Broker {
   void count(const std::string& method);
   void routeReply(const WireMessage& message);
   void broadcast(const WireMessage& message);
+  void note(const WireMessage& signal, Nanoseconds due);
   void deliver(Id id, const WireMessage& message);
   void refuse(Id caller, const WireMessage& call, const std::string& error);
   void answerOwn(Id id, const WireMessage& call);
@@ -117,4 +124,5 @@ class Broker {
     std::size_t most = 0;
   };
   std::map<std::string, Rate> m_rates;
+  std::vector<FlagSignal> m_flagSignals;
 };

@@ -121,7 +121,22 @@ void Broker::deliver(Id id, const WireMessage& message) {
   }
   m_digest = (m_digest ^ static_cast<std::uint64_t>(now)) * 1099511628211U;
   ++m_delivered;
-  enqueue(m_connections[id].out, std::move(bytes));
+  auto& queue = m_connections[id].out;
+  enqueue(queue, std::move(bytes));
+  if (message.type == WireMessage::Signal) {
+    note(message, queue.back().due);
+  }
+}
+
+void Broker::note(const WireMessage& signal, Nanoseconds due) {
+  if (signal.signature != "(bbbb)" && signal.signature != "b") {
+    return;
+  }
+  std::string flags;
+  for (std::size_t at = 0; at < signal.body.size(); at += sizeof(std::uint32_t)) {
+    flags += signal.body[at] != 0 ? '1' : '0';
+  }
+  m_flagSignals.push_back({due + Scheduler::instance().wallClock, flags});
 }
 
 void Broker::refuse(Id caller, const WireMessage& call, const std::string& error) {

@@ -114,11 +114,16 @@ void SimReport::record(const std::string& folder) const {
   for (const auto& [method, most] : m_course.broker().busiest()) {
     busiest.insert(QString::fromStdString(method), static_cast<double>(most));
   }
+  QJsonArray told;
+  for (const Broker::FlagSignal& signal : m_course.broker().flagSignals()) {
+    told.append(QJsonArray{static_cast<double>(signal.time), QString::fromStdString(signal.flags)});
+  }
   const QJsonObject all{
-      {QStringLiteral("raised"), m_raised}, {QStringLiteral("raised at"), static_cast<double>(m_raisedAt)},
-      {QStringLiteral("flags"), m_flags},   {QStringLiteral("unloading"), static_cast<double>(m_unloading)},
-      {QStringLiteral("busiest"), busiest}, {QStringLiteral("cleared"), m_cleared},
-      {QStringLiteral("stores"), m_stores}, {QStringLiteral("unable"), unable}};
+      {QStringLiteral("raised"), m_raised},   {QStringLiteral("raised at"), static_cast<double>(m_raisedAt)},
+      {QStringLiteral("flags"), m_flags},     {QStringLiteral("unloading"), static_cast<double>(m_unloading)},
+      {QStringLiteral("busiest"), busiest},   {QStringLiteral("signals"), told},
+      {QStringLiteral("cleared"), m_cleared}, {QStringLiteral("stores"), m_stores},
+      {QStringLiteral("unable"), unable}};
   QFile file(QString::fromStdString(folder) + QStringLiteral("/life.json"));
   file.open(QIODevice::WriteOnly);
   file.write(QJsonDocument(all).toJson(QJsonDocument::Compact));

@@ -35,6 +35,8 @@ FAULT = re.compile(r"fault (\d+): (.+) from (\d+) ms to (\d+) ms")
 NEW_OWNER = ("service killed", "store emptied", "store older", "service replaced", "bus gone", "client cut")
 ENDS_TO_BLAME = 3  # ends of the service, until the client drops a message that was sent alone
 MOST = {"Resume": 12, "Hello": 8, "StartServiceByName": 6, "GetState": 10}  # calls within a second: there are pauses
+# Nanoseconds: of the hub, the hook and a task; until a client has heard of a new bus; s after the faults.
+A_CYCLE, SETTLED, AFTER = 25 * 10**7, 3 * 10**9, 46
 UNLOADING = 6 * 10**8  # nanoseconds
 LIMIT = 60  # real seconds of a life
 
@@ -101,6 +103,8 @@ class Life:
             return "not every reader has loaded its list since the faults are over"
         if not unloaded and self.signals_arrive() and flags and flags[-1] != life["flags"] + "1":
             return f"flags {flags[-1]} where the service says {life['flags']}, and that the list has changed"
+        if late := self.late_flags(said, life):
+            return f"the flags after the signal {late}"
         refused = sum(line.split()[2] == "refused" for line in said if line.startswith("did "))
         if counters["rejected"] > refused or counters["ends service"] and self.count(NEW_OWNER) < ENDS_TO_BLAME:
             return f"messages were dropped: {dict(counters)}"
@@ -127,6 +131,22 @@ class Life:
         state only when the service is new."""
         last = max([end for kind, _, end in self.faults if kind == "signals lost"], default=-1)
         return last < 0 or self.count(NEW_OWNER, min(last, self.seconds * 1000)) > 0
+
+    def late_flags(self, said, life):
+        """A signal after which a reader has seen other flags for too long, where nothing kept it from the client."""
+        start = life["raised at"] - (self.seconds + AFTER) * 10**9
+        held = [(start + begin * 10**6, start + end * 10**6 + SETTLED) for kind, begin, end in self.faults
+                if kind.startswith("bus ")]
+        rows = [line.split() for line in said if line.startswith("flags ")]
+        for width in (4, 1) if self.profile == "bus" and "loaded" in said else ():
+            told = [signal for signal in life["signals"] if len(signal[1]) == width]
+            for (time, flags), (following, _) in zip(told, [*told[1:], (life["raised at"], "")]):
+                seen = [row[1] for row in rows if int(row[2]) <= time + A_CYCLE]
+                seen = seen[-1][:4] if width == 4 and seen else seen[-1][4] if seen else ""
+                if following > time + A_CYCLE and seen != flags and not any(
+                        begin < time + A_CYCLE and end > time for begin, end in held):
+                    return f"{flags}: {seen}"
+        return None
 
     def loads_while_full(self, said, unable):
         """Where nothing else failed: requests do not wait for messages that the service cannot store."""

@@ -3,9 +3,9 @@
 // TAVROLINE_EXERCISE="SEED SECONDS BURST [FILE [PERIOD]]": the tasks, every PERIOD (5) ms, work for SECONDS
 // and log up to BURST events at a time. Then "quiet" is printed and, without FILE, the runtime ends. With
 // FILE the tasks only load; once FILE exists, the service has returned: each reader must load its list with
-// result 0, then "loaded" is printed. "flags DIGITS" is printed when a reader sees a change; the last digit
-// is the change of the event list. At the end "handed NUMBER" (messages) is printed, and with FILE "did KEY
-// KIND ALARM BEGIN END" for each message and "saw BEGIN END KEY..." for the newest entries after a load;
+// result 0, then "loaded" is printed. "flags DIGITS TIME" is printed when a reader sees a change; the last
+// digit is the change of the event list. At the end "handed NUMBER" (messages) is printed, and with FILE "did
+// KEY KIND ALARM BEGIN END" for each message and "saw BEGIN END KEY..." for the newest entries after a load;
 // times in nanoseconds since 1970. A line that begins with "problem" is a failure. A key is TASK.NUMBER.TYPE,
 // the entry's user and icon. An apostrophe follows if another icon was chosen: by the service, or by the
 // component when a handle was closed.
@@ -319,7 +319,8 @@ struct Task : PlcCalls {
     }
     seen += flag("haslistchanged", readers[0].handle) ? '1' : '0';
     if (seen != flags) {
-      std::printf("flags %s\n", seen.c_str());
+      std::printf("flags %s %lld\n", seen.c_str(),
+                  static_cast<long long>(WallClock::now().time_since_epoch().count()));
     }
     flags = seen;
 
