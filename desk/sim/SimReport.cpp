@@ -129,7 +129,7 @@ void SimReport::record(const std::string& folder) const {
   file.write(QJsonDocument(all).toJson(QJsonDocument::Compact));
 }
 
-std::uint64_t SimReport::digest(const std::string& logFile) const {
+std::uint64_t SimReport::digest(const std::string& logFile, std::int64_t logBegin) const {
   std::uint64_t digest = m_course.broker().digest();
   const auto add = [&digest](const QByteArray& bytes) {
     for (const char byte : bytes) {
@@ -139,7 +139,7 @@ std::uint64_t SimReport::digest(const std::string& logFile) const {
   add(QJsonDocument(m_stores).toJson(QJsonDocument::Compact));
   add(QJsonDocument(m_cleared).toJson(QJsonDocument::Compact));
   QFile log(QString::fromStdString(logFile));
-  if (!logFile.empty() && log.open(QIODevice::ReadOnly)) {
+  if (!logFile.empty() && log.open(QIODevice::ReadOnly) && log.seek(logBegin)) {
     add(log.readAll().replace(m_course.broker().leftOut.c_str(), ""));
   }
   return digest;

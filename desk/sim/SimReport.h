@@ -26,8 +26,9 @@ class SimReport {
   void printLists() const;
   /** Write it into that folder, for the auditor. */
   void record(const std::string& folder) const;
-  /** A number that is the same for the same run. @param logFile part of it unless empty */
-  std::uint64_t digest(const std::string& logFile) const;
+  /** A number that is the same for the same run. @param logFile part of it, from the byte `logBegin` on,
+   * unless empty */
+  std::uint64_t digest(const std::string& logFile, std::int64_t logBegin) const;
 
  private:
   Course& m_course;

@@ -1,6 +1,7 @@
 // tavroline-sim: a whole device in one thread, on a virtual clock.
 #include <sqlite3.h>
 
+#include <QFile>
 #include <QHashFunctions>
 
 #include <cinttypes>
@@ -37,6 +38,7 @@ void seed(const SimOptions& options) {
 
 void run(const SimOptions& options) {
   seed(options);
+  const std::int64_t logBegin = QFile(QString::fromStdString(options.logFile)).size();
   if (!options.logFile.empty()) {
     HostLog::toFile(options.logFile);
   }
@@ -66,7 +68,7 @@ void run(const SimOptions& options) {
     report.record(options.recordFolder);
   }
   std::printf("\n%" PRIu64 " messages, digest %016" PRIx64 "\n", course.broker().delivered(),
-              report.digest(options.logFile));
+              report.digest(options.logFile, logBegin));
 }
 
 }  // namespace
