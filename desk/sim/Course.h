@@ -51,7 +51,6 @@ class Course {
   void waitUntil(Nanoseconds time);
   void begin(const Fault& fault);
   void apply();
-  void stopTask(const Fault& fault);
   void noteFinish(const std::string& program, int status);
 
   const SimOptions& m_options;

@@ -182,7 +182,8 @@ class Audit:
     def acknowledged(self, entries):
         """An alarm is acknowledged if it was acknowledged after it was raised last. One that is off stays until then."""
         acknowledged = {m.alarm: m for m in self.messages if m.kind == "acknowledge"}
-        raised = {edge.alarm: edge for edge in self.edges if edge.kind == "on" and self.is_kept(edge)}
+        raised = {edge.alarm: edge for edge in self.edges if edge.kind == "on"}
+        raised = {alarm: edge for alarm, edge in raised.items() if self.is_kept(edge)}
         for entry in (entry for entry in entries if entry["icon"] in self.by_key):
             on, message = raised.pop(self.by_key[entry["icon"]].alarm, None), acknowledged.get(entry["id"])
             if on and message and on.end < message.begin and self.is_kept(message) and not entry["acknowledged"]:

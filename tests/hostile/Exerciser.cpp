@@ -280,7 +280,7 @@ struct Task : PlcCalls {
     std::string("Pump %d").copy(data.sInstanceName, 8);
     data.iInstanceNumber = static_cast<RTS_IEC_INT>(handed % 30000);
     for (RTS_IEC_WSTRING& unit : argument.wsArgument) {  // any text, without a terminator
-      unit = static_cast<RTS_IEC_WSTRING>(random());
+      unit = static_cast<RTS_IEC_WSTRING>(random() | 1U);
     }
     std::copy(std::begin(argument.wsArgument), std::end(argument.wsArgument), argument.wsPlaceholder);
     const std::vector<stDescriptionArgumentType> arguments(
