@@ -42,8 +42,9 @@ constexpr std::array<Refusal, 7> kRefusals = {
      {kErrorVersion, kOtherVersion},
      {kErrorInvalid, "the list service takes a call for malformed"}}};
 
+/** Not read in the locale's encoding: that would read the environment, which another thread may change. */
 QByteArray programName() {
-  return busText(QString::fromLocal8Bit(program_invocation_short_name)).toUtf8();
+  return busText(QString::fromUtf8(program_invocation_short_name)).toUtf8();
 }
 
 }  // namespace

@@ -6,6 +6,8 @@
 
 namespace {
 
+const int kZone = setenv("TZ", "UTC", 1);  // before there are threads
+
 std::string ctl(const Strings& arguments, int status = 0) {
   ChildProcess program(TAVROLINE_CTL, arguments);
   EXPECT_EQ(program.wait(), status) << program.output();
@@ -35,9 +37,10 @@ class CtlTest : public BusTest {
 };
 
 TEST_F(CtlTest, ShowsTheEntriesThatPassTheFiltersAndAcknowledgesByTheBeginningOfAnIdentifier) {
-  setenv("TZ", "UTC+5", 1);
-  startService();  // its clock is behind
-  setenv("TZ", "UTC", 1);
+  service.reset();
+  ASSERT_TRUE(bus.waitForName(Tavroline::ListServiceNames::kService, false));
+  service.emplace("env", Strings{"TZ=UTC+5", TAVROLINE_LISTD});  // its clock is behind
+  ASSERT_TRUE(bus.waitForName(Tavroline::ListServiceNames::kService)) << service->output();
   logevent_struct old{};
   old.dtDateTime = 946728000;  // noon of 2000-01-01
   old.stKeywordsDimInfo = {0, -1};
