@@ -3,7 +3,7 @@
 #include "AlarmStore.h"
 #include "EventStore.h"
 #include "MessageReader.h"
-#include "Sessions.h"
+#include "SessionStore.h"
 
 /** The state that the signals report. ChangeSignals signals what differs between two snapshots. */
 struct ListSnapshot {
@@ -21,13 +21,13 @@ struct Counters {
   quint64 rejected = 0;     ///< messages refused for good
   qint64 entries = 0;       ///< in the event list now
   qint64 capacity = 0;      ///< maximum of entries
-  qint64 sessions = 0;      ///< known now, see Sessions
+  qint64 sessions = 0;      ///< known now, see SessionStore
 };
 
 /** Who sends: the session, and the unix user of its connection. */
 struct Sender {
   QByteArray session;
-  quint32 user = Sessions::kUnknownUser;
+  quint32 user = SessionStore::kUnknownUser;
 };
 
 /**
@@ -68,7 +68,7 @@ class ListService {
   static constexpr int kMaxEnded = 100;
 
   /** What is known of a session. */
-  Sessions::Session session(const QByteArray& session) { return m_sessions.find(session); }
+  SessionStore::Session session(const QByteArray& session) { return m_sessions.find(session); }
 
   void recover() noexcept {
     m_database.rollback();
@@ -108,7 +108,7 @@ class ListService {
   Database& m_database;
   EventStore m_events;
   AlarmStore m_alarms;
-  Sessions m_sessions;
+  SessionStore m_sessions;
   Statement m_selectState;
   Statement m_changed;
   Statement m_setDetector;

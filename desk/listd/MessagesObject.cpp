@@ -237,7 +237,7 @@ int MessagesObject::onUser(sd_bus_message* reply, void* asked, sd_bus_error* /*e
   connection.query.reset();
   connection.waitingSize = 0;
   // The bus may fail to name the user of a living connection; its next call asks again then.
-  connection.identified = connection.ended || connection.user != Sessions::kUnknownUser;
+  connection.identified = connection.ended || connection.user != SessionStore::kUnknownUser;
   for (const Call& call : std::exchange(connection.waiting, {})) {
     answerCall(call.message.get(), connection.object->m_service, [&] {
       if (!connection.identified) {
@@ -288,9 +288,9 @@ void MessagesObject::useSession(Connection& connection, const QByteArray& sessio
       throw CallError("another connection uses this session", kErrorNotNow);
     }
   }
-  const Sessions::Session known = m_service.session(session);
-  const quint32 owner = known.user != Sessions::kUnknownUser ? known.user : connection.user;
-  if (known.known && (connection.user == Sessions::kUnknownUser || connection.user != owner)) {
+  const SessionStore::Session known = m_service.session(session);
+  const quint32 owner = known.user != SessionStore::kUnknownUser ? known.user : connection.user;
+  if (known.known && (connection.user == SessionStore::kUnknownUser || connection.user != owner)) {
     throw CallError("this session belongs to another user", kErrorNotNow);
   }
   if (connection.session != session) {

@@ -56,7 +56,7 @@ class MessagesObject {
     Tavroline::BusPointer<sd_bus_slot> query;  ///< while the bus has not answered
     bool identified = false;
     bool ended = false;
-    quint32 user = Sessions::kUnknownUser;
+    quint32 user = SessionStore::kUnknownUser;
     QByteArray session;
     QByteArray program;
     std::deque<Call> waiting;

@@ -18,7 +18,7 @@ struct Stored {
  *
  * It keeps the kKept sessions that stored messages last. A removed session counts as a new one.
  */
-class Sessions {
+class SessionStore {
  public:
   static constexpr qint64 kKept = 1000;
   static constexpr quint32 kUnknownUser = UINT32_MAX;
@@ -29,7 +29,7 @@ class Sessions {
     quint32 user = kUnknownUser;
   };
 
-  explicit Sessions(Database& database);
+  explicit SessionStore(Database& database);
 
   Session find(const QByteArray& session);
   void write(const QByteArray& session, quint64 upTo, quint32 user);

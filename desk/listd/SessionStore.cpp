@@ -1,6 +1,6 @@
-#include "Sessions.h"
+#include "SessionStore.h"
 
-Sessions::Sessions(Database& database)
+SessionStore::SessionStore(Database& database)
     : m_select(database, "SELECT sequence, user FROM sessions WHERE session = ?"),
       m_upsert(database,
                "INSERT INTO sessions VALUES (?, ?, (SELECT ifnull(max(used), 0) + 1 FROM sessions), ?)"
@@ -16,7 +16,7 @@ Sessions::Sessions(Database& database)
                       "SELECT sequence, reason FROM refusals WHERE session = ? AND sequence > ?"
                       " ORDER BY sequence") {}
 
-Sessions::Session Sessions::find(const QByteArray& session) {
+SessionStore::Session SessionStore::find(const QByteArray& session) {
   Session found;
   if (m_select.bind(0, session).next()) {
     found = {true, static_cast<quint64>(m_select.number(0)), static_cast<quint32>(m_select.number(1))};
@@ -25,7 +25,7 @@ Sessions::Session Sessions::find(const QByteArray& session) {
   return found;
 }
 
-void Sessions::write(const QByteArray& session, quint64 upTo, quint32 user) {
+void SessionStore::write(const QByteArray& session, quint64 upTo, quint32 user) {
   const bool isNew = !find(session).known;
   m_upsert.bind(0, session).bind(1, static_cast<qint64>(upTo)).bind(2, qint64{user}).run();
   if (isNew) {
@@ -33,15 +33,15 @@ void Sessions::write(const QByteArray& session, quint64 upTo, quint32 user) {
   }
 }
 
-void Sessions::refuse(const QByteArray& session, quint64 number, quint32 reason) {
+void SessionStore::refuse(const QByteArray& session, quint64 number, quint32 reason) {
   m_refuse.bind(0, session).bind(1, static_cast<qint64>(number)).bind(2, qint64{reason}).run();
 }
 
-void Sessions::forgetRefused(const QByteArray& session, quint64 upTo) {
+void SessionStore::forgetRefused(const QByteArray& session, quint64 upTo) {
   m_forgetRefused.bind(0, session).bind(1, static_cast<qint64>(upTo)).run();
 }
 
-std::vector<std::pair<quint64, quint32>> Sessions::refused(const QByteArray& session, quint64 after) {
+std::vector<std::pair<quint64, quint32>> SessionStore::refused(const QByteArray& session, quint64 after) {
   std::vector<std::pair<quint64, quint32>> refused;
   m_selectRefused.bind(0, session).bind(1, static_cast<qint64>(after));
   while (m_selectRefused.next()) {
