@@ -27,7 +27,8 @@ void declare(CLI::App& app, SimOptions& options, std::vector<std::string>& files
       ->capture_default_str();
   app.add_option("--only", options.only, "of these faults only those with these numbers, from 1 on")
       ->type_name("N,N")
-      ->delimiter(',');
+      ->delimiter(',')
+      ->allow_extra_args(false);
   app.add_flag("--show-faults", options.showFaults, "print the faults with their numbers, and run");
   app.add_option("--log", options.logFile, "append the log to this file instead of standard error")
       ->type_name("FILE");

@@ -159,13 +159,17 @@ class Life:
 
 
 def shrink(seed):
-    """The fewest faults with which the seed still fails, leaving out one after the other. @return a command"""
+    """The fewest faults with which the seed still fails in the same way, leaving out one after the other. @return a
+    command"""
+    def first_words(failure):
+        return re.findall("[a-z]+", failure or "")[:3]
+
     life = Life(seed)
-    life.run()
+    whole = first_words(life.run())
     needed = list(range(1, len(life.faults) + 1))
     for number in list(needed):
         fewer = [n for n in needed if n != number]
-        if fewer and Life(seed, fewer).run():
+        if fewer and first_words(Life(seed, fewer).run()) == whole:
             needed = fewer
     last = Life(seed, needed)
     failure = last.run()
