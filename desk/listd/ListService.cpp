@@ -82,15 +82,14 @@ Stored ListService::store(const Sender& sender, quint64 first, quint64 floor,
                           const MessageReader::Batch& batch) {
   const quint64 before = qMax(m_sessions.find(sender.session).upTo, floor);
   const quint64 after = first + batch.size() - 1;
-  const quint64 acknowledged = qMax(floor, first - 1);
   if (first > before + 1 || after <= before) {
     m_counters.duplicates += first > before + 1 ? 0 : batch.size();
-    return {before, m_sessions.refused(sender.session, acknowledged)};
+    return {before, m_sessions.refused(sender.session, floor)};
   }
   const std::size_t repeated = before + 1 - first;
   Stored stored{after, {}};
   transaction([&] {
-    m_sessions.forgetRefused(sender.session, acknowledged);
+    m_sessions.forgetRefused(sender.session, floor);
     for (std::size_t i = repeated; i < batch.size(); ++i) {
       const quint32 refusal = apply(sender, batch[i]);
       if (refusal != 0) {
@@ -99,7 +98,7 @@ Stored ListService::store(const Sender& sender, quint64 first, quint64 floor,
       }
     }
     m_sessions.write(sender.session, after, sender.user);
-    stored.refused = m_sessions.refused(sender.session, acknowledged);
+    stored.refused = m_sessions.refused(sender.session, floor);
   });
   m_counters.duplicates += repeated;
   return stored;
