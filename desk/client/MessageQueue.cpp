@@ -215,23 +215,23 @@ void MessageQueue::keepOffEdges() {
   const Lock lock(m_mutex);
   const std::size_t end = m_ring.end();
   std::set<std::string, std::less<>> turnedOff;
-  visitFresh(end, [&turnedOff](std::string_view message, qint64 /*handedOverAt*/) {
+  quint64 lastNumber = m_given;
+  visitFresh(end, [&](std::string_view message, qint64 /*handedOverAt*/) {
+    ++lastNumber;
     const auto edge = AlarmEdge::of(message);
     if (edge.has_value() && !edge->on) {
       turnedOff.emplace(edge->alarmId);
     }
   });
 
-  quint64 oldNumber = m_given;
   m_placed = m_given;
   m_ring.removeFrom(m_fresh);
   visitFresh(end, [&, this](std::string_view message, qint64 handedOverAt) {
     const auto edge = AlarmEdge::of(message);
-    ++oldNumber;
     if (edge.has_value() && turnedOff.find(edge->alarmId) != turnedOff.end() && m_ring.fits(message)) {
       append(message, handedOverAt);
     } else {
-      m_losses.add(Loss::Unload, oldNumber, handedOverAt);
+      m_losses.add(Loss::Unload, lastNumber--, handedOverAt);
     }
   });
   while (!m_overflow.isEmpty()) {

@@ -96,9 +96,9 @@ class MessageQueue {
 
   /**
    * Drop messages that read() has never returned, as Loss::Unload. Of these messages, keep the edges of each
-   * alarm that at least one of these edges turns off. The kept edges move to the ring and get new,
-   * consecutive numbers. Drop a kept edge if the ring has no room for it. No other thread may use the queue
-   * any more. [hub]
+   * alarm that at least one of these edges turns off. The kept edges move to the ring and get the next
+   * numbers, the dropped messages those after them. Drop a kept edge if the ring has no room for it. No other
+   * thread may use the queue any more. [hub]
    */
   void keepOffEdges();
 

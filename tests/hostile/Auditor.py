@@ -10,6 +10,7 @@ from datetime import datetime
 
 CAPACITY, COPIED = 40000, 50  # of the service's event list; entries at most after a load
 TRACELESS = ("acknowledge", "delete")  # messages without an entry
+REJECTED = "rejected by the service"
 MAYBE_STORED = ("the service ended each time it was sent", "not confirmed before unload")
 NOT_REPORTED, PROGRAM_ENDED = "Off, no longer reported by its program", "Off, its program has ended"
 GAP = re.compile(r"(\d+) message\(s\) lost, ([a-z ]+): (?:numbers (\d+) to (\d+), )?handed over (\S+) to ([^\s,]+)")
@@ -24,7 +25,9 @@ class Gap:
         self.count = self.left = int(count)
         self.numbers = first and (int(first), int(last))
         begin, end = (datetime.fromisoformat(time.replace("Z", "+00:00")).timestamp() for time in times)
-        self.begin, end = sorted((begin * 1e9 % step, end * 1e9 % step))
+        # Where the clock was set in between, the two times do not tell the first and the last message.
+        is_set = begin * 1e9 // step != end * 1e9 // step
+        self.begin, end = (0, step) if is_set else (begin * 1e9 % step, end * 1e9 % step)
         self.end = end + 1e6  # the record cuts them to milliseconds
 
     def covers(self, message):
@@ -126,7 +129,8 @@ class Audit:
         unrecorded = self.counters["dropped"] + self.counters["refused"] - sum(gap.count for gap in self.gaps)
         unrecorded *= self.memory_fails
         for message in sorted(absent - superseded, key=lambda m: m.end):
-            if gaps := [gap for gap in self.gaps if gap.left and gap.covers(message)]:
+            if gaps := [gap for gap in self.gaps if gap.left and gap.covers(message)
+                        and (gap.cause != REJECTED or message.kind == "refused")]:
                 min(gaps, key=lambda gap: gap.end).left -= 1
             elif unrecorded > 0:
                 unrecorded -= 1
@@ -162,9 +166,9 @@ class Audit:
         lowest = sum(m.end < gap.begin for m in self.messages) + 1 - unnumbered
         highest = sum(m.begin < gap.end for m in self.messages)
         first, last = gap.numbers or (highest - gap.count + 1, highest)
-        # At the unload, edges that turn an alarm off get the numbers of dropped messages.
-        count = gap.count if gap.cause != MAYBE_STORED[1] else 1
-        if not lowest <= first <= last - count + 1 <= highest - count + 1:
+        # At the unload, edges that turn an alarm off get numbers before all dropped messages.
+        highest = len(self.messages) if gap.cause == MAYBE_STORED[1] else highest
+        if not lowest <= first <= last - gap.count + 1 <= highest - gap.count + 1:
             self.report("numbers of a gap", first, last, "where", lowest, "to", highest, "were handed over")
 
     def alarms(self, entries, time, cleared):

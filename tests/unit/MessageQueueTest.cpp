@@ -130,6 +130,9 @@ TEST_F(MessageQueueTest, AtUnloadEdgesOfAlarmsThatTurnOffAreKept) {
     queue->keepOffEdges();
     EXPECT_EQ(deliver(*queue), " +given +a -a -c -given") << full;
     EXPECT_EQ(queue->counters().count(Loss::Unload), fillers + 1) << full;
+    const Gap gap = queue->takeGaps(Clock::now(), true).at(static_cast<std::size_t>(Loss::Unload));
+    EXPECT_EQ(gap.firstNumber, 6) << "after those of the five others";
+    EXPECT_EQ(gap.lastNumber, 6 + fillers) << full;
   }
 }
 
