@@ -3,7 +3,7 @@
 #include <QJsonArray>
 
 #include "ListClient.h"
-#include "Terminal.h"
+#include "TextTable.h"
 
 /** Writes entries of one list to stdout, as a table or as JSON. The caller selects the entries. */
 class ListView {

@@ -7,7 +7,7 @@
 #include <algorithm>
 
 #include "Follow.h"
-#include "Terminal.h"
+#include "TextTable.h"
 
 namespace {
 

@@ -2,8 +2,6 @@
 
 #include <QByteArray>
 #include <QJsonDocument>
-#include <QStringList>
-#include <QVector>
 
 /** The program that read standard output has ended: nothing is left to do. */
 struct ReaderGone {};
@@ -16,8 +14,7 @@ struct Terminal {
   int width = 0;  ///< columns in a line, 0 for no limit
   bool colours = false;
 
-  /** Standard output as it is now; NO_COLOR in the environment or the terminal "dumb" switches colours off.
-   */
+  /** Standard output as it is now; the variable NO_COLOR or the terminal "dumb" switches colours off. */
   static Terminal ofStandardOutput();
 
   /** The text, between the sequences that colour it if colours are shown. */
@@ -31,40 +28,4 @@ struct Terminal {
 
   /** Wait for this time, -1 without a limit, or until `input` can be read. Throws ReaderGone. */
   static void wait(int milliseconds, int input = -1);
-};
-
-/**
- * Rows of texts for standard output, with aligned columns, cut to the width of a terminal. Control characters
- * are shown as blanks. Without a terminal no cell is cut, but a very long one makes only its own line longer.
- */
-class TextTable {
- public:
-  /** A column and its least width; 0: it is never narrower than its cells. */
-  struct Column {
-    QString title;
-    int least = 0;
-  };
-
-  /** If the table is too wide, columns shrink down to `least`, those with the smallest `least` first. */
-  explicit TextTable(const QVector<Column>& columns);
-
-  /** @param cells one for each column */
-  void addRow(const QStringList& cells, Terminal::Colour colour = Terminal::Colour::None);
-
-  /** The lines added since the last call in UTF-8, without trailing blanks. A column is at least as wide as
-   * in the last call, unless the table must shrink. */
-  QByteArray takeUtf8();
-
- private:
-  struct Row {
-    QStringList cells;
-    Terminal::Colour colour;
-  };
-
-  QVector<int> fittingWidths() const;
-
-  QVector<Column> m_columns;
-  Terminal m_terminal = Terminal::ofStandardOutput();
-  QVector<int> m_widths;  ///< of the widest cell so far
-  QVector<Row> m_rows;
 };

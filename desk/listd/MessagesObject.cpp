@@ -3,7 +3,6 @@
 #include <QDateTime>
 
 #include <algorithm>
-#include <climits>
 #include <limits>
 #include <utility>
 
@@ -12,8 +11,7 @@ using namespace Tavroline::MessageFormat;
 
 namespace {
 
-constexpr int kOverhead = 512;                    // bytes of a waiting call, roughly
-constexpr std::chrono::seconds kStoragePause{2};  // after a session could not be ended
+constexpr int kOverhead = 512;  // bytes of a waiting call, roughly
 
 constexpr quint64 kLastNumber = std::numeric_limits<qint64>::max() - kMaxBatchMessages;  // of a batch's first
 
@@ -108,42 +106,11 @@ const sd_bus_vtable MessagesObject::kMethods[] = {
 };
 #pragma GCC diagnostic pop
 
-MessagesObject::MessagesObject(sd_bus* bus, ListService& service, ClientCounters& counters,
-                               std::chrono::seconds grace)
-    : m_bus(bus), m_service(service), m_counters(counters), m_grace(grace) {
+MessagesObject::MessagesObject(sd_bus* bus, ListService& service, SessionExpiry& expiry,
+                               ClientCounters& counters)
+    : m_bus(bus), m_service(service), m_expiry(expiry), m_counters(counters) {
   checkBus(sd_bus_add_object_vtable(bus, nullptr, kMessagesPath, kMessagesInterface, kMethods, this));
   watchEnds(bus, this);
-  for (const QByteArray& session : service.alarms().owners()) {
-    leaveSession(session);
-  }
-}
-
-void MessagesObject::endSessions() {
-  const auto now = Clock::now();
-  for (auto next = m_ending.begin(); next != m_ending.end();) {
-    const auto ending = next++;
-    if (ending->second > now) {
-      continue;
-    }
-    try {
-      if (!m_service.endSession(ending->first)) {
-        m_ending.erase(ending);
-      }
-    } catch (const std::exception&) {
-      m_service.recover();
-      ending->second = now + kStoragePause;
-    }
-  }
-}
-
-int MessagesObject::timeout() const {
-  const auto first = std::min_element(m_ending.begin(), m_ending.end(),
-                                      [](const auto& a, const auto& b) { return a.second < b.second; });
-  if (first == m_ending.end()) {
-    return INT_MAX;
-  }
-  const auto rest = std::chrono::ceil<std::chrono::milliseconds>(first->second - Clock::now());
-  return static_cast<int>(std::max<qint64>(rest.count(), 0));
 }
 
 void MessagesObject::resume(sd_bus_message* call) {
@@ -263,22 +230,7 @@ void MessagesObject::end(const QByteArray& name) noexcept {
   }
   const QByteArray session = found->second.session;
   m_connections.erase(found);
-  leaveSession(session);
-}
-
-/** Let the grace time of a session begin if it has alarms, or may have: endSession() looks again. */
-void MessagesObject::leaveSession(const QByteArray& session) noexcept {
-  if (m_grace.count() == 0 || session.isEmpty()) {
-    return;
-  }
-  try {
-    if (m_service.alarms().activeOf(session, 1).isEmpty()) {
-      return;
-    }
-  } catch (const std::exception&) {
-    m_service.recover();
-  }
-  m_ending[session] = Clock::now() + m_grace;
+  m_expiry.begin(session);
 }
 
 /** A session belongs to the connection that resumed it while that lives, and then to the same unix user. */
@@ -294,7 +246,7 @@ void MessagesObject::useSession(Connection& connection, const QByteArray& sessio
     throw CallError("this session belongs to another user", kErrorNotNow);
   }
   if (connection.session != session) {
-    leaveSession(std::exchange(connection.session, session));
+    m_expiry.begin(std::exchange(connection.session, session));
   }
-  m_ending.erase(session);
+  m_expiry.cancel(session);
 }

@@ -1,16 +1,16 @@
 #pragma once
 
-#include <chrono>
 #include <deque>
 #include <functional>
 #include <map>
 
 #include "BusCall.h"
 #include "ClientCounters.h"
+#include "SessionExpiry.h"
 
 /**
  * The writers' object on the bus, as org.tavroline.ListService1.xml describes it. It decides whose session a
- * call may use and ends the sessions whose program is gone; what a call does to the lists is in ListService.
+ * call may use; what a call does to the lists is in ListService.
  *
  * At the first call of a connection the bus is asked for its unix user. Until it answers, the calls of this
  * connection wait, in their order.
@@ -25,25 +25,17 @@ class MessagesObject {
 
   /**
    * Put the object on the bus.
-   * @param bus, service, counters must outlive this object
-   * @param grace a session whose connection has ended is ended after this time unless a connection resumes
-   * it; 0 for never
+   * @param bus, service, expiry, counters must outlive this object
    * @throws std::runtime_error when sd-bus refuses
    */
-  MessagesObject(sd_bus* bus, ListService& service, ClientCounters& counters, std::chrono::seconds grace);
+  MessagesObject(sd_bus* bus, ListService& service, SessionExpiry& expiry, ClientCounters& counters);
 
   /** Forget a connection that has ended, after its waiting calls. */
   void end(const QByteArray& name) noexcept;
-  /** End the sessions whose grace time is over. */
-  void endSessions();
-  /** Milliseconds until endSessions() must be called, INT_MAX if it need not be. */
-  int timeout() const;
 
   static const sd_bus_vtable kMethods[];
 
  private:
-  using Clock = std::chrono::steady_clock;
-
   struct Connection;
   using Work = std::function<void(Connection& connection)>;  ///< answers a call whose arguments are read
   struct Call {
@@ -79,12 +71,10 @@ class MessagesObject {
 
   void receive(sd_bus_message* call, int size, Work work);
   void useSession(Connection& connection, const QByteArray& session);
-  void leaveSession(const QByteArray& session) noexcept;
 
   sd_bus* m_bus;
   ListService& m_service;
+  SessionExpiry& m_expiry;
   ClientCounters& m_counters;
-  std::chrono::seconds m_grace;
   std::map<QByteArray, Connection> m_connections;
-  std::map<QByteArray, Clock::time_point> m_ending;  ///< when a session without a connection ends
 };

@@ -37,17 +37,17 @@ void requestName(sd_bus* bus) {
 
 /** Handle calls until the loop is left. Throws std::runtime_error when the connection to the bus is
  * lost. */
-void serve(sd_event* event, ListService& service, MessagesObject& messages, ListObjects& lists) {
+void serve(sd_event* event, ListService& service, SessionExpiry& expiry, ListObjects& lists) {
   QElapsedTimer trimmed;
   trimmed.start();
   while (sd_event_get_state(event) != SD_EVENT_FINISHED) {
     const auto untilTrim = static_cast<int>(qMax<qint64>(0, kTrimInterval - trimmed.elapsed()));
-    const int timeout = std::min({untilTrim, messages.timeout(), lists.timeout()});
+    const int timeout = std::min({untilTrim, expiry.timeout(), lists.timeout()});
     int handled = sd_event_run(event, 1000 * static_cast<std::uint64_t>(timeout));
     for (int i = 1; i < kMaxMessages && handled > 0; ++i) {
       handled = sd_event_run(event, 0);
     }
-    messages.endSessions();
+    expiry.endSessions();
     if (trimmed.hasExpired(kTrimInterval)) {
       service.trim();
       trimmed.start();
@@ -70,11 +70,12 @@ void ServiceLoop::run(const Options& options, sd_event* event, const std::functi
                       {options.capacity, std::chrono::hours(24) * options.keepDays, options.replyEntries});
   const Bus bus = connect(event);
   ClientCounters counters;
-  MessagesObject messages(bus.get(), service, counters, std::chrono::seconds(options.orphans));
+  SessionExpiry expiry(service, std::chrono::seconds(options.orphans));
+  const MessagesObject messages(bus.get(), service, expiry, counters);
   ListObjects lists(bus.get(), service, counters);
   requestName(bus.get());
   ready();
-  serve(event, service, messages, lists);
+  serve(event, service, expiry, lists);
   lists.changeSignals().emitNow();
   sd_bus_flush(bus.get());
 }

@@ -80,7 +80,7 @@ class ScriptedService {
     explicit Running(std::shared_ptr<Store> itsStore)
         : store(std::move(itsStore)),
           service(store->database, {}),
-          messages(bus.get(), service, counters, std::chrono::seconds(0)),
+          messages(bus.get(), service, expiry, counters),
           lists(bus.get(), service, counters) {}
 
     static sd_bus* connected() {
@@ -92,6 +92,7 @@ class ScriptedService {
     const std::shared_ptr<Store> store;
     std::unique_ptr<sd_bus, decltype(&sd_bus_close_unref)> bus{connected(), sd_bus_close_unref};
     ListService service;
+    SessionExpiry expiry{service, std::chrono::seconds(0)};
     ClientCounters counters;
     MessagesObject messages;
     ListObjects lists;
