@@ -56,9 +56,9 @@ class MessageSender {
    * queue drops messages, see MessageQueue::keepOffEdges() */
   void flush(bool last);
 
-  /** Whether the last error reply said that the service cannot store messages now. A later successful call,
-   * other than Resume, resets the result to false. */
-  bool storageFails() const { return m_storageFails; }
+  /** Whether the service cannot store messages now: its last error reply said so, no later call other than
+   * Resume was successful, and no call is under way whose reply may tell otherwise. */
+  bool storageFails() const { return m_storageFails && m_calls.empty(); }
 
   /** Send the counters to the owner, in a call without a reply. An owner must be attached. @throws as
    * BusConnection::call() */
@@ -102,7 +102,7 @@ class MessageSender {
   /** An error has occurred. The next call waits until all earlier calls are answered. Then m_queue goes back
    * to the first message that is not confirmed. */
   bool m_goBack = false;
-  bool m_storageFails = false;  ///< result of storageFails()
+  bool m_storageFails = false;  ///< as the last replies told, see storageFails()
   /** Maximum number of unanswered calls after flush(). The value is 0 before flush(): send() then waits for
    * the answer to each call. */
   std::size_t m_window = 0;
