@@ -135,6 +135,18 @@ TEST_F(SenderTest, ARequestWaitsForTheMessagesBeforeItUnlessNothingCanBeStored) 
   }
 }
 
+TEST_F(SenderTest, AfterAFullDiskARequestWaitsForTheAnswerUnderWay) {
+  ScriptedService script;
+  script.faults["Send"] = {ListServiceNames::kErrorStorage};
+  script.faults["Resume"] = {"", "silence"};
+  submit({"1"});
+  ASSERT_TRUE(script.serve([&] { return script.callsOf("Resume") == 2; }));
+  const auto list = hub->request(RequestKind::EventList, QString());
+  ErrorContainer cause(0, QString());
+  EXPECT_TRUE(script.serve([&] { return list->isFinished(cause) != 2; }));
+  EXPECT_EQ(list->isFinished(cause), 1) << "a list without the message";
+}
+
 TEST_F(SenderTest, RequestsEndAtTheirDeadlineAndMakeRoomForOthersReadOrNot) {
   ScriptedService script;
   script.faults["GetList"] = std::deque<std::string>(100, "silence");
