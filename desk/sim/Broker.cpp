@@ -21,7 +21,8 @@ Broker::~Broker() {
 
 bool Broker::accept(int descriptor) {
   if (m_running) {
-    m_connections[++m_last].descriptor = descriptor;
+    const Id id = ++m_last;  // another thread may connect while this one allocates
+    m_connections[id].descriptor = descriptor;
     Scheduler::instance().wake(this, true);
   }
   return m_running;
