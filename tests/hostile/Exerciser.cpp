@@ -264,10 +264,10 @@ struct Task : PlcCalls {
     call("getalarmstatefromalarmhandler", state);
   }
 
-  void logEvent() {
+  void logEvent(bool mayBeRefused = true) {
     logevent_struct parameters{};
     parameters.iEventType = below(2) == 0 ? TAVROLINE_AUDIT_TRAIL : TAVROLINE_EVENT;
-    const bool isRefused = s_period > kShortPeriod && below(kRefused) == 0;
+    const bool isRefused = s_period > kShortPeriod && below(kRefused) == 0 && mayBeRefused;
     parameters.stArgumentsDimInfo.upper = isRefused ? kTooMany : 0;
     const std::string text = key(parameters.iEventType);
     record(text, isRefused ? "refused" : "event", 0, [&] { logAnything("logevent", parameters, text); });
@@ -336,7 +336,7 @@ struct Task : PlcCalls {
     } else if (s_loaded == kReaders * kTasks) {
       s_loaded = 0;
       flag("resetlistchanged", readers[0].handle);
-      logEvent();  // the list changes once more
+      logEvent(false);  // the list changes once more
       std::printf("loaded\n");
     }
   }
