@@ -103,6 +103,7 @@ bool Course::run() {
       std::ofstream(m_options.recordFolder + "/returned");
     }
     m_end = Scheduler::instance().now() + kHealthy;
+    waitHealthy(m_end);
   }
   waitUntil(m_end);
   if (m_shown != 0) {
@@ -164,6 +165,15 @@ void Course::waitUntil(Nanoseconds time) {
                    clockText(m_end).c_str(),
                    static_cast<double>(now) / static_cast<double>(machine - m_begun));
     }
+  }
+}
+
+/** Wait without faults. A service that did not get its name before the faults ended is started again within a
+ * second. */
+void Course::waitHealthy(Nanoseconds time) {
+  while (Scheduler::instance().now() < time && s_interrupted == 0) {
+    waitUntil(std::min(time, Scheduler::instance().now() + kSecond));
+    m_service.start();
   }
 }
 
@@ -232,7 +242,7 @@ void Course::apply() {
 
 void Course::outliveUnload() {
   endFaults();
-  waitUntil(Scheduler::instance().now() + kOrphaned);
+  waitHealthy(Scheduler::instance().now() + kOrphaned);
 }
 
 void Course::stopPrograms() {

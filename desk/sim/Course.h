@@ -49,6 +49,7 @@ class Course {
   bool runFaults(Nanoseconds start);
   void endFaults();
   void waitUntil(Nanoseconds time);
+  void waitHealthy(Nanoseconds time);
   void begin(const Fault& fault);
   void apply();
   void noteFinish(const std::string& program, int status);
