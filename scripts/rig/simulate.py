@@ -122,9 +122,10 @@ class Life:
         rules = Counter(rule for rule, _ in audit.problems)
         return ", ".join(f"{number} x {rule}" for rule, number in rules.items()) or None
 
-
     def count(self, kinds, since=0):
-        return sum(kind in kinds and end > since for kind, _, end in self.faults)
+        """The faults of these kinds after which the client hears of a new owner later than `since`, in ms."""
+        return sum(kind in kinds and (begin if kind == "service replaced" else end) > since
+                   for kind, begin, end in self.faults)
 
     def signals_arrive(self):
         """Whether the client has heard of the service's last state. A bus loses no signal, so the client asks for the

@@ -118,8 +118,9 @@ class Audit:
         self.absent = {m for m in self.messages if m.key not in self.stored and m.kind not in TRACELESS}
         oldest = [(size, self.by_key[keys[0]].end) for (keys, _), size in zip(self.stores, self.sizes) if keys]
         hidden_until = max([end for count, end in oldest if count >= self.capacity], default=0)
+        emptied = not self.stores[-1][0]  # by the last deletion, even if nothing confirmed it before the unload
         for deletion in (m for m in self.messages if m.kind == "delete"):
-            if any(end >= deletion.begin for _, end in oldest):  # carried out in one of the stores
+            if emptied or any(end >= deletion.begin for _, end in oldest):  # carried out in one of the stores
                 hidden_until = max(hidden_until, deletion.end)
             else:
                 self.absent.add(deletion)
