@@ -20,7 +20,7 @@ struct BusFaults {
   unsigned failed = 0;       ///< replies that become errors
   unsigned mute = 0;         ///< replies to queries that are lost
   unsigned signalsLost = 0;
-  bool nameIsTaken = false;      ///< a connection that requests a name gets it from its owner
+  bool nameIsTaken = false;      ///< a connection that requests a name gets it from an older one
   std::size_t replyLimit = 128;  ///< outstanding replies of one connection
 };
 

@@ -180,7 +180,7 @@ std::string Broker::own(Id id, const WireMessage& call, WireMessage& reply) {
     caller.name = ":1." + std::to_string(id);
     reply.append(caller.name);
   } else if (call.member == "RequestName") {
-    const bool given = !isOwned(text) || faults.nameIsTaken;
+    const bool given = !isOwned(text) || (faults.nameIsTaken && id > m_owners[text]);
     if (given) {
       giveName(text, id);
     }
