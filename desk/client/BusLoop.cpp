@@ -105,7 +105,7 @@ void BusLoop::turn() {
   const auto now = Clock::now();
   m_busy = false;
   if (!m_connection.isOpen() && m_nextAttempt <= now) {
-    connect(now);
+    connect();
   }
   if (m_connection.isOpen()) {
     const int result = m_connection.process();
@@ -128,8 +128,7 @@ void BusLoop::turn() {
   watchCounters(now);
 }
 
-void BusLoop::connect(Clock::time_point now) {
-  m_nextAttempt = now + m_pause;
+void BusLoop::connect() {
   const int result = m_connection.open();
   m_busy = result >= 0;
   if (result < 0) {

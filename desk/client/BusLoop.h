@@ -39,7 +39,7 @@ class BusLoop {
   void wait();
   void turn();
   void drain() noexcept;
-  void connect(Clock::time_point now);
+  void connect();
   void followOwner();
   void exchange(Clock::time_point now);
   void breakOff(const QByteArray& cause) noexcept;
