@@ -134,17 +134,27 @@ TEST_F(ClientTest, AForkedChildDoesNothingAndLeavesTheParentsThreadAlone) {
   EXPECT_EQ(modules(), (QStringList{QStringLiteral("later"), QStringLiteral("earlier")}));
 }
 
-TEST_F(ClientTest, OnlyTheBusCanNameTheOwnerOfTheService) {
+TEST_F(ClientTest, StrangersChangeNeitherTheOwnerNorTheStateOfTheLists) {
   startService();
   ASSERT_TRUE(modules().isEmpty());
-  for (int i = 0; i < 10; ++i) {  // one of these is the hub
-    ChildProcess stranger("dbus-send",
-                          {"--system", "--dest=:1." + std::to_string(i), "/org/freedesktop/DBus",
-                           "org.freedesktop.DBus.NameOwnerChanged",
-                           std::string("string:") + ListServiceNames::kService, "string:", "string::1.0"});
-    EXPECT_EQ(stranger.wait(), 0) << stranger.output();
-    EXPECT_TRUE(modules().isEmpty());
+  const Strings forged[] = {
+      {"/org/freedesktop/DBus", "org.freedesktop.DBus.NameOwnerChanged",
+       std::string("string:") + ListServiceNames::kService, "string:", "string::1.0"},
+      {ListServiceNames::kEventListPath, std::string(ListServiceNames::kEventListInterface) + ".Changed",
+       "uint64:99"},
+      {ListServiceNames::kAlarmListPath,
+       std::string(ListServiceNames::kAlarmListInterface) + ".DetectorChanged", "boolean:true"}};
+  for (const Strings& signal : forged) {
+    for (int i = 0; i < 10; ++i) {  // one of these is the hub
+      Strings command = {"--system", "--dest=:1." + std::to_string(i)};
+      command.insert(command.end(), signal.begin(), signal.end());
+      ChildProcess stranger("dbus-send", command);
+      EXPECT_EQ(stranger.wait(), 0) << stranger.output();
+      EXPECT_TRUE(modules().isEmpty());
+    }
   }
+  EXPECT_EQ(hub->listState().events.count(), 0U);
+  EXPECT_FALSE(hub->listState().flags[ListState::CentralDetector]);
 }
 
 TEST_F(ClientTest, ABusThatIsNotThereIsLookedForEverMoreRarely) {

@@ -136,6 +136,20 @@ TEST(PowerCut, LeavesEachConfirmedMessageOnceAndInOrder) {
   EXPECT_GT(cuts, 9000);
 }
 
+TEST(ATransaction, ThatThrowsChangesNothing) {
+  Disk disk;
+  const auto mount = disk.mount();
+  Database database("lists.db");
+  Schema::open(database);
+  const auto changeAndThrow = [&] {
+    database.execute("UPDATE state SET newest = 7");
+    throw std::bad_alloc();
+  };
+  EXPECT_THROW(database.transaction(changeAndThrow), std::bad_alloc);
+  database.transaction([] {});
+  EXPECT_EQ(database.queryNumber("SELECT newest FROM state"), 0);
+}
+
 struct Failure {
   int error;   ///< a full disk fails only operations for which it needs room
   bool stays;  ///< all later operations fail too, until a batch is refused
