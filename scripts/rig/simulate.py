@@ -33,6 +33,7 @@ DAY = 86400 * 10**9  # nanoseconds; the clock is set by whole days
 FULL, FULL_SECONDS, FULL_BURST = 15, 10, 150  # in every 15th life more is logged than the client's queue holds
 FAULT = re.compile(r"fault (\d+): (.+) from (\d+) ms to (\d+) ms")
 NEW_OWNER = ("service killed", "store emptied", "store older", "service replaced", "bus gone", "client cut")
+HARMLESS = ("task silent", "late", "clock step", "clock back", "unload")  # a load ends all the same
 ENDS_TO_BLAME = 3  # ends of the service, until the client drops a message that was sent alone
 MOST = {"Resume": 12, "Hello": 8, "StartServiceByName": 6, "GetState": 10}  # calls within a second: there are pauses
 # Nanoseconds: of the hub, the hook and a task; until a client has heard of a new bus; s after the faults.
@@ -106,10 +107,14 @@ class Life:
         if late := self.late_flags(said, life):
             return f"the flags after the signal {late}"
         refused = sum(line.split()[2] == "refused" for line in said if line.startswith("did "))
-        if counters["rejected"] > refused or counters["ends service"] and self.count(NEW_OWNER) < ENDS_TO_BLAME:
+        if counters["rejected"] > refused or counters["ends service"] * ENDS_TO_BLAME > self.count(NEW_OWNER):
             return f"messages were dropped: {dict(counters)}"
         if not self.loads_while_full(said, life["unable"]):
             return "no load ends while the disk is full"
+        if not self.interface_is_taken_over(said):
+            return "no load ends where a silent task has the list's interface"
+        if (most := max(len(entries) for entries, _ in life["stores"])) > CAPACITY:
+            return f"a list of {most} entries"
         if often := {method: most for method, most in life["busiest"].items() if most > MOST.get(method, most)}:
             return f"calls without a pause: {often}"
         if life["unloading"] > UNLOADING:
@@ -157,6 +162,17 @@ class Life:
             end < begin + 4000 or any(since + 1e9 < at < since + 4e9 for at in ends)
             or sum(b < begin + 4000 and e > begin - 3000 for _, b, e in self.faults) > 1
             for (begin, end), (since, _) in zip(full, unable))
+
+
+    def interface_is_taken_over(self, said):
+        """Where nothing else keeps loads from ending: no reader keeps the others from their list for longer than five
+        seconds."""
+        ends = [int(line.split()[2]) % DAY / 1e6 - 1000 for line in said if line.startswith("saw ")]
+        unload = min([begin for kind, begin, _ in self.faults if kind == "unload"], default=self.seconds * 1000)
+        others = [(begin, end) for kind, begin, end in self.faults if kind not in HARMLESS]
+        return all(any(begin + 5000 < at < begin + 9000 for at in ends)
+                   or any(b < begin + 9000 and e > begin - 3000 for b, e in others)
+                   for kind, begin, end in self.faults if kind == "task silent" and begin + 9000 < min(end, unload))
 
 
 def shrink(seed):
