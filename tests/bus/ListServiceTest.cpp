@@ -183,4 +183,16 @@ TEST_F(ListServiceTest, CarriesAnAlarmThroughItsLife) {
   }
 }
 
+TEST_F(ListServiceTest, SignalsAChangeBeforeAListThatShowsIt) {
+  startService();
+  Peer peer;
+  peer.resume("s");
+  peer.follow();
+  for (int number = 1; number <= 20; ++number) {
+    peer.send("s", number, number - 1, message("a"));
+    peer.call({"GetList", kEventListPath, kEventListInterface}, {}, "su", "", 0U);
+    EXPECT_GE(peer.takeSignals(), 1U) << "earlier than 10 ms after the last ones: " << number;
+  }
+}
+
 }  // namespace

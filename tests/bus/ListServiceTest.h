@@ -89,6 +89,20 @@ class Peer {
     sd_bus_message_unref(reply);
     return answer;
   }
+  /** Receives the event list's signals from now on. */
+  void follow() {
+    sd_bus_match_signal(
+        m_bus, nullptr, kService, kEventListPath, kEventListInterface, "Changed",
+        [](sd_bus_message*, void*, sd_bus_error*) { return 0; }, nullptr);
+  }
+  /** Forgets the signals that have come. @return how many had come before the last answer */
+  std::uint64_t takeSignals() {
+    std::uint64_t count = 0;
+    sd_bus_get_n_queued_read(m_bus, &count);
+    while (sd_bus_process(m_bus, nullptr) > 0) {
+    }
+    return count;
+  }
   /** Asks for the event list several times at once. */
   void ask(int times) {
     const auto count = [](sd_bus_message* reply, void* peer, sd_bus_error*) {
