@@ -211,11 +211,11 @@ TEST_F(SenderTest, ARefusalThatLastsIsLoggedOnceAndTheMessagesWait) {
 }
 
 TEST_F(SenderTest, UnloadWritesEverythingWithoutWaitingForAnAnswer) {
-  for (const std::string state : {"resumed", "not resumed", "paused", "refused once"}) {
+  for (const std::string state : {"resumed", "more than a window", "not resumed", "paused", "refused once"}) {
     SCOPED_TRACE(state);
     hub.emplace();
     ScriptedService script;
-    if (state == "resumed" || state == "paused") {
+    if (state != "not resumed" && state != "refused once") {
       ASSERT_TRUE(deliver(script, {"+a"}));
     }
     if (state != "paused") {
@@ -231,7 +231,7 @@ TEST_F(SenderTest, UnloadWritesEverythingWithoutWaitingForAnAnswer) {
     } else if (state == "refused once") {
       faults = {ListServiceNames::kErrorNotNow, ListServiceNames::kErrorNotNow};
     }
-    submit(Strings(2000, "event"));
+    submit(Strings(2000, "event"), state == "more than a window" ? 3000 : 0);
     submit({"-a"});
     const auto before = std::chrono::steady_clock::now();
     std::atomic<bool> ended{false};
@@ -247,7 +247,7 @@ TEST_F(SenderTest, UnloadWritesEverythingWithoutWaitingForAnAnswer) {
     EXPECT_TRUE(script.serve([&] { return script.store->words().find("event -a") != std::string::npos; }));
     EXPECT_EQ(script.store->activeAlarms(), "");
   }
-  EXPECT_EQ(records("not confirmed before unload"), 3) << "only the last one got answers";
+  EXPECT_EQ(records("not confirmed before unload"), 4) << "only the last one got answers";
 }
 
 TEST_F(SenderTest, AnIdleHubWakesTenTimesASecondAndNeverSpins) {
