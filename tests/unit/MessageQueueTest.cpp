@@ -107,12 +107,16 @@ TEST_F(MessageQueueTest, HoldsSoManyUsualMessagesAndAlarms) {
     ASSERT_TRUE(submit(*queue, "f", MessageRing::kUsualBytes - kRest)) << i;
   }
   EXPECT_FALSE(submit(*queue, "f"));
+  std::vector<char> bytes;
+  queue->confirm(queue->read(bytes, 1).first, {}, [](const AlarmEdge&, bool) {});
+  EXPECT_TRUE(submit(*queue, "f", MessageRing::kUsualBytes - kRest)) << "across the end of the ring";
+  EXPECT_FALSE(submit(*queue, "f"));
   for (std::size_t i = 0; i < AlarmOverflow::kAlarms; ++i) {
     ASSERT_TRUE(submit(*queue, "+" + std::to_string(i))) << i;
   }
   EXPECT_FALSE(submit(*queue, "+one too many"));
   EXPECT_TRUE(submit(*queue, "-0"));
-  EXPECT_EQ(queue->handedOver(), queue->counters().pending);
+  EXPECT_EQ(queue->handedOver(), queue->counters().pending + 1);
   EXPECT_LE(sizeof *queue, (8U << 20U) * 105 / 100);
 }
 
