@@ -163,10 +163,9 @@ class Life:
             or sum(b < begin + 4000 and e > begin - 3000 for _, b, e in self.faults) > 1
             for (begin, end), (since, _) in zip(full, unable))
 
-
     def interface_is_taken_over(self, said):
-        """Where nothing else keeps loads from ending: no reader keeps the others from their list for longer than five
-        seconds."""
+        """Whether a load ended soon after five seconds of each period in which a task was silent, unless another fault kept
+        loads from ending."""
         ends = [int(line.split()[2]) % DAY / 1e6 - 1000 for line in said if line.startswith("saw ")]
         unload = min([begin for kind, begin, _ in self.faults if kind == "unload"], default=self.seconds * 1000)
         others = [(begin, end) for kind, begin, end in self.faults if kind not in HARMLESS]

@@ -15,6 +15,7 @@ class SenderTest : public BusTest {
  protected:
   SenderTest() {
     s_process.secondsAhead = 0;
+    s_process.skipsWaits = false;
     HostLog::toFile(log);
   }
 

@@ -34,7 +34,7 @@ using WallClock = std::chrono::system_clock;
 constexpr std::chrono::seconds kProgress{17};
 // If the reader that requests is closed, another one requests at once, and its 10 s begin. With this period a
 // reader that can be closed lives a fraction of a second, and the 2 s that are left suffice. With a longer
-// period the reader may have waited long for its answer, so the 17 s begin anew when it is closed.
+// period the reader may have waited long for its answer; closing it starts the 17 s again.
 constexpr std::uint32_t kShortPeriod = 5;  // milliseconds
 constexpr RTS_IEC_DINT kEntries = 50;
 constexpr std::size_t kTasks = 8;
