@@ -61,9 +61,8 @@ int simdjsonToStructures(const QByteArray& json, stEventlistEntryType* entries, 
     target.iEventType = static_cast<RTS_IEC_INT>(std::int64_t(entry["EventType"]));
     copyText(entry["IconType"], target.sIconType);
     const std::string_view time = entry["LocalTime"];
-    const auto local =
-        Tavroline::localMilliseconds(QString::fromLatin1(time.data(), static_cast<int>(time.size())));
-    const std::int64_t seconds = local.value_or(0) / 1000;
+    const auto local = Tavroline::localTime(QString::fromLatin1(time.data(), static_cast<int>(time.size())));
+    const std::int64_t seconds = local ? local->seconds : 0;
     target.dtTimestamp = static_cast<RTS_IEC_DATE_AND_TIME>(seconds - offsets.at(seconds).value_or(0));
     copyText(entry["ModuleName"], target.sModuleName);
     copyText(entry["Description"], target.wsDescription);

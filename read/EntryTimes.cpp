@@ -34,7 +34,7 @@ int daysBeforeMonth(int year, int month) {
 
 }  // namespace
 
-std::optional<std::int64_t> localMilliseconds(const QString& text) {
+std::optional<LocalTime> localTime(const QString& text) {
   if (text.size() != kFormLength) {
     return std::nullopt;
   }
@@ -60,22 +60,13 @@ std::optional<std::int64_t> localMilliseconds(const QString& text) {
     return std::nullopt;
   }
   const std::int64_t days = daysBeforeYear(year) + dayOfYear - 1;
-  return (days * ZoneOffsets::kSecondsPerDay + hour * ZoneOffsets::kSecondsPerHour +
-          std::int64_t{minute} * 60 + second) *
-             kMillisecondsPerSecond +
-         millisecond;
+  return LocalTime{days * ZoneOffsets::kSecondsPerDay + hour * ZoneOffsets::kSecondsPerHour +
+                       std::int64_t{minute} * 60 + second,
+                   millisecond};
 }
 
 TimeBound::TimeBound(const QDateTime& bound)
     : m_bound(bound), m_isSet(!bound.isNull()), m_utcMilliseconds(m_isSet ? bound.toMSecsSinceEpoch() : 0) {}
-
-bool TimeBound::isEarlierThan(const EntryTime& time) const {
-  return time.instant ? m_utcMilliseconds < time.instant->utcMilliseconds : m_bound < time.parsed;
-}
-
-bool TimeBound::isLaterThan(const EntryTime& time) const {
-  return time.instant ? time.instant->utcMilliseconds < m_utcMilliseconds : time.parsed < m_bound;
-}
 
 const EntryTime& EntryTimes::read(const QString& text) {
   m_time.instant = m_byHand ? instantOf(text) : std::nullopt;
@@ -86,15 +77,16 @@ const EntryTime& EntryTimes::read(const QString& text) {
 }
 
 std::optional<EntryTime::Instant> EntryTimes::instantOf(const QString& text) {
-  const std::optional<std::int64_t> local = localMilliseconds(text);
+  const std::optional<LocalTime> local = localTime(text);
   if (!local) {
     return std::nullopt;
   }
-  const std::optional<std::int32_t> offset = m_offsets.at(*local / kMillisecondsPerSecond);
+  const std::optional<std::int32_t> offset = m_offsets.at(local->seconds);
   if (!offset) {
     return std::nullopt;
   }
-  return EntryTime::Instant{*local - std::int64_t{*offset} * kMillisecondsPerSecond, *offset};
+  return EntryTime::Instant{(local->seconds - *offset) * kMillisecondsPerSecond + local->milliseconds,
+                            *offset};
 }
 
 const QDateTime& EntryTimes::dateTime() {

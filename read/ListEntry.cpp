@@ -61,13 +61,6 @@ RTS_IEC_ULINT ListEntry::eventlistId() {
   return static_cast<RTS_IEC_ULINT>(wholeNumber(ListColumns::EventlistId).value_or(0) & kLow16Bits);
 }
 
-const EntryTime& ListEntry::time() {
-  if (!m_time) {
-    m_time = &m_times.read(text(ListColumns::LocalTime));
-  }
-  return *m_time;
-}
-
 const QDateTime& ListEntry::dateTime() {
   time();
   return m_times.dateTime();

@@ -83,7 +83,12 @@ class ListEntry {
   RTS_IEC_ULINT eventlistId();
 
   /** The local time, read once; valid until the next entry's is read. [plc-task] */
-  const EntryTime& time();
+  const EntryTime& time() {
+    if (!m_time) {
+      m_time = &m_times.read(text(ListColumns::LocalTime));
+    }
+    return *m_time;
+  }
   /** The same for the time helper, see EntryTimes::dateTime(). [plc-task] */
   const QDateTime& dateTime();
 
