@@ -76,7 +76,8 @@ class EntryTimes {
   QDateTime m_dateTime = QDateTime::fromMSecsSinceEpoch(0, Qt::UTC);
 };
 
-/** Time since 1970-01-01 00:00:00 local time. Two numbers save a 64-bit division, 4 % of a copy on ARM. */
+/** Time since 1970-01-01 00:00:00 local time. Two numbers save a 64-bit division, 3 % of a copy on emulated
+ * ARM. */
 struct LocalTime {
   std::int64_t seconds;
   int milliseconds;
